@@ -1,0 +1,32 @@
+/// @file command.h  What every subcommand of kvx offers the program.
+#ifndef KVX_COMMAND_H
+#define KVX_COMMAND_H
+
+#include <CLI/CLI.hpp>
+#include <functional>
+
+namespace kvx {
+
+/// Exit codes of the program.
+enum exit_code_t : int {
+    kDone = 0,     ///< everything was done
+    kFailed = 1,   ///< nothing usable came out
+    kUsage = 2,    ///< the command line was wrong
+    kDamaged = 3,  ///< done, but the input was damaged
+};
+
+/// A subcommand: its place on the command line and what it does when chosen.
+struct command_t {
+    CLI::App* app;
+    std::function<int()> run;  ///< returns an exit_code_t
+};
+
+command_t convert_command(CLI::App& program);
+command_t info_command(CLI::App& program);
+command_t simulate_command(CLI::App& program);
+command_t gpio_command(CLI::App& program);
+command_t i2c_command(CLI::App& program);
+
+}  // namespace kvx
+
+#endif

@@ -1,0 +1,122 @@
+// kvx convert: RINEX from logs.
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <memory>
+
+#include "command.h"
+#include "conversion.h"
+#include "convert_options.h"
+#include "error.h"
+#include "interrupt.h"
+#include "log_summary.h"
+#include "output_file.h"
+
+namespace kvx {
+
+namespace {
+
+std::string for_people(const nlohmann::ordered_json& result)
+{
+    std::string out = result["log"].get<std::string>() + ":\n" + summary_text(result, false);
+    if (result.contains("observations_left_out")) {
+        out += "  left out: " + std::to_string(result["observations_left_out"].get<std::uint64_t>()) +
+               " satellite observation(s) that this RINEX version cannot name here\n";
+    }
+    for (const auto& file : result["files"]) out += "  wrote " + file.get<std::string>() + "\n";
+    return out;
+}
+
+int convert_one(const convert_options_t& options, const std::string& log)
+{
+    try {
+        const conversion_result_t result = convert_log(options, log);
+        std::fputs((options.json ? result.summary.dump() + "\n" : for_people(result.summary)).c_str(), stdout);
+        return result.exit_code;
+    } catch (const std::exception& e) {
+        std::fprintf(stderr, "kvx: error: %s\n", e.what());
+        return kFailed;
+    }
+}
+
+int worse(int a, int b)
+{
+    if (a == kFailed || b == kFailed) return kFailed;
+    return a == kDamaged || b == kDamaged ? kDamaged : kDone;
+}
+
+// The library's writers keep process-wide state: logs at once are processes at once.
+class Jobs {
+public:
+    explicit Jobs(const convert_options_t& options) : options_(options) {}
+
+    int run()
+    {
+        for (const std::string& log : options_.logs) {
+            if (interrupted()) return kFailed;
+            if (running_ == options_.jobs) wait_for_one();
+            start(log);
+        }
+        while (running_ > 0) wait_for_one();
+        return code_;
+    }
+
+private:
+    void start(const std::string& log)
+    {
+        std::fflush(stdout);
+        const pid_t pid = fork();
+        if (pid == 0) {
+            // One write per summary keeps those of several logs apart.
+            std::setvbuf(stdout, nullptr, _IOFBF, 1 << 20);
+            const int code = convert_one(options_, log);
+            std::fflush(stdout);
+            _exit(code);
+        }
+        pid > 0 ? ++running_ : code_ = worse(code_, convert_one(options_, log));
+    }
+
+    void wait_for_one()
+    {
+        int status = 0;
+        if (wait(&status) < 0) return;
+        --running_;
+        code_ = worse(code_, WIFEXITED(status) ? WEXITSTATUS(status) : static_cast<int>(kFailed));
+    }
+
+    const convert_options_t& options_;
+    int running_ = 0;
+    int code_ = kDone;
+};
+
+int run(const convert_options_t& options)
+{
+    if (header_and_records_disagree(options)) {
+        std::fprintf(stderr,
+                     "kvx: warning: receiver type \"%s\" with kind %d: header and records choose their "
+                     "observation types by different rules; use a type with KV3A0 or KV4A0 and a kind other than 1\n",
+                     options.receiver_type.c_str(), options.receiver_kind);
+    }
+    make_folder(options.folder);
+    catch_interrupts();
+    if (options.logs.size() == 1) return convert_one(options, options.logs.front());
+    return Jobs(options).run();
+}
+
+}  // namespace
+
+command_t convert_command(CLI::App& program)
+{
+    auto options = std::make_shared<convert_options_t>();
+    CLI::App* app = program.add_subcommand("convert", "RINEX files from logs of the receiver board");
+    add_convert_options(*app, *options);
+    app->callback([options] {
+        if (!options->name.empty() && options->logs.size() > 1) {
+            throw CLI::ValidationError("--name", "names the files of one log");
+        }
+    });
+    return {app, [options] { return run(*options); }};
+}
+
+}  // namespace kvx

@@ -1,0 +1,180 @@
+#include "convert_options.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+#include <sstream>
+
+#include "log_summary.h"
+
+namespace kvx {
+
+namespace {
+
+template <std::size_t N>
+void set_text(char (&field)[N], const std::string& text)
+{
+    std::memset(field, 0, N);
+    std::memcpy(field, text.data(), std::min(text.size(), N - 1));
+}
+
+// Antenna type and radome in the 16 + 4 columns of the International GNSS Service.
+std::string antenna_with_radome(const std::string& type)
+{
+    if (type.size() > 16) return type;
+    std::string padded = type;
+    padded.resize(16, ' ');
+    return padded + "NONE";
+}
+
+double parse_gps_time(const std::string& text)
+{
+    int year = 0, month = 0, day = 0, hour = 0, minute = 0, week = 0;
+    double second = 0.0, tow = 0.0;
+    char dash1 = 0, dash2 = 0, between = 0, colon1 = 0, colon2 = 0;
+    std::istringstream in(text);
+    in.imbue(std::locale::classic());
+    in >> year >> dash1 >> month >> dash2 >> day;
+    bool good = !in.fail() && dash1 == '-' && dash2 == '-';
+    if (good && !in.eof()) {
+        in.get(between);
+        in >> hour >> colon1 >> minute;
+        good = !in.fail() && (between == ' ' || between == 'T') && colon1 == ':';
+        if (good && !in.eof()) good = (in >> colon2 >> second) && colon2 == ':' && in.peek() == EOF;
+    }
+    if (!good || GetGpsTime(year, month, day, hour, minute, second, &week, &tow) == 0) {
+        throw CLI::ValidationError("'" + text + "' is not a GPS time such as 2024-03-10 12:00:00");
+    }
+    return gps_seconds(week, tow);
+}
+
+CLI::Option* add_time(CLI::App& app, const std::string& name, std::optional<double>& value, const std::string& help)
+{
+    return app
+        .add_option_function<std::string>(
+            name, [&value](const std::string& text) { value = parse_gps_time(text); }, help)
+        ->type_name("TIME");
+}
+
+void add_output_options(CLI::App& app, convert_options_t& o)
+{
+    app.add_option("LOG", o.logs, "Logs of the receiver board; .gz is read directly, - is standard input")->required();
+    app.add_option("-o,--output", o.folder, "Folder for the files, made if need be")->capture_default_str();
+    app.add_option("--name", o.name, "Stem of the file names instead of the RINEX convention")
+        ->check([](const std::string& s) { return s.find('/') == s.npos ? "" : "is a stem, not a path"; });
+    app.add_option("--rinex", o.rinex, "RINEX version")
+        ->check(CLI::IsMember({"2.11", "3.02", "3.03", "3.04"}))
+        ->capture_default_str();
+    app.add_option("-j,--jobs", o.jobs, "Logs converted at once")->check(CLI::Range(1, 256))->capture_default_str();
+    app.add_flag("--json", o.json, "Print the summary as JSON");
+}
+
+void add_selection_options(CLI::App& app, convert_options_t& o)
+{
+    app.add_option("--systems", o.systems, "Systems to write: letters of GRECJS")
+        ->check([](const std::string& s) {
+            return s.find_first_not_of("GRECJS") == s.npos && !s.empty() ? "" : "systems are letters of GRECJS";
+        })
+        ->capture_default_str();
+    app.add_option("--interval", o.interval, "Keep epochs at whole multiples of S seconds from the first one on")
+        ->check(CLI::Range(0.01, 86400.0))
+        ->type_name("S");
+    add_time(app, "--start", o.start, "First epoch to write, GPS time YYYY-MM-DD HH:MM:SS");
+    add_time(app, "--end", o.end, "Last epoch to write, GPS time");
+    app.add_flag("--no-signal-map", o.no_signal_map,
+                 "Leave signals in their slots whatever the receiver's override flag");
+    app.add_flag("--raw-prn", o.raw_prn, "Map PRNs to satellites by fixed offsets");
+}
+
+void add_header_options(CLI::App& app, convert_options_t& o)
+{
+    app.add_option("--marker", o.marker, "Marker name; also names the site in the file names");
+    app.add_option("--marker-number", o.marker_number, "Marker number");
+    app.add_option("--observer", o.observer, "Observer");
+    app.add_option("--agency", o.agency, "Observer's agency");
+    app.add_option("--run-by", o.run_by, "Who ran the conversion");
+    app.add_option("--antenna-type", o.antenna_type, "Antenna type and radome (default: as the log says)");
+    app.add_option("--antenna-number", o.antenna_number, "Antenna number");
+    app.add_option("--antenna-delta", o.antenna_delta, "Antenna height, east and north of the marker (m)")
+        ->delimiter(',')
+        ->expected(3)
+        ->type_name("H,E,N");
+    app.add_option("--receiver-number", o.receiver_number, "Receiver number");
+    app.add_option("--receiver-type", o.receiver_type, "Receiver type; chooses the observation types")
+        ->capture_default_str();
+    app.add_option("--receiver-version", o.receiver_version, "Receiver firmware version");
+    app.add_option("--receiver-kind", o.receiver_kind,
+                   "Kind of board 0, 1, 2, 5, 6 or 9; chooses the observation types")
+        ->check(CLI::IsMember({0, 1, 2, 5, 6, 9}))
+        ->capture_default_str();
+}
+
+}  // namespace
+
+int convert_options_t::version() const
+{
+    return (rinex[0] - '0') * 100 + std::stoi(rinex.substr(2));
+}
+
+bool convert_options_t::wants(int sys) const
+{
+    switch (sys) {
+        case SYS_GPS:
+            return systems.find('G') != systems.npos;
+        case SYS_GLO:
+            return systems.find('R') != systems.npos;
+        case SYS_GAL:
+            return systems.find('E') != systems.npos;
+        case SYS_BDS:
+            return systems.find('C') != systems.npos;
+        case SYS_QZS:
+            return systems.find('J') != systems.npos;
+        case SYS_SBS:
+            return systems.find('S') != systems.npos;
+        default:
+            return false;
+    }
+}
+
+void add_convert_options(CLI::App& app, convert_options_t& options)
+{
+    add_output_options(app, options);
+    add_selection_options(app, options);
+    add_header_options(app, options);
+}
+
+rnx_t rinex_options(const convert_options_t& o, const std::string& default_marker)
+{
+    rnx_t opt{};
+    Initial_Rnx(&opt);
+    opt.version = o.version();
+    opt.rcvkind = o.receiver_kind;
+    opt.interval = o.interval;
+    opt.sys_gps = o.wants(SYS_GPS) || o.wants(SYS_QZS);
+    opt.sys_glo = o.wants(SYS_GLO);
+    opt.sys_bds = o.wants(SYS_BDS);
+    opt.sys_gal = o.wants(SYS_GAL);
+    opt.sys_sbs = o.wants(SYS_SBS);
+    set_text(opt.prog, "kvx");
+    set_text(opt.runby, o.run_by);
+    set_text(opt.marker, o.marker.empty() ? default_marker : o.marker);
+    set_text(opt.markerno, o.marker_number);
+    set_text(opt.observer, o.observer);
+    set_text(opt.agency, o.agency);
+    set_text(opt.recno, o.receiver_number);
+    set_text(opt.rectype, o.receiver_type);
+    set_text(opt.recver, o.receiver_version);
+    set_text(opt.antno, o.antenna_number);
+    if (!o.antenna_type.empty()) set_text(opt.anttype, antenna_with_radome(o.antenna_type));
+    if (o.antenna_delta) std::copy(o.antenna_delta->begin(), o.antenna_delta->end(), opt.antdel);
+    return opt;
+}
+
+bool header_and_records_disagree(const convert_options_t& o)
+{
+    const bool known =
+        o.receiver_type.find("KV3A0") != std::string::npos || o.receiver_type.find("KV4A0") != std::string::npos;
+    return o.version() > 300 && !(known && o.receiver_kind != 1);
+}
+
+}  // namespace kvx

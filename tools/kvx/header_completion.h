@@ -1,0 +1,31 @@
+/// @file header_completion.h  Header lines that the published format asks for beyond the library's own.
+#ifndef KVX_HEADER_COMPLETION_H
+#define KVX_HEADER_COMPLETION_H
+
+#include <array>
+#include <cstdint>
+#include <cstdio>
+#include <optional>
+#include <string>
+
+#include "output_file.h"
+
+namespace kvx {
+
+/// What the lines tell.
+struct header_facts_t {
+    std::string marker_type = "GEODETIC";
+    std::string run_by;
+    std::array<std::optional<std::int8_t>, 24> glonass_channels;  ///< by slot - 1
+    std::array<bool, 24> glonass_seen{};
+};
+
+/// Copies an observation file and adds the lines in front of "END OF HEADER"; everything else stays as it is.
+///
+/// @param version  RINEX version times 100
+/// @throws Error when reading or writing fails
+void complete_header(OutputFile& from, OutputFile& to, int version, const header_facts_t& facts);
+
+}  // namespace kvx
+
+#endif

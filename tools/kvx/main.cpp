@@ -1,0 +1,58 @@
+// kvx: the command-line tool of rtk_utils.
+#include <csignal>
+#include <cstdio>
+#include <exception>
+
+#include "command.h"
+
+namespace {
+
+using kvx::command_t;
+
+constexpr command_t (*kCommands[])(CLI::App&) = {
+    kvx::convert_command,
+    kvx::info_command,
+    kvx::simulate_command,
+};
+
+// Results that did not reach standard output are a failure, whatever the work itself came to.
+int finished(int code)
+{
+    if (std::fflush(stdout) == 0 && std::ferror(stdout) == 0) return code;
+    std::fputs("kvx: error: standard output: a write failed\n", stderr);
+    return kvx::kFailed;
+}
+
+int run_chosen(const std::vector<command_t>& commands)
+{
+    for (const command_t& command : commands) {
+        if (!command.app->parsed()) continue;
+        try {
+            return finished(command.run());
+        } catch (const std::exception& e) {
+            std::fprintf(stderr, "kvx: error: %s\n", e.what());
+            return kvx::kFailed;
+        }
+    }
+    return kvx::kUsage;
+}
+
+}  // namespace
+
+int main(int argc, char** argv)
+{
+    std::signal(SIGPIPE, SIG_IGN);  // a reader that has gone is an error like any other
+    CLI::App app("Logs, RINEX files, messages and hardware of GNSS RTK receivers.", "kvx");
+    app.set_version_flag("--version", KVX_VERSION);
+    app.require_subcommand(1);
+    app.failure_message(CLI::FailureMessage::help);
+    app.footer("Exit codes: 0 done, 1 failed, 2 wrong usage, 3 done but the input was damaged.");
+    std::vector<command_t> commands;
+    for (const auto make : kCommands) commands.push_back(make(app));
+    try {
+        app.parse(argc, argv);
+    } catch (const CLI::ParseError& e) {
+        return app.exit(e) == 0 ? kvx::kDone : kvx::kUsage;
+    }
+    return run_chosen(commands);
+}

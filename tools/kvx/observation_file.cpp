@@ -1,0 +1,192 @@
+#include "observation_file.h"
+
+#include <algorithm>
+#include <bit>
+#include <cmath>
+#include <cstdlib>
+#include <cstring>
+
+namespace kvx {
+
+namespace {
+
+constexpr double kOnGrid = 0.005;  // s; times are printed to the hundredth
+constexpr double kEventMark = -3.0;
+constexpr double kEveryEpoch = 0.0;
+constexpr int kSlot2 = 2;
+constexpr int kLastBds2 = 16;  // BeiDou satellites above send B2a where B2 is printed
+
+// Signal slot whose columns a RINEX 2.11 file has for the system; -1: the file cannot name it.
+int source_slot2(int sys, int prn)
+{
+    switch (sys) {
+        case SYS_GPS:
+            return 0;
+        case SYS_GLO:
+            return 1;
+        case SYS_BDS:
+            return prn <= kLastBds2 ? 1 : -1;
+        default:
+            return -1;
+    }
+}
+
+void move_signal(obsd_t& obs, int from, int to)
+{
+    obs.P[to] = obs.P[from];
+    obs.L[to] = obs.L[from];
+    obs.D[to] = obs.D[from];
+    obs.SNR[to] = obs.SNR[from];
+    obs.LLI[to] = obs.LLI[from];
+    obs.code[to] = obs.code[from];
+}
+
+bool has_values(const obsd_t& obs, int slot)
+{
+    return obs.P[slot] != 0.0 || obs.L[slot] != 0.0 || obs.D[slot] != 0.0f || obs.SNR[slot] != 0.0;
+}
+
+// Text that a writer of the library appends to a stream.
+template <typename Write>
+std::string written_text(Write write)
+{
+    char* text = nullptr;
+    std::size_t size = 0;
+    std::FILE* memory = open_memstream(&text, &size);
+    if (memory == nullptr) throw std::bad_alloc();
+    write(memory);
+    std::fclose(memory);
+    std::string result(text, size);
+    std::free(text);
+    return result;
+}
+
+}  // namespace
+
+ObservationFile::ObservationFile(const convert_options_t& options, const std::string& default_marker)
+    : options_(options), opt_(rinex_options(options, default_marker))
+{}
+
+bool ObservationFile::on_grid(double now)
+{
+    if (options_.start && now < *options_.start - kOnGrid) return false;
+    if (options_.end && now > *options_.end + kOnGrid) return false;
+    if (options_.interval <= 0.0 || epochs_ == 0) return true;
+    return std::fabs(std::remainder(now - first_, options_.interval)) < kOnGrid;
+}
+
+void ObservationFile::select_satellites(raw_t& epoch)
+{
+    const bool rinex2 = opt_.version < 300;
+    int kept = 0;
+    for (int i = 0; i < epoch.nobs; ++i) {
+        int prn = 0;
+        const int sys = satsys(epoch.obs[i].sat, &prn);
+        if (!options_.wants(sys)) continue;
+        if (rinex2) {
+            const int slot = source_slot2(sys, prn);
+            left_out_ += slot < 0;
+            if (slot < 0 || !has_values(epoch.obs[i], slot)) continue;
+            move_signal(epoch.obs[i], slot, kSlot2);
+        }
+        if (kept != i) epoch.obs[kept] = epoch.obs[i];
+        ++kept;
+    }
+    std::memset(static_cast<void*>(&epoch.obs[kept]), 0, sizeof(obsd_t) * static_cast<std::size_t>(epoch.nobs - kept));
+    epoch.nobs = static_cast<std::uint8_t>(kept);
+}
+
+void ObservationFile::start(const raw_t& epoch)
+{
+    file_ = std::make_unique<OutputFile>(options_.folder);
+    std::copy(std::begin(epoch.pos), std::end(epoch.pos), opt_.apppos);
+    WriteRinexObsHeader(file_->stream(), &epoch, &opt_);
+}
+
+void ObservationFile::write(std::string& events)
+{
+    if (!events.empty()) std::fwrite(events.data(), 1, events.size(), file_->stream());
+    events.clear();
+}
+
+void ObservationFile::add_epoch(raw_t& epoch)
+{
+    const double now = gps_seconds(epoch.week, epoch.tow);
+    if (on_grid(now)) select_satellites(epoch);
+    if (on_grid(now) && epoch.nobs > 0) {
+        if (file_ == nullptr) start(epoch);
+        write(events_before_);
+        const int written = opt_.version < 300 ? WriteRinexObsRec_2(file_->stream(), &epoch, &opt_, kEveryEpoch)
+                                               : WriteRinexObsRec(file_->stream(), &epoch, &opt_, kEveryEpoch);
+        if (written == 1) {
+            if (epochs_ == 0) first_ = now;
+            if (epochs_ > 0) steps_.add(now - last_);
+            last_ = now;
+            ++epochs_;
+        }
+    }
+    events_before_ += events_after_;
+    events_after_.clear();
+    if (file_ != nullptr) write(events_before_);
+}
+
+void ObservationFile::add_event(std::string text, bool epoch_pending)
+{
+    (epoch_pending ? events_after_ : events_before_) += text;
+    if (!epoch_pending && file_ != nullptr) write(events_before_);
+}
+
+void ObservationFile::add_stop_and_go(const raw_t& raw, bool epoch_pending)
+{
+    raw_t* site = nullptr;
+    const auto copy = std::make_unique<raw_t>(raw);
+    site = copy.get();
+    if (site->rcv_text[0][0] == '\0') std::memcpy(site->rcv_text[0], opt_.marker, sizeof site->rcv_text[0] - 1);
+    rnx_t opt = opt_;  // the event tells its own position; the header gets the last one
+    add_event(written_text([&](std::FILE* fp) { WriteStopAndGoInfo(fp, site, &opt); }), epoch_pending);
+}
+
+void ObservationFile::add_mark(const raw_t& raw, bool epoch_pending)
+{
+    rnx_t opt = opt_;
+    opt.lastweek = -1;  // a mark that reaches us late is still a mark
+    add_event(written_text([&](std::FILE* fp) { WriteRinexObsRec(fp, &raw, &opt, kEventMark); }), epoch_pending);
+}
+
+coverage_t ObservationFile::coverage() const
+{
+    return {first_, last_, options_.interval > 0.0 ? options_.interval : steps_.usual()};
+}
+
+void ObservationFile::patch_header(const raw_t& raw, const station_t& station)
+{
+    opt_.interval = coverage().interval;
+    WriteRinexObsLastEpoch(file_->stream(), &opt_);
+
+    const auto copy = std::make_unique<raw_t>(raw);
+    if (!station.has_antenna || !options_.antenna_type.empty()) {
+        std::memcpy(copy->ant_type, opt_.anttype, sizeof copy->ant_type - 1);
+    } else {
+        std::string type = raw.ant_type;
+        type.resize(16, ' ');
+        std::memcpy(copy->ant_type, (type + "NONE").c_str(), 21);
+    }
+    if (!station.has_antenna || options_.antenna_delta) {
+        copy->ant_word2 = std::bit_cast<std::uint32_t>(static_cast<float>(opt_.antdel[0]));
+    }
+    WriteRinexObsApppos(file_->stream(), copy.get(), &opt_);
+}
+
+std::string ObservationFile::finish(const raw_t& raw, const station_t& station, const std::string& name)
+{
+    file_->check(name);
+    patch_header(raw, station);
+    file_->check(name);
+    if (options_.plain_header) return file_->publish(name);
+    OutputFile completed(options_.folder);
+    complete_header(*file_, completed, opt_.version, station.facts);
+    file_.reset();
+    return completed.publish(name);
+}
+
+}  // namespace kvx

@@ -1,0 +1,68 @@
+/// @file observation_file.h  One RINEX observation file made from epochs and events.
+#ifndef KVX_OBSERVATION_FILE_H
+#define KVX_OBSERVATION_FILE_H
+
+#include <rtk_gnss.h>
+
+#include <memory>
+#include <string>
+
+#include "convert_options.h"
+#include "file_names.h"
+#include "header_completion.h"
+#include "log_summary.h"
+#include "output_file.h"
+
+namespace kvx {
+
+/// What the log has told of the station by its end.
+struct station_t {
+    bool has_position = false;
+    bool has_antenna = false;
+    header_facts_t facts;
+};
+
+/// Appears with its first epoch; a file without any never does.
+class ObservationFile {
+public:
+    explicit ObservationFile(const convert_options_t& options, const std::string& default_marker);
+
+    /// Writes an epoch: what the command line asked for of it.
+    /// @param epoch  changed: satellites that are not written are taken out
+    void add_epoch(raw_t& epoch);
+
+    /// Keeps the place of an event between the epochs around it.
+    /// @param epoch_pending  an epoch that came before the event is still to be added
+    void add_stop_and_go(const raw_t& raw, bool epoch_pending);
+    void add_mark(const raw_t& raw, bool epoch_pending);
+
+    bool exists() const { return file_ != nullptr; }
+    std::uint64_t epochs() const { return epochs_; }
+    std::uint64_t left_out() const { return left_out_; }  ///< satellites that the version cannot name
+    coverage_t coverage() const;
+
+    /// Patches and completes the header and gives the file its name.
+    /// @param raw  the decoder's record at the end of the log
+    /// @return path
+    std::string finish(const raw_t& raw, const station_t& station, const std::string& name);
+
+private:
+    bool on_grid(double now);
+    void select_satellites(raw_t& epoch);
+    void start(const raw_t& epoch);
+    void add_event(std::string text, bool epoch_pending);
+    void write(std::string& events);
+    void patch_header(const raw_t& raw, const station_t& station);
+
+    const convert_options_t& options_;
+    rnx_t opt_;
+    std::unique_ptr<OutputFile> file_;
+    std::string events_before_, events_after_;  // of the epoch to come, of the epoch pending
+    std::uint64_t epochs_ = 0, left_out_ = 0;
+    double first_ = 0.0, last_ = 0.0;  // GPS seconds
+    StepCounter steps_;
+};
+
+}  // namespace kvx
+
+#endif

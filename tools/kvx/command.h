@@ -9,16 +9,16 @@ namespace kvx {
 
 /// Exit codes of the program.
 enum exit_code_t : int {
-    kDone = 0,     ///< everything was done
-    kFailed = 1,   ///< nothing usable came out
-    kUsage = 2,    ///< the command line was wrong
-    kDamaged = 3,  ///< done, but the input was damaged
+    kDone = 0,      ///< everything was done
+    kFailed = 1,    ///< nothing usable came out
+    kUsage = 2,     ///< the command line was wrong
+    kDamaged = 3,   ///< done, but the input was damaged
 };
 
 /// A subcommand: its place on the command line and what it does when chosen.
 struct command_t {
     CLI::App* app;
-    std::function<int()> run;  ///< returns an exit_code_t
+    std::function<int()> run;   ///< returns an exit_code_t
 };
 
 command_t convert_command(CLI::App& program);
@@ -27,6 +27,6 @@ command_t simulate_command(CLI::App& program);
 command_t gpio_command(CLI::App& program);
 command_t i2c_command(CLI::App& program);
 
-}  // namespace kvx
+}   // namespace kvx
 
 #endif

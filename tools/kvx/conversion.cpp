@@ -16,7 +16,7 @@ namespace kvx {
 namespace {
 
 constexpr int kRangeMessage = 43;
-constexpr int kFirstGlonass = 79;  // satellite number of slot 1
+constexpr int kFirstGlonass = 79;   // satellite number of slot 1
 constexpr unsigned short kUsualLeaps = 18;
 
 class Conversion {
@@ -32,7 +32,7 @@ public:
         Initial_raw(raw_.get(), 0);
         raw_->opt_nosigmap = options.no_signal_map;
         raw_->opt_rawprn = options.raw_prn;
-        g_curleap = kUsualLeaps;  // what another log has told is no concern of this one
+        g_curleap = kUsualLeaps;   // what another log has told is no concern of this one
         station_.facts.marker_type = options.marker_type;
         station_.facts.run_by = options.run_by;
     }
@@ -134,11 +134,11 @@ private:
     EpochCollector epochs_;
 };
 
-}  // namespace
+}   // namespace
 
 conversion_result_t convert_log(const convert_options_t& options, const std::string& log)
 {
     return Conversion(options, log).run();
 }
 
-}  // namespace kvx
+}   // namespace kvx

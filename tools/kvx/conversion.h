@@ -19,6 +19,6 @@ struct conversion_result_t {
 /// @throws Error when nothing usable came out
 conversion_result_t convert_log(const convert_options_t& options, const std::string& log);
 
-}  // namespace kvx
+}   // namespace kvx
 
 #endif

@@ -104,7 +104,7 @@ int run(const convert_options_t& options)
     return Jobs(options).run();
 }
 
-}  // namespace
+}   // namespace
 
 command_t convert_command(CLI::App& program)
 {
@@ -119,4 +119,4 @@ command_t convert_command(CLI::App& program)
     return {app, [options] { return run(*options); }};
 }
 
-}  // namespace kvx
+}   // namespace kvx

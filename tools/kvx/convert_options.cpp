@@ -109,7 +109,7 @@ void add_header_options(CLI::App& app, convert_options_t& o)
         ->capture_default_str();
 }
 
-}  // namespace
+}   // namespace
 
 int convert_options_t::version() const
 {
@@ -177,4 +177,4 @@ bool header_and_records_disagree(const convert_options_t& o)
     return o.version() > 300 && !(known && o.receiver_kind != 1);
 }
 
-}  // namespace kvx
+}   // namespace kvx

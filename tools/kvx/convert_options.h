@@ -15,7 +15,7 @@ struct convert_options_t {
     std::vector<std::string> logs;
     std::string folder = ".";
     std::string rinex = "3.04";
-    std::string nav;  ///< split, mixed or none; empty: by the version
+    std::string nav;   ///< split, mixed or none; empty: by the version
     bool nav_repeats = false;
     bool position_listing = false;
     bool plain_header = false;
@@ -24,19 +24,19 @@ struct convert_options_t {
     bool json = false;
     int jobs = 1;
     std::string systems = "GRECJS";
-    double interval = 0.0;             ///< s, 0: every epoch
-    std::optional<double> start, end;  ///< GPS seconds
-    std::string name;                  ///< stem of the file names, empty: by convention
+    double interval = 0.0;              ///< s, 0: every epoch
+    std::optional<double> start, end;   ///< GPS seconds
+    std::string name;                   ///< stem of the file names, empty: by convention
 
     std::string marker, marker_number, marker_type = "GEODETIC";
     std::string observer, agency, run_by = "";
     std::string antenna_type, antenna_number;
-    std::optional<std::vector<double>> antenna_delta;  ///< height, east, north (m)
+    std::optional<std::vector<double>> antenna_delta;   ///< height, east, north (m)
     std::string receiver_number, receiver_type = "KV4A0", receiver_version;
     int receiver_kind = 9;
 
-    int version() const;        ///< RINEX version times 100
-    bool wants(int sys) const;  ///< system (gnss_system_t) asked for
+    int version() const;         ///< RINEX version times 100
+    bool wants(int sys) const;   ///< system (gnss_system_t) asked for
 };
 
 /// Declares the options; values are checked while the command line is read.
@@ -48,6 +48,6 @@ rnx_t rinex_options(const convert_options_t& options, const std::string& default
 /// True when the observation types of the header and the slots of the records go by different rules.
 bool header_and_records_disagree(const convert_options_t& options);
 
-}  // namespace kvx
+}   // namespace kvx
 
 #endif

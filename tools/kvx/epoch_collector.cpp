@@ -6,7 +6,7 @@
 namespace kvx {
 
 namespace {
-constexpr double kSameEpoch = 0.0015;  // s; the decoder joins compressed messages up to 1 ms apart
+constexpr double kSameEpoch = 0.0015;   // s; the decoder joins compressed messages up to 1 ms apart
 }
 
 EpochCollector::EpochCollector(std::function<void(raw_t&)> on_epoch)
@@ -42,4 +42,4 @@ void EpochCollector::flush()
     on_epoch_(*epoch_);
 }
 
-}  // namespace kvx
+}   // namespace kvx

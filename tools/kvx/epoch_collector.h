@@ -23,7 +23,7 @@ public:
     /// Hands out the epoch in hand, at the end of the log or before an event.
     void flush();
 
-    bool pending() const { return held_; }  ///< an epoch is in hand
+    bool pending() const { return held_; }   ///< an epoch is in hand
 
 private:
     bool continues(const raw_t& raw) const;
@@ -33,6 +33,6 @@ private:
     bool held_ = false;
 };
 
-}  // namespace kvx
+}   // namespace kvx
 
 #endif

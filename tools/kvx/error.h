@@ -23,6 +23,6 @@ inline Error system_error(const std::string& file, const std::string& where)
     return {file, std::strerror(errno), where};
 }
 
-}  // namespace kvx
+}   // namespace kvx
 
 #endif

@@ -21,7 +21,7 @@ std::string site(const std::string& marker)
     }
     if (name.size() == 9 && std::isdigit(static_cast<unsigned char>(name[4])) != 0) return name;
     name.resize(4, '0');
-    return name + "00XXX";  // monument 0, receiver 0, country not told
+    return name + "00XXX";   // monument 0, receiver 0, country not told
 }
 
 std::string start_time(double seconds)
@@ -56,7 +56,7 @@ std::string rate(double interval)
     return seconds < 6000 ? text("%02ldM", seconds / 60) : text("%02ldH", std::min(seconds / 3600, 99L));
 }
 
-}  // namespace
+}   // namespace
 
 std::string rinex_stem(const std::string& marker, const coverage_t& c, bool with_rate)
 {
@@ -73,4 +73,4 @@ std::string log_stem(const std::string& path)
     return name.stem().string();
 }
 
-}  // namespace kvx
+}   // namespace kvx

@@ -8,8 +8,8 @@ namespace kvx {
 
 /// What the name of a RINEX file tells.
 struct coverage_t {
-    double first, last;  ///< epochs, GPS seconds
-    double interval;     ///< s, 0: unknown
+    double first, last;   ///< epochs, GPS seconds
+    double interval;      ///< s, 0: unknown
 };
 
 /// Long file name by the convention of RINEX 3.04, section 4: "SITE00XXX_R_20240701200_15M_01S".
@@ -21,6 +21,6 @@ std::string rinex_stem(const std::string& marker, const coverage_t& coverage, bo
 /// Name of the log without folder and endings: the marker of a log that has no other.
 std::string log_stem(const std::string& path);
 
-}  // namespace kvx
+}   // namespace kvx
 
 #endif

@@ -76,7 +76,7 @@ std::string glonass_lines(const header_facts_t& facts)
 std::string added_lines(const std::vector<std::string>& header, int version, const header_facts_t& facts)
 {
     std::string out = program_line(facts.run_by);
-    if (version < 300) return out;  // the other lines belong to RINEX 3
+    if (version < 300) return out;   // the other lines belong to RINEX 3
     out += line(column(facts.marker_type, 20), "MARKER TYPE");
     out += phase_shift_lines(header);
     for (const std::string& l : header) {
@@ -109,7 +109,7 @@ void copy_rest(std::FILE* in, std::FILE* out)
     while ((n = std::fread(block.data(), 1, block.size(), in)) > 0) std::fwrite(block.data(), 1, n, out);
 }
 
-}  // namespace
+}   // namespace
 
 void complete_header(OutputFile& from, OutputFile& to, int version, const header_facts_t& facts)
 {
@@ -121,4 +121,4 @@ void complete_header(OutputFile& from, OutputFile& to, int version, const header
     to.check("the completed file");
 }
 
-}  // namespace kvx
+}   // namespace kvx

@@ -16,7 +16,7 @@ namespace kvx {
 struct header_facts_t {
     std::string marker_type = "GEODETIC";
     std::string run_by;
-    std::array<std::optional<std::int8_t>, 24> glonass_channels;  ///< by slot - 1
+    std::array<std::optional<std::int8_t>, 24> glonass_channels;   ///< by slot - 1
     std::array<bool, 24> glonass_seen{};
 };
 
@@ -26,6 +26,6 @@ struct header_facts_t {
 /// @throws Error when reading or writing fails
 void complete_header(OutputFile& from, OutputFile& to, int version, const header_facts_t& facts);
 
-}  // namespace kvx
+}   // namespace kvx
 
 #endif

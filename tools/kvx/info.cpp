@@ -61,7 +61,7 @@ int run(const info_options_t& options)
     return code;
 }
 
-}  // namespace
+}   // namespace
 
 command_t info_command(CLI::App& program)
 {
@@ -73,4 +73,4 @@ command_t info_command(CLI::App& program)
     return {app, [options] { return run(*options); }};
 }
 
-}  // namespace kvx
+}   // namespace kvx

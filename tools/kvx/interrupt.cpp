@@ -12,7 +12,7 @@ void catch_interrupts()
 {
     struct sigaction action {};
     action.sa_handler = [](int) { g_interrupted = 1; };
-    action.sa_flags = static_cast<int>(SA_RESETHAND);  // no SA_RESTART: a blocked read returns
+    action.sa_flags = static_cast<int>(SA_RESETHAND);   // no SA_RESTART: a blocked read returns
     sigaction(SIGINT, &action, nullptr);
     sigaction(SIGTERM, &action, nullptr);
 }
@@ -22,4 +22,4 @@ bool interrupted()
     return g_interrupted != 0;
 }
 
-}  // namespace kvx
+}   // namespace kvx

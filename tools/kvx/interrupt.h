@@ -4,9 +4,9 @@
 
 namespace kvx {
 
-void catch_interrupts();  ///< SIGINT and SIGTERM set the flag; a second one ends the program
+void catch_interrupts();   ///< SIGINT and SIGTERM set the flag; a second one ends the program
 bool interrupted();
 
-}  // namespace kvx
+}   // namespace kvx
 
 #endif

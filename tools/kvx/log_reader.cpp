@@ -6,7 +6,7 @@ namespace {
 
 constexpr std::size_t kBlockSize = 1 << 20;
 constexpr int kCrcSize = 4;
-constexpr int kDroppedHeader = 10;  // bytes read before a frame turns out to be too long
+constexpr int kDroppedHeader = 10;   // bytes read before a frame turns out to be too long
 constexpr int kLongestFrame = sizeof raw_t::buff;
 
 int u16_at(const std::uint8_t* p)
@@ -21,7 +21,7 @@ bool checksum_ok(const raw_t& raw)
     return crc32(raw.buff, raw.len) == crc;
 }
 
-}  // namespace
+}   // namespace
 
 LogReader::LogReader(LogSource& source, raw_t& raw) : source_(source), raw_(raw), block_(kBlockSize) {}
 
@@ -41,7 +41,7 @@ void LogReader::skip(std::uint64_t n)
 bool LogReader::next(frame_t& frame)
 {
     while (at_ < end_ || refill()) {
-        if (raw_.nbyte == 0) raw_.len = 0;  // tells a frame found from bytes merely searched
+        if (raw_.nbyte == 0) raw_.len = 0;   // tells a frame found from bytes merely searched
         int left = static_cast<int>(end_ - at_);
         const int before = left;
         const int result = input_korvexb(&raw_, block_.data() + at_, &left);
@@ -76,4 +76,4 @@ void LogReader::finish()
     raw_.nbyte = 0;
 }
 
-}  // namespace kvx
+}   // namespace kvx

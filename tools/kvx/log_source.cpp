@@ -53,4 +53,4 @@ std::uint64_t LogSource::position_on_disk() const
     return at > 0 ? static_cast<std::uint64_t>(at) : 0;
 }
 
-}  // namespace kvx
+}   // namespace kvx

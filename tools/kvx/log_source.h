@@ -27,8 +27,8 @@ public:
     const std::string& damage() const { return damage_; }
 
     const std::string& name() const { return name_; }
-    std::uint64_t size_on_disk() const { return size_; }  ///< bytes, 0: unknown
-    std::uint64_t position_on_disk() const;               ///< bytes of it used up
+    std::uint64_t size_on_disk() const { return size_; }   ///< bytes, 0: unknown
+    std::uint64_t position_on_disk() const;                ///< bytes of it used up
 
 private:
     std::string name_;
@@ -37,6 +37,6 @@ private:
     std::string damage_;
 };
 
-}  // namespace kvx
+}   // namespace kvx
 
 #endif

@@ -9,8 +9,9 @@ namespace kvx {
 
 namespace {
 
-constexpr std::size_t kMostSteps = 4096;  // different steps remembered; a log that jumps about has no more use for them
-constexpr double kHundredth = 0.01;       // s
+constexpr std::size_t kMostSteps =
+    4096;                             // different steps remembered; a log that jumps about has no more use for them
+constexpr double kHundredth = 0.01;   // s
 
 struct message_name_t {
     int id;
@@ -63,7 +64,7 @@ std::string plural(std::uint64_t n, const char* one)
     return std::to_string(n) + " " + one + (n == 1 ? "" : "s");
 }
 
-}  // namespace
+}   // namespace
 
 void StepCounter::add(double seconds)
 {
@@ -223,7 +224,7 @@ std::string losses_text(const nlohmann::ordered_json& lost)
     return out.empty() ? "  nothing lost\n" : out;
 }
 
-}  // namespace
+}   // namespace
 
 std::string summary_text(const nlohmann::ordered_json& j, bool tables)
 {
@@ -273,4 +274,4 @@ std::string date_text(double seconds)
                 hundredths % 100);
 }
 
-}  // namespace kvx
+}   // namespace kvx

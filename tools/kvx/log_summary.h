@@ -25,17 +25,17 @@ inline double gps_seconds(int week, double tow)
 class StepCounter {
 public:
     void add(double seconds);
-    double usual() const;           ///< the most frequent step (s), of several the smallest; 0: unknown
-    std::uint64_t gaps() const;     ///< steps longer than one and a half usual ones
-    std::uint64_t missing() const;  ///< epochs that the gaps lack
+    double usual() const;            ///< the most frequent step (s), of several the smallest; 0: unknown
+    std::uint64_t gaps() const;      ///< steps longer than one and a half usual ones
+    std::uint64_t missing() const;   ///< epochs that the gaps lack
 private:
-    std::map<std::int64_t, std::uint64_t> steps_;  // by hundredths of a second
+    std::map<std::int64_t, std::uint64_t> steps_;   // by hundredths of a second
 };
 
 /// One line per satellite.
 struct satellite_count_t {
     std::uint64_t epochs = 0;
-    std::array<std::uint64_t, kNumSlots> signals{};  ///< pseudoranges by slot
+    std::array<std::uint64_t, kNumSlots> signals{};   ///< pseudoranges by slot
 };
 
 /// Counts what passes by.
@@ -48,7 +48,7 @@ public:
     std::string why_no_epoch(const losses_t& losses) const;
 
     std::uint64_t epochs() const { return epochs_; }
-    double first() const { return first_; }  ///< GPS seconds of the first epoch
+    double first() const { return first_; }   ///< GPS seconds of the first epoch
     double last() const { return last_; }
     const StepCounter& steps() const { return steps_; }
 
@@ -76,6 +76,6 @@ std::string satellite_name(int sat);
 /// "2024-03-10 12:00:00.000" of GPS seconds.
 std::string date_text(double gps_seconds);
 
-}  // namespace kvx
+}   // namespace kvx
 
 #endif

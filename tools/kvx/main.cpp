@@ -37,11 +37,11 @@ int run_chosen(const std::vector<command_t>& commands)
     return kvx::kUsage;
 }
 
-}  // namespace
+}   // namespace
 
 int main(int argc, char** argv)
 {
-    std::signal(SIGPIPE, SIG_IGN);  // a reader that has gone is an error like any other
+    std::signal(SIGPIPE, SIG_IGN);   // a reader that has gone is an error like any other
     CLI::App app("Logs, RINEX files, messages and hardware of GNSS RTK receivers.", "kvx");
     app.set_version_flag("--version", KVX_VERSION);
     app.require_subcommand(1);

@@ -10,11 +10,11 @@ namespace kvx {
 
 namespace {
 
-constexpr double kOnGrid = 0.005;  // s; times are printed to the hundredth
+constexpr double kOnGrid = 0.005;   // s; times are printed to the hundredth
 constexpr double kEventMark = -3.0;
 constexpr double kEveryEpoch = 0.0;
 constexpr int kSlot2 = 2;
-constexpr int kLastBds2 = 16;  // BeiDou satellites above send B2a where B2 is printed
+constexpr int kLastBds2 = 16;   // BeiDou satellites above send B2a where B2 is printed
 
 // Signal slot whose columns a RINEX 2.11 file has for the system; -1: the file cannot name it.
 int source_slot2(int sys, int prn)
@@ -61,7 +61,7 @@ std::string written_text(Write write)
     return result;
 }
 
-}  // namespace
+}   // namespace
 
 ObservationFile::ObservationFile(const convert_options_t& options, const std::string& default_marker)
     : options_(options), opt_(rinex_options(options, default_marker))
@@ -142,14 +142,14 @@ void ObservationFile::add_stop_and_go(const raw_t& raw, bool epoch_pending)
     const auto copy = std::make_unique<raw_t>(raw);
     site = copy.get();
     if (site->rcv_text[0][0] == '\0') std::memcpy(site->rcv_text[0], opt_.marker, sizeof site->rcv_text[0] - 1);
-    rnx_t opt = opt_;  // the event tells its own position; the header gets the last one
+    rnx_t opt = opt_;   // the event tells its own position; the header gets the last one
     add_event(written_text([&](std::FILE* fp) { WriteStopAndGoInfo(fp, site, &opt); }), epoch_pending);
 }
 
 void ObservationFile::add_mark(const raw_t& raw, bool epoch_pending)
 {
     rnx_t opt = opt_;
-    opt.lastweek = -1;  // a mark that reaches us late is still a mark
+    opt.lastweek = -1;   // a mark that reaches us late is still a mark
     add_event(written_text([&](std::FILE* fp) { WriteRinexObsRec(fp, &raw, &opt, kEventMark); }), epoch_pending);
 }
 
@@ -189,4 +189,4 @@ std::string ObservationFile::finish(const raw_t& raw, const station_t& station, 
     return completed.publish(name);
 }
 
-}  // namespace kvx
+}   // namespace kvx

@@ -38,7 +38,7 @@ public:
 
     bool exists() const { return file_ != nullptr; }
     std::uint64_t epochs() const { return epochs_; }
-    std::uint64_t left_out() const { return left_out_; }  ///< satellites that the version cannot name
+    std::uint64_t left_out() const { return left_out_; }   ///< satellites that the version cannot name
     coverage_t coverage() const;
 
     /// Patches and completes the header and gives the file its name.
@@ -57,12 +57,12 @@ private:
     const convert_options_t& options_;
     rnx_t opt_;
     std::unique_ptr<OutputFile> file_;
-    std::string events_before_, events_after_;  // of the epoch to come, of the epoch pending
+    std::string events_before_, events_after_;   // of the epoch to come, of the epoch pending
     std::uint64_t epochs_ = 0, left_out_ = 0;
-    double first_ = 0.0, last_ = 0.0;  // GPS seconds
+    double first_ = 0.0, last_ = 0.0;   // GPS seconds
     StepCounter steps_;
 };
 
-}  // namespace kvx
+}   // namespace kvx
 
 #endif

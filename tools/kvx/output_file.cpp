@@ -12,7 +12,7 @@ namespace kvx {
 namespace {
 
 constexpr std::size_t kStreamBuffer = 256 * 1024;
-const std::timespec kStarted = [] {  // of the run, before any of its processes writes
+const std::timespec kStarted = [] {   // of the run, before any of its processes writes
     std::timespec now{};
     clock_gettime(CLOCK_REALTIME_COARSE, &now);
     return now;
@@ -24,7 +24,7 @@ bool made_by_this_run(const struct stat& status)
     return t.tv_sec > kStarted.tv_sec || (t.tv_sec == kStarted.tv_sec && t.tv_nsec >= kStarted.tv_nsec);
 }
 
-}  // namespace
+}   // namespace
 
 OutputFile::OutputFile(const std::string& folder) : folder_(folder), path_(folder + "/.kvx-XXXXXX")
 {
@@ -79,4 +79,4 @@ void make_folder(const std::string& folder)
     }
 }
 
-}  // namespace kvx
+}   // namespace kvx

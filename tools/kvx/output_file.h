@@ -13,11 +13,11 @@ class OutputFile {
 public:
     /// @throws Error when the folder cannot be written
     explicit OutputFile(const std::string& folder);
-    ~OutputFile();  ///< removes what was not published
+    ~OutputFile();   ///< removes what was not published
     OutputFile(const OutputFile&) = delete;
     OutputFile& operator=(const OutputFile&) = delete;
 
-    std::FILE* stream() { return stream_; }  ///< open for reading and writing
+    std::FILE* stream() { return stream_; }   ///< open for reading and writing
     const std::string& path() const { return path_; }
 
     /// Looks at the stream's error state, which a later close would hide.
@@ -39,6 +39,6 @@ private:
 /// @throws Error
 void make_folder(const std::string& folder);
 
-}  // namespace kvx
+}   // namespace kvx
 
 #endif

@@ -32,4 +32,4 @@ void Progress::at(std::uint64_t done)
     }
 }
 
-}  // namespace kvx
+}   // namespace kvx

@@ -12,7 +12,7 @@ namespace kvx {
 class Progress {
 public:
     Progress(std::string what, std::uint64_t total);
-    ~Progress();  ///< wipes the line
+    ~Progress();   ///< wipes the line
     Progress(const Progress&) = delete;
     Progress& operator=(const Progress&) = delete;
 
@@ -25,6 +25,6 @@ private:
     std::chrono::steady_clock::time_point next_;
 };
 
-}  // namespace kvx
+}   // namespace kvx
 
 #endif

@@ -15,4 +15,4 @@ std::string text(const char* format, ...)
     return out;
 }
 
-}  // namespace kvx
+}   // namespace kvx

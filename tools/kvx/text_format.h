@@ -9,6 +9,6 @@ namespace kvx {
 /// At most 255 characters.
 [[gnu::format(printf, 1, 2)]] std::string text(const char* format, ...);
 
-}  // namespace kvx
+}   // namespace kvx
 
 #endif

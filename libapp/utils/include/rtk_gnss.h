@@ -30,110 +30,110 @@ enum gnss_system_t : int {
     SYS_SBS = 64,
 };
 
-constexpr int kMaxSat = 170;  ///< highest satellite number; per-satellite tables have this many rows
-constexpr int kMaxObs = 80;   ///< satellites of one epoch
-constexpr int kNumSlots = 5;  ///< signal slots of one satellite
+constexpr int kMaxSat = 170;   ///< highest satellite number; per-satellite tables have this many rows
+constexpr int kMaxObs = 80;    ///< satellites of one epoch
+constexpr int kNumSlots = 5;   ///< signal slots of one satellite
 
 /// Observations of one satellite at one epoch, up to five signals (slots 0..4).
 struct obsd_t {
-    std::uint8_t sat;              ///< satellite number 1..170, 0: empty entry
-    double P[8];                   ///< pseudorange (m), slots 0..4 used
-    double L[8];                   ///< carrier phase (cycles), 0: none; slots 0..4 used
-    std::uint8_t reserved[40];     ///< not written by the decoder
-    float D[kNumSlots + 1];        ///< Doppler (Hz), one spare
-    double SNR[kNumSlots];         ///< carrier-to-noise density ratio (0.25 dB-Hz), 0: none
-    std::uint8_t LLI[kNumSlots];   ///< bit 0: loss of lock, bit 1: half-cycle ambiguity
-    std::uint8_t code[kNumSlots];  ///< observation code number, 0: not set
+    std::uint8_t sat;               ///< satellite number 1..170, 0: empty entry
+    double P[8];                    ///< pseudorange (m), slots 0..4 used
+    double L[8];                    ///< carrier phase (cycles), 0: none; slots 0..4 used
+    std::uint8_t reserved[40];      ///< not written by the decoder
+    float D[kNumSlots + 1];         ///< Doppler (Hz), one spare
+    double SNR[kNumSlots];          ///< carrier-to-noise density ratio (0.25 dB-Hz), 0: none
+    std::uint8_t LLI[kNumSlots];    ///< bit 0: loss of lock, bit 1: half-cycle ambiguity
+    std::uint8_t code[kNumSlots];   ///< observation code number, 0: not set
 };
 
 /// Keplerian broadcast ephemeris of a GPS, QZSS or BeiDou satellite.
 struct eph_t {
-    std::uint8_t sat;         ///< satellite number, 0: empty entry
-    std::int16_t iode;        ///< issue of data, ephemeris (BeiDou: AODE)
-    std::int16_t iodc;        ///< issue of data, clock (BeiDou: AODC)
-    std::uint16_t ura_index;  ///< SV accuracy index 0..15, 15: no prediction
-    std::uint8_t health;      ///< SV health, 0: healthy
-    std::uint16_t week;       ///< GPS week (BeiDou: BeiDou week + 1356)
-    std::int16_t aux_flag;    ///< GPS: codes on L2; printed by the BeiDou record in its spare field
-    std::int16_t l2p_flag;    ///< L2 P data flag
-    double toe;               ///< reference time of the orbit, seconds of week (BeiDou: BeiDou time)
-    double toc;               ///< reference time of the clock, seconds of week (BeiDou: BeiDou time)
-    double A;                 ///< semi-major axis (m), not its square root
-    double e;                 ///< eccentricity
-    double i0;                ///< inclination at toe (rad)
-    double omega0;            ///< longitude of the ascending node at the start of the week (rad)
-    double omega;             ///< argument of perigee (rad)
-    double M0;                ///< mean anomaly at toe (rad)
-    double delta_n;           ///< mean motion difference (rad/s)
-    double omega_dot;         ///< rate of the right ascension (rad/s)
-    double idot;              ///< rate of the inclination (rad/s)
-    double crc, crs;          ///< harmonic corrections of the orbit radius (m)
-    double cuc, cus;          ///< harmonic corrections of the argument of latitude (rad)
-    double cic, cis;          ///< harmonic corrections of the inclination (rad)
-    std::uint8_t fit;         ///< fit interval as transmitted
+    std::uint8_t sat;          ///< satellite number, 0: empty entry
+    std::int16_t iode;         ///< issue of data, ephemeris (BeiDou: AODE)
+    std::int16_t iodc;         ///< issue of data, clock (BeiDou: AODC)
+    std::uint16_t ura_index;   ///< SV accuracy index 0..15, 15: no prediction
+    std::uint8_t health;       ///< SV health, 0: healthy
+    std::uint16_t week;        ///< GPS week (BeiDou: BeiDou week + 1356)
+    std::int16_t aux_flag;     ///< GPS: codes on L2; printed by the BeiDou record in its spare field
+    std::int16_t l2p_flag;     ///< L2 P data flag
+    double toe;                ///< reference time of the orbit, seconds of week (BeiDou: BeiDou time)
+    double toc;                ///< reference time of the clock, seconds of week (BeiDou: BeiDou time)
+    double A;                  ///< semi-major axis (m), not its square root
+    double e;                  ///< eccentricity
+    double i0;                 ///< inclination at toe (rad)
+    double omega0;             ///< longitude of the ascending node at the start of the week (rad)
+    double omega;              ///< argument of perigee (rad)
+    double M0;                 ///< mean anomaly at toe (rad)
+    double delta_n;            ///< mean motion difference (rad/s)
+    double omega_dot;          ///< rate of the right ascension (rad/s)
+    double idot;               ///< rate of the inclination (rad/s)
+    double crc, crs;           ///< harmonic corrections of the orbit radius (m)
+    double cuc, cus;           ///< harmonic corrections of the argument of latitude (rad)
+    double cic, cis;           ///< harmonic corrections of the inclination (rad)
+    std::uint8_t fit;          ///< fit interval as transmitted
     std::uint8_t fit_reserved[7];
-    double af0, af1, af2;  ///< clock bias (s), drift (s/s), drift rate (s/s^2)
-    double tgd;            ///< group delay (s); BeiDou: TGD1
-    double tgd2;           ///< BeiDou: TGD2 (s)
+    double af0, af1, af2;   ///< clock bias (s), drift (s/s), drift rate (s/s^2)
+    double tgd;             ///< group delay (s); BeiDou: TGD1
+    double tgd2;            ///< BeiDou: TGD2 (s)
 };
 
 /// GLONASS broadcast ephemeris: state vector in PZ-90 and clock.
 struct geph_t {
-    std::uint8_t sat;       ///< satellite number 79..102, 0: empty entry
-    std::uint16_t iode;     ///< issue of data (7 bits)
-    std::int8_t frq;        ///< frequency channel -7..6
-    std::uint8_t svh;       ///< health, 0: healthy
-    std::uint8_t reserved;  ///< not read
-    std::uint8_t age;       ///< age of the operational information (days)
-    std::uint16_t week;     ///< GPS week number that goes with toe
-    double toe;             ///< reference time, seconds of week, GLONASS time (UTC + 3 h)
-    double tof;             ///< message frame time, seconds of week, GLONASS time
-    double pos[3];          ///< position (m)
-    double vel[3];          ///< velocity (m/s)
-    double acc[3];          ///< luni-solar acceleration (m/s^2)
-    double taun;            ///< clock bias (s)
-    double gamn;            ///< relative frequency bias
-    double dtaun;           ///< delay between L1 and L2 (s)
-    double tof_alt;         ///< message frame time as tof, printed in RINEX 2
+    std::uint8_t sat;        ///< satellite number 79..102, 0: empty entry
+    std::uint16_t iode;      ///< issue of data (7 bits)
+    std::int8_t frq;         ///< frequency channel -7..6
+    std::uint8_t svh;        ///< health, 0: healthy
+    std::uint8_t reserved;   ///< not read
+    std::uint8_t age;        ///< age of the operational information (days)
+    std::uint16_t week;      ///< GPS week number that goes with toe
+    double toe;              ///< reference time, seconds of week, GLONASS time (UTC + 3 h)
+    double tof;              ///< message frame time, seconds of week, GLONASS time
+    double pos[3];           ///< position (m)
+    double vel[3];           ///< velocity (m/s)
+    double acc[3];           ///< luni-solar acceleration (m/s^2)
+    double taun;             ///< clock bias (s)
+    double gamn;             ///< relative frequency bias
+    double dtaun;            ///< delay between L1 and L2 (s)
+    double tof_alt;          ///< message frame time as tof, printed in RINEX 2
 };
 
 /// SBAS broadcast ephemeris: state vector and clock.
 struct seph_t {
-    std::uint8_t index;  ///< satellite index 1..25 (1 is PRN 120), 0: empty entry
-    std::uint8_t iodn;   ///< issue of data navigation
-    std::uint8_t ura;    ///< accuracy code
-    std::uint16_t t0;    ///< reference time of day (16 s)
-    double pos[3];       ///< ECEF position (m)
-    float vel[3];        ///< velocity (m/s)
-    float acc[3];        ///< acceleration (m/s^2)
-    float af0;           ///< clock offset (s)
-    float af1;           ///< clock drift (s/s)
+    std::uint8_t index;   ///< satellite index 1..25 (1 is PRN 120), 0: empty entry
+    std::uint8_t iodn;    ///< issue of data navigation
+    std::uint8_t ura;     ///< accuracy code
+    std::uint16_t t0;     ///< reference time of day (16 s)
+    double pos[3];        ///< ECEF position (m)
+    float vel[3];         ///< velocity (m/s)
+    float acc[3];         ///< acceleration (m/s^2)
+    float af0;            ///< clock offset (s)
+    float af1;            ///< clock drift (s/s)
 };
 
 /// Clock polynomial of one Galileo message type.
 struct gal_clock_t {
-    double toc;            ///< reference time, seconds of week
-    double af0, af1, af2;  ///< bias (s), drift (s/s), drift rate (s/s^2)
+    double toc;             ///< reference time, seconds of week
+    double af0, af1, af2;   ///< bias (s), drift (s/s), drift rate (s/s^2)
 };
 
 /// Galileo broadcast ephemeris. Arrays of three are in the order E1B, E5a, E5b.
 struct galeph_t {
-    std::uint8_t sat;                                           ///< satellite number 103..138, 0: empty entry
-    std::uint8_t sisa;                                          ///< signal-in-space accuracy index 0..255
-    std::uint16_t iodnav;                                       ///< issue of data (10 bits)
-    std::uint16_t week;                                         ///< GPS week that goes with toe
-    std::uint8_t inav;                                          ///< 1: the I/NAV clock was received
-    std::uint8_t fnav;                                          ///< 1: the F/NAV clock was received
-    std::uint8_t health[3];                                     ///< signal health 0..3, 0: healthy
-    std::uint8_t validity[3];                                   ///< data validity, 0: valid
-    double toe;                                                 ///< reference time of the orbit, seconds of week
-    double sqrtA;                                               ///< square root of the semi-major axis (m^0.5)
-    double e, i0, omega0, omega, M0, delta_n, omega_dot, idot;  ///< as in eph_t
-    double crc, crs, cuc, cus, cic, cis;                        ///< as in eph_t
+    std::uint8_t sat;                                            ///< satellite number 103..138, 0: empty entry
+    std::uint8_t sisa;                                           ///< signal-in-space accuracy index 0..255
+    std::uint16_t iodnav;                                        ///< issue of data (10 bits)
+    std::uint16_t week;                                          ///< GPS week that goes with toe
+    std::uint8_t inav;                                           ///< 1: the I/NAV clock was received
+    std::uint8_t fnav;                                           ///< 1: the F/NAV clock was received
+    std::uint8_t health[3];                                      ///< signal health 0..3, 0: healthy
+    std::uint8_t validity[3];                                    ///< data validity, 0: valid
+    double toe;                                                  ///< reference time of the orbit, seconds of week
+    double sqrtA;                                                ///< square root of the semi-major axis (m^0.5)
+    double e, i0, omega0, omega, M0, delta_n, omega_dot, idot;   ///< as in eph_t
+    double crc, crs, cuc, cus, cic, cis;                         ///< as in eph_t
     gal_clock_t inav_clock;
     gal_clock_t fnav_clock;
-    double bgd_e5a;  ///< broadcast group delay E1/E5a (s)
-    double bgd_e5b;  ///< broadcast group delay E1/E5b (s)
+    double bgd_e5a;   ///< broadcast group delay E1/E5a (s)
+    double bgd_e5b;   ///< broadcast group delay E1/E5b (s)
     std::uint8_t reserved[8];
 };
 
@@ -147,81 +147,81 @@ struct stop_and_go_t {
 /// Initial_raw() before use.
 struct raw_t {
     std::uint8_t reserved0[5];
-    std::uint8_t sng_flag;      ///< 1: the last stop-and-go message carried data
-    std::uint8_t opt_nosigmap;  ///< host option, non-zero: the override flag never moves a signal to slot 2
-    std::uint8_t opt_rawprn;    ///< host option, non-zero: satellite numbers by fixed offsets of the PRN
-    std::uint16_t week;         ///< GPS week of the last message
-    double tow;                 ///< seconds of week of the last message
-    std::uint8_t nobs;          ///< used entries of obs, 0..80
-    double obs_tow;             ///< seconds of week of the epoch in obs
-    obsd_t obs[kMaxObs];        ///< current epoch
+    std::uint8_t sng_flag;       ///< 1: the last stop-and-go message carried data
+    std::uint8_t opt_nosigmap;   ///< host option, non-zero: the override flag never moves a signal to slot 2
+    std::uint8_t opt_rawprn;     ///< host option, non-zero: satellite numbers by fixed offsets of the PRN
+    std::uint16_t week;          ///< GPS week of the last message
+    double tow;                  ///< seconds of week of the last message
+    std::uint8_t nobs;           ///< used entries of obs, 0..80
+    double obs_tow;              ///< seconds of week of the epoch in obs
+    obsd_t obs[kMaxObs];         ///< current epoch
     std::uint8_t reserved1[104];
-    std::uint16_t leaps;  ///< GPS - UTC (s) from the last ionosphere/UTC message
-    double ion_gps[8];    ///< Klobuchar alpha 0..3 (s, s/semicircle, ...), beta 0..3
+    std::uint16_t leaps;   ///< GPS - UTC (s) from the last ionosphere/UTC message
+    double ion_gps[8];     ///< Klobuchar alpha 0..3 (s, s/semicircle, ...), beta 0..3
     std::uint8_t reserved2[96];
-    eph_t eph[85];                ///< 0..77: satellite number - 1; 78..84: QZSS 139..145
-    galeph_t galeph[36];          ///< PRN - 1
-    geph_t geph[24];              ///< slot - 1
-    seph_t seph[25];              ///< index - 1
-    stop_and_go_t sng;            ///< last stop-and-go message
-    char ant_type[31];            ///< antenna type, NUL-terminated
-    char rcv_text[4][31];         ///< [0]: site name of stop-and-go events; [1..3]: receiver version texts
-    std::uint32_t ant_word1;      ///< first word of the antenna message
-    double pos[3];                ///< receiver position, ECEF X, Y, Z (m)
-    float sng_f[3];               ///< antenna delta of the stop-and-go message: east, north, height (m)
-    std::uint32_t ant_word2;      ///< second word of the antenna message, see ant_height()
-    std::uint32_t glo_bias_mask;  ///< bit k: glo_bias[k] is known
+    eph_t eph[85];                 ///< 0..77: satellite number - 1; 78..84: QZSS 139..145
+    galeph_t galeph[36];           ///< PRN - 1
+    geph_t geph[24];               ///< slot - 1
+    seph_t seph[25];               ///< index - 1
+    stop_and_go_t sng;             ///< last stop-and-go message
+    char ant_type[31];             ///< antenna type, NUL-terminated
+    char rcv_text[4][31];          ///< [0]: site name of stop-and-go events; [1..3]: receiver version texts
+    std::uint32_t ant_word1;       ///< first word of the antenna message
+    double pos[3];                 ///< receiver position, ECEF X, Y, Z (m)
+    float sng_f[3];                ///< antenna delta of the stop-and-go message: east, north, height (m)
+    std::uint32_t ant_word2;       ///< second word of the antenna message, see ant_height()
+    std::uint32_t glo_bias_mask;   ///< bit k: glo_bias[k] is known
     std::uint8_t reserved3[4];
-    float glo_bias[4];  ///< GLONASS code-phase biases C1C, C1P, C2C, C2P (m)
+    float glo_bias[4];   ///< GLONASS code-phase biases C1C, C1P, C2C, C2P (m)
     std::uint8_t reserved4[8];
-    std::uint8_t flag;      ///< cleared by Initial_raw
-    std::uint16_t eph_sat;  ///< satellite of the ephemeris stored last, 0: unknown
+    std::uint8_t flag;       ///< cleared by Initial_raw
+    std::uint16_t eph_sat;   ///< satellite of the ephemeris stored last, 0: unknown
     std::uint8_t reserved5[3400];
-    float locktime[kMaxSat][kNumSlots];      ///< lock time (s), row satellite number - 1
-    std::uint8_t halfc[kMaxSat][kNumSlots];  ///< half cycle added, row satellite number - 1
-    std::uint16_t nbyte;                     ///< framing: bytes held in buff, 0: looking for a frame
-    std::int32_t len;                        ///< framing: length of the frame without its CRC
-    std::uint8_t buff[8192];                 ///< framing: the frame
-    std::uint8_t host_area[64612];           ///< the host's own, never touched
-    std::uint8_t ts_ena;                     ///< 1: messages before the start time are ignored
-    std::int32_t ts_week;                    ///< start time, GPS week
-    double ts_tow;                           ///< start time, seconds of week
-    std::uint8_t te_ena;                     ///< 1: messages after the end time are ignored
-    std::int32_t te_week;                    ///< end time, GPS week
-    double te_tow;                           ///< end time, seconds of week
+    float locktime[kMaxSat][kNumSlots];       ///< lock time (s), row satellite number - 1
+    std::uint8_t halfc[kMaxSat][kNumSlots];   ///< half cycle added, row satellite number - 1
+    std::uint16_t nbyte;                      ///< framing: bytes held in buff, 0: looking for a frame
+    std::int32_t len;                         ///< framing: length of the frame without its CRC
+    std::uint8_t buff[8192];                  ///< framing: the frame
+    std::uint8_t host_area[64612];            ///< the host's own, never touched
+    std::uint8_t ts_ena;                      ///< 1: messages before the start time are ignored
+    std::int32_t ts_week;                     ///< start time, GPS week
+    double ts_tow;                            ///< start time, seconds of week
+    std::uint8_t te_ena;                      ///< 1: messages after the end time are ignored
+    std::int32_t te_week;                     ///< end time, GPS week
+    double te_tow;                            ///< end time, seconds of week
 };
 
 /// Options of a RINEX file and the writers' running state. Texts are NUL-terminated unless they fill
 /// their array. Initial_Rnx() sets the defaults; rcvkind is the host's to set.
 struct rnx_t {
-    std::int32_t lastweek;   ///< GPS week of the last epoch written, -1: none
-    std::int32_t version;    ///< RINEX version times 100: 211, 302, 303, 304
-    std::int32_t firstweek;  ///< GPS week of the first epoch
-    std::int32_t curweek;    ///< GPS week of the record handed in last
-    double firsttow;         ///< seconds of week of the first epoch, negative: none
-    double lasttow;          ///< seconds of week of the last epoch, negative: none
+    std::int32_t lastweek;    ///< GPS week of the last epoch written, -1: none
+    std::int32_t version;     ///< RINEX version times 100: 211, 302, 303, 304
+    std::int32_t firstweek;   ///< GPS week of the first epoch
+    std::int32_t curweek;     ///< GPS week of the record handed in last
+    double firsttow;          ///< seconds of week of the first epoch, negative: none
+    double lasttow;           ///< seconds of week of the last epoch, negative: none
     double reserved;
-    double interval;       ///< observation interval (s), 0: to be found from the data
-    char prog[32];         ///< program name, 20 columns printed
-    char runby[32];        ///< who ran it, 20 columns
-    char marker[64];       ///< marker name, 60 columns
-    char markerno[64];     ///< marker number, 20 columns
-    char observer[32];     ///< observer, 20 columns
-    char agency[32];       ///< observer's agency, 40 columns
-    char rectype[32];      ///< receiver type, 20 columns; board names in it choose the observation types
-    char recno[32];        ///< receiver number, 20 columns
-    char recver[32];       ///< receiver version, 20 columns
-    char antno[32];        ///< antenna number, 20 columns
-    char anttype[32];      ///< antenna type and radome, IGS 16 + 4 columns
-    char antext[32];       ///< third field of the antenna line, 20 columns
-    double apppos[3];      ///< approximate position, ECEF X, Y, Z (m)
-    double antdel[3];      ///< antenna delta height, east, north (m)
-    std::int32_t rcvkind;  ///< kind of board: 0, 1, 2, 5, 6 or 9
-    std::int32_t sys_gps;  ///< 1: GPS and QZSS are written
-    std::int32_t sys_glo;  ///< 1: GLONASS is written
-    std::int32_t sys_bds;  ///< 1: BeiDou is written
-    std::int32_t sys_gal;  ///< 1: Galileo is written
-    std::int32_t sys_sbs;  ///< 1: SBAS is written
+    double interval;        ///< observation interval (s), 0: to be found from the data
+    char prog[32];          ///< program name, 20 columns printed
+    char runby[32];         ///< who ran it, 20 columns
+    char marker[64];        ///< marker name, 60 columns
+    char markerno[64];      ///< marker number, 20 columns
+    char observer[32];      ///< observer, 20 columns
+    char agency[32];        ///< observer's agency, 40 columns
+    char rectype[32];       ///< receiver type, 20 columns; board names in it choose the observation types
+    char recno[32];         ///< receiver number, 20 columns
+    char recver[32];        ///< receiver version, 20 columns
+    char antno[32];         ///< antenna number, 20 columns
+    char anttype[32];       ///< antenna type and radome, IGS 16 + 4 columns
+    char antext[32];        ///< third field of the antenna line, 20 columns
+    double apppos[3];       ///< approximate position, ECEF X, Y, Z (m)
+    double antdel[3];       ///< antenna delta height, east, north (m)
+    std::int32_t rcvkind;   ///< kind of board: 0, 1, 2, 5, 6 or 9
+    std::int32_t sys_gps;   ///< 1: GPS and QZSS are written
+    std::int32_t sys_glo;   ///< 1: GLONASS is written
+    std::int32_t sys_bds;   ///< 1: BeiDou is written
+    std::int32_t sys_gal;   ///< 1: Galileo is written
+    std::int32_t sys_sbs;   ///< 1: SBAS is written
 };
 
 static_assert(sizeof(obsd_t) == 256, "shared with the host");
@@ -385,15 +385,15 @@ RTK_UTILS_API void pos2ecef(const double* pos, double* ecef);
 
 /// What a frame brought. The three input functions return one of these.
 enum decode_result_t : int {
-    DECODE_EOF = -2,          ///< end of file or short read (file form only)
-    DECODE_REFUSED = -1,      ///< checksum wrong, body too short, ephemeris invalid
-    DECODE_NOTHING = 0,       ///< nothing new
-    DECODE_OBS = 1,           ///< observations in raw_t.obs
-    DECODE_EPH = 2,           ///< ephemeris of raw_t.eph_sat
-    DECODE_MARK = 4,          ///< mark time in raw_t.tow
-    DECODE_STATION = 5,       ///< position, antenna type or receiver version
-    DECODE_ION_UTC = 9,       ///< ionosphere and leap seconds
-    DECODE_STOP_AND_GO = 10,  ///< stop-and-go record
+    DECODE_EOF = -2,           ///< end of file or short read (file form only)
+    DECODE_REFUSED = -1,       ///< checksum wrong, body too short, ephemeris invalid
+    DECODE_NOTHING = 0,        ///< nothing new
+    DECODE_OBS = 1,            ///< observations in raw_t.obs
+    DECODE_EPH = 2,            ///< ephemeris of raw_t.eph_sat
+    DECODE_MARK = 4,           ///< mark time in raw_t.tow
+    DECODE_STATION = 5,        ///< position, antenna type or receiver version
+    DECODE_ION_UTC = 9,        ///< ionosphere and leap seconds
+    DECODE_STOP_AND_GO = 10,   ///< stop-and-go record
 };
 
 /// Takes one byte of the receiver log.

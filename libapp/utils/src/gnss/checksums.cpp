@@ -10,7 +10,7 @@ static_assert(std::endian::native == std::endian::little, "words are loaded as t
 
 namespace {
 
-constexpr std::uint32_t kPolynomial32 = 0xEDB88320;  // reflected
+constexpr std::uint32_t kPolynomial32 = 0xEDB88320;   // reflected
 constexpr std::uint32_t kPolynomial24 = 0x864CFB;
 constexpr int kSlices = 16;
 
@@ -62,7 +62,7 @@ std::uint32_t slice(std::uint32_t word, int behind)
            kCrc32[behind + 1][word >> 16 & 0xFF] ^ kCrc32[behind][word >> 24];
 }
 
-}  // namespace
+}   // namespace
 
 unsigned int crc32(const unsigned char* data, int len)
 {

@@ -4,10 +4,10 @@
 #include "rtk_gnss.h"
 
 namespace {
-constexpr double kSemiMajor = 6378137.0;                  // m
-constexpr double kEccentricity2 = 0.0066943799901413165;  // first eccentricity squared
+constexpr double kSemiMajor = 6378137.0;                   // m
+constexpr double kEccentricity2 = 0.0066943799901413165;   // first eccentricity squared
 constexpr double kOneMinusEccentricity2 = 0.9933056200098587;
-}  // namespace
+}   // namespace
 
 void pos2ecef(const double* pos, double* ecef)
 {

@@ -19,7 +19,7 @@ using namespace korvex;
 
 namespace {
 
-constexpr double kDegree = 3.1415926535897932 / 180.0;  // rad
+constexpr double kDegree = 3.1415926535897932 / 180.0;   // rad
 
 int body_size(const raw_t* raw)
 {
@@ -62,9 +62,9 @@ int satnov_OEM7(int sys, int prn)
 struct range_form_t {
     int record_size;
     range_t (*read)(const std::uint8_t* p);
-    double epoch_tolerance;  // s; a message within it joins the epoch
+    double epoch_tolerance;   // s; a message within it joins the epoch
     bool override_needs_rawprn;
-    int small_bds_prn;  // largest BeiDou PRN counted from 1 under raw PRNs
+    int small_bds_prn;   // largest BeiDou PRN counted from 1 under raw PRNs
     bool compressed;
 };
 
@@ -82,7 +82,7 @@ void begin_epoch(raw_t* raw, double tolerance)
 obsd_t* observation_of(raw_t* raw, int sat)
 {
     if (raw->nobs >= kMaxObs) return nullptr;
-    for (int i = raw->nobs - 1; i >= 0; --i) {  // the records of a satellite mostly come together
+    for (int i = raw->nobs - 1; i >= 0; --i) {   // the records of a satellite mostly come together
         if (raw->obs[i].sat == sat) return &raw->obs[i];
     }
     raw->obs_tow = raw->tow;
@@ -145,7 +145,7 @@ void store_range(raw_t* raw, const range_t& r, const range_form_t& form)
     obs->D[slot] = r.doppler;
     obs->SNR[slot] = strength(r, form.compressed);
     obs->LLI[slot] = static_cast<std::uint8_t>((r.locktime < 0.0f ? 1 : 0) | (track.parity_known ? 0 : 2));
-    if (form.compressed) obs->code[slot] = track.code;  // Deliberate: the plain message leaves the code at 0.
+    if (form.compressed) obs->code[slot] = track.code;   // Deliberate: the plain message leaves the code at 0.
 }
 
 int decode_ranges(raw_t* raw, const std::uint8_t* body, const range_form_t& form)
@@ -297,7 +297,7 @@ int decode_sbas_ephemeris(raw_t* raw, const std::uint8_t* body)
 {
     const seph_t seph = read_sbas_ephemeris(body);
     const int n = seph.index;
-    if (n >= 1 && n <= 25) {  // any other index has no place in the table
+    if (n >= 1 && n <= 25) {   // any other index has no place in the table
         seph_t& entry = raw->seph[n - 1];
         if (entry.index != 0 && timediff(entry.t0, seph.t0) == 0.0) return DECODE_NOTHING;
         entry = seph;
@@ -334,7 +334,7 @@ int decode_position(raw_t* raw, const std::uint8_t* body)
 {
     if (!has_position(body)) return DECODE_NOTHING;
     const double geodetic[3] = {wire::f64(body + 8) * kDegree, wire::f64(body + 16) * kDegree,
-                                wire::f64(body + 24) + wire::f32(body + 32)};  // height + undulation
+                                wire::f64(body + 24) + wire::f32(body + 32)};   // height + undulation
     pos2ecef(geodetic, raw->pos);
     return DECODE_STATION;
 }
@@ -382,7 +382,7 @@ int decode_antenna(raw_t* raw, const std::uint8_t* body)
 
 int decode_stop_and_go(raw_t* raw, const std::uint8_t* body)
 {
-    constexpr int kFullSize = 88;  // bytes of a record that carries data
+    constexpr int kFullSize = 88;   // bytes of a record that carries data
     const bool has_data = wire::u32(body) != 0;
     if (has_data && body_size(raw) < kFullSize) return DECODE_REFUSED;
     raw->sng_flag = has_data;
@@ -405,8 +405,8 @@ int decode_visibility(raw_t* raw, const std::uint8_t* /*body*/)
 
 struct message_t {
     std::uint16_t id;
-    int min_body;      // bytes that the decoder may read without asking
-    int short_result;  // result for a shorter body
+    int min_body;       // bytes that the decoder may read without asking
+    int short_result;   // result for a shorter body
     int (*decode)(raw_t* raw, const std::uint8_t* body);
 };
 
@@ -440,7 +440,7 @@ int dispatch(raw_t* raw, int id)
         if (m.id != id) continue;
         return body_size(raw) < m.min_body ? m.short_result : m.decode(raw, raw->buff + kHeaderSize);
     }
-    return DECODE_NOTHING;  // a message the library has no use for
+    return DECODE_NOTHING;   // a message the library has no use for
 }
 
 // Seconds from one week and second to another; the weeks' difference wraps instead of overflowing.
@@ -479,7 +479,7 @@ int decode_korvex(raw_t* raw)
     return dispatch(raw, id);
 }
 
-}  // namespace
+}   // namespace
 
 void decode_satvisb(raw_t* /*raw*/) {}
 

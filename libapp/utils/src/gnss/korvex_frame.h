@@ -13,19 +13,19 @@ inline constexpr std::uint8_t kSync[] = {0xAA, 0x44, 0x12};
 inline constexpr int kSyncSize = sizeof kSync;
 
 // Header offsets.
-inline constexpr int kAtId = 4;           // u16
-inline constexpr int kAtType = 6;         // u8, bits 4-5: format, 0 binary
-inline constexpr int kAtBodySize = 8;     // u16
-inline constexpr int kAtTimeStatus = 13;  // u8
-inline constexpr int kAtWeek = 14;        // u16
-inline constexpr int kAtMs = 16;          // u32, ms of the week
+inline constexpr int kAtId = 4;            // u16
+inline constexpr int kAtType = 6;          // u8, bits 4-5: format, 0 binary
+inline constexpr int kAtBodySize = 8;      // u16
+inline constexpr int kAtTimeStatus = 13;   // u8
+inline constexpr int kAtWeek = 14;         // u16
+inline constexpr int kAtMs = 16;           // u32, ms of the week
 
 inline constexpr int kHeaderSize = 28;
-inline constexpr int kLengthKnown = 10;  // bytes after which the body size is complete
+inline constexpr int kLengthKnown = 10;   // bytes after which the body size is complete
 inline constexpr int kCrcSize = 4;
-inline constexpr int kMaxLen = static_cast<int>(sizeof raw_t::buff) - kCrcSize;  // header and body
+inline constexpr int kMaxLen = static_cast<int>(sizeof raw_t::buff) - kCrcSize;   // header and body
 
-inline constexpr int kTimeUnknown = 20;  // time status
+inline constexpr int kTimeUnknown = 20;   // time status
 inline constexpr int kWeekUnknown = 65535;
 
 enum message_id_t : std::uint16_t {
@@ -57,6 +57,6 @@ inline bool usable_time(double sec)
     return std::fabs(sec) <= 1e7;
 }
 
-}  // namespace korvex
+}   // namespace korvex
 
 #endif

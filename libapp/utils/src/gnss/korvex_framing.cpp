@@ -10,7 +10,7 @@ namespace korvex {
 
 namespace {
 
-constexpr int kSearchLimit = 4097;  // bytes that one call on a file reads in search of a frame
+constexpr int kSearchLimit = 4097;   // bytes that one call on a file reads in search of a frame
 
 // While no frame is in hand, the start of the frame buffer holds the last three bytes seen.
 bool sync_completed_by(raw_t* raw, std::uint8_t byte)
@@ -54,7 +54,7 @@ int hunt(raw_t* raw, const std::uint8_t* data, int n)
     }
     if (n < kSyncSize) return n;
 
-    const std::uint8_t* const last = data + n - kSyncSize;  // last place where a whole sync fits
+    const std::uint8_t* const last = data + n - kSyncSize;   // last place where a whole sync fits
     for (const std::uint8_t* p = data; p <= last; ++p) {
         p = static_cast<const std::uint8_t*>(std::memchr(p, kSync[0], static_cast<std::size_t>(last - p) + 1));
         if (p == nullptr) break;
@@ -92,7 +92,7 @@ bool read_exactly(std::FILE* file, std::uint8_t* to, int n)
     return std::fread(to, static_cast<std::size_t>(n), 1, file) == 1;
 }
 
-}  // namespace
+}   // namespace
 
 framing_t frame_byte(raw_t* raw, std::uint8_t byte)
 {
@@ -122,7 +122,7 @@ framing_t frame_file(raw_t* raw, std::FILE* file)
 {
     if (raw->nbyte == 0) {
         const framing_t found = hunt_in_file(raw, file);
-        raw->nbyte = 0;  // until the header is whole: after a short read the search starts anew
+        raw->nbyte = 0;   // until the header is whole: after a short read the search starts anew
         if (found != framing_t::kComplete) return found;
     }
     if (!read_exactly(file, raw->buff + kSyncSize, kLengthKnown - kSyncSize)) return framing_t::kEndOfFile;
@@ -132,4 +132,4 @@ framing_t frame_file(raw_t* raw, std::FILE* file)
     return complete(raw);
 }
 
-}  // namespace korvex
+}   // namespace korvex

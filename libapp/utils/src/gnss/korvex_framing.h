@@ -10,10 +10,10 @@
 namespace korvex {
 
 enum class framing_t {
-    kMore,       // no frame yet
-    kComplete,   // a frame lies in the record's buffer
-    kTooLong,    // the header announced more than the buffer holds; the frame is dropped
-    kEndOfFile,  // also in the middle of a frame
+    kMore,        // no frame yet
+    kComplete,    // a frame lies in the record's buffer
+    kTooLong,     // the header announced more than the buffer holds; the frame is dropped
+    kEndOfFile,   // also in the middle of a frame
 };
 
 /// Takes one byte.
@@ -25,6 +25,6 @@ framing_t frame_block(raw_t* raw, const std::uint8_t* data, int& n);
 /// Reads one frame; kMore when the search limit was reached first.
 framing_t frame_file(raw_t* raw, std::FILE* file);
 
-}  // namespace korvex
+}   // namespace korvex
 
 #endif

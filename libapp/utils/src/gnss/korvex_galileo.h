@@ -16,6 +16,6 @@ inline constexpr int kGalInavEphemerisSize = 184;
 galeph_t read_galileo_ephemeris(const std::uint8_t* body);
 galeph_t read_galileo_inav_ephemeris(const std::uint8_t* body);
 
-}  // namespace korvex
+}   // namespace korvex
 
 #endif

@@ -8,8 +8,8 @@
 
 namespace korvex {
 
-inline constexpr int kGlonassEphemerisSize = 144;          // body (bytes)
-inline constexpr std::uint32_t kMaxGlonassOffset = 20000;  // largest credible GLONASS - GPS offset (s)
+inline constexpr int kGlonassEphemerisSize = 144;           // body (bytes)
+inline constexpr std::uint32_t kMaxGlonassOffset = 20000;   // largest credible GLONASS - GPS offset (s)
 
 /// GLONASS - GPS time offset (s) of the message.
 std::uint32_t glonass_offset(const std::uint8_t* body);
@@ -17,6 +17,6 @@ std::uint32_t glonass_offset(const std::uint8_t* body);
 /// Reads the message; the satellite is left to the caller. Times come out as GLONASS time.
 geph_t read_glonass_ephemeris(const std::uint8_t* body);
 
-}  // namespace korvex
+}   // namespace korvex
 
 #endif

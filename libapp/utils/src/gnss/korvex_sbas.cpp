@@ -2,15 +2,16 @@
 
 #include "wire.h"
 
+// clang-format off: the readers are layout tables
 namespace korvex {
 
 seph_t read_sbas_ephemeris(const std::uint8_t* b)
 {
     seph_t s{};
     s.index = b[0];
-    s.iodn  = b[1];
-    s.ura   = b[2];
-    s.t0    = wire::u16(b + 3);
+    s.iodn = b[1];
+    s.ura = b[2];
+    s.t0 = wire::u16(b + 3);
     for (int i = 0; i < 3; ++i) {
         s.pos[i] = wire::f64(b + 7 + 8 * i);
         s.vel[i] = wire::f32(b + 31 + 4 * i);
@@ -21,4 +22,4 @@ seph_t read_sbas_ephemeris(const std::uint8_t* b)
     return s;
 }
 
-}  // namespace korvex
+}   // namespace korvex

@@ -8,10 +8,10 @@
 
 namespace korvex {
 
-inline constexpr int kSbasEphemerisSize = 63;  // body (bytes)
+inline constexpr int kSbasEphemerisSize = 63;   // body (bytes)
 
 seph_t read_sbas_ephemeris(const std::uint8_t* body);
 
-}  // namespace korvex
+}   // namespace korvex
 
 #endif

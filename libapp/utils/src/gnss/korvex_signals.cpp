@@ -9,11 +9,11 @@ namespace korvex {
 
 namespace {
 
-constexpr double kByChannel = -1.0;  // GLONASS
+constexpr double kByChannel = -1.0;   // GLONASS
 
 struct row_t {
     int systems;
-    std::uint8_t type;  // signal type of the tracking status
+    std::uint8_t type;   // signal type of the tracking status
     std::uint8_t code;
     std::int8_t slot;
     double wavelength;
@@ -84,8 +84,8 @@ constexpr auto kLookup = make_lookup();
 
 struct prn_range_t {
     int sys;
-    int first, last;  // receiver PRNs
-    int offset;       // to the satellite number
+    int first, last;   // receiver PRNs
+    int offset;        // to the satellite number
 };
 
 constexpr prn_range_t kPrnRanges[] = {
@@ -109,7 +109,7 @@ int mapped(const prn_range_t (&ranges)[N], int sys, int prn)
     return 0;
 }
 
-}  // namespace
+}   // namespace
 
 int read_trackstat(std::uint32_t status, trackstat_t& out)
 {
@@ -138,4 +138,4 @@ int raw_satellite_number(int sys, int prn, int small_bds)
     return mapped(kRawPrnRanges, sys, prn);
 }
 
-}  // namespace korvex
+}   // namespace korvex

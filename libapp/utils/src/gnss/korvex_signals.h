@@ -8,15 +8,15 @@ namespace korvex {
 
 /// Channel tracking status of one signal, unpacked.
 struct trackstat_t {
-    int sys;             // gnss_system_t; 0: unknown
-    std::uint8_t code;   // observation code number
-    int tracking_state;  // 0..31
+    int sys;              // gnss_system_t; 0: unknown
+    std::uint8_t code;    // observation code number
+    int tracking_state;   // 0..31
     bool phase_lock;
     bool parity_known;
     bool code_lock;
-    bool half_cycle;     // half a cycle was added to the phase
-    bool slot_override;  // the receiver asks for slot 2
-    double wavelength;   // m; -1: GLONASS, by its frequency channel
+    bool half_cycle;      // half a cycle was added to the phase
+    bool slot_override;   // the receiver asks for slot 2
+    double wavelength;    // m; -1: GLONASS, by its frequency channel
 };
 
 /// Unpacks a channel tracking status.
@@ -33,6 +33,6 @@ int satellite_number(int sys, int prn);
 /// @param small_bds  largest BeiDou PRN that counts from 1: 159 or, in the compressed message, 29
 int raw_satellite_number(int sys, int prn, int small_bds);
 
-}  // namespace korvex
+}   // namespace korvex
 
 #endif

@@ -28,6 +28,6 @@ struct board_t {
     }
 };
 
-}  // namespace rinex
+}   // namespace rinex
 
 #endif

@@ -31,7 +31,7 @@ void put_satellite_list(text_t& out, const raw_t& raw, const rnx_t& opt)
         const system2_t system = system2(opt, satsys(raw.obs[i].sat, &prn));
         if (!system.enabled) continue;
         if (listed > 0 && listed % kSatellitesPerLine == 0) out.put('\n').blanks(32);
-        ++listed;  // Deliberate: a satellite without a letter takes a place all the same.
+        ++listed;   // Deliberate: a satellite without a letter takes a place all the same.
         if (system.letter != '\0') put_satellite(out, system.letter, prn);
     }
     out.put('\n');
@@ -50,7 +50,7 @@ void put_observation_lines(text_t& out, const obsd_t& obs, int first, int fields
     out.put('\n');
 }
 
-}  // namespace
+}   // namespace
 
 system2_t system2(const rnx_t& opt, int sys)
 {
@@ -85,4 +85,4 @@ void put_epoch_record2(text_t& out, const raw_t& raw, const rnx_t& opt, const da
     }
 }
 
-}  // namespace rinex
+}   // namespace rinex

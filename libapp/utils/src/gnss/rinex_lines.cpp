@@ -50,4 +50,4 @@ void put_time(text_t& out, const date_t& d, std::string_view label)
     out.header_number(d.second, 13, 7).blanks(5).label("GPS", 12).label(label, 20);
 }
 
-}  // namespace rinex
+}   // namespace rinex

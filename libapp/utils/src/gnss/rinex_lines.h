@@ -20,11 +20,11 @@ date_t date_of(int week, double tow, double mode = 0.0);
 void put_marker_number(text_t& out, const rnx_t& opt);
 void put_receiver(text_t& out, const rnx_t& opt);
 void put_antenna(text_t& out, const rnx_t& opt, const char (&type)[32]);
-void put_vector(text_t& out, double x, double y, double z, std::string_view label);  // "%14.4f" each
+void put_vector(text_t& out, double x, double y, double z, std::string_view label);   // "%14.4f" each
 void put_glonass_biases(text_t& out, const double (&bias)[4]);
 void put_interval(text_t& out, double interval);
 void put_time(text_t& out, const date_t& date, std::string_view label);
 
-}  // namespace rinex
+}   // namespace rinex
 
 #endif

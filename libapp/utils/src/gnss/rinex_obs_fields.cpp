@@ -9,7 +9,7 @@ namespace rinex {
 
 namespace {
 
-constexpr double kSmallestFlaggedPhase = 0.01;  // cycles
+constexpr double kSmallestFlaggedPhase = 0.01;   // cycles
 
 // Not a number is not valid either.
 template <typename T>
@@ -34,7 +34,7 @@ void put_phase(text_t& out, double phase, int lli)
     }
 }
 
-}  // namespace
+}   // namespace
 
 void put_signal_field(text_t& out, const obsd_t& obs, int slot, int i)
 {
@@ -87,7 +87,7 @@ bool is_older(const raw_t& raw, const rnx_t& opt)
 
 void write_event_mark(std::FILE* fp, const date_t& date, int version)
 {
-    constexpr int kExternalEvent = 5;  // epoch flag
+    constexpr int kExternalEvent = 5;   // epoch flag
     text_buffer_t<256> out;
     if (version > 299) {
         put_epoch_line3(out, date, kExternalEvent, 1);
@@ -102,4 +102,4 @@ void write_event_mark(std::FILE* fp, const date_t& date, int version)
     ++g_marktimecount;
 }
 
-}  // namespace rinex
+}   // namespace rinex

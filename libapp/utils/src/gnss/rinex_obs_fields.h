@@ -8,8 +8,8 @@
 
 namespace rinex {
 
-inline constexpr double kEventMark = -3.0;  // output rate that asks for a manual event mark
-inline constexpr int kSignalFields = 4;     // pseudorange, phase, Doppler, strength
+inline constexpr double kEventMark = -3.0;   // output rate that asks for a manual event mark
+inline constexpr int kSignalFields = 4;      // pseudorange, phase, Doppler, strength
 inline constexpr int kFieldWidth = 16;
 
 /// Longest epoch: every satellite with its identifier and five signals plus the blank group of BeiDou,
@@ -51,6 +51,6 @@ inline int observation_count(const raw_t& raw)
     return raw.nobs < kMaxObs ? raw.nobs : kMaxObs;
 }
 
-}  // namespace rinex
+}   // namespace rinex
 
 #endif

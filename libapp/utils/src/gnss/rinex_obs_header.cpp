@@ -8,7 +8,7 @@ namespace {
 
 using namespace rinex;
 
-constexpr int kBiasKnownKind = 6;  // board kind whose GLONASS code-phase biases are stated as 1 m
+constexpr int kBiasKnownKind = 6;   // board kind whose GLONASS code-phase biases are stated as 1 m
 
 void put_program(text_t& out, const rnx_t& opt)
 {
@@ -45,7 +45,7 @@ void put_header(text_t& out, const raw_t& raw, const rnx_t& opt)
     const date_t date = date_of(raw.week, raw.tow);
     put_time(out, date, "TIME OF FIRST OBS");
     out.put('\n');
-    put_time(out, date, "TIME OF LAST OBS");  // the same for now; patched when the last epoch is known
+    put_time(out, date, "TIME OF LAST OBS");   // the same for now; patched when the last epoch is known
     out.put('\n');
 
     // Deliberate: this line ends with its label, after 72 columns.
@@ -57,7 +57,7 @@ void put_header(text_t& out, const raw_t& raw, const rnx_t& opt)
     out.blanks(60).label("END OF HEADER", 20).put('\n');
 }
 
-}  // namespace
+}   // namespace
 
 int WriteRinexObsHeader(std::FILE* fp, const raw_t* raw, const rnx_t* opt)
 {

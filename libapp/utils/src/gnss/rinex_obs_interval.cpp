@@ -8,10 +8,10 @@ namespace rinex {
 
 namespace {
 
-constexpr int kFirstSampled = 10;  // records before it settle
+constexpr int kFirstSampled = 10;   // records before it settle
 constexpr int kLastSampled = 20;
-constexpr int kVoters = 10;          // Deliberate: the eleventh sample has no vote.
-constexpr double kUnknown = 0.0001;  // s; intervals below it are not known yet
+constexpr int kVoters = 10;           // Deliberate: the eleventh sample has no vote.
+constexpr double kUnknown = 0.0001;   // s; intervals below it are not known yet
 constexpr double kTolerance = 0.0001;
 
 bool is_unknown(double interval)
@@ -60,12 +60,12 @@ bool is_off_grid(double second, double interval)
 void rewrite_header(std::FILE* fp, const raw_t& raw, const rnx_t& opt, double second)
 {
     WriteRinexObsHeader(fp, &raw, &opt);
-    std::fseek(fp, 0, SEEK_END);  // epochs are always appended
+    std::fseek(fp, 0, SEEK_END);   // epochs are always appended
     firse_sec = second;
     beRewrite = 1;
 }
 
-}  // namespace
+}   // namespace
 
 bool on_interval_grid(std::FILE* fp, const raw_t& raw, rnx_t& opt, double rate, double second,
                       const interval_rules_t& rules)
@@ -86,4 +86,4 @@ bool on_interval_grid(std::FILE* fp, const raw_t& raw, rnx_t& opt, double rate, 
     return true;
 }
 
-}  // namespace rinex
+}   // namespace rinex

@@ -10,8 +10,8 @@ namespace rinex {
 
 /// What the two record writers do differently.
 struct interval_rules_t {
-    bool revote;               // hold the vote on every epoch, not only when the interval is found
-    bool counts_first_record;  // the records of the search count from the first one on
+    bool revote;                // hold the vote on every epoch, not only when the interval is found
+    bool counts_first_record;   // the records of the search count from the first one on
 };
 
 inline constexpr interval_rules_t kIntervalRules3 = {false, true};
@@ -26,6 +26,6 @@ inline constexpr interval_rules_t kIntervalRules2 = {true, false};
 bool on_interval_grid(std::FILE* fp, const raw_t& raw, rnx_t& opt, double rate, double second,
                       const interval_rules_t& rules);
 
-}  // namespace rinex
+}   // namespace rinex
 
 #endif

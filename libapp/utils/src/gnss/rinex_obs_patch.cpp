@@ -9,7 +9,7 @@ namespace {
 
 using namespace rinex;
 
-constexpr int kBiasKind = 2;  // board kind that reports GLONASS code-phase biases
+constexpr int kBiasKind = 2;   // board kind that reports GLONASS code-phase biases
 
 void patch_receiver(std::FILE* fp, const rnx_t& opt)
 {
@@ -22,7 +22,7 @@ void patch_station(std::FILE* fp, const raw_t& raw, const rnx_t& opt)
 {
     text_buffer_t<512> out;
     put_receiver(out, opt);
-    char type[32] = {};  // Deliberate: the record's antenna type, not the one of the options.
+    char type[32] = {};   // Deliberate: the record's antenna type, not the one of the options.
     std::memcpy(type, raw.ant_type, sizeof raw.ant_type);
     put_antenna(out, opt, type);
     put_vector(out, opt.apppos[0], opt.apppos[1], opt.apppos[2], "APPROX POSITION XYZ");
@@ -39,7 +39,7 @@ void patch_glonass_biases(std::FILE* fp, const raw_t& raw)
     patch_after(fp, "LEAP SECONDS", out);
 }
 
-}  // namespace
+}   // namespace
 
 int WriteRinexObsLastEpoch(std::FILE* fp, const rnx_t* opt)
 {

@@ -22,7 +22,7 @@ void put_epoch_record3(text_t& out, const raw_t& raw, const rnx_t& opt, const da
     }
 }
 
-}  // namespace
+}   // namespace
 
 int WriteRinexObsRec_2(std::FILE* fp, const raw_t* raw, rnx_t* opt, double rate)
 {
@@ -34,7 +34,7 @@ int WriteRinexObsRec_2(std::FILE* fp, const raw_t* raw, rnx_t* opt, double rate)
         return 1;
     }
 
-    if (opt->firsttow < 0.0) {  // Deliberate: unlike the RINEX 3 writer it leaves firstweek alone.
+    if (opt->firsttow < 0.0) {   // Deliberate: unlike the RINEX 3 writer it leaves firstweek alone.
         opt->firsttow = raw->tow;
         firse_sec = date.second;
     }

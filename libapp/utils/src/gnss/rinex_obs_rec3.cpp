@@ -9,11 +9,11 @@ namespace {
 
 using namespace rinex;
 
-constexpr int kLastBds2 = 16;    // BeiDou satellites up to this one send B2, those above it B2a
-constexpr int kSbasOffset = 19;  // SBAS numbers count from PRN 120, RINEX from PRN 100
+constexpr int kLastBds2 = 16;     // BeiDou satellites up to this one send B2, those above it B2a
+constexpr int kSbasOffset = 19;   // SBAS numbers count from PRN 120, RINEX from PRN 100
 
 struct system3_t {
-    char letter;  // '\0': no identifier
+    char letter;   // '\0': no identifier
     bool enabled;
 };
 
@@ -83,7 +83,7 @@ void put_epoch_record3(text_t& out, const raw_t& raw, const rnx_t& opt, const da
     for (int i = 0; i < observation_count(raw); ++i) put_satellite_line(out, raw.obs[i], opt, slots);
 }
 
-}  // namespace
+}   // namespace
 
 int WriteRinexObsRec(std::FILE* fp, const raw_t* raw, rnx_t* opt, double rate)
 {

@@ -20,18 +20,48 @@ struct row_t {
     const char* more = nullptr;   // continuation
 };
 
-constexpr bool always(const question_t&) { return true; }
-bool gps(const question_t& q) { return q.opt.sys_gps == 1; }
-bool glo(const question_t& q) { return q.opt.sys_glo == 1; }
-bool bds(const question_t& q) { return q.opt.sys_bds == 1; }
-bool gal(const question_t& q) { return q.opt.sys_gal == 1; }
-bool sbs(const question_t& q) { return q.opt.sys_sbs == 1; }
-bool all_signals(const question_t& q) { return q.board.kind == 9 || q.board.kv4a0; }
-bool three_bands(const question_t& q) { return q.board.kind == 6 || q.board.kv3a0; }
+constexpr bool always(const question_t&)
+{
+    return true;
+}
+bool gps(const question_t& q)
+{
+    return q.opt.sys_gps == 1;
+}
+bool glo(const question_t& q)
+{
+    return q.opt.sys_glo == 1;
+}
+bool bds(const question_t& q)
+{
+    return q.opt.sys_bds == 1;
+}
+bool gal(const question_t& q)
+{
+    return q.opt.sys_gal == 1;
+}
+bool sbs(const question_t& q)
+{
+    return q.opt.sys_sbs == 1;
+}
+bool all_signals(const question_t& q)
+{
+    return q.board.kind == 9 || q.board.kv4a0;
+}
+bool three_bands(const question_t& q)
+{
+    return q.board.kind == 6 || q.board.kv3a0;
+}
 
 // Boards whose BeiDou set has three bands or more; with 304 B1C is theirs too.
-bool bds_wide(const question_t& q) { return bds(q) && (three_bands(q) || all_signals(q)); }
-bool bds_b1c(const question_t& q) { return q.board.version == 304 && all_signals(q); }
+bool bds_wide(const question_t& q)
+{
+    return bds(q) && (three_bands(q) || all_signals(q));
+}
+bool bds_b1c(const question_t& q)
+{
+    return q.board.version == 304 && all_signals(q);
+}
 
 constexpr const char* kC12 = "C   12 C1I L1I D1I S1I C7I L7I D7I S7I C6I L6I D6I S6I";
 constexpr const char* kC16 = "C   16 C2I L2I D2I S2I C7I L7I D7I S7I C5D L5D D5D S5D C6I";
@@ -106,7 +136,10 @@ constexpr const char kTypes12C7[] =
     "          L7    D7    S7                                    # / TYPES OF OBSERV \n";
 // clang-format on
 
-void put_type_line(text_t& out, const char* types) { out.label(types, 60).label("SYS / # / OBS TYPES", 20).put('\n'); }
+void put_type_line(text_t& out, const char* types)
+{
+    out.label(types, 60).label("SYS / # / OBS TYPES", 20).put('\n');
+}
 
 template <std::size_t N>
 void put_set(text_t& out, const row_t (&rows)[N], const question_t& q)
@@ -151,7 +184,7 @@ void put_full_sets_2(text_t& out, const question_t& q)
     }
 }
 
-}  // namespace
+}   // namespace
 
 void put_observation_types(text_t& out, const rnx_t& opt, int second_code)
 {
@@ -169,13 +202,20 @@ void put_observation_types(text_t& out, const rnx_t& opt, int second_code)
 int slot_counts_t::of(int sys) const
 {
     switch (sys) {
-        case SYS_GPS: return gps;
-        case SYS_GLO: return glo;
-        case SYS_BDS: return bds;
-        case SYS_GAL: return gal;
-        case SYS_QZS: return qzs;
-        case SYS_SBS: return sbs;
-        default: return 0;
+        case SYS_GPS:
+            return gps;
+        case SYS_GLO:
+            return glo;
+        case SYS_BDS:
+            return bds;
+        case SYS_GAL:
+            return gal;
+        case SYS_QZS:
+            return qzs;
+        case SYS_SBS:
+            return sbs;
+        default:
+            return 0;
     }
 }
 
@@ -187,4 +227,4 @@ slot_counts_t slot_counts(const rnx_t& opt, bool no_signal_map)
     return {2, 2, 2, 0, 0, 0};
 }
 
-}  // namespace rinex
+}   // namespace rinex

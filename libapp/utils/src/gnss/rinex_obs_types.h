@@ -24,6 +24,6 @@ struct slot_counts_t {
 
 slot_counts_t slot_counts(const rnx_t& opt, bool no_signal_map);
 
-}  // namespace rinex
+}   // namespace rinex
 
 #endif

@@ -28,7 +28,7 @@ void reset_state()
     beRewrite = 1;
 }
 
-}  // namespace
+}   // namespace
 
 int Initial_Rnx(rnx_t* opt)
 {

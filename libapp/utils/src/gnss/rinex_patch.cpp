@@ -26,13 +26,13 @@ bool appends_only(std::FILE* fp)
     return flags != -1 && (flags & O_APPEND) != 0;
 }
 
-}  // namespace
+}   // namespace
 
 void patch_after(std::FILE* fp, const char* label, const text_t& text)
 {
     if (appends_only(fp) || !find_line(fp, label)) return;
-    std::fseek(fp, std::ftell(fp), SEEK_SET);  // between reading and writing a stream wants a seek
+    std::fseek(fp, std::ftell(fp), SEEK_SET);   // between reading and writing a stream wants a seek
     text.write(fp);
 }
 
-}  // namespace rinex
+}   // namespace rinex

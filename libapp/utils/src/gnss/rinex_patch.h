@@ -13,6 +13,6 @@ namespace rinex {
 /// is patched behind "END OF HEADER". A stream without either is left alone.
 void patch_after(std::FILE* fp, const char* label, const text_t& text);
 
-}  // namespace rinex
+}   // namespace rinex
 
 #endif

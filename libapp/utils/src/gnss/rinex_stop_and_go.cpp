@@ -53,7 +53,7 @@ void put_other_site(text_t& out, const raw_t& raw)
     put_comment(out, "--> THIS IS THE START OF A NEW SITE <--");
 }
 
-}  // namespace
+}   // namespace
 
 int WriteStopAndGoInfo(std::FILE* fp, const raw_t* raw, rnx_t* opt)
 {

@@ -30,11 +30,11 @@ constexpr digit_pairs_t kDigitPairs;
 // |value| * 1000 as an integer, rounded as printf rounds: exactly, ties to even.
 std::uint64_t thousandths(double magnitude)
 {
-    constexpr double kRounder = 4503599627370496.0;  // 2^52: sums with it are whole numbers
+    constexpr double kRounder = 4503599627370496.0;   // 2^52: sums with it are whole numbers
     const double product = magnitude * 1000.0;
     double n = (product + kRounder) - kRounder;
     const double d = product - n;
-    if (std::fabs(d) == 0.5) {  // the product itself was rounded: its residual decides
+    if (std::fabs(d) == 0.5) {   // the product itself was rounded: its residual decides
         const double r = std::fma(magnitude, 1000.0, -product);
         if (d > 0.0 && r > 0.0) n += 1.0;
         if (d < 0.0 && r < 0.0) n -= 1.0;
@@ -62,7 +62,7 @@ char* put_digits(std::uint64_t n, char* end)
 // Longest text of a double in fixed notation: 309 digits, sign, point and decimals.
 constexpr std::size_t kLongestFixed = 340;
 
-}  // namespace
+}   // namespace
 
 text_t& text_t::put(std::string_view s)
 {
@@ -141,7 +141,7 @@ text_t& text_t::observation(double value)
     std::memset(field, ' ', sizeof field);
 
     const std::uint64_t n = thousandths(std::fabs(value));
-    char* at = put_digits(n % 1000 + 1000, end);  // the leading 1 keeps the zeros and makes room for the point
+    char* at = put_digits(n % 1000 + 1000, end);   // the leading 1 keeps the zeros and makes room for the point
     *at = '.';
     at = put_digits(n / 1000, at);
     if (std::signbit(value)) *--at = '-';
@@ -149,4 +149,4 @@ text_t& text_t::observation(double value)
     return put({at, static_cast<std::size_t>(end - at)});
 }
 
-}  // namespace rinex
+}   // namespace rinex

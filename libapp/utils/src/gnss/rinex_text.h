@@ -18,7 +18,7 @@ class text_t {
 public:
     text_t(char* buffer, std::size_t size) : begin_(buffer), at_(buffer), end_(buffer + size) {}
 
-    text_t& put(std::string_view s);  ///< as it stands
+    text_t& put(std::string_view s);   ///< as it stands
     text_t& put(char c) { return put(std::string_view(&c, 1)); }
     text_t& blanks(int n);
 
@@ -32,8 +32,8 @@ public:
         return label(std::string_view(s, strnlen(s, N)), width);
     }
 
-    text_t& integer(long long value, int width, char fill = ' ');  ///< "%Wd" or "%0Wd"
-    text_t& fixed(double value, int width, int decimals);          ///< "%W.Df"
+    text_t& integer(long long value, int width, char fill = ' ');   ///< "%Wd" or "%0Wd"
+    text_t& fixed(double value, int width, int decimals);           ///< "%W.Df"
 
     /// fixed() for header lines: what is not finite or wider than its columns is printed as 0.
     text_t& header_number(double value, int width, int decimals);
@@ -70,6 +70,6 @@ private:
     char buffer_[Size];
 };
 
-}  // namespace rinex
+}   // namespace rinex
 
 #endif

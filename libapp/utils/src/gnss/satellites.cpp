@@ -7,8 +7,8 @@ namespace {
 
 struct range_t {
     int sys;
-    int first, last;  // satellite numbers
-    bool has_prn;     // satno() knows the way back
+    int first, last;   // satellite numbers
+    bool has_prn;      // satno() knows the way back
 };
 
 constexpr range_t kRanges[] = {
@@ -18,7 +18,7 @@ constexpr range_t kRanges[] = {
 
 struct carriers_t {
     int sys;
-    double wavelength[3];  // m, by signal slot
+    double wavelength[3];   // m, by signal slot
 };
 
 constexpr carriers_t kCarriers[] = {
@@ -28,7 +28,7 @@ constexpr carriers_t kCarriers[] = {
 constexpr carriers_t kOtherCarriers = {SYS_NONE, {kWavelenL1, kWavelenL2, kWavelenL5}};
 
 struct fdma_band_t {
-    double base, step;  // Hz
+    double base, step;   // Hz
 };
 
 constexpr fdma_band_t kGlonassBands[] = {{1.602e9, 562500.0}, {1.246e9, 437500.0}};
@@ -44,7 +44,7 @@ double glonass_wavelength(int orbital_slot, int band, signed char channel)
     return kLightSpeed / (kGlonassBands[band].base + channel * kGlonassBands[band].step);
 }
 
-}  // namespace
+}   // namespace
 
 int satsys(int sat, int* prn)
 {

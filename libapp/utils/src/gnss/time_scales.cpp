@@ -5,9 +5,9 @@ unsigned short g_curleap = 18;
 
 namespace {
 
-constexpr double kWeek = 604800.0;          // s
-constexpr double kBdsOffset = 14.0;         // GPS time - BeiDou time (s)
-constexpr double kGlonassOffset = 10800.0;  // GLONASS time - UTC (s)
+constexpr double kWeek = 604800.0;           // s
+constexpr double kBdsOffset = 14.0;          // GPS time - BeiDou time (s)
+constexpr double kGlonassOffset = 10800.0;   // GLONASS time - UTC (s)
 
 // GPS - UTC from a time on, exclusive of its second; -1: the whole of that week.
 struct leap_step_t {
@@ -26,7 +26,7 @@ unsigned short leaps_at(int week, double sec)
         if (week > step.week) return step.leaps;
         if (week == step.week && (step.after < 0.0 || sec > step.after)) return step.leaps;
     }
-    return g_curleap;  // before the table: nothing is known better
+    return g_curleap;   // before the table: nothing is known better
 }
 
 // The week is normalised on a copy; the seconds are compared as they stand.
@@ -36,7 +36,7 @@ void follow_leaps(double sec, unsigned short week)
     g_curleap = leaps_at(week, sec);
 }
 
-}  // namespace
+}   // namespace
 
 double adjweek(double sec, unsigned short* week)
 {

@@ -32,6 +32,6 @@ inline double f64(const std::uint8_t* p)
     return std::bit_cast<double>(u64(p));
 }
 
-}  // namespace wire
+}   // namespace wire
 
 #endif

@@ -26,6 +26,8 @@ command_t info_command(CLI::App& program);
 command_t simulate_command(CLI::App& program);
 command_t gpio_command(CLI::App& program);
 command_t i2c_command(CLI::App& program);
+command_t dump_command(CLI::App& program);
+command_t frame_command(CLI::App& program);
 
 }   // namespace kvx
 

@@ -1,0 +1,227 @@
+"""Runs of kvx as a user makes them: what is written, what is said, and the exit codes."""
+
+import gzip
+import json
+import os
+import pathlib
+import re
+import resource
+import subprocess
+import tempfile
+import unittest
+
+KVX = os.environ["KVX"]
+CHECK = pathlib.Path(__file__).parent.parent / "support" / "rinex_check.py"
+
+DONE, FAILED, USAGE, DAMAGED = 0, 1, 2, 3
+
+
+def kvx(*args, **options):
+    """Runs kvx; stdin is empty unless told otherwise."""
+    options.setdefault("stdin", subprocess.DEVNULL)
+    return subprocess.run([KVX, *map(str, args)], stdout=subprocess.PIPE, stderr=subprocess.PIPE, timeout=300, **options)
+
+
+def without_date(text):
+    return b"".join(l for l in text.splitlines(True) if b"PGM / RUN BY / DATE" not in l)
+
+
+class Convert(unittest.TestCase):
+    @classmethod
+    def setUpClass(cls):
+        cls.kept = tempfile.TemporaryDirectory()
+        cls.log = pathlib.Path(cls.kept.name) / "survey.log"
+        cls.log140 = pathlib.Path(cls.kept.name) / "compressed.log"
+        assert kvx("simulate", "-o", cls.log, "--duration", 600).returncode == DONE
+        assert kvx("simulate", "-o", cls.log140, "--duration", 600, "--range", 140).returncode == DONE
+
+    @classmethod
+    def tearDownClass(cls):
+        cls.kept.cleanup()
+
+    def setUp(self):
+        self.scratch = tempfile.TemporaryDirectory()
+        self.dir = pathlib.Path(self.scratch.name)
+        self.out = self.dir / "out"
+
+    def tearDown(self):
+        self.scratch.cleanup()
+
+    def write(self, name, data):
+        path = self.dir / name
+        path.write_bytes(data)
+        return path
+
+    def observations(self, folder=None):
+        files = list((folder or self.out).glob("*_MO.rnx"))
+        self.assertEqual(1, len(files), files)
+        return files[0]
+
+    def test_summary_and_files(self):
+        run = kvx("convert", self.log, "-o", self.out, "--marker", "Base", "--json")
+        self.assertEqual((DONE, b""), (run.returncode, run.stderr))
+        summary = json.loads(run.stdout)
+        self.assertEqual(600, summary["epochs"])
+        self.assertEqual(1.0, summary["interval"])
+        self.assertEqual({"GPS", "GLONASS", "Galileo", "BeiDou", "QZSS", "SBAS"}, set(summary["satellites_by_system"]))
+        self.assertEqual(0, sum(summary["lost"].values()))
+        self.assertTrue(all(pathlib.Path(f).exists() for f in summary["files"]))
+        self.assertRegex(self.observations().name, r"^BASE00XXX_R_\d{11}_10M_01S_MO\.rnx$")
+        self.assertEqual([], list(self.out.glob(".*")), "nothing temporary stays")
+
+    def test_same_log_same_file_whatever_its_form(self):
+        kvx("convert", self.log, "-o", self.out, "--marker", "Base")
+        expected = without_date(self.observations().read_bytes())
+        packed = self.write("survey.log.gz", gzip.compress(self.log.read_bytes()))
+        kvx("convert", packed, "-o", self.dir / "gz", "--marker", "Base")
+        with open(self.log, "rb") as log:
+            kvx("convert", "-", "-o", self.dir / "pipe", "--marker", "Base", stdin=log)
+        german = dict(os.environ, LC_ALL="de_DE.UTF-8", TZ="Asia/Kathmandu")
+        kvx("convert", self.log, "-o", self.dir / "locale", "--marker", "Base", env=german)
+        for folder in ("gz", "pipe", "locale"):
+            self.assertEqual(expected, without_date(self.observations(self.dir / folder).read_bytes()), folder)
+
+    def test_strict_check_finds_nothing(self):
+        # What stands above the lines that the tool adds is the library's and fixed: its date form (the
+        # published one follows further down), untrimmed texts, C1I for B1 up to 3.03 and BeiDou in 2.11.
+        allowed = {"2.11": ",satellite-system", "3.02": "", "3.03": ",obs-code", "3.04": ""}
+        for log in (self.log, self.log140):
+            for version, more in allowed.items():
+                folder = self.dir / (log.name + version)
+                run = kvx("convert", log, "-o", folder, "--rinex", version, "--agency", "A", "--observer", "O")
+                self.assertEqual(DONE, run.returncode, run.stderr)
+                check = subprocess.run(
+                    ["python3", "-B", CHECK, self.observations(folder), "--allow", "pgm-date,label-twice,short-line" + more],
+                    stdout=subprocess.PIPE, timeout=300)
+                self.assertEqual(0, check.returncode, check.stdout.decode()[-2000:])
+
+    def test_header_options(self):
+        kvx("convert", self.log, "-o", self.out, "--marker", "P7", "--marker-number", "12", "--observer", "Ada",
+            "--agency", "Office", "--antenna-type", "TYPE", "--antenna-number", "A1", "--antenna-delta", "1.5,0.25,-0.125",
+            "--receiver-number", "R9", "--receiver-version", "2.0", "--run-by", "me", "--marker-type", "GEODYNAMIC")
+        text = self.observations().read_text()
+        for line in ("P7" + " " * 58 + "MARKER NAME", "Ada                 Office",
+                     "R9                  KV4A0               2.0                 REC",
+                     "A1                  TYPE            NONE                    ANT",
+                     "        1.5000        0.2500       -0.1250 ", "GEODYNAMIC", "     1.000"):
+            self.assertTrue("\n" + line in text, line)
+        plain = kvx("convert", self.log, "-o", self.dir / "plain", "--plain-header")
+        self.assertEqual(DONE, plain.returncode)
+        self.assertFalse("MARKER TYPE" in self.observations(self.dir / "plain").read_text())
+
+    def epochs(self, *args):
+        folder = self.dir / str(len(list(self.dir.iterdir())))
+        self.assertEqual(DONE, kvx("convert", self.log, "-o", folder, *args).returncode)
+        text = self.observations(folder).read_text()
+        return text, [l for l in text.splitlines() if re.match(r"> .* 0[ \d]{3} *$", l)]
+
+    def test_selection(self):
+        text, epochs = self.epochs("--interval", 30)
+        self.assertEqual(20, len(epochs))
+        self.assertTrue("\n    30.000" in text)
+        at = "%s-%s-%s %s:%s:" % tuple(epochs[0].split()[1:6])
+        _, some = self.epochs("--start", at + "30", "--end", at + "39.5")
+        self.assertEqual(10, len(some))
+        text, _ = self.epochs("--systems", "RJ")
+        self.assertEqual({"R", "J", ">"}, {l[0] for l in text.split("END OF HEADER")[1].splitlines()[1:] if l[0] in "GRECJS>"})
+
+    def test_events_keep_their_place(self):
+        text, _ = self.epochs()
+        self.assertTrue("KINEMATIC DATA" in text)
+        self.assertTrue("START OF A NEW SITE" in text)
+        marks = re.findall(r"^> (.{19,29})  5  1 +\nManual Event # (\d+)", text, re.M)
+        self.assertTrue(marks)
+        self.assertEqual([str(i + 1) for i in range(len(marks))], [m[1] for m in marks])
+
+    def test_position_listing(self):
+        kvx("convert", self.log, "-o", self.out, "--xyz")
+        listing = next(self.out.glob("*.xyz")).read_text().splitlines()
+        self.assertTrue(listing)
+        for line in listing:
+            self.assertEqual(11, len(line.split()))
+
+    def test_damage_is_told_and_costs_little(self):
+        data = bytearray(self.log.read_bytes())
+        at = len(data) // 2
+        data[at] ^= 1
+        damaged = self.write("damaged.log", bytes(data[:at + 5000]) + b"rubbish" + bytes(data[at + 5000:-3]))
+        run = kvx("convert", damaged, "-o", self.out, "--json")
+        self.assertEqual(DAMAGED, run.returncode, run.stderr)
+        summary = json.loads(run.stdout)
+        frames = sum(m["bytes"] for m in summary["messages"])
+        lost = summary["lost"]
+        self.assertGreaterEqual(summary["epochs"], 590)
+        self.assertGreater(lost["bad_checksum"], 0)
+        self.assertGreater(lost["torn_bytes"], 0)
+        self.assertLess(frames, summary["bytes"])
+        self.assertEqual(DAMAGED, kvx("info", damaged).returncode)
+
+    def test_inputs_that_give_no_file(self):
+        unreadable = self.write("unreadable.log", b"x")
+        unreadable.chmod(0)
+        cases = {
+            "missing": (self.dir / "missing.log", "No such file"),
+            "folder": (self.dir, "is a directory"),
+            "empty": (self.write("empty.log", b""), "no frame"),
+            "garbage": (self.write("garbage.log", bytes(range(256)) * 100), "no frame"),
+            "other file": ("/proc/self/mem", "rror"),
+            "broken gzip": (self.write("x.gz", gzip.compress(self.log.read_bytes())[:30]), "no "),
+            "unreadable": (unreadable, "ermission denied"),
+        }
+
+        def as_nobody():
+            if os.geteuid() == 0:
+                os.setresuid(65534, 65534, 65534)
+
+        self.dir.chmod(0o777)
+        for why, (path, text) in cases.items():
+            run = kvx("convert", path, "-o", self.out, preexec_fn=as_nobody)
+            self.assertEqual(FAILED, run.returncode, why)
+            self.assertTrue(run.stderr.startswith(b"kvx: error: "), run.stderr)
+            self.assertIn(text, run.stderr.decode(), why)
+            self.assertEqual([], list(self.out.iterdir()), why)
+
+    def test_one_bad_log_among_good_ones(self):
+        run = kvx("convert", self.log, self.dir / "none.log", self.log140, "-j", 2, "-o", self.out, "--json")
+        self.assertEqual(FAILED, run.returncode)
+        self.assertIn(b"none.log", run.stderr)
+        self.assertEqual(2, len(run.stdout.splitlines()))
+        self.assertEqual(2, len(list(self.out.glob("*_MO.rnx"))))
+
+    def test_two_logs_never_share_a_file(self):
+        run = kvx("convert", self.log, self.log140, "-o", self.out, "--marker", "Same")
+        self.assertEqual(FAILED, run.returncode)
+        self.assertIn(b"another log of this run", run.stderr)
+        self.assertEqual(1, len(list(self.out.glob("*_MO.rnx"))))
+        self.assertEqual([], list(self.out.glob(".*")))
+
+    def test_full_disk(self):
+        def small_files():
+            resource.setrlimit(resource.RLIMIT_FSIZE, (500000, 500000))
+            import signal
+            signal.signal(signal.SIGXFSZ, signal.SIG_IGN)
+
+        run = kvx("convert", self.log, "-o", self.out, preexec_fn=small_files)
+        self.assertEqual(FAILED, run.returncode)
+        self.assertIn(b"writing", run.stderr)
+        self.assertEqual([], list(self.out.iterdir()))
+
+    def test_wrong_usage(self):
+        for args in ([], ["convert"], ["convert", "x", "--rinex", "3.05"], ["convert", "x", "--systems", "GX"],
+                     ["convert", "x", "--start", "yesterday"], ["convert", "x", "y", "--name", "z"], ["nonsense"],
+                     ["convert", "x", "--antenna-delta", "1,2"], ["convert", "x", "--interval", "-1"]):
+            self.assertEqual(USAGE, kvx(*args).returncode, args)
+        self.assertEqual(DONE, kvx("--help").returncode)
+        self.assertEqual(DONE, kvx("--version").returncode)
+        warned = kvx("convert", self.log, "-o", self.out, "--receiver-type", "other")
+        self.assertIn(b"warning", warned.stderr)
+
+    def test_results_that_cannot_be_printed(self):
+        with open("/dev/full", "wb") as full:
+            run = subprocess.run([KVX, "info", str(self.log)], stdout=full, stderr=subprocess.PIPE, timeout=60)
+        self.assertEqual(FAILED, run.returncode)
+        self.assertIn(b"standard output", run.stderr)
+
+
+if __name__ == "__main__":
+    unittest.main()

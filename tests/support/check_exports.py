@@ -1,0 +1,35 @@
+"""check_exports.py NM LIBRARY LIST: the library exports the names of the list and no others.
+
+A new export is a line in a review. Instantiations of the standard library's templates do not count.
+"""
+
+import re
+import subprocess
+import sys
+
+
+def exported(nm, library):
+    symbols = subprocess.run([nm, "-DC", "--defined-only", library], check=True, stdout=subprocess.PIPE, text=True).stdout
+    names = set()
+    for line in symbols.splitlines():
+        name = line.split(" ", 2)[2]
+        if re.match(r"(void |bool |typeinfo |vtable |guard variable |VTT )*(for )?(std|__gnu_cxx)::", name):
+            continue
+        names.add(name)
+    return names
+
+
+def main():
+    nm, library, listing = sys.argv[1:]
+    with open(listing, encoding="utf-8") as file:
+        reviewed = {line.strip() for line in file if line.strip() and not line.startswith("#")}
+    found = exported(nm, library)
+    for name in sorted(found - reviewed):
+        print(f"exported but not in {listing}: {name}")
+    for name in sorted(reviewed - found):
+        print(f"in {listing} but not exported: {name}")
+    return 0 if found == reviewed else 1
+
+
+if __name__ == "__main__":
+    sys.exit(main())

@@ -1,0 +1,87 @@
+/// @file simulator.h  A receiver under the built-in sky: its log, epoch by epoch.
+#ifndef SKY_SIMULATOR_H
+#define SKY_SIMULATOR_H
+
+#include <array>
+#include <memory>
+#include <vector>
+
+#include "sky/constellation.h"
+#include "sky/random.h"
+#include "sky/range_messages.h"
+
+namespace sky {
+
+constexpr int kAllSystems = SYS_GPS | SYS_GLO | SYS_GAL | SYS_BDS | SYS_QZS | SYS_SBS;
+
+/// What is to be simulated. The same scenario gives the same bytes on every machine.
+struct scenario_t {
+    int week = 2305;                     ///< GPS week of the first epoch, 1513..65000
+    double tow = 43200.0;                ///< its second of week, a whole number of milliseconds
+    double duration = 600.0;             ///< s; epochs lie before its end, one at least
+    double rate = 1.0;                   ///< Hz, up to 20; below 1 the interval is rounded to whole seconds
+    double lat = 31.2;                   ///< antenna: degrees north
+    double lon = 121.5;                  ///< degrees east
+    double height = 30.0;                ///< m above WGS 84
+    int systems = kAllSystems;           ///< bits of gnss_system_t
+    range_form_t range = kFullRange;     ///< message that carries the observations
+    double mask = 10.0;                  ///< least elevation, degrees
+    double ephemeris_interval = 300.0;   ///< s between repetitions of unchanged ephemerides
+    double code_noise = 0.3;             ///< deviation of a pseudorange, m
+    double phase_noise = 0.01;           ///< deviation of a phase, cycles
+    std::uint64_t seed = 1;
+};
+
+/// Weeks that are simulated: from 2009 on the leap seconds are known to the library.
+constexpr int kFirstWeek = 1513;
+constexpr int kLastWeek = 65000;
+
+/// Makes the log of a scenario. Memory does not grow with its duration.
+class simulator {
+public:
+    explicit simulator(const scenario_t& scenario);
+    ~simulator();
+
+    /// Appends the messages of the next epoch.
+    ///
+    /// @return false, with nothing appended, when the duration is over
+    bool next(bytes_t& log);
+
+    std::int64_t epochs() const { return m_epochs; }   ///< of the whole scenario
+    std::int64_t done() const { return m_done; }       ///< made so far
+    const std::vector<std::unique_ptr<vehicle>>& vehicles() const { return m_vehicles; }
+
+private:
+    struct track_t;
+
+    void look(track_t& track) const;
+    void measure(const track_t& track);
+    void observe();
+    std::vector<visible_t> visible_satellites() const;
+    void append_station_messages(bytes_t& log);
+    void append_ephemerides(bytes_t& log);
+    void append(bytes_t& log, frame_t frame) const;
+    bool due(std::int64_t period) const;
+
+    scenario_t m_scenario;
+    time_base_t m_base;
+    std::int64_t m_interval;   // ms
+    std::int64_t m_epochs, m_done = 0;
+    double m_t = 0.0;       // epoch
+    unsigned m_stops = 0;   // stop-and-go messages sent
+    week_time_t m_now{};
+    double m_sine_of_mask = 0.0;
+    fix_t m_fix{};
+    vec3 m_antenna{}, m_east{}, m_north{}, m_up{};
+    std::vector<std::unique_ptr<vehicle>> m_vehicles;
+    std::vector<track_t> m_tracks;   // one per vehicle
+    std::vector<range_t> m_ranges;   // of the epoch
+    random_t m_random;
+};
+
+/// The whole log of a scenario, for short ones.
+bytes_t make_log(const scenario_t& scenario);
+
+}   // namespace sky
+
+#endif

@@ -1,0 +1,54 @@
+/// @file vec3.h  Earth-centred, Earth-fixed vectors in metres or metres per second.
+#ifndef SKY_VEC3_H
+#define SKY_VEC3_H
+
+#include <cmath>
+
+#include "sky/trigonometry.h"
+
+namespace sky {
+
+constexpr double kLightSpeed = 299792458.0;      // m/s
+constexpr double kEarthRate = 7.2921151467e-5;   // rad/s, IS-GPS-200
+
+struct vec3 {
+    double x, y, z;
+};
+
+/// A satellite at an instant.
+struct orbit_point_t {
+    vec3 position;   ///< ECEF (m)
+    double clock;    ///< offset from system time (s), relativistic part included
+};
+
+inline vec3 operator+(const vec3& a, const vec3& b)
+{
+    return {a.x + b.x, a.y + b.y, a.z + b.z};
+}
+inline vec3 operator-(const vec3& a, const vec3& b)
+{
+    return {a.x - b.x, a.y - b.y, a.z - b.z};
+}
+inline vec3 operator*(double k, const vec3& a)
+{
+    return {k * a.x, k * a.y, k * a.z};
+}
+inline double dot(const vec3& a, const vec3& b)
+{
+    return a.x * b.x + a.y * b.y + a.z * b.z;
+}
+inline double norm(const vec3& a)
+{
+    return std::sqrt(dot(a, a));
+}
+
+/// Coordinates of a fixed point in axes that turned by an angle (rad) about z.
+inline vec3 turn_z(const vec3& a, double angle)
+{
+    const sin_cos_t t = sin_cos(angle);
+    return {t.cos * a.x + t.sin * a.y, t.cos * a.y - t.sin * a.x, a.z};
+}
+
+}   // namespace sky
+
+#endif

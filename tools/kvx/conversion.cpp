@@ -8,14 +8,16 @@
 #include "interrupt.h"
 #include "log_reader.h"
 #include "log_summary.h"
+#include "navigation_files.h"
 #include "observation_file.h"
+#include "output_file.h"
 #include "progress.h"
 
 namespace kvx {
 
 namespace {
 
-constexpr int kRangeMessage = 43;
+enum message_id_t { kGeodeticPosition = 42, kRangeMessage = 43, kEcefPosition = 241, kAntennaType = 1421 };
 constexpr int kFirstGlonass = 79;   // satellite number of slot 1
 constexpr unsigned short kUsualLeaps = 18;
 
@@ -27,6 +29,7 @@ public:
           raw_(std::make_unique<raw_t>()),
           reader_(source_, *raw_),
           observations_(options, log_stem(log)),
+          navigation_(options),
           epochs_([this](raw_t& epoch) { on_epoch(epoch); })
     {
         Initial_raw(raw_.get(), 0);
@@ -47,6 +50,8 @@ public:
         result["log"] = source_.name();
         result["epochs_written"] = observations_.epochs();
         if (observations_.left_out() > 0) result["observations_left_out"] = observations_.left_out();
+        if (observations_.out_of_order() > 0) result["epochs_out_of_order"] = observations_.out_of_order();
+        if (options_.navigation() != "none") result["navigation"] = navigation_.to_json();
         result["files"] = publish();
         if (interrupted()) {
             throw Error(source_.name(), "interrupted",
@@ -62,6 +67,7 @@ private:
         Progress progress(source_.name(), source_.size_on_disk());
         frame_t frame{};
         while (!interrupted() && reader_.next(frame)) {
+            if (frame.result == DECODE_EPH && !navigation_.add(*raw_)) frame.result = DECODE_NOTHING;   // repeated
             summary_.count_frame(frame);
             on_frame(frame);
             progress.at(source_.size_on_disk() > 0 ? source_.position_on_disk() : reader_.bytes());
@@ -98,8 +104,15 @@ private:
 
     void note_station(int id)
     {
-        if (id == 42 || id == 241) station_.has_position = true;
-        if (id == 1421) station_.has_antenna = true;
+        if (id == kGeodeticPosition || id == kEcefPosition) list_position();
+        if (id == kAntennaType) station_.has_antenna = true;
+    }
+
+    void list_position()
+    {
+        if (!options_.position_listing) return;
+        if (positions_ == nullptr) positions_ = std::make_unique<OutputFile>(options_.folder);
+        WriteBestxyzFile(positions_->stream(), raw_.get());
     }
 
     // Only the plain range message tells channels by itself; otherwise they come with the ephemerides.
@@ -118,9 +131,13 @@ private:
     {
         const std::string marker = options_.marker.empty() ? log_stem(source_.name()) : options_.marker;
         std::string stem = options_.name.empty() ? rinex_stem(marker, observations_.coverage(), true) : options_.name;
+        const std::string navigation_stem =
+            options_.name.empty() ? rinex_stem(marker, observations_.coverage(), false) : options_.name;
         const std::string partial = interrupted() ? ".partial" : "";
         auto files = nlohmann::ordered_json::array();
         files.push_back(observations_.finish(*raw_, station_, stem + "_MO.rnx" + partial));
+        for (const std::string& path : navigation_.finish(*raw_, navigation_stem, partial)) files.push_back(path);
+        if (positions_ != nullptr) files.push_back(positions_->publish(stem + ".xyz" + partial));
         return files;
     }
 
@@ -131,6 +148,8 @@ private:
     LogSummary summary_;
     station_t station_;
     ObservationFile observations_;
+    NavigationFiles navigation_;
+    std::unique_ptr<OutputFile> positions_;
     EpochCollector epochs_;
 };
 

@@ -17,12 +17,25 @@ namespace kvx {
 
 namespace {
 
+std::string navigation_text(const nlohmann::ordered_json& j)
+{
+    const auto found = j["ephemerides"].get<std::uint64_t>(), written = j["written"].get<std::uint64_t>();
+    if (found == 0) return "  no ephemerides in the log, no navigation file\n";
+    std::string out = "  ephemerides: " + std::to_string(found) + ", records written: " + std::to_string(written);
+    return out + (written == 0 ? ", no navigation file\n" : "\n");
+}
+
 std::string for_people(const nlohmann::ordered_json& result)
 {
     std::string out = result["log"].get<std::string>() + ":\n" + summary_text(result, false);
     if (result.contains("observations_left_out")) {
         out += "  left out: " + std::to_string(result["observations_left_out"].get<std::uint64_t>()) +
                " satellite observation(s) that this RINEX version cannot name here\n";
+    }
+    if (result.contains("navigation")) out += navigation_text(result["navigation"]);
+    if (result.contains("epochs_out_of_order")) {
+        out += "  left out: " + std::to_string(result["epochs_out_of_order"].get<std::uint64_t>()) +
+               " epoch(s) of a week before that of the last one written\n";
     }
     for (const auto& file : result["files"]) out += "  wrote " + file.get<std::string>() + "\n";
     return out;

@@ -65,7 +65,12 @@ void add_output_options(CLI::App& app, convert_options_t& o)
     app.add_option("--rinex", o.rinex, "RINEX version")
         ->check(CLI::IsMember({"2.11", "3.02", "3.03", "3.04"}))
         ->capture_default_str();
+    app.add_option("--nav", o.nav, "Navigation files: one per system, one for all, none (default: mixed; 2.11: split)")
+        ->check(CLI::IsMember({"split", "mixed", "none"}));
+    app.add_flag("--nav-repeats", o.nav_repeats, "Write ephemerides as often as the log repeats them");
     app.add_option("-j,--jobs", o.jobs, "Logs converted at once")->check(CLI::Range(1, 256))->capture_default_str();
+    app.add_flag("--xyz", o.position_listing, "Also list the positions of the log, a line per fix");
+    app.add_flag("--plain-header", o.plain_header, "Leave out header lines that the library itself does not write");
     app.add_flag("--json", o.json, "Print the summary as JSON");
 }
 
@@ -90,6 +95,7 @@ void add_header_options(CLI::App& app, convert_options_t& o)
 {
     app.add_option("--marker", o.marker, "Marker name; also names the site in the file names");
     app.add_option("--marker-number", o.marker_number, "Marker number");
+    app.add_option("--marker-type", o.marker_type, "Marker type, as listed in RINEX 3.04")->capture_default_str();
     app.add_option("--observer", o.observer, "Observer");
     app.add_option("--agency", o.agency, "Observer's agency");
     app.add_option("--run-by", o.run_by, "Who ran the conversion");
@@ -114,6 +120,12 @@ void add_header_options(CLI::App& app, convert_options_t& o)
 int convert_options_t::version() const
 {
     return (rinex[0] - '0') * 100 + std::stoi(rinex.substr(2));
+}
+
+std::string convert_options_t::navigation() const
+{
+    if (!nav.empty()) return nav;
+    return version() < 300 ? "split" : "mixed";
 }
 
 bool convert_options_t::wants(int sys) const
@@ -141,6 +153,11 @@ void add_convert_options(CLI::App& app, convert_options_t& options)
     add_output_options(app, options);
     add_selection_options(app, options);
     add_header_options(app, options);
+    app.parse_complete_callback([&options] {
+        if (options.navigation() == "mixed" && options.version() < 300) {
+            throw CLI::ValidationError("--nav", "RINEX 2.11 has no mixed navigation files");
+        }
+    });
 }
 
 rnx_t rinex_options(const convert_options_t& o, const std::string& default_marker)

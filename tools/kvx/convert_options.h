@@ -35,8 +35,9 @@ struct convert_options_t {
     std::string receiver_number, receiver_type = "KV4A0", receiver_version;
     int receiver_kind = 9;
 
-    int version() const;         ///< RINEX version times 100
-    bool wants(int sys) const;   ///< system (gnss_system_t) asked for
+    int version() const;              ///< RINEX version times 100
+    std::string navigation() const;   ///< split, mixed or none
+    bool wants(int sys) const;        ///< system (gnss_system_t) asked for
 };
 
 /// Declares the options; values are checked while the command line is read.

@@ -12,27 +12,10 @@ namespace {
 constexpr std::size_t kContentWidth = 60, kLabelWidth = 20;
 constexpr int kSlotsPerLine = 8;
 
-std::string line(std::string content, std::string label)
-{
-    content.resize(kContentWidth, ' ');
-    label.resize(kLabelWidth, ' ');
-    return content + label + '\n';
-}
-
 std::string column(std::string text, std::size_t width)
 {
     text.resize(width, ' ');
     return text;
-}
-
-std::string program_line(const std::string& run_by)
-{
-    const std::time_t now = std::time(nullptr);
-    std::tm utc{};
-    gmtime_r(&now, &utc);
-    char date[32];
-    std::strftime(date, sizeof date, "%Y%m%d %H%M%S UTC ", &utc);
-    return line(column("kvx", 20) + column(run_by, 20) + date, "PGM / RUN BY / DATE");
 }
 
 // One line per phase type in the header's lists. No correction is applied to any phase.
@@ -45,7 +28,7 @@ std::string phase_shift_lines(const std::vector<std::string>& header)
         if (l[0] != ' ') system = l[0];
         for (std::size_t at = 7; at + 3 <= kContentWidth; at += 4) {
             if (l[at] == 'L')
-                out += line(std::string{system, ' '} + l.substr(at, 3) + "  0.00000", "SYS / PHASE SHIFT");
+                out += header_line(std::string{system, ' '} + l.substr(at, 3) + "  0.00000", "SYS / PHASE SHIFT");
         }
     }
     return out;
@@ -65,19 +48,19 @@ std::string glonass_lines(const header_facts_t& facts)
     std::string out, content = count;
     for (std::size_t i = 0; i < entries.size(); ++i) {
         if (i > 0 && i % kSlotsPerLine == 0) {
-            out += line(content, "GLONASS SLOT / FRQ #");
+            out += header_line(content, "GLONASS SLOT / FRQ #");
             content = "   ";
         }
         content += entries[i];
     }
-    return out + line(content, "GLONASS SLOT / FRQ #");
+    return out + header_line(content, "GLONASS SLOT / FRQ #");
 }
 
 std::string added_lines(const std::vector<std::string>& header, int version, const header_facts_t& facts)
 {
     std::string out = program_line(facts.run_by);
     if (version < 300) return out;   // the other lines belong to RINEX 3
-    out += line(column(facts.marker_type, 20), "MARKER TYPE");
+    out += header_line(column(facts.marker_type, 20), "MARKER TYPE");
     out += phase_shift_lines(header);
     for (const std::string& l : header) {
         if (l[0] == 'R' && l.find("SYS / # / OBS TYPES") == kContentWidth) return out + glonass_lines(facts);
@@ -102,14 +85,31 @@ std::vector<std::string> read_header(std::FILE* in)
     return header;
 }
 
+}   // namespace
+
+std::string header_line(std::string content, std::string label)
+{
+    content.resize(kContentWidth, ' ');
+    label.resize(kLabelWidth, ' ');
+    return content + label + '\n';
+}
+
+std::string program_line(const std::string& run_by)
+{
+    const std::time_t now = std::time(nullptr);
+    std::tm utc{};
+    gmtime_r(&now, &utc);
+    char date[32];
+    std::strftime(date, sizeof date, "%Y%m%d %H%M%S UTC ", &utc);
+    return header_line(column("kvx", 20) + column(run_by, 20) + date, "PGM / RUN BY / DATE");
+}
+
 void copy_rest(std::FILE* in, std::FILE* out)
 {
     std::vector<char> block(256 * 1024);
     std::size_t n = 0;
     while ((n = std::fread(block.data(), 1, block.size(), in)) > 0) std::fwrite(block.data(), 1, n, out);
 }
-
-}   // namespace
 
 void complete_header(OutputFile& from, OutputFile& to, int version, const header_facts_t& facts)
 {

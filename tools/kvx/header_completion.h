@@ -20,6 +20,15 @@ struct header_facts_t {
     std::array<bool, 24> glonass_seen{};
 };
 
+/// A header line: 60 columns of content, 20 of label.
+std::string header_line(std::string content, std::string label);
+
+/// The line that tells program, who ran it and the date.
+std::string program_line(const std::string& run_by);
+
+/// Copies what is left of a stream.
+void copy_rest(std::FILE* in, std::FILE* out);
+
 /// Copies an observation file and adds the lines in front of "END OF HEADER"; everything else stays as it is.
 ///
 /// @param version  RINEX version times 100

@@ -29,6 +29,9 @@ int run_chosen(const std::vector<command_t>& commands)
         if (!command.app->parsed()) continue;
         try {
             return finished(command.run());
+        } catch (const CLI::ParseError& e) {   // a value that only the command itself could judge
+            std::fprintf(stderr, "kvx: error: %s\n", e.what());
+            return kvx::kUsage;
         } catch (const std::exception& e) {
             std::fprintf(stderr, "kvx: error: %s\n", e.what());
             return kvx::kFailed;

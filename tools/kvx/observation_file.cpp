@@ -46,6 +46,14 @@ bool has_values(const obsd_t& obs, int slot)
     return obs.P[slot] != 0.0 || obs.L[slot] != 0.0 || obs.D[slot] != 0.0f || obs.SNR[slot] != 0.0;
 }
 
+// Leap seconds by the date of the log, or more if the log itself says so.
+void set_leap_seconds(const raw_t& epoch)
+{
+    unsigned short week = epoch.week;
+    gpst2utc(epoch.tow, &week);
+    g_curleap = std::max(g_curleap, epoch.leaps);
+}
+
 // Text that a writer of the library appends to a stream.
 template <typename Write>
 std::string written_text(Write write)
@@ -98,6 +106,7 @@ void ObservationFile::select_satellites(raw_t& epoch)
 
 void ObservationFile::start(const raw_t& epoch)
 {
+    set_leap_seconds(epoch);
     file_ = std::make_unique<OutputFile>(options_.folder);
     std::copy(std::begin(epoch.pos), std::end(epoch.pos), opt_.apppos);
     WriteRinexObsHeader(file_->stream(), &epoch, &opt_);
@@ -118,6 +127,7 @@ void ObservationFile::add_epoch(raw_t& epoch)
         write(events_before_);
         const int written = opt_.version < 300 ? WriteRinexObsRec_2(file_->stream(), &epoch, &opt_, kEveryEpoch)
                                                : WriteRinexObsRec(file_->stream(), &epoch, &opt_, kEveryEpoch);
+        out_of_order_ += written < 0;
         if (written == 1) {
             if (epochs_ == 0) first_ = now;
             if (epochs_ > 0) steps_.add(now - last_);

@@ -17,7 +17,6 @@ namespace kvx {
 
 /// What the log has told of the station by its end.
 struct station_t {
-    bool has_position = false;
     bool has_antenna = false;
     header_facts_t facts;
 };
@@ -25,7 +24,7 @@ struct station_t {
 /// Appears with its first epoch; a file without any never does.
 class ObservationFile {
 public:
-    explicit ObservationFile(const convert_options_t& options, const std::string& default_marker);
+    ObservationFile(const convert_options_t& options, const std::string& default_marker);
 
     /// Writes an epoch: what the command line asked for of it.
     /// @param epoch  changed: satellites that are not written are taken out
@@ -38,7 +37,8 @@ public:
 
     bool exists() const { return file_ != nullptr; }
     std::uint64_t epochs() const { return epochs_; }
-    std::uint64_t left_out() const { return left_out_; }   ///< satellites that the version cannot name
+    std::uint64_t left_out() const { return left_out_; }           ///< satellites that the version cannot name
+    std::uint64_t out_of_order() const { return out_of_order_; }   ///< epochs of a week before the last one's
     coverage_t coverage() const;
 
     /// Patches and completes the header and gives the file its name.
@@ -58,7 +58,7 @@ private:
     rnx_t opt_;
     std::unique_ptr<OutputFile> file_;
     std::string events_before_, events_after_;   // of the epoch to come, of the epoch pending
-    std::uint64_t epochs_ = 0, left_out_ = 0;
+    std::uint64_t epochs_ = 0, left_out_ = 0, out_of_order_ = 0;
     double first_ = 0.0, last_ = 0.0;   // GPS seconds
     StepCounter steps_;
 };

@@ -490,4 +490,75 @@ RTK_UTILS_API int WriteBestxyzFile(std::FILE* fp, const raw_t* raw);
 /// Order of two obsd_t for qsort: 1 when the first satellite number is greater, else -1 (never 0).
 RTK_UTILS_API int cmpobs(const void* p1, const void* p2);
 
+// ---------------------------------------------------------------------------------------------------
+// RINEX navigation files
+// ---------------------------------------------------------------------------------------------------
+
+/// Writes a navigation header in RINEX 2.11 or RINEX 3 form, as the version asks.
+///
+/// GPS, GLONASS and BeiDou change over at version 300, QZSS at 301. Galileo and mixed headers exist from
+/// 300 on only: below, nothing is written and the result is 1. The headers of GPS, QZSS and mixed files go
+/// to the start of the stream, the others to its position.
+///
+/// @param fp   stream, opened for reading and writing when its header is to be patched later
+/// @param opt  options; only the version is read
+/// @return 1; 0 when a pointer is null. Write errors are the stream's to report (ferror)
+/// @note RINEX 2.11 and 3.02-3.04, International GNSS Service / RTCM SC-104. The date is the system's, UTC.
+RTK_UTILS_API int WriteRinexGpsEphHeader(std::FILE* fp, const rnx_t* opt);
+RTK_UTILS_API int WriteRinexQzssEphHeader(std::FILE* fp, const rnx_t* opt);
+RTK_UTILS_API int WriteRinexGloEphHeader(std::FILE* fp, const rnx_t* opt);
+RTK_UTILS_API int WriteRinexGalEphHeader(std::FILE* fp, const rnx_t* opt);
+RTK_UTILS_API int WriteRinexBDsEphHeader(std::FILE* fp, const rnx_t* opt);
+RTK_UTILS_API int WriteRinexALLEphHeader(std::FILE* fp, const rnx_t* opt);
+
+/// Patches the two ionospheric lines of a GPS header.
+///
+/// @param fp   stream opened for reading and writing whose header the library wrote; left at its end
+/// @param ion  Klobuchar alpha 0..3, beta 0..3, as in raw_t.ion_gps; must not be null
+/// @param opt  options; only the version is read
+/// @return 1; 0 when fp or opt is null
+/// @note The RINEX 3 lines are two columns longer than those that they replace and shorten the line of
+///       "END OF HEADER" by as much. A stream without a header is left alone.
+RTK_UTILS_API int WriteRinexGpsEphIonPara(std::FILE* fp, double* ion, const rnx_t* opt);
+
+/// Patches the leap-second line of a GLONASS header with g_curleap.
+///
+/// @param fp  stream as for WriteRinexGpsEphIonPara()
+/// @return 1; 0 when fp is null
+RTK_UTILS_API int WriteRinexGloEphCurleap(std::FILE* fp);
+
+/// Writes a number as navigation files have it: " 0" or "-0", a point, the mantissa, "E" and the exponent.
+///
+/// @param fp      stream
+/// @param value   number; below 1e-99 in magnitude the mantissa is 0; what is not finite is written as 0
+/// @param digits  mantissa digits, 12 in records, 4 in the ionospheric lines; held to 1..15
+/// @return 1; 0 for a null stream
+/// @note The exponent is found before the mantissa is rounded: a mantissa that rounds up to the next power
+///       of ten is written with one digit more.
+RTK_UTILS_API int WriteRinexNavNum(std::FILE* fp, double value, int digits);
+
+/// Appends the ephemeris of raw_t.eph_sat, if it is of the function's system, as one record.
+///
+/// GPS, GLONASS and BeiDou records have the RINEX 3 form from version 300 on, those of QZSS and SBAS from
+/// 301 on, and the RINEX 2.11 form below; Galileo has none below 300. Nothing remembers earlier records:
+/// a repeated call repeats the record.
+///
+/// @param fp   stream, positioned behind its header or last record
+/// @param raw  record; GPS, QZSS and Galileo take the transmission time from raw_t.tow, SBAS its week and day
+///             from raw_t.week and tow. An entry of the tables that was never filled is written as zeros
+/// @param opt  options; only the version is read
+/// @return 1 written; 0 when a pointer is null or the satellite is another system's
+/// @note Epochs: GPS and QZSS toe; BeiDou toc in BeiDou time; Galileo toc (of the I/NAV clock unless only
+///       F/NAV was received); GLONASS and SBAS the reference time, GLONASS in UTC.
+RTK_UTILS_API int WriteRinexGpsEphRec(std::FILE* fp, const raw_t* raw, const rnx_t* opt);
+RTK_UTILS_API int WriteRinexQzssEphRec(std::FILE* fp, const raw_t* raw, const rnx_t* opt);
+RTK_UTILS_API int WriteRinexGloEphRec(std::FILE* fp, const raw_t* raw, const rnx_t* opt);
+RTK_UTILS_API int WriteRinexGalEphRec(std::FILE* fp, const raw_t* raw, const rnx_t* opt);
+RTK_UTILS_API int WriteRinexSBASEphRec(std::FILE* fp, const raw_t* raw, const rnx_t* opt);
+
+/// The same for BeiDou.
+///
+/// @param pad_spares  1: the last line gets its two spare fields as zeros; otherwise it ends without them
+RTK_UTILS_API int WriteRinexBDsEphRec(std::FILE* fp, const raw_t* raw, const rnx_t* opt, signed char pad_spares);
+
 #endif

@@ -195,10 +195,9 @@ void take_week_if_unknown(raw_t* raw, std::uint16_t week)
     if (raw->week == 0) raw->week = week;
 }
 
-int decode_gpsephemb(raw_t* raw, const std::uint8_t* body)
+// GPS and QZSS: the record's time becomes the reference time.
+int store_and_take_time(raw_t* raw, int sat, const kepler_t& k)
 {
-    const kepler_t k = read_gps_ephemeris(body);
-    const int sat = k.prn <= 32 ? satno(SYS_GPS, static_cast<int>(k.prn)) : satno(SYS_QZS, relative_prn(k.prn, 32));
     const int result = store_kepler(raw, sat, k.eph, k.week);
     if (result != DECODE_EPH) return result;
     raw->tow = k.eph.toe;
@@ -206,14 +205,17 @@ int decode_gpsephemb(raw_t* raw, const std::uint8_t* body)
     return result;
 }
 
+int decode_gpsephemb(raw_t* raw, const std::uint8_t* body)
+{
+    const kepler_t k = read_gps_ephemeris(body);
+    const bool qzss = k.prn > 32;   // its PRNs follow those of GPS here
+    return store_and_take_time(raw, satno(qzss ? SYS_QZS : SYS_GPS, relative_prn(k.prn, qzss ? 32 : 0)), k);
+}
+
 int decode_QZSSephemb(raw_t* raw, const std::uint8_t* body)
 {
     const kepler_t k = read_qzss_ephemeris(body);
-    const int result = store_kepler(raw, satno(SYS_QZS, relative_prn(k.prn, 192)), k.eph, k.week);
-    if (result != DECODE_EPH) return result;
-    raw->tow = k.eph.toe;
-    take_week_if_unknown(raw, k.eph.week);
-    return result;
+    return store_and_take_time(raw, satno(SYS_QZS, relative_prn(k.prn, 192)), k);
 }
 
 int decode_bdsephemerisb(raw_t* raw, const std::uint8_t* body)

@@ -80,11 +80,6 @@ void put_epoch_line3(text_t& out, const date_t& date, int flag, int count)
     out.blanks(2).integer(flag, 1).integer(count, 3).blanks(21).put('\n');
 }
 
-bool is_older(const raw_t& raw, const rnx_t& opt)
-{
-    return raw.tow < opt.lasttow && opt.lastweek > raw.week;
-}
-
 void write_event_mark(std::FILE* fp, const date_t& date, int version)
 {
     constexpr int kExternalEvent = 5;   // epoch flag

@@ -8,8 +8,7 @@
 
 namespace rinex {
 
-inline constexpr double kEventMark = -3.0;   // output rate that asks for a manual event mark
-inline constexpr int kSignalFields = 4;      // pseudorange, phase, Doppler, strength
+inline constexpr int kSignalFields = 4;   // pseudorange, phase, Doppler, strength
 inline constexpr int kFieldWidth = 16;
 
 /// Longest epoch: every satellite with its identifier and five signals plus the blank group of BeiDou,
@@ -38,9 +37,6 @@ void put_epoch2(text_t& out, const date_t& date);
 
 /// The whole epoch line of RINEX 3.
 void put_epoch_line3(text_t& out, const date_t& date, int flag, int count);
-
-/// True for a record older than the last epoch written.
-bool is_older(const raw_t& raw, const rnx_t& opt);
 
 /// Writes the two lines of a manual event mark and counts it.
 void write_event_mark(std::FILE* fp, const date_t& date, int version);

@@ -1,8 +1,7 @@
 // Epoch records of RINEX 2.11.
 #include "rinex_epoch2.h"
+#include "rinex_obs_epoch.h"
 #include "rinex_obs_fields.h"
-#include "rinex_obs_interval.h"
-#include "rinex_state.h"
 
 namespace {
 
@@ -22,28 +21,14 @@ void put_epoch_record3(text_t& out, const raw_t& raw, const rnx_t& opt, const da
     }
 }
 
+void put_epoch(text_t& out, const raw_t& raw, const rnx_t& opt, const date_t& date)
+{
+    (opt.version > 299 ? put_epoch_record3 : put_epoch_record2)(out, raw, opt, date);
+}
+
 }   // namespace
 
 int WriteRinexObsRec_2(std::FILE* fp, const raw_t* raw, rnx_t* opt, double rate)
 {
-    if (fp == nullptr || raw == nullptr || opt == nullptr) return 0;
-    if (is_older(*raw, *opt)) return -1;
-    const date_t date = date_of(raw->week, raw->tow, rate);
-    if (rate == kEventMark) {
-        write_event_mark(fp, date, opt->version);
-        return 1;
-    }
-
-    if (opt->firsttow < 0.0) {   // Deliberate: unlike the RINEX 3 writer it leaves firstweek alone.
-        opt->firsttow = raw->tow;
-        firse_sec = date.second;
-    }
-    if (!on_interval_grid(fp, *raw, *opt, rate, date.second, kIntervalRules2)) return 0;
-    opt->lastweek = raw->week;
-    opt->lasttow = raw->tow;
-
-    epoch_text_t out;
-    opt->version > 299 ? put_epoch_record3(out, *raw, *opt, date) : put_epoch_record2(out, *raw, *opt, date);
-    out.write(fp);
-    return 1;
+    return write_epoch(fp, raw, opt, rate, {kIntervalRules2, false, put_epoch});   // Deliberate: firstweek stays.
 }

@@ -1,9 +1,8 @@
 // Epoch records of RINEX 3.
 #include "rinex_epoch2.h"
+#include "rinex_obs_epoch.h"
 #include "rinex_obs_fields.h"
-#include "rinex_obs_interval.h"
 #include "rinex_obs_types.h"
-#include "rinex_state.h"
 
 namespace {
 
@@ -83,31 +82,16 @@ void put_epoch_record3(text_t& out, const raw_t& raw, const rnx_t& opt, const da
     for (int i = 0; i < observation_count(raw); ++i) put_satellite_line(out, raw.obs[i], opt, slots);
 }
 
+void put_epoch(text_t& out, const raw_t& raw, const rnx_t& opt, const date_t& date)
+{
+    (opt.version < 300 ? put_epoch_record2 : put_epoch_record3)(out, raw, opt, date);
+}
+
 }   // namespace
 
 int WriteRinexObsRec(std::FILE* fp, const raw_t* raw, rnx_t* opt, double rate)
 {
-    if (fp == nullptr || raw == nullptr || opt == nullptr) return 0;
-    if (is_older(*raw, *opt)) return -1;
-    const date_t date = date_of(raw->week, raw->tow, rate);
-    if (rate == kEventMark) {
-        write_event_mark(fp, date, opt->version);
-        return 1;
-    }
-
-    if (opt->firsttow < 0.0) {
-        opt->firstweek = raw->week;
-        opt->firsttow = raw->tow;
-        firse_sec = date.second;
-    }
-    if (!on_interval_grid(fp, *raw, *opt, rate, date.second, kIntervalRules3)) return 0;
-    opt->lastweek = opt->curweek = raw->week;
-    opt->lasttow = raw->tow;
-
-    epoch_text_t out;
-    opt->version < 300 ? put_epoch_record2(out, *raw, *opt, date) : put_epoch_record3(out, *raw, *opt, date);
-    out.write(fp);
-    return 1;
+    return write_epoch(fp, raw, opt, rate, {kIntervalRules3, true, put_epoch});
 }
 
 int cmpobs(const void* p1, const void* p2)

@@ -1,0 +1,32 @@
+/// @file hardware.h  What the commands for GPIO and I2C share.
+#ifndef KVX_HARDWARE_H
+#define KVX_HARDWARE_H
+
+#include <memory>
+#include <string>
+
+namespace kvx {
+
+/// Takes the messages of the hardware classes while it lives; they are the only account of what went wrong there.
+class HardwareLog {
+public:
+    HardwareLog();
+    ~HardwareLog();
+    HardwareLog(const HardwareLog&) = delete;
+    HardwareLog& operator=(const HardwareLog&) = delete;
+
+    /// @throw Error with the first warning or error, if there was one
+    void check(const std::string& device, const std::string& where) const;
+
+private:
+    class Sink;
+    std::shared_ptr<Sink> m_sink;
+};
+
+/// A decimal number, or a hexadecimal one that begins with 0x.
+/// @throw CLI::ValidationError naming `what`, unless the whole text is a number up to `max`
+unsigned parse_number(const std::string& text, unsigned max, const std::string& what);
+
+}   // namespace kvx
+
+#endif

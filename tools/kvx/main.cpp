@@ -10,9 +10,8 @@ namespace {
 using kvx::command_t;
 
 constexpr command_t (*kCommands[])(CLI::App&) = {
-    kvx::convert_command,
-    kvx::info_command,
-    kvx::simulate_command,
+    kvx::convert_command, kvx::info_command, kvx::simulate_command, kvx::dump_command,
+    kvx::frame_command,   kvx::gpio_command, kvx::i2c_command,
 };
 
 // Results that did not reach standard output are a failure, whatever the work itself came to.

@@ -1,0 +1,186 @@
+#include "CKorvexMsgHelper.h"
+
+#include <rtkcommon/comm_func.h>
+
+#include <algorithm>
+#include <cstdint>
+#include <cstring>
+#include <functional>
+#include <new>
+#include <utility>
+
+#include "device_frame.h"
+#include "wire.h"
+
+using namespace device_frame;
+
+namespace {
+
+constexpr unsigned int kFirstCapacity = 4096;
+
+// The checksum of a frame may reach this far behind the bytes held, where it has to find zeros.
+constexpr std::size_t kZeros = kMaxHeaderLength;
+
+void put_u16(char* p, unsigned int value)
+{
+    p[0] = static_cast<char>(value & 0xFF);
+    p[1] = static_cast<char>(value >> 8 & 0xFF);
+}
+
+// Resizes to zero bytes; a text that cannot be had leaves false.
+bool make_zeros(std::string& text, std::size_t size) noexcept
+try {
+    text.assign(size, '\0');
+    return true;
+} catch (...) {
+    return false;
+}
+
+}   // namespace
+
+unsigned int CKorvexMsgHelper::Crc32(const unsigned char* data, int len) noexcept
+{
+    return CCommFunc::Crc32(data, len, 0xEDB88320);
+}
+
+// ---- packing ----
+
+bool CKorvexMsgHelper::Pack(const unsigned char* data, unsigned int len, unsigned short msgId, unsigned short msgExtra,
+                            std::string& out) noexcept
+{
+    std::string frame;   // not `out` itself, the payload may lie in there
+    if (!make_zeros(frame, len + kOverhead)) return false;
+    std::memcpy(frame.data(), kSync, sizeof kSync);
+    frame[kHeaderLength] = static_cast<char>(kHeaderSize);
+    put_u16(&frame[kId], msgId);
+    put_u16(&frame[kExtra], msgExtra);
+    put_u16(&frame[kPayloadLength], len);
+
+    const std::size_t copied = data == nullptr ? 0 : len;
+    if (copied != 0) std::memcpy(&frame[kHeaderSize], data, copied);
+    // Deliberate: the checksum stops where the 16-bit length says, its place is behind the whole payload.
+    const unsigned int crc =
+        Crc32(reinterpret_cast<const unsigned char*>(frame.data()), static_cast<int>((len & 0xFFFF) + kHeaderSize));
+    put_u16(&frame[kHeaderSize + copied], crc);
+    put_u16(&frame[kHeaderSize + copied + 2], crc >> 16);
+    out.swap(frame);
+    return true;
+}
+
+bool CKorvexMsgHelper::Pack(const unsigned char* data, unsigned int len, unsigned short msgId,
+                            std::string& out) noexcept
+{
+    return Pack(data, len, msgId, 0, out);
+}
+
+// ---- the bytes held ----
+
+CKorvexMsgHelper::CKorvexMsgHelper() noexcept
+{
+    if (relocate(kFirstCapacity + kZeros)) m_nBufSize = kFirstCapacity;
+}
+
+CKorvexMsgHelper::~CKorvexMsgHelper() = default;
+
+// Moves the bytes held to the front of a new buffer.
+bool CKorvexMsgHelper::relocate(std::size_t room) noexcept
+{
+    std::unique_ptr<unsigned char[]> buffer(new (std::nothrow) unsigned char[room]);
+    if (buffer == nullptr) return false;
+    if (m_nDataLen != 0) std::memcpy(buffer.get(), front(), m_nDataLen);
+    std::memset(buffer.get() + m_nDataLen, 0, kZeros);
+    m_pBuf = std::move(buffer);
+    m_nFront = 0;
+    m_nRoom = room;
+    return true;
+}
+
+void CKorvexMsgHelper::discardUsed() noexcept
+{
+    if (m_nUsedLen == 0) return;
+    m_nDataLen -= m_nUsedLen;
+    m_nFront = m_nDataLen == 0 ? 0 : m_nFront + m_nUsedLen;
+    m_nScanned = 0;
+    m_nUsedLen = 0;
+}
+
+// The bytes held are moved only when at least as many have left, and room grows by doubling, so that every byte is
+// moved a bounded number of times. m_nBufSize grows to what is needed and no more: results depend on it.
+void CKorvexMsgHelper::append(const unsigned char* data, unsigned int len) noexcept
+{
+    if (data == nullptr || len == 0 || len > UINT32_MAX - m_nDataLen) return;
+    const std::size_t needed = std::size_t{m_nDataLen} + len + kZeros;
+    const bool own = !std::less<>{}(data, m_pBuf.get()) && std::less<>{}(data, m_pBuf.get() + m_nRoom);
+
+    std::unique_ptr<unsigned char[]> source;   // bytes of this object, which may move
+    if (own) {
+        source.reset(new (std::nothrow) unsigned char[len]);
+        if (source == nullptr) return;
+        std::memcpy(source.get(), data, len);
+        data = source.get();
+    }
+    if (m_nFront + needed > m_nRoom) {
+        if (needed <= m_nRoom && m_nFront >= m_nDataLen) {
+            std::memcpy(m_pBuf.get(), front(), m_nDataLen);
+            m_nFront = 0;
+        } else if (!relocate(2 * needed) && !relocate(needed)) {
+            return;
+        }
+    }
+    std::memcpy(front() + m_nDataLen, data, len);
+    m_nDataLen += len;
+    std::memset(front() + m_nDataLen, 0, kZeros);
+    m_nBufSize = std::max(m_nBufSize, m_nDataLen);
+}
+
+// ---- parsing ----
+
+// A whole frame is held at this place; does its checksum agree? Deliberate: the checksum covers as many bytes as the
+// header-length byte says, but stands where a header of 16 bytes puts it.
+bool CKorvexMsgHelper::isFrame(std::size_t at) const noexcept
+{
+    const unsigned char* frame = front() + at;
+    const std::size_t payload = wire::u16(frame + kPayloadLength);
+    const std::size_t covered = frame[kHeaderLength] + payload;
+    return at + covered <= m_nBufSize &&
+           Crc32(frame, static_cast<int>(covered)) == wire::u32(frame + kHeaderSize + payload);
+}
+
+// Position of the first frame with a right checksum, m_nDataLen if there is none. What was refused once is not looked
+// at again, unless its checksum reached beyond the bytes held: it may fit those that come.
+std::size_t CKorvexMsgHelper::findFrame() noexcept
+{
+    std::size_t at = m_nScanned;
+    std::size_t open = SIZE_MAX;   // first candidate refused for the time being
+    for (; at + kHeaderSize < m_nDataLen; ++at) {
+        const std::size_t end = m_nDataLen - kHeaderSize;
+        const void* sync = std::memchr(front() + at, kSync[0], end - at);
+        at = sync == nullptr ? end : static_cast<const unsigned char*>(sync) - front();
+        if (sync == nullptr) break;
+
+        const unsigned char* frame = front() + at;
+        if (frame[1] != kSync[1] || frame[2] != kSync[2]) continue;
+        const std::size_t payload = wire::u16(frame + kPayloadLength);
+        if (at + payload + kOverhead > m_nDataLen) break;   // incomplete: what follows has to wait
+        if (isFrame(at)) return at;
+        if (at + frame[kHeaderLength] + payload > m_nDataLen) open = std::min(open, at);
+    }
+    m_nScanned = static_cast<unsigned int>(std::min(open, at));
+    return m_nDataLen;
+}
+
+bool CKorvexMsgHelper::Parse(const unsigned char* data, unsigned int len, unsigned short& msgId,
+                             unsigned char** payload, unsigned int& payloadLen) noexcept
+{
+    discardUsed();
+    append(data, len);
+    const std::size_t at = findFrame();
+    if (at == m_nDataLen) return false;
+
+    unsigned char* frame = front() + at;
+    msgId = wire::u16(frame + kId);
+    payloadLen = wire::u16(frame + kPayloadLength);
+    *payload = payloadLen == 0 ? nullptr : frame + kHeaderSize;
+    m_nUsedLen = static_cast<unsigned int>(at + kOverhead + payloadLen);
+    return true;
+}

@@ -1,0 +1,32 @@
+// Messages as lines of text, appended to the file named by PLATFORM_LOG.
+#pragma once
+
+#include <cstdio>
+#include <string>
+#include <utility>
+
+namespace logger_helper {
+
+struct source_t {
+    std::string path;
+    long line;
+    std::string function;
+};
+
+inline constexpr int kDebug = 1, kInfo = 2, kWarning = 3, kError = 4;
+
+void append(const std::string& line) noexcept;
+
+template <class... Arguments>
+void log(const std::string& logger, const source_t& where, int level, const char* format,
+         Arguments... arguments) noexcept
+{
+    char text[4096];
+    if constexpr (sizeof...(arguments) == 0)
+        std::snprintf(text, sizeof text, "%s", format);
+    else
+        std::snprintf(text, sizeof text, format, arguments...);
+    append(logger + "|" + std::to_string(level) + "|" + where.path + "|" + where.function + "|" + text);
+}
+
+}   // namespace logger_helper

@@ -1,0 +1,411 @@
+#include "CPhgLog.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <rtkcommon/thread_task.h>
+#include <sys/mount.h>
+
+#include <optional>
+#include <random>
+#include <thread>
+
+#include "fakes/captured_log.h"
+#include "fakes/failing_new.h"
+#include "support/dump_records.h"
+#include "support/gate.h"
+#include "support/temporary_folder.h"
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+static std::atomic<int> g_writes_left{-1};   // the fwrite after so many fails; -1: none
+
+extern "C" std::size_t __real_fwrite(const void*, std::size_t, std::size_t, FILE*);
+extern "C" std::size_t __wrap_fwrite(const void* data, std::size_t size, std::size_t count, FILE* file)
+{
+    if (g_writes_left >= 0 && g_writes_left-- == 0) return 0;
+    return __real_fwrite(data, size, count, file);
+}
+
+namespace {
+
+constexpr int kTypes[] = {kPhgFusionData, kPhgConfig, kPhgHardwareConfig, kPhgMeasureStat, kPhgCalibRequest,
+                          kPhgGnss,       kPhgImu,    kPhgFrameData,      kPhgReset,       kPhgVisualOdometer};
+
+const std::string kFailed = "2 libapp/utils/src/CPhgLog dumpData: Fusion Write Failed.\n";
+const std::string kClosed = "2 libapp/utils/src/CPhgLog closeDump: close fusion log file\n";
+
+class PhgLog : public testing::Test {
+protected:
+    PhgLog()
+    {
+        CPhgLog::m_logName = "dump";
+        log->registerThread(worker);
+    }
+
+    int dump(const std::string& payload, int type = kPhgImu)
+    {
+        return log->dumpData(reinterpret_cast<const unsigned char*>(payload.data()), static_cast<int>(payload.size()),
+                             type);
+    }
+    void open(const std::string& name) { log->openDump(folder.path(), name); }
+    std::string opened(const std::string& name)
+    {
+        return "2 libapp/utils/src/CPhgLog openDump: open fusion log file: " + folder.file(name) + "\n";
+    }
+    /// The worker has taken everything: a queue with a capacity has room again.
+    void wait_until_taken()
+    {
+        while (worker->taskQueue().size() != 0) std::this_thread::yield();
+    }
+    /// Everything queued is done; messages since the last call.
+    std::vector<std::string> messages()
+    {
+        wait_for(*worker);
+        return messages_log.take();
+    }
+    std::vector<DumpRecord> records(const std::string& name, std::string* rest = nullptr)
+    {
+        wait_for(*worker);
+        return dump_records(contents_of(folder.file(name)), rest);
+    }
+
+    CapturedLog messages_log{"dump"};
+    TemporaryFolder folder;
+    std::shared_ptr<aht::thread_task> worker = std::make_shared<aht::thread_task>("dump");
+    std::optional<CPhgLog> log{std::in_place};
+};
+
+}   // namespace
+
+TEST_F(PhgLog, FileHoldsTheRecordsInCallOrder)
+{
+    open("a.kvx");
+    EXPECT_EQ(0, dump("123456789", kPhgGnss));
+    EXPECT_EQ(0, dump(std::string("\0\xFF", 2), 0x101));   // the low byte counts
+    EXPECT_EQ(0, dump(std::string(100000, 'x'), kPhgFrameData));
+    log->closeDump();
+    EXPECT_THAT(messages(), ElementsAre(opened("a.kvx"), kClosed));
+    const std::string first(
+        "\xD4\xD2\xD3\x15\0\0\0\0\x09\0\0\0\x88\x2D\xFD\x2D"
+        "123456789",
+        25);
+    EXPECT_EQ(first, contents_of(folder.file("a.kvx")).substr(0, 25));
+    std::string rest;
+    EXPECT_THAT(records("a.kvx", &rest),
+                ElementsAre(DumpRecord{21, "123456789"}, DumpRecord{1, std::string("\0\xFF", 2)},
+                            DumpRecord{49, std::string(100000, 'x')}));
+    EXPECT_EQ("", rest);
+}
+
+TEST_F(PhgLog, RefusesWhatCannotBeARecord)
+{
+    const unsigned char byte = 1;
+    EXPECT_EQ(-1, log->dumpData(&byte, 0, kPhgImu));
+    EXPECT_EQ(-1, log->dumpData(&byte, -1, kPhgImu));
+    EXPECT_EQ(-1, log->dumpData(&byte, 1, 0));
+    EXPECT_EQ(-1, log->dumpData(nullptr, 1, kPhgImu));
+    EXPECT_EQ(0u, worker->taskQueue().size());
+    EXPECT_THAT(messages(), IsEmpty());
+}
+
+TEST_F(PhgLog, FlagStopsOpeningAndWritingButNotClosing)
+{
+    log->setDumpFlag(false);
+    open("refused");
+    log->setDumpFlag(true);
+    open("a");
+    dump("kept");
+    log->setDumpFlag(false);
+    EXPECT_EQ(-1, dump("refused"));
+    log->closeDump();
+    EXPECT_THAT(messages(), ElementsAre(opened("a"), kClosed));
+    EXPECT_THAT(records("a"), ElementsAre(DumpRecord{kPhgImu, "kept"}));
+    EXPECT_FALSE(std::filesystem::exists(folder.file("refused")));
+}
+
+TEST_F(PhgLog, SecondOpenKeepsTheFirstFileAndOneOpenAtATime)
+{
+    open("a");
+    open("b");
+    dump("into a");
+    log->closeDump();
+    dump("lost");
+    open("/b");   // the slash is always inserted
+    dump("into b");
+    log->closeDump();
+    log->closeDump();
+    EXPECT_THAT(messages(), ElementsAre(opened("a"), kClosed, opened("/b"), kClosed));
+    EXPECT_THAT(records("a"), ElementsAre(DumpRecord{kPhgImu, "into a"}));
+    EXPECT_THAT(records("b"), ElementsAre(DumpRecord{kPhgImu, "into b"}));
+}
+
+TEST_F(PhgLog, FileThatCannotBeOpenedLosesRecordsUntilOneCan)
+{
+    std::filesystem::create_directory(folder.file("folder"));
+    for (const char* name : {"folder", "missing/a"}) {
+        open(name);
+        EXPECT_EQ(0, dump("lost"));
+        log->closeDump();
+        EXPECT_THAT(messages(), ElementsAre(opened(name)));
+    }
+    open("a");
+    dump("kept");
+    log->closeDump();
+    EXPECT_THAT(records("a"), ElementsAre(DumpRecord{kPhgImu, "kept"}));
+}
+
+// A worker that is not there, has gone or is stopping: before anything, with a file open, with records waiting.
+TEST_F(PhgLog, WithoutAWorkerNothingHappens)
+{
+    struct Loss {
+        const char* how;
+        std::function<void()> lose;
+        int result;   // of dumpData afterwards
+    };
+    const Loss losses[] = {
+        {"unregistered", [&] { log->unregisterThread(); }, -1},
+        {"expired", [&] { worker.reset(); }, -1},
+        {"stopped", [&] { worker->stop(); }, 0},
+        {"stopped, waiting tasks dropped", [&] { worker->stop(aht::thread_task::waiting_tasks::drop); }, 0},
+    };
+    for (const Loss& loss : losses) {
+        for (int point = 0; point < 3; ++point) {
+            SCOPED_TRACE(std::string(loss.how) + " at point " + std::to_string(point));
+            worker = std::make_shared<aht::thread_task>("dump");
+            log.emplace();
+            log->registerThread(worker);
+            if (point > 0) open("a");
+            if (point > 1) dump("before");
+            loss.lose();
+            EXPECT_EQ(loss.result, dump("after"));
+            open("b");
+            log->closeDump();
+            log.reset();
+            worker.reset();
+            EXPECT_FALSE(std::filesystem::exists(folder.file("b")));
+            for (const DumpRecord& record : dump_records(contents_of(folder.file("a"))))
+                EXPECT_EQ("before", record.payload);
+        }
+    }
+}
+
+TEST_F(PhgLog, TasksOutliveTheirLog)
+{
+    Gate gate(*worker);
+    open("a");
+    dump("one");
+    dump("two");
+    log.reset();
+    gate.open();
+    EXPECT_THAT(records("a"), ElementsAre(DumpRecord{kPhgImu, "one"}, DumpRecord{kPhgImu, "two"}));
+    EXPECT_THAT(messages(), ElementsAre(opened("a"), kClosed));
+}
+
+TEST_F(PhgLog, FileNeverClosedIsClosedWithTheLog)
+{
+    open("a");
+    dump("kept");
+    wait_for(*worker);
+    log->unregisterThread();
+    log.reset();
+    EXPECT_THAT(records("a"), ElementsAre(DumpRecord{kPhgImu, "kept"}));
+}
+
+TEST_F(PhgLog, EightThreadsLoseNothingAndKeepTheirOrder)
+{
+    constexpr int kThreads = 8, kEach = 2000;
+    open("a");
+    std::vector<std::thread> threads;
+    for (int t = 0; t < kThreads; ++t) {
+        threads.emplace_back([this, t] {
+            for (int k = 0; k < kEach; ++k) {
+                const std::string payload = std::to_string(t) + " " + std::to_string(k) + std::string(k % 64, '.');
+                EXPECT_EQ(0, dump(payload, kTypes[(t + k) % std::size(kTypes)]));
+            }
+        });
+    }
+    for (std::thread& thread : threads) thread.join();
+    log->closeDump();
+    std::string rest;
+    const auto found = records("a", &rest);
+    EXPECT_EQ("", rest);
+    ASSERT_EQ(std::size_t{kThreads * kEach}, found.size());
+    int next[kThreads] = {};
+    for (const DumpRecord& record : found) {
+        const int t = record.payload[0] - '0', k = next[t]++;
+        EXPECT_EQ(record.payload, std::to_string(t) + " " + std::to_string(k) + std::string(k % 64, '.'));
+        EXPECT_EQ(kTypes[(t + k) % std::size(kTypes)], record.type);
+    }
+}
+
+TEST_F(PhgLog, FullQueueKeepsTheNewestOpensAndClosesIncluded)
+{
+    CapturedLog overflows("");
+    worker = std::make_shared<aht::thread_task>("small", 3);
+    log->registerThread(worker);
+    open("a");
+    wait_for(*worker);
+    {
+        Gate gate(*worker);
+        for (int k = 0; k < 10; ++k) EXPECT_EQ(0, dump(std::to_string(k)));
+    }
+    EXPECT_THAT(overflows.take(), testing::SizeIs(7));
+    wait_until_taken();
+    log->closeDump();
+    EXPECT_THAT(records("a"),
+                ElementsAre(DumpRecord{kPhgImu, "7"}, DumpRecord{kPhgImu, "8"}, DumpRecord{kPhgImu, "9"}));
+    {
+        Gate gate(*worker);
+        open("lost");
+        for (int k = 0; k < 3; ++k) dump("lost too");
+    }
+    wait_until_taken();
+    EXPECT_EQ((std::vector<std::string>{"4 rtkcommon/thread_safe_queue push: queue<small> full, pop one"}),
+              overflows.take());
+    EXPECT_THAT(messages(), ElementsAre(opened("a"), kClosed));
+}
+
+// Every write of five records fails in turn: whole records before it, nothing behind it, and the next file works.
+TEST_F(PhgLog, FailedWriteIsReportedAndEndsTheFile)
+{
+    for (int write = 0; write < 10; ++write) {
+        SCOPED_TRACE(write);
+        {
+            Gate gate(*worker);
+            open("torn");
+            for (int k = 0; k < 5; ++k) dump(std::to_string(k));
+            g_writes_left = write;
+        }
+        log->closeDump();
+        auto expected = std::vector<std::string>{opened("torn"), kFailed};
+        if (write % 2 == 0) expected.push_back(kFailed);   // the payload is tried behind a failed header
+        EXPECT_EQ(expected, messages());
+        std::string rest;
+        EXPECT_EQ(static_cast<std::size_t>(write / 2), records("torn", &rest).size());
+        EXPECT_EQ(write % 2 == 0 ? 0u : 16u, rest.size());
+
+        open("torn");
+        dump("again");
+        log->closeDump();
+        EXPECT_THAT(messages(), ElementsAre(opened("torn"), kClosed));
+        EXPECT_THAT(records("torn"), ElementsAre(DumpRecord{kPhgImu, "again"}));
+    }
+}
+
+TEST_F(PhgLog, FullDeviceIsReported)
+{
+    std::filesystem::create_symlink("/dev/full", folder.file("full"));
+    for (int count = 1; count <= 100; count += 3) {
+        SCOPED_TRACE(count);
+        open("full");
+        for (int k = 0; k < count; ++k) dump(std::string(500, 'x'));
+        log->closeDump();
+        const auto said = messages();
+        EXPECT_EQ(opened("full"), said.front());
+        EXPECT_THAT(said, testing::Contains(kFailed));
+        open("a");
+        dump("again");
+        log->closeDump();
+        EXPECT_THAT(records("a"), ElementsAre(DumpRecord{kPhgImu, "again"}));
+        messages();
+    }
+}
+
+TEST_F(PhgLog, FullFileSystemEndsInOneTornRecord)
+{
+    const std::string disk = folder.file("disk");
+    std::filesystem::create_directory(disk);
+    if (mount("none", disk.c_str(), "tmpfs", 0, "size=64k") != 0) GTEST_SKIP() << "mounting needs root";
+    for (int free_pages = 0; free_pages < 12; ++free_pages) {
+        SCOPED_TRACE(free_pages);
+        write_file(disk + "/ballast", std::string(65536 - 4096 * (free_pages + 1), 'b'));
+        log->openDump(disk, "a");
+        for (int k = 0; k < 400; ++k) dump("record " + std::to_string(k) + std::string(150, '.'));
+        log->closeDump();
+        EXPECT_THAT(messages(), testing::Contains(kFailed));
+        std::string rest;
+        const auto found = dump_records(contents_of(disk + "/a"), &rest);
+        EXPECT_LT(rest.size(), 16u + 160u);
+        for (std::size_t k = 0; k < found.size(); ++k)
+            EXPECT_EQ("record " + std::to_string(k) + std::string(150, '.'), found[k].payload);
+        std::filesystem::remove(disk + "/ballast");
+        log->openDump(disk, "a");
+        dump("again");
+        log->closeDump();
+        wait_for(*worker);
+        EXPECT_THAT(dump_records(contents_of(disk + "/a")), ElementsAre(DumpRecord{kPhgImu, "again"}));
+    }
+    umount(disk.c_str());
+}
+
+TEST_F(PhgLog, NoMemoryIsARefusal)
+{
+    const std::string payload(1000, 'x');
+    const std::string long_name(100, 'n');
+    int refused = 0;
+    const int steps = fail_allocations([&] { refused += dump(payload) == -1; });
+    EXPECT_GE(steps, 1);
+    EXPECT_EQ(steps, refused);
+    EXPECT_GE(fail_allocations([&] { open(long_name); }), 3);
+    CPhgLog::m_logName = long_name;
+    EXPECT_GE(fail_allocations([&] { log->closeDump(); }), 1);
+    int made = 0;
+    EXPECT_GE(fail_allocations([&] {
+                  CPhgLog other;
+                  other.registerThread(worker);
+                  other.openDump("/missing", "a");
+                  made++;
+              }),
+              2);
+    EXPECT_GE(made, 3);
+}
+
+// Producers, a host that opens, closes, switches and replaces the worker of its own log, and logs that come and go.
+TEST_F(PhgLog, SurvivesRandomSchedules)
+{
+    std::atomic<bool> done{false};
+    std::vector<std::thread> producers;
+    for (int t = 0; t < 4; ++t) {
+        producers.emplace_back([&, t] {
+            for (int k = 0; !done; ++k) {
+                dump("record", kTypes[(k + t) % std::size(kTypes)]);
+                if (k % 256 == 255) std::this_thread::yield();
+            }
+        });
+    }
+    std::mt19937 random(1);
+    for (int k = 0; k < 1000; ++k) {
+        auto other_worker = std::make_shared<aht::thread_task>("short-lived", 8);
+        auto other = std::make_unique<CPhgLog>();
+        other->registerThread(other_worker);
+        other->openDump(folder.path(), "b");
+        other->dumpData(reinterpret_cast<const unsigned char*>("x"), 1, kPhgReset);
+        switch (random() % 5) {
+            case 0:
+                open("a");
+                break;
+            case 1:
+                log->closeDump();
+                break;
+            case 2:
+                log->setDumpFlag(random() % 4 != 0);
+                break;
+            case 3:
+                other_worker.reset();
+                break;
+            default:
+                other->registerThread(worker);
+        }
+        if (random() % 2 == 0) other_worker.reset();
+        other.reset();
+    }
+    done = true;
+    for (std::thread& producer : producers) producer.join();
+    log->setDumpFlag(true);
+    log->closeDump();
+    wait_for(*worker);
+    std::string rest;
+    dump_records(contents_of(folder.file("a")), &rest);
+    EXPECT_EQ("", rest);
+}

@@ -7,7 +7,7 @@ set_tests_properties(rinex_scripts PROPERTIES TIMEOUT 60)
 if(TARGET kvx AND RTK_UTILS_RECORDINGS AND EXISTS ${RTK_UTILS_RECORDINGS})
   add_test(NAME recordings
            COMMAND ${Python3_EXECUTABLE} -B ${CMAKE_CURRENT_SOURCE_DIR}/support/compare_recordings.py
-                   --kvx $<TARGET_FILE:kvx> --recordings ${RTK_UTILS_RECORDINGS}
+                   --kvx ${kvx_command} --recordings ${RTK_UTILS_RECORDINGS}
                    --workdir ${CMAKE_CURRENT_BINARY_DIR}/recordings)
   set_tests_properties(recordings PROPERTIES TIMEOUT 600 SKIP_RETURN_CODE 77)
 else()

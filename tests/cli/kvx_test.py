@@ -6,6 +6,7 @@ import os
 import pathlib
 import re
 import resource
+import signal
 import subprocess
 import tempfile
 import unittest
@@ -198,13 +199,29 @@ class Convert(unittest.TestCase):
     def test_full_disk(self):
         def small_files():
             resource.setrlimit(resource.RLIMIT_FSIZE, (500000, 500000))
-            import signal
             signal.signal(signal.SIGXFSZ, signal.SIG_IGN)
 
         run = kvx("convert", self.log, "-o", self.out, preexec_fn=small_files)
         self.assertEqual(FAILED, run.returncode)
         self.assertIn(b"writing", run.stderr)
         self.assertEqual([], list(self.out.iterdir()))
+
+    def test_interrupted_work_is_kept_as_partial(self):
+        run = subprocess.Popen([KVX, "convert", "-", "-o", self.out], stdin=subprocess.PIPE, stdout=subprocess.PIPE,
+                               stderr=subprocess.PIPE)
+        log = self.log.read_bytes()
+        run.stdin.write(log[:len(log) // 2])   # more than the buffers on the way hold
+        run.stdin.flush()
+        while not (self.out.exists() and any(f.stat().st_size > 0 for f in self.out.glob(".kvx-*"))):
+            self.assertIsNone(run.poll())
+        run.send_signal(signal.SIGINT)
+        _, errors = run.communicate(timeout=60)
+        self.assertEqual(FAILED, run.returncode)
+        self.assertIn(b"interrupted", errors)
+        partial = list(self.out.glob("*_MO.rnx.partial"))
+        self.assertEqual(1, len(partial))
+        self.assertTrue("TIME OF LAST OBS" in partial[0].read_text())
+        self.assertEqual([], list(self.out.glob(".*")))
 
     def test_wrong_usage(self):
         for args in ([], ["convert"], ["convert", "x", "--rinex", "3.05"], ["convert", "x", "--systems", "GX"],

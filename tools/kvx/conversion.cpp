@@ -43,6 +43,7 @@ public:
     conversion_result_t run()
     {
         read_log();
+        if (!observations_.exists() && interrupted()) throw Error(source_.name(), "interrupted", "before any epoch");
         if (!observations_.exists()) {
             throw Error(source_.name(), "no usable epoch, no file written", summary_.why_no_epoch(reader_.losses()));
         }

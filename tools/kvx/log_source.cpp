@@ -41,6 +41,7 @@ std::size_t LogSource::read(std::uint8_t* to, std::size_t n)
 
     int code = Z_OK;
     const char* text = gzerror(file_, &code);
+    if (code == Z_ERRNO && errno == EINTR) return got > 0 ? static_cast<std::size_t>(got) : 0;   // the end, by request
     if (code == Z_ERRNO) throw system_error(name_, "reading the log");
     if (code == Z_OK || code == Z_STREAM_END) return got > 0 ? static_cast<std::size_t>(got) : 0;
     damage_ = code == Z_BUF_ERROR ? "the compressed file ends too early" : text;

@@ -1,5 +1,5 @@
 // Decodes the frames of the receiver log into the record.
-#include <algorithm>
+#include <cmath>
 #include <cstring>
 
 #include "korvex_frame.h"
@@ -10,8 +10,8 @@
 #include "korvex_range.h"
 #include "korvex_sbas.h"
 #include "korvex_signals.h"
+#include "korvex_station.h"
 #include "korvex_subframes.h"
-#include "numbers.h"
 #include "satellites.h"
 #include "wire.h"
 
@@ -19,25 +19,9 @@ using namespace korvex;
 
 namespace {
 
-constexpr double kDegree = 3.1415926535897932 / 180.0;   // rad
-
 int body_size(const raw_t* raw)
 {
     return raw->len - kHeaderSize;
-}
-
-template <std::size_t N>
-void put_text(char (&to)[N], const char* from, std::size_t n)
-{
-    static_assert(N > 1);
-    std::memset(to, 0, N);
-    std::memcpy(to, from, std::min(n, N - 1));
-}
-
-template <std::size_t N>
-void put_text(char (&to)[N], const std::uint8_t* from, std::size_t n)
-{
-    put_text(to, reinterpret_cast<const char*>(from), n);
 }
 
 // PRN relative to the first one of its system; 0 when it lies before or far behind.
@@ -308,95 +292,6 @@ int decode_sbas_ephemeris(raw_t* raw, const std::uint8_t* body)
     return DECODE_EPH;
 }
 
-// ---- Station ----
-
-int decode_ion_utc(raw_t* raw, const std::uint8_t* body)
-{
-    for (int i = 0; i < 8; ++i) raw->ion_gps[i] = wire::f64(body + 8 * i);
-    raw->leaps = wire::u16(body + 96);
-    g_curleap = std::max(g_curleap, raw->leaps);
-    return DECODE_ION_UTC;
-}
-
-int decode_version(raw_t* raw, const std::uint8_t* body)
-{
-    put_text(raw->rcv_text[1], body + 4, 8);
-    put_text(raw->rcv_text[2], body + 48, 4);
-    put_text(raw->rcv_text[3], body + 24, 19);
-    return DECODE_STATION;
-}
-
-// Position messages start with a solution status (0: computed) and a position type (0: none).
-bool has_position(const std::uint8_t* body)
-{
-    return wire::u32(body) == 0 && wire::u32(body + 4) != 0;
-}
-
-int decode_position(raw_t* raw, const std::uint8_t* body)
-{
-    if (!has_position(body)) return DECODE_NOTHING;
-    const double geodetic[3] = {wire::f64(body + 8) * kDegree, wire::f64(body + 16) * kDegree,
-                                wire::f64(body + 24) + wire::f32(body + 32)};   // height + undulation
-    pos2ecef(geodetic, raw->pos);
-    return DECODE_STATION;
-}
-
-int decode_ecef_position(raw_t* raw, const std::uint8_t* body)
-{
-    if (!has_position(body)) return DECODE_NOTHING;
-    for (int i = 0; i < 3; ++i) raw->pos[i] = wire::f64(body + 8 + 8 * i);
-    return DECODE_STATION;
-}
-
-int decode_mark_time(raw_t* raw, const std::uint8_t* body)
-{
-    const double tow = wire::f64(body + 4);
-    if ((wire::u32(body + 36) & 0xFE) != 0 || !usable_time(tow)) return DECODE_REFUSED;
-    raw->tow = tow;
-    return DECODE_MARK;
-}
-
-struct antenna_t {
-    std::uint32_t value;
-    const char* name;
-};
-
-constexpr antenna_t kAntennas[] = {
-    {2, "KVANT1100"}, {3, "KVANT1200"}, {4, "KVANT1300"}, {5, "KVRCVMODLA"}, {6, "KVANT2100"}, {7, "KVMODL7"},
-};
-
-const char* antenna_name(std::uint32_t value)
-{
-    for (const antenna_t& a : kAntennas) {
-        if (a.value == value) return a.name;
-    }
-    return "ADVNULLANTENNA";
-}
-
-int decode_antenna(raw_t* raw, const std::uint8_t* body)
-{
-    const char* name = antenna_name(wire::u32(body));
-    put_text(raw->ant_type, name, std::strlen(name));
-    raw->ant_word1 = wire::u32(body + 4);
-    raw->ant_word2 = wire::u32(body + 8);
-    return DECODE_STATION;
-}
-
-int decode_stop_and_go(raw_t* raw, const std::uint8_t* body)
-{
-    constexpr int kFullSize = 88;   // bytes of a record that carries data
-    const bool has_data = wire::u32(body) != 0;
-    if (has_data && body_size(raw) < kFullSize) return DECODE_REFUSED;
-    raw->sng_flag = has_data;
-    if (!has_data) return DECODE_STOP_AND_GO;
-    for (int i = 0; i < 7; ++i) raw->sng.value[i] = wire::f64(body + 4 + 8 * i);
-    raw->sng.word = wire::u32(body + 60);
-    raw->sng_f[2] = to_float(wire::f64(body + 64));
-    raw->sng_f[0] = to_float(wire::f64(body + 72));
-    raw->sng_f[1] = to_float(wire::f64(body + 80));
-    return DECODE_STOP_AND_GO;
-}
-
 int decode_visibility(raw_t* raw, const std::uint8_t* /*body*/)
 {
     decode_satvisb(raw);
@@ -415,14 +310,14 @@ struct message_t {
 // clang-format off
 constexpr message_t kMessages[] = {   // in order of id
     {kGpsEphemeris,      kGpsEphemerisSize,     DECODE_REFUSED, decode_gpsephemb},
-    {kIonUtc,            108,                   DECODE_REFUSED, decode_ion_utc},
-    {kVersion,           104,                   DECODE_NOTHING, decode_version},
+    {kIonUtc,            kIonUtcSize,           DECODE_REFUSED, decode_ion_utc},
+    {kVersion,           kVersionSize,          DECODE_NOTHING, decode_version},
     {kRawGpsEphemeris,   kRawEphemerisSize,     DECODE_REFUSED, decode_rawephem},
-    {kPosition,          72,                    DECODE_NOTHING, decode_position},
+    {kPosition,          kPositionSize,         DECODE_NOTHING, decode_position},
     {kRange,             kCountSize,            DECODE_REFUSED, decode_range},
     {kRangeCompressed,   kCountSize,            DECODE_REFUSED, decode_range_compressed},
-    {kMarkTime,          40,                    DECODE_REFUSED, decode_mark_time},
-    {kEcefPosition,      112,                   DECODE_REFUSED, decode_ecef_position},
+    {kMarkTime,          kMarkTimeSize,         DECODE_REFUSED, decode_mark_time},
+    {kEcefPosition,      kEcefPositionSize,     DECODE_REFUSED, decode_ecef_position},
     {kSbasEphemeris,     kSbasEphemerisSize,    DECODE_REFUSED, decode_sbas_ephemeris},
     {kGlonassEphemeris,  kGlonassEphemerisSize, DECODE_REFUSED, decode_glonass_ephemeris},
     {kVisibility,        0,                     DECODE_NOTHING, decode_visibility},
@@ -430,9 +325,9 @@ constexpr message_t kMessages[] = {   // in order of id
     {kGalEphemeris,      kGalEphemerisSize,     DECODE_REFUSED, decode_galileo_ephemeris},
     {kGalInavEphemeris,  kGalInavEphemerisSize, DECODE_REFUSED, decode_galileo_inav},
     {kQzssEphemeris,     kQzssEphemerisSize,    DECODE_REFUSED, decode_QZSSephemb},
-    {kAntennaType,       12,                    DECODE_NOTHING, decode_antenna},
+    {kAntennaType,       kAntennaSize,          DECODE_NOTHING, decode_antenna},
     {kBdsEphemeris,      kBdsEphemerisSize,     DECODE_REFUSED, decode_bdsephemerisb},
-    {kStopAndGo,         4,                     DECODE_REFUSED, decode_stop_and_go},
+    {kStopAndGo,         kStopAndGoSize,        DECODE_REFUSED, decode_stop_and_go},
 };
 // clang-format on
 

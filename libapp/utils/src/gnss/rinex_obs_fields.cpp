@@ -83,7 +83,7 @@ void put_epoch_line3(text_t& out, const date_t& date, int flag, int count)
 void write_event_mark(std::FILE* fp, const date_t& date, int version)
 {
     constexpr int kExternalEvent = 5;   // epoch flag
-    text_buffer_t<512> out;   // a time that no clock shows prints hundreds of digits
+    text_buffer_t<512> out;             // a time that no clock shows prints hundreds of digits
     if (version > 299) {
         put_epoch_line3(out, date, kExternalEvent, 1);
     } else {

@@ -39,8 +39,8 @@ target_include_directories(dump_reader_test PRIVATE ${PROJECT_SOURCE_DIR}/tools/
 
 if(TARGET kvx AND NOT CMAKE_CROSSCOMPILING)
   add_test(NAME device_commands COMMAND ${Python3_EXECUTABLE} ${CMAKE_CURRENT_SOURCE_DIR}/cli/device_commands_test.py
-                                        $<TARGET_FILE:kvx> $<TARGET_FILE:fake_vision>)
-  set_tests_properties(device_commands PROPERTIES LABELS "device;cli" TIMEOUT 300)
+                                        ${kvx_command} $<TARGET_FILE:fake_vision>)
+  set_tests_properties(device_commands PROPERTIES LABELS "device;cli;threads" TIMEOUT 300)
 endif()
 
 # The library against a second pair of platform libraries, by the build option alone.

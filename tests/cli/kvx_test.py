@@ -197,14 +197,24 @@ class Convert(unittest.TestCase):
         self.assertEqual([], list(self.out.glob(".*")))
 
     def test_full_disk(self):
-        def small_files():
-            resource.setrlimit(resource.RLIMIT_FSIZE, (500000, 500000))
+        def small_files(limit):
+            resource.setrlimit(resource.RLIMIT_FSIZE, (limit, limit))
             signal.signal(signal.SIGXFSZ, signal.SIG_IGN)
 
-        run = kvx("convert", self.log, "-o", self.out, preexec_fn=small_files)
-        self.assertEqual(FAILED, run.returncode)
-        self.assertIn(b"writing", run.stderr)
-        self.assertEqual([], list(self.out.iterdir()))
+        kvx("convert", self.log, "-o", self.dir / "plain", "--plain-header", "--nav", "none")
+        patched = self.observations(self.dir / "plain").stat().st_size
+        for limit in (500000, patched + 100):   # in the middle of the epochs; while the header is completed
+            run = kvx("convert", self.log, "-o", self.out, preexec_fn=lambda: small_files(limit))
+            self.assertEqual(FAILED, run.returncode, limit)
+            self.assertIn(b"writing", run.stderr)
+            self.assertEqual([], list(self.out.iterdir()), limit)
+
+    def test_rinex_2_says_what_it_leaves_out(self):
+        run = kvx("convert", self.log, "-o", self.out, "--rinex", "2.11", "--json")
+        self.assertGreater(json.loads(run.stdout)["observations_left_out"], 600)
+        epochs = self.observations().read_text().split("END OF HEADER")[1].splitlines()
+        listed = {e[32] for e in epochs if re.match(r" \d\d \d\d", e)}
+        self.assertTrue(listed <= {"G", "R", "C"}, listed)
 
     def test_interrupted_work_is_kept_as_partial(self):
         run = subprocess.Popen([KVX, "convert", "-", "-o", self.out], stdin=subprocess.PIPE, stdout=subprocess.PIPE,

@@ -5,9 +5,7 @@ whatever does not fit raises RinexError with the line and a short name. Judging 
 """
 
 import datetime
-import gzip
 import re
-import zlib
 from collections import namedtuple
 
 TICKS_PER_SECOND = 10_000_000  # epochs are printed with seven decimals
@@ -40,15 +38,9 @@ class RinexError(Exception):
 
 
 def read_lines(path):
-    """The lines of a plain or gzip-compressed file, without their ends."""
-    with open(path, "rb") as stream:
-        data = stream.read()
-    if data[:2] == b"\x1f\x8b":
-        try:
-            data = gzip.decompress(data)
-        except (EOFError, zlib.error) as error:
-            raise RinexError(0, "gzip", str(error)) from None
-    lines = data.decode("latin-1").split("\n")
+    """The lines of a file, without their ends."""
+    with open(path, encoding="latin-1", newline="") as stream:
+        lines = stream.read().split("\n")
     return [line.rstrip("\r") for line in (lines if lines[-1] else lines[:-1])]
 
 
@@ -80,7 +72,7 @@ class Header:
 
     def __init__(self, lines):
         self.records, self.types = [], {}
-        self._counts, self._system = {}, ""
+        self.declared, self._system = {}, ""  # number of types that the header claims, by system
         for number, line in enumerate(lines, 1):
             self.add(Record(number, line[:LABEL_COLUMN].ljust(LABEL_COLUMN), line[LABEL_COLUMN:].strip()))
             if line.strip().endswith("END OF HEADER"):
@@ -105,14 +97,10 @@ class Header:
         if system is not None:  # not a continuation line
             if not count.strip().isdecimal():
                 raise RinexError(record.line, "obs-types", f"count {count!r}")
-            self._system, self._counts[system], self.types[system] = system, int(count), []
+            self._system, self.declared[system], self.types[system] = system, int(count), []
         elif self._system not in self.types:
             raise RinexError(record.line, "obs-types", "continuation line without a first one")
         self.types[self._system] += codes
-
-    def declared(self, system):
-        """The number of types that the header claims for a system."""
-        return self._counts[system]
 
     def types_of(self, system):
         """Observation codes in the order of a satellite's fields: RINEX 2 has one list for all systems."""

@@ -63,11 +63,11 @@ public:
 
 private:
     unsigned char* front() const noexcept { return m_pBuf.get() + m_nFront; }
-    void discardUsed() noexcept;
-    void append(const unsigned char* data, unsigned int len) noexcept;
-    bool relocate(std::size_t room) noexcept;
-    bool isFrame(std::size_t at) const noexcept;
-    std::size_t findFrame() noexcept;
+    RTK_UTILS_LOCAL void discardUsed() noexcept;
+    RTK_UTILS_LOCAL void append(const unsigned char* data, unsigned int len) noexcept;
+    RTK_UTILS_LOCAL bool relocate(std::size_t room) noexcept;
+    RTK_UTILS_LOCAL bool isFrame(std::size_t at) const noexcept;
+    RTK_UTILS_LOCAL std::size_t findFrame() noexcept;
 
     std::unique_ptr<unsigned char[]> m_pBuf;   // the bytes held start m_nFront bytes into it, zeros follow them
     unsigned int m_nBufSize = 0;               // capacity that the checksum of a frame may reach into

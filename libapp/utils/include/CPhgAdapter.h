@@ -165,8 +165,8 @@ public:
     static std::string m_logName;
 
 private:
-    CPhgAdapter() noexcept;
-    void dump(const void* record, int len, int type) noexcept;
+    RTK_UTILS_LOCAL CPhgAdapter() noexcept;
+    RTK_UTILS_LOCAL void dump(const void* record, int len, int type) noexcept;
 
     std::unique_ptr<PhgFunc_t> m_pFunc;
     std::unique_ptr<CPhgLog> m_pLog;

@@ -213,8 +213,8 @@ class Convert(unittest.TestCase):
         run = kvx("convert", self.log, "-o", self.out, "--rinex", "2.11", "--json")
         self.assertGreater(json.loads(run.stdout)["observations_left_out"], 600)
         epochs = self.observations().read_text().split("END OF HEADER")[1].splitlines()
-        listed = {e[32] for e in epochs if re.match(r" \d\d \d\d", e)}
-        self.assertTrue(listed <= {"G", "R", "C"}, listed)
+        listed = {e[32] for e in epochs if re.match(r"( \d\d){5}.{15}[ \d]\d[A-Z]", e)}
+        self.assertTrue(listed and listed <= {"G", "R", "C"}, listed)
 
     def test_interrupted_work_is_kept_as_partial(self):
         run = subprocess.Popen([KVX, "convert", "-", "-o", self.out], stdin=subprocess.PIPE, stdout=subprocess.PIPE,

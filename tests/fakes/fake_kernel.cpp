@@ -1,21 +1,18 @@
 #include "fake_kernel.h"
 
-#include <dirent.h>
 #include <fcntl.h>
-#include <linux/gpio.h>
 #include <linux/i2c-dev.h>
 #include <linux/i2c.h>
-#include <sys/stat.h>
 
 #include <algorithm>
 #include <cerrno>
-#include <cstdarg>
 #include <cstring>
+#include <filesystem>
 
 extern "C" {
-int __real_open(const char* path, int flags, ...);
+int __real_open(const char* path, int flags, mode_t mode);
 int __real_close(int fd);
-int __real_ioctl(int fd, unsigned long request, ...);
+int __real_ioctl(int fd, unsigned long request, void* argument);
 ssize_t __real_write(int fd, const void* data, std::size_t size);
 ssize_t __real_read(int fd, void* data, std::size_t size);
 int __real_stat(const char* path, struct stat* status);
@@ -26,74 +23,55 @@ FakeKernel* FakeKernel::active = nullptr;
 FakeKernel::~FakeKernel()
 {
     active = nullptr;
-    for (const int fd : open_descriptors) __real_close(fd);
+    for (const int fd : m_descriptors) __real_close(fd);
 }
 
-void FakeKernel::fail(int nth, ssize_t result, int error)
+void FakeKernel::fail(std::size_t nth, ssize_t result, int error)
 {
-    m_fail_at = counted + nth;
+    m_fail_at = m_counted + nth;
     m_fail_result = result;
     m_fail_errno = error;
 }
 
-bool FakeKernel::fails(const std::string& call, ssize_t& result)
+std::optional<ssize_t> FakeKernel::failure(const std::string& call, std::optional<int> fd)
 {
+    if (fd && m_descriptors.count(*fd) == 0) return errno = EBADF, -1;
     calls.push_back(call);
-    if (++counted != m_fail_at) return false;
-    result = m_fail_result;
+    if (++m_counted != m_fail_at) return {};
     if (m_fail_errno != 0) errno = m_fail_errno;
-    return true;
-}
-
-static std::string hex(unsigned long value)
-{
-    char text[32];
-    std::snprintf(text, sizeof text, "0x%lx", value);
-    return text;
+    return m_fail_result;
 }
 
 int FakeKernel::descriptor()
 {
-    const int fd = __real_open("/dev/null", O_RDWR);
-    open_descriptors.insert(fd);
-    return fd;
+    return *m_descriptors.insert(__real_open("/dev/null", O_RDWR, 0)).first;
 }
 
 int FakeKernel::open(const char* path, int access)
 {
     static const char* const kAccess[] = {" r", " w", " rw"};
-    ssize_t result = 0;
-    if (fails("open " + std::string(path) + kAccess[access & O_ACCMODE], result)) return static_cast<int>(result);
+    if (const auto failed = failure("open " + std::string(path) + kAccess[access & O_ACCMODE])) return int(*failed);
     return descriptor();
 }
 
 int FakeKernel::close(int fd)
 {
     calls.emplace_back("close");
-    if (open_descriptors.erase(fd) == 0) stray_closes++;
+    m_stray_close = m_stray_close || m_descriptors.erase(fd) == 0;
     __real_close(fd);
     errno = EBADMSG;   // a close may overwrite the errno that is still to be reported
     return 0;
 }
 
-int FakeKernel::ioctl(int fd, unsigned long request, void* argument)
+int FakeKernel::ioctl(int fd, unsigned long call, void* argument)
 {
-    ssize_t result = 0;
-    if (open_descriptors.count(fd) == 0) return errno = EBADF, -1;
-    if (fails("ioctl " + hex(request), result)) return static_cast<int>(result);
-    switch (request) {
-        case GPIO_GET_LINEHANDLE_IOCTL: {
-            auto* wanted = static_cast<gpiohandle_request*>(argument);
-            line = wanted->lineoffsets[0];
-            flags = wanted->flags;
-            gpiohandle_request plain = {};
-            plain.lines = 1;
-            plain.lineoffsets[0] = line;
-            plain.flags = flags;
-            cleared = std::memcmp(&plain, wanted, sizeof plain) == 0;
-            wanted->fd = descriptor();
-            return 0;
-        }
+    char name[32];
+    std::snprintf(name, sizeof name, "ioctl 0x%lx", call);
+    if (const auto failed = failure(name, fd)) return int(*failed);
+    switch (call) {
+        case GPIO_GET_LINEHANDLE_IOCTL:
+            request = *static_cast<gpiohandle_request*>(argument);
+            return static_cast<gpiohandle_request*>(argument)->fd = descriptor(), 0;
         case GPIOHANDLE_SET_LINE_VALUES_IOCTL:
             level = static_cast<gpiohandle_data*>(argument)->values[0];
             return 0;
@@ -103,7 +81,7 @@ int FakeKernel::ioctl(int fd, unsigned long request, void* argument)
         case I2C_SLAVE:
         case I2C_SLAVE_FORCE:
             slave = reinterpret_cast<unsigned long>(argument);
-            if (on_select) on_select();
+            on_select();
             return 0;
         case I2C_RDWR:
             return transfer(argument);
@@ -129,83 +107,69 @@ int FakeKernel::transfer(void* argument)
 
 ssize_t FakeKernel::write(int fd, const void* data, std::size_t size)
 {
-    ssize_t result = 0;
-    if (open_descriptors.count(fd) == 0) return errno = EBADF, -1;
-    if (fails("write", result)) return result;
+    if (const auto failed = failure("write", fd)) return *failed;
     written.emplace_back(static_cast<const char*>(data), size);
     if (calls.size() > 1 && calls[calls.size() - 2] == "open /sys/class/gpio/export w")
-        directories.insert("/sys/class/gpio/gpio" + std::string(written.back().c_str()));
+        paths["/sys/class/gpio/gpio" + std::string(written.back().c_str())] = S_IFDIR;
     return static_cast<ssize_t>(size);
 }
 
 ssize_t FakeKernel::read(int fd, void* data, std::size_t size)
 {
-    ssize_t result = 0;
-    if (open_descriptors.count(fd) == 0) return errno = EBADF, -1;
-    if (fails("read", result)) return result;
-    const std::size_t found = std::min(size, to_read.size());
-    std::memcpy(data, to_read.data(), found);
-    return static_cast<ssize_t>(found);
+    if (const auto failed = failure("read", fd)) return *failed;
+    return static_cast<ssize_t>(to_read.copy(static_cast<char*>(data), size));
 }
 
 int FakeKernel::stat(const char* path, struct stat* status)
 {
-    ssize_t result = 0;
-    if (fails("stat " + std::string(path), result)) return static_cast<int>(result);
-    if (directories.count(path) == 0 && files.count(path) == 0) return errno = ENOENT, -1;
-    status->st_mode = directories.count(path) != 0 ? S_IFDIR : S_IFREG;
+    if (const auto failed = failure("stat " + std::string(path))) return int(*failed);
+    if (paths.count(path) == 0) return errno = ENOENT, -1;
+    status->st_mode = paths[path];
     return 0;
 }
 
 int open_descriptor_count()
 {
-    DIR* folder = ::opendir("/proc/self/fd");
-    int count = 0;
-    while (::readdir(folder) != nullptr) count++;
-    ::closedir(folder);
-    return count;
+    const std::filesystem::directory_iterator folder("/proc/self/fd");
+    return static_cast<int>(std::distance(begin(folder), end(folder)));
 }
 
 // ---- where the linker sends the calls ----
 
-extern "C" int __wrap_open(const char* path, int flags, ...)
+extern "C" {
+int __wrap_open(const char* path, int flags, mode_t mode)
 {
-    if (FakeKernel::active != nullptr) return FakeKernel::active->open(path, flags);
-    va_list arguments;
-    va_start(arguments, flags);
-    const mode_t mode = (flags & O_CREAT) != 0 ? va_arg(arguments, mode_t) : 0;
-    va_end(arguments);
-    return __real_open(path, flags, mode);
+    return FakeKernel::active ? FakeKernel::active->open(path, flags) : __real_open(path, flags, mode);
 }
 
 // What an open with flags unknown to the compiler becomes in a fortified build.
-extern "C" int __wrap___open_2(const char* path, int flags)
+int __wrap___open_2(const char* path, int flags)
 {
-    return __wrap_open(path, flags);
+    return __wrap_open(path, flags, 0);
 }
 
-extern "C" int __wrap_close(int fd)
+int __wrap_close(int fd)
 {
-    return FakeKernel::active != nullptr ? FakeKernel::active->close(fd) : __real_close(fd);
+    return FakeKernel::active ? FakeKernel::active->close(fd) : __real_close(fd);
 }
 
-extern "C" int __wrap_ioctl(int fd, unsigned long request, void* argument)
+int __wrap_ioctl(int fd, unsigned long call, void* argument)
 {
-    return FakeKernel::active != nullptr ? FakeKernel::active->ioctl(fd, request, argument)
-                                         : __real_ioctl(fd, request, argument);
+    return FakeKernel::active ? FakeKernel::active->ioctl(fd, call, argument) : __real_ioctl(fd, call, argument);
 }
 
-extern "C" ssize_t __wrap_write(int fd, const void* data, std::size_t size)
+ssize_t __wrap_write(int fd, const void* data, std::size_t size)
 {
-    return FakeKernel::active != nullptr ? FakeKernel::active->write(fd, data, size) : __real_write(fd, data, size);
+    return FakeKernel::active ? FakeKernel::active->write(fd, data, size) : __real_write(fd, data, size);
 }
 
-extern "C" ssize_t __wrap_read(int fd, void* data, std::size_t size)
+ssize_t __wrap_read(int fd, void* data, std::size_t size)
 {
-    return FakeKernel::active != nullptr ? FakeKernel::active->read(fd, data, size) : __real_read(fd, data, size);
+    return FakeKernel::active ? FakeKernel::active->read(fd, data, size) : __real_read(fd, data, size);
 }
 
-extern "C" int __wrap_stat(const char* path, struct stat* status)
+int __wrap_stat(const char* path, struct stat* status)
 {
-    return FakeKernel::active != nullptr ? FakeKernel::active->stat(path, status) : __real_stat(path, status);
+    return FakeKernel::active ? FakeKernel::active->stat(path, status) : __real_stat(path, status);
+}
 }

@@ -3,11 +3,13 @@
 #ifndef FAKE_KERNEL_H
 #define FAKE_KERNEL_H
 
-#include <sys/types.h>
+#include <linux/gpio.h>
+#include <sys/stat.h>
 
 #include <cstdint>
 #include <functional>
 #include <map>
+#include <optional>
 #include <set>
 #include <string>
 #include <vector>
@@ -31,41 +33,41 @@ public:
 
     /// Makes the n-th call from now on (1: the next) give this result instead of its own; errno 0 leaves errno alone.
     /// Calls that close a descriptor are not counted.
-    void fail(int nth, ssize_t result, int error);
+    void fail(std::size_t nth, ssize_t result, int error);
 
-    std::vector<std::string> calls;      ///< in call order, as "open /dev/gpiochip1", "ioctl 0xc16cb403", "close"
-    std::vector<std::string> written;    ///< every block given to write
-    std::vector<Message> messages;       ///< of every I2C_RDWR
-    std::set<std::string> directories;   ///< what stat takes for a directory
-    std::set<std::string> files;         ///< what stat takes for a plain file
-    std::string to_read;                 ///< what read finds, from its start at each call
-    int level = 0;                       ///< of every GPIO line
-    std::uint32_t line = 0, flags = 0;   ///< of the last line request
-    bool cleared = false;                ///< whether its other fields were zero
-    unsigned long slave = 0;             ///< address last selected
-    std::function<void()> on_select;     ///< called once a slave has been selected
-    std::size_t counted = 0;             ///< calls that fail() counts
-    std::set<int> open_descriptors;      ///< handed out and not closed
-    int stray_closes = 0;                ///< closes of anything else
+    /// Whether every descriptor handed out has been closed, and nothing else.
+    bool all_closed() const { return m_descriptors.empty() && !m_stray_close; }
+
+    std::vector<std::string> calls;        ///< in call order, as "open /dev/gpiochip1", "ioctl 0xc16cb403", "close"
+    std::vector<std::string> written;      ///< every block given to write
+    std::vector<Message> messages;         ///< of every I2C_RDWR
+    std::map<std::string, mode_t> paths;   ///< what stat finds: S_IFDIR or S_IFREG
+    std::string to_read;                   ///< what read finds, from its start at each call
+    int level = 0;                         ///< of every GPIO line
+    gpiohandle_request request = {};       ///< the last line request
+    unsigned long slave = 0;               ///< address last selected
+    std::function<void()> on_select = [] {};
 
     static FakeKernel* active;
 
     // The calls.
     int open(const char* path, int access);
     int close(int fd);
-    int ioctl(int fd, unsigned long request, void* argument);
+    int ioctl(int fd, unsigned long call, void* argument);
     ssize_t write(int fd, const void* data, std::size_t size);
     ssize_t read(int fd, void* data, std::size_t size);
     int stat(const char* path, struct stat* status);
 
 private:
-    bool fails(const std::string& call, ssize_t& result);
+    std::optional<ssize_t> failure(const std::string& call, std::optional<int> fd = {});
     int descriptor();
     int transfer(void* argument);
 
-    std::size_t m_fail_at = 0;
+    std::size_t m_counted = 0, m_fail_at = 0;
     ssize_t m_fail_result = 0;
     int m_fail_errno = 0;
+    std::set<int> m_descriptors;   // handed out and not closed
+    bool m_stray_close = false;
 };
 
 /// Descriptors that this process has open.

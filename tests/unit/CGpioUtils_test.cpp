@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 
 #include <climits>
+#include <cmath>
 
 #include "fakes/fail_in_turn.h"
 
@@ -23,47 +24,53 @@ static int read_or_untouched()
     return value;
 }
 
+using Steps = std::vector<FailingOperation::Step>;
+
+static const Steps kWriteFails = {{0, from("gpio_write", "Unabled to open /dev/gpiochip1: %s")},
+                                  {0, from("gpio_write", "Unable to line handle from ioctl : %s")},
+                                  {0, from("gpio_write", "Unable to set line value using ioctl : %s")}};
+
+static Steps read_fails(int unread)
+{
+    return {{unread, from("gpio_read", "Unabled to open /dev/gpiochip1: %s")},
+            {unread, from("gpio_read", "Unable to get line handle from ioctl : %s")},
+            {0, from("gpio_read", "Unable to get line value using ioctl : %s")}};
+}
+
+// Step by step: stat, open and write export, stat, then open and write direction and value, or open and read value.
+static const Steps kSysfsSetFails = {{0, ""},  {-1, ""},       {-1, "", true}, {-1, ""},
+                                     {-1, ""}, {-1, "", true}, {-1, ""},       {-1, "", true}};
+static const Steps kSysfsGetFails = {
+    {1, ""},  {-1, ""}, {-1, "", true},
+    {-1, ""}, {-1, ""}, {-48, from("GpioGetValBySysfs", "Gpio Read failed with errno: %d")}};
+
 static const FailingOperation kOperations[] = {
-    {"gpio_write",
-     [] { return CGpioUtils::gpio_write(kChip, 5, 1), 0; },
-     {{0, from("gpio_write", "Unabled to open /dev/gpiochip1: %s")},
-      {0, from("gpio_write", "Unable to line handle from ioctl : %s")},
-      {0, from("gpio_write", "Unable to set line value using ioctl : %s")}}},
-    {"gpio_read",
-     read_or_untouched,
-     {{77, from("gpio_read", "Unabled to open /dev/gpiochip1: %s")},
-      {77, from("gpio_read", "Unable to get line handle from ioctl : %s")},
-      {0, from("gpio_read", "Unable to get line value using ioctl : %s")}}},
-    {"GpioSetValByApi",
-     [] { return CGpioUtils::GpioSetValByApi(37, 1); },
-     {{0, from("gpio_write", "Unabled to open /dev/gpiochip1: %s")},
-      {0, from("gpio_write", "Unable to line handle from ioctl : %s")},
-      {0, from("gpio_write", "Unable to set line value using ioctl : %s")}}},
-    {"GpioGetValByApi",
-     [] { return CGpioUtils::GpioGetValByApi(37); },
-     {{0, from("gpio_read", "Unabled to open /dev/gpiochip1: %s")},
-      {0, from("gpio_read", "Unable to get line handle from ioctl : %s")},
-      {0, from("gpio_read", "Unable to get line value using ioctl : %s")}}},
-    // stat, open and write export, stat, open and write direction, open and write value
-    {"GpioSetValBySysfs",
-     [] { return CGpioUtils::GpioSetValBySysfs(37, 1); },
-     {{0, ""}, {-1, ""}, {-1, "", true}, {-1, ""}, {-1, ""}, {-1, "", true}, {-1, ""}, {-1, "", true}},
-     true},
-    // stat, open and write export, stat, open and read value
-    {"GpioGetValBySysfs",
-     [] { return CGpioUtils::GpioGetValBySysfs(37); },
-     {{1, ""},
-      {-1, ""},
-      {-1, "", true},
-      {-1, ""},
-      {-1, ""},
-      {-48, from("GpioGetValBySysfs", "Gpio Read failed with errno: %d")}},
-     true},
+    {"gpio_write", [] { return CGpioUtils::gpio_write(kChip, 5, 1), 0; }, kWriteFails},
+    {"gpio_read", read_or_untouched, read_fails(77)},
+    {"GpioSetValByApi", [] { return CGpioUtils::GpioSetValByApi(37, 1); }, kWriteFails},
+    {"GpioGetValByApi", [] { return CGpioUtils::GpioGetValByApi(37); }, read_fails(0)},
+    {"GpioSetValBySysfs", [] { return CGpioUtils::GpioSetValBySysfs(37, 1); }, kSysfsSetFails, true},
+    {"GpioGetValBySysfs", [] { return CGpioUtils::GpioGetValBySysfs(37); }, kSysfsGetFails, true},
 };
 
 TEST(Gpio, EveryCallFailsInTurn)
 {
-    for (const FailingOperation& operation : kOperations) fail_in_turn(operation);
+    fail_in_turn(kOperations);
+}
+
+TEST(Gpio, HundredThousandFailuresLeaveNothingOpen)
+{
+    fail_100000_times(kOperations);
+}
+
+/// Whether the request was for line 5 alone, everything else zero.
+static bool asked_for_line_5(const FakeKernel& kernel, std::uint32_t flags)
+{
+    gpiohandle_request plain = {};
+    plain.lines = 1;
+    plain.lineoffsets[0] = 5;
+    plain.flags = flags;
+    return std::memcmp(&plain, &kernel.request, sizeof plain) == 0;
 }
 
 TEST(Gpio, CallsOfTheCharacterDevice)
@@ -71,47 +78,28 @@ TEST(Gpio, CallsOfTheCharacterDevice)
     CapturedLog log;
     FakeKernel kernel;
     CGpioUtils::gpio_write(kChip, 5, 1);
-    EXPECT_THAT(kernel.calls,
-                ElementsAre("open /dev/gpiochip1 r", "ioctl 0xc16cb403", "close", "ioctl 0xc040b409", "close"));
+    EXPECT_TRUE(asked_for_line_5(kernel, GPIOHANDLE_REQUEST_OUTPUT));
     EXPECT_EQ(1, kernel.level);
-    EXPECT_EQ(2u, kernel.flags);
-    EXPECT_EQ(5u, kernel.line);
-    EXPECT_TRUE(kernel.cleared);
-
-    kernel.calls.clear();
     EXPECT_EQ(1, read_or_untouched());
+    EXPECT_TRUE(asked_for_line_5(kernel, GPIOHANDLE_REQUEST_INPUT));
     EXPECT_THAT(kernel.calls,
-                ElementsAre("open /dev/gpiochip1 r", "ioctl 0xc16cb403", "close", "ioctl 0xc040b408", "close"));
-    EXPECT_EQ(1u, kernel.flags);
-    EXPECT_TRUE(kernel.cleared);
+                ElementsAre("open /dev/gpiochip1 r", "ioctl 0xc16cb403", "close", "ioctl 0xc040b409", "close",
+                            "open /dev/gpiochip1 r", "ioctl 0xc16cb403", "close", "ioctl 0xc040b408", "close"));
     EXPECT_THAT(log.take(), IsEmpty());
 }
 
 TEST(Gpio, NumbersNameABankOf32AndALine)
 {
-    const struct {
-        int gpio;
-        const char* open;
-        std::uint32_t line;
-    } cases[] = {
-        {0, "open /dev/gpiochip0 r", 0},
-        {31, "open /dev/gpiochip0 r", 31},
-        {32, "open /dev/gpiochip1 r", 0},
-        {37, "open /dev/gpiochip1 r", 5},
-        {-1, "open /dev/gpiochip-1 r", 31},
-        {-32, "open /dev/gpiochip-1 r", 0},
-        {-33, "open /dev/gpiochip-2 r", 31},
-        {INT_MAX, "open /dev/gpiochip67108863 r", 31},
-        {INT_MIN, "open /dev/gpiochip-67108864 r", 0},
-    };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.gpio);
+    for (const int gpio : {0, 31, 32, 37, -1, -32, -33, INT_MAX, INT_MIN}) {
+        SCOPED_TRACE(gpio);
+        const double bank = std::floor(gpio / 32.0);
+        const std::string open = "open /dev/gpiochip" + std::to_string(static_cast<int>(bank)) + " r";
         FakeKernel kernel;
-        EXPECT_EQ(0, CGpioUtils::GpioSetValByApi(c.gpio, 1));
-        EXPECT_EQ(c.open, kernel.calls[0]);
-        EXPECT_EQ(c.line, kernel.line);
-        EXPECT_EQ(1, CGpioUtils::GpioGetValByApi(c.gpio));
-        EXPECT_EQ(c.open, kernel.calls[5]);
+        EXPECT_EQ(0, CGpioUtils::GpioSetValByApi(gpio, 1));
+        EXPECT_EQ(open, kernel.calls[0]);
+        EXPECT_EQ(gpio - 32 * bank, kernel.request.lineoffsets[0]);
+        EXPECT_EQ(1, CGpioUtils::GpioGetValByApi(gpio));
+        EXPECT_EQ(open, kernel.calls[5]);
     }
 }
 
@@ -142,17 +130,15 @@ TEST(Gpio, SysfsOddities)
 {
     CapturedLog log;
     FakeKernel kernel;
-    kernel.files = {"/sys/class/gpio/gpio37"};   // in the way of the directory
-    kernel.fail(3, 3, 0);                        // the kernel takes the number, but makes no directory
+    kernel.paths = {{"/sys/class/gpio/gpio37", S_IFREG}};   // in the way of the directory
+    kernel.fail(3, 3, 0);                                   // the kernel takes the number, but makes no directory
     EXPECT_EQ(-1, CGpioUtils::GpioSetValBySysfs(37, 1));
     EXPECT_EQ(ENOTDIR, errno);
     EXPECT_EQ("stat /sys/class/gpio/gpio37", kernel.calls.back());
 
-    kernel.fail(3, -1, EBUSY);   // another program has exported the line
-    kernel.directories = {};
-    kernel.files = {};
+    kernel.fail(3, -1, EBUSY);                          // another program has exported the line
     EXPECT_EQ(-1, CGpioUtils::GpioGetValBySysfs(38));   // and taken it back
-    kernel.directories = {"/sys/class/gpio/gpio38"};
+    kernel.paths = {{"/sys/class/gpio/gpio38", S_IFDIR}};
     EXPECT_EQ(-48, CGpioUtils::GpioGetValBySysfs(38));   // nothing to read
     EXPECT_THAT(log.take(), IsEmpty());
 }
@@ -167,19 +153,4 @@ TEST(Gpio, ChipPathsOfAllKinds)
     EXPECT_EQ(77, value);
     EXPECT_THAT(log.take(), ElementsAre(from("gpio_write", "Unabled to open : No such file or directory"),
                                         from("gpio_read", "Unabled to open " + long_path + ": File name too long")));
-}
-
-TEST(Gpio, HundredThousandFailuresLeaveNothingOpen)
-{
-    CapturedLog log;
-    const int before = open_descriptor_count();
-    for (int k = 0; k < 100000; k++) {
-        const FailingOperation& operation = kOperations[k % std::size(kOperations)];
-        FakeKernel kernel;
-        kernel.fail(1 + k / 7 % static_cast<int>(operation.steps.size()), -1, EIO);
-        operation.run();
-        ASSERT_TRUE(kernel.open_descriptors.empty());
-        if (k % 1000 == 0) log.take();
-    }
-    EXPECT_EQ(before, open_descriptor_count());
 }

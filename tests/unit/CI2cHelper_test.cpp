@@ -12,17 +12,8 @@ using testing::IsEmpty;
 using testing::SizeIs;
 
 using Member = bool (*)(I2cParam_t&);
+using Message = FakeKernel::Message;
 using Bytes = std::vector<std::uint8_t>;
-
-static const struct {
-    const char* name;
-    Member run;
-} kMembers[] = {
-    {"read_std", CI2cHelper::read_std},
-    {"write_std", CI2cHelper::write_std},
-    {"read_ctl", CI2cHelper::read_ctl},
-    {"write_ctl", CI2cHelper::write_ctl},
-};
 
 static std::string from(const std::string& function, const std::string& text, int level = 4)
 {
@@ -42,56 +33,43 @@ struct Request : I2cParam_t {
                             datalen,
                             bytes.data()});
     }
+    int sent_by(Member member) { return member(*this); }
+
     Bytes bytes;
 };
 
-static int run_two(Member member)
+/// Two register operations, whose calls after open and select fail with these texts.
+static FailingOperation operation(const char* name, Member run, const std::vector<const char*>& texts, bool whole_block)
 {
-    Request request(2);
-    return member(request) ? 1 : 0;
+    FailingOperation two = {name,
+                            [run] { return Request(2).sent_by(run); },
+                            {{0, from(name, "open i2c</dev/i2c-9> error: %s")},
+                             {0, from(name, "set i2c</dev/i2c-9> address<50> error: %s")}}};
+    for (const char* text : texts) two.steps.push_back({0, from(name, text), whole_block});
+    return two;
 }
+
+static constexpr char kAddress[] = "write register address error: %s";
+static constexpr char kData[] = "read register data error: %s";
+static constexpr char kMessages[] = "ending messages failed: %s";
+
+static const FailingOperation kOperations[] = {
+    operation("read_std", CI2cHelper::read_std, {kAddress, kData, kAddress, kData}, true),
+    operation("write_std", CI2cHelper::write_std, {kAddress, kAddress}, true),
+    operation("read_ctl", CI2cHelper::read_ctl, {kMessages}, false),
+    operation("write_ctl", CI2cHelper::write_ctl, {kMessages}, false),
+};
+static const Member kMembers[] = {CI2cHelper::read_std, CI2cHelper::write_std, CI2cHelper::read_ctl,
+                                  CI2cHelper::write_ctl};
 
 TEST(I2c, EveryCallFailsInTurn)
 {
-    const auto open = [](const char* member) -> FailingOperation::Step {
-        return {0, from(member, "open i2c</dev/i2c-9> error: %s")};
-    };
-    const auto select = [](const char* member) -> FailingOperation::Step {
-        return {0, from(member, "set i2c</dev/i2c-9> address<50> error: %s")};
-    };
-    const auto step = [](const char* member, const char* text) -> FailingOperation::Step {
-        return {0, from(member, text), true};
-    };
-    constexpr char kAddress[] = "write register address error: %s";
-    constexpr char kData[] = "read register data error: %s";
-
-    fail_in_turn({"read_std",
-                  [] { return run_two(CI2cHelper::read_std); },
-                  {open("read_std"), select("read_std"), step("read_std", kAddress), step("read_std", kData),
-                   step("read_std", kAddress), step("read_std", kData)}});
-    fail_in_turn({"write_std",
-                  [] { return run_two(CI2cHelper::write_std); },
-                  {open("write_std"), select("write_std"), step("write_std", kAddress), step("write_std", kAddress)}});
-    fail_in_turn({"read_ctl",
-                  [] { return run_two(CI2cHelper::read_ctl); },
-                  {open("read_ctl"), select("read_ctl"), {0, from("read_ctl", "ending messages failed: %s")}}});
-    fail_in_turn(
-        {"write_ctl", [] { return run_two(CI2cHelper::write_ctl); }, {open("write_ctl"), select("write_ctl")}});
+    fail_in_turn(kOperations);
 }
 
-TEST(I2c, WriteCtlLogsTheFirstMessageAndTheFailure)
+TEST(I2c, HundredThousandFailuresLeaveNothingOpen)
 {
-    for (const int error : kPlausibleErrors) {
-        CapturedLog log;
-        FakeKernel kernel;
-        Request request(2);
-        kernel.fail(3, -1, error);
-        EXPECT_FALSE(CI2cHelper::write_ctl(request));
-        EXPECT_TRUE(kernel.open_descriptors.empty());
-        EXPECT_THAT(log.take(),
-                    ElementsAre(from("write_ctl", "message[0]: addr=0x50, flag=0, len=5, buf=0x10 0x20 0x01 0x02", 1),
-                                from("write_ctl", std::string("ending messages failed: ") + std::strerror(error))));
-    }
+    fail_100000_times(kOperations);
 }
 
 TEST(I2c, ShortTransfersAreFailures)
@@ -104,7 +82,7 @@ TEST(I2c, ShortTransfersAreFailures)
         EXPECT_FALSE(CI2cHelper::read_ctl(request));
         EXPECT_THAT(log.take(),
                     ElementsAre(from("read_ctl", "only " + std::to_string(sent) + "/4 messages were sent\n", 3)));
-        EXPECT_TRUE(kernel.open_descriptors.empty());
+        EXPECT_TRUE(kernel.all_closed());
     }
 }
 
@@ -129,7 +107,7 @@ TEST(I2c, RequestsAreCheckedInOrderBeforeTheDeviceIsOpened)
         FakeKernel kernel;
         I2cParam_t request = {c.device, 0x50, 0, c.regs};
         EXPECT_FALSE(CI2cHelper::checkParams(request));
-        for (const auto& member : kMembers) EXPECT_FALSE(member.run(request)) << member.name;
+        for (const Member member : kMembers) EXPECT_FALSE(member(request));
         EXPECT_EQ(std::vector<std::string>(5, from("checkParams", c.message)), log.take());
         EXPECT_THAT(kernel.calls, IsEmpty());
     }
@@ -142,9 +120,9 @@ TEST(I2c, AnEmptyListSelectsTheSlaveAndEnds)
     Request request(0);
     request.address = 0xFF;   // refused by the kernel, not here
     request.force = 2;
-    for (const auto& member : kMembers) {
+    for (const Member member : kMembers) {
         kernel.calls.clear();
-        EXPECT_TRUE(member.run(request)) << member.name;
+        EXPECT_TRUE(member(request));
         EXPECT_THAT(kernel.calls, ElementsAre("open /dev/i2c-9 rw", "ioctl 0x706", "close"));
         EXPECT_EQ(0xFFu, kernel.slave);
     }
@@ -166,10 +144,7 @@ TEST(I2c, OneTransferPerStep)
 
     kernel.written.clear();
     EXPECT_TRUE(CI2cHelper::write_std(request));
-    EXPECT_THAT(kernel.written, ElementsAre("\x10\x20"
-                                            "abc",
-                                            "\x11\x21"
-                                            "abc"));
+    EXPECT_THAT(kernel.written, ElementsAre("\x10 abc", "\x11!abc"));
     EXPECT_THAT(log.take(), IsEmpty());
 }
 
@@ -180,16 +155,15 @@ TEST(I2c, OneCombinedTransfer)
     Request read(2, 1);
     EXPECT_TRUE(CI2cHelper::read_ctl(read));
     EXPECT_THAT(kernel.calls, ElementsAre("open /dev/i2c-9 rw", "ioctl 0x703", "ioctl 0x707", "close"));
-    EXPECT_THAT(kernel.messages,
-                ElementsAre(FakeKernel::Message{0x50, 0, 1, {0x10}}, FakeKernel::Message{0x50, 1, 3, {}},
-                            FakeKernel::Message{0x50, 0, 1, {0x11}}, FakeKernel::Message{0x50, 1, 3, {}}));
+    EXPECT_THAT(kernel.messages, ElementsAre(Message{0x50, 0, 1, {0x10}}, Message{0x50, 1, 3, {}},
+                                             Message{0x50, 0, 1, {0x11}}, Message{0x50, 1, 3, {}}));
     EXPECT_EQ(Bytes(3, 0x5A), read.bytes);
 
     kernel.messages.clear();
     Request write(2, 2, 1);
     EXPECT_TRUE(CI2cHelper::write_ctl(write));
-    EXPECT_THAT(kernel.messages, ElementsAre(FakeKernel::Message{0x50, 0, 3, {0x10, 0x20, 1}},
-                                             FakeKernel::Message{0x50, 0, 3, {0x11, 0x21, 1}}));
+    EXPECT_THAT(kernel.messages,
+                ElementsAre(Message{0x50, 0, 3, {0x10, 0x20, 1}}, Message{0x50, 0, 3, {0x11, 0x21, 1}}));
     EXPECT_THAT(log.take(),
                 ElementsAre(from("write_ctl", "message[0]: addr=0x50, flag=0, len=3, buf=0x10 0x20 0x01 0x00", 1)));
 }
@@ -200,18 +174,18 @@ TEST(I2c, ListsOfAnyLength)
         SCOPED_TRACE(count);
         CapturedLog log;
         FakeKernel kernel;
-        Request request(count);
+        Request request(count), written(count);
         kernel.to_read = "abc";
         EXPECT_TRUE(CI2cHelper::read_std(request));
         EXPECT_TRUE(CI2cHelper::write_std(request));
         EXPECT_EQ(count <= 21, CI2cHelper::read_ctl(request));
-        EXPECT_EQ(count <= 42, CI2cHelper::write_ctl(request));
+        EXPECT_EQ(count <= 42, CI2cHelper::write_ctl(written));
         const std::vector<std::string> messages = log.take();
-        EXPECT_EQ((count > 21) + (count > 42) + 1, messages.size());
-        if (count > 21) {
-            EXPECT_EQ(from("read_ctl", "ending messages failed: Invalid argument"), messages.front());
-        }
-        EXPECT_TRUE(kernel.open_descriptors.empty());
+        ASSERT_EQ((count > 21) + (count > 42) + 1, messages.size());
+        EXPECT_EQ(from("write_ctl", "message[0]: addr=0x50, flag=0, len=5, buf=0x10 0x20 0x01 0x02", 1),
+                  messages[count > 21]);
+        if (count > 21) EXPECT_EQ(from("read_ctl", "ending messages failed: Invalid argument"), messages.front());
+        EXPECT_TRUE(kernel.all_closed());
     }
 }
 
@@ -233,7 +207,7 @@ TEST(I2c, LongData)
         FakeKernel kernel;
         Request request(1, c.reglen, c.datalen);
         EXPECT_TRUE(CI2cHelper::write_ctl(request));
-        const FakeKernel::Message& message = kernel.messages.back();
+        const Message& message = kernel.messages.back();
         EXPECT_EQ(c.write, message.length);
         EXPECT_TRUE(std::equal(c.start.begin(), c.start.end(), message.bytes.begin()));
         EXPECT_TRUE(CI2cHelper::write_std(request));
@@ -248,40 +222,20 @@ TEST(I2c, LongData)
 
 TEST(I2c, MemoryRunsOut)
 {
-    constexpr char kPlain[] = "write register address error: Cannot allocate memory";
-    constexpr char kCombined[] = "ending messages failed: Cannot allocate memory";
     const struct {
-        Member run;
-        const char* name;
+        const FailingOperation& operation;
         long allocations;
-        const char* text;
-    } cases[] = {{CI2cHelper::write_std, "write_std", 2, kPlain},
-                 {CI2cHelper::read_ctl, "read_ctl", 1, kCombined},
-                 {CI2cHelper::write_ctl, "write_ctl", 2, kCombined}};
-    for (const auto& c : cases) {
-        for (long nth = 0; nth < c.allocations; nth++) {
+    } cases[] = {{kOperations[1], 2}, {kOperations[2], 1}, {kOperations[3], 2}};
+    for (const auto& [operation, allocations] : cases)
+        for (long nth = 0; nth < allocations; nth++) {
             CapturedLog log;
             FakeKernel kernel;
             kernel.on_select = [nth] { fail_allocation(nth); };
-            Request request(1);
-            EXPECT_FALSE(c.run(request));
+            EXPECT_EQ(0, operation.run());
             fail_allocation(-1);
-            EXPECT_THAT(log.take(), ElementsAre(from(c.name, c.text)));
-            EXPECT_TRUE(kernel.open_descriptors.empty());
+            std::string text = operation.steps.back().log;
+            text.replace(text.find("%s"), 2, "Cannot allocate memory");
+            EXPECT_THAT(log.take(), ElementsAre(text));
+            EXPECT_TRUE(kernel.all_closed());
         }
-    }
-}
-
-TEST(I2c, HundredThousandFailuresLeaveNothingOpen)
-{
-    CapturedLog log;
-    const int before = open_descriptor_count();
-    for (int k = 0; k < 100000; k++) {
-        FakeKernel kernel;
-        kernel.fail(1 + k / 5 % 3, -1, ENXIO);
-        ASSERT_EQ(0, run_two(kMembers[k % 4].run));
-        ASSERT_TRUE(kernel.open_descriptors.empty());
-        if (k % 1000 == 0) log.take();
-    }
-    EXPECT_EQ(before, open_descriptor_count());
 }

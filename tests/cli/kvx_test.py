@@ -196,6 +196,27 @@ class Convert(unittest.TestCase):
         self.assertEqual(1, len(list(self.out.glob("*_MO.rnx"))))
         self.assertEqual([], list(self.out.glob(".*")))
 
+    def test_the_same_again_replaces_the_files(self):
+        for _ in range(3):
+            self.assertEqual(DONE, kvx("convert", self.log, "-o", self.out).returncode)
+            for file in self.out.iterdir():
+                os.utime(file, (2e9, 2e9))   # files of a board whose clock was ahead
+        self.assertEqual(2, len(list(self.out.iterdir())))
+
+    def test_time_running_back_is_told(self):
+        twice = self.write("twice.log", self.log.read_bytes() * 2)
+        run = kvx("convert", twice, "-o", self.out, "--json")
+        summary = json.loads(run.stdout)
+        self.assertEqual((DAMAGED, 600, 600),
+                         (run.returncode, summary["epochs_written"], summary["epochs_out_of_order"]))
+
+    def test_damaged_compressed_log_keeps_what_was_good(self):
+        packed = bytearray(gzip.compress(self.log.read_bytes()))
+        packed[len(packed) // 2] ^= 0x55
+        run = kvx("convert", self.write("bad.log.gz", bytes(packed)), "-o", self.out, "--json")
+        self.assertEqual(DAMAGED, run.returncode, run.stderr)
+        self.assertGreater(json.loads(run.stdout)["epochs_written"], 250)
+
     def test_full_disk(self):
         def small_files(limit):
             resource.setrlimit(resource.RLIMIT_FSIZE, (limit, limit))
@@ -236,7 +257,8 @@ class Convert(unittest.TestCase):
     def test_wrong_usage(self):
         for args in ([], ["convert"], ["convert", "x", "--rinex", "3.05"], ["convert", "x", "--systems", "GX"],
                      ["convert", "x", "--start", "yesterday"], ["convert", "x", "y", "--name", "z"], ["nonsense"],
-                     ["convert", "x", "--antenna-delta", "1,2"], ["convert", "x", "--interval", "-1"]):
+                     ["convert", "x", "--antenna-delta", "1,2"], ["convert", "x", "--interval", "nan"],
+                     ["convert", "x", "--start", "2024-02-30"]):
             self.assertEqual(USAGE, kvx(*args).returncode, args)
         self.assertEqual(DONE, kvx("--help").returncode)
         self.assertEqual(DONE, kvx("--version").returncode)
@@ -245,9 +267,10 @@ class Convert(unittest.TestCase):
 
     def test_results_that_cannot_be_printed(self):
         with open("/dev/full", "wb") as full:
-            run = subprocess.run([KVX, "info", str(self.log)], stdout=full, stderr=subprocess.PIPE, timeout=60)
-        self.assertEqual(FAILED, run.returncode)
-        self.assertIn(b"standard output", run.stderr)
+            for command in (["info", self.log], ["convert", self.log, self.log140, "-o", self.out]):
+                run = subprocess.run([KVX, *map(str, command)], stdout=full, stderr=subprocess.PIPE, timeout=60)
+                self.assertEqual(FAILED, run.returncode)
+                self.assertIn(b"standard output", run.stderr)
 
 
 if __name__ == "__main__":

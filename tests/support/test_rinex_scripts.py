@@ -11,7 +11,6 @@ import unittest.mock
 import compare_recordings
 import rinex_check
 import rinex_compare
-from rinex_reader import RinexError, Value
 
 
 def header(*records):
@@ -163,28 +162,9 @@ class Scripts(unittest.TestCase):
                                                rinex_compare.Options(extra={extra: "not sent"}))
                 self.assertEqual(report.mismatches, wanted, (extra, ours))
 
-    def expected(self, name, values, unknown=(), version="3.04"):
-        found = {code: Value(text, " ", " ") for code, text in values.items()}
-        result = compare_recordings.expected_satellite(
-            name, found, version, compare_recordings.RECORDINGS["japan_1hz"], unknown, self.lost)
-        return {code: value.text for code, value in result.items()}
-
-    def test_columns_of_source_values(self):
-        self.lost = compare_recordings.Counter()
-        self.assertEqual(self.expected("G01", {"C2L": "2.000", "C2W": "1.000", "L2W": "9.000"}), {"C2W": "2.000"})
-        self.assertEqual(self.expected("C30", {"C7I": "1.000", "L7I": "3.000"}, ["7I"]), {"C5D": "1.000"})
-        self.assertEqual(self.expected("S23", {"C5I": "1.000"}), {})
-        self.assertEqual(self.expected("R01", {"C2P": "1.000", "L2P": "2.000", "C1C": "3.000"}, version="2.11"),
-                         {"P2": "1.000", "L2": "2.000"})
-        self.assertEqual(self.lost, {"2.11": 1, "shared": 2, "parity": 1, ("S", "5I"): 1})
-        with self.assertRaisesRegex(RinexError, "no-column"):
-            self.expected("E01", {"C1X": "1.000"})
-        strengths = [compare_recordings.strength(text, rule)[:2] for text, rule in (
-            ("45.9", "truncated"), ("44.5", "held"), ("45.5", "held"), ("12.0", "held"), ("56.25", "held"))]
-        self.assertEqual(strengths, ["45", "44", "46", "20", "51"])
-
     def test_without_recordings_it_is_skipped(self):
-        with unittest.mock.patch.object(sys, "argv", ["", "--kvx=none", "--workdir=none", f"--recordings={self.folder}"]):
+        arguments = ["", "--kvx=none", "--workdir=none", f"--recordings={self.folder}"]
+        with unittest.mock.patch.object(sys, "argv", arguments):
             self.assertEqual(self.call(lambda _: compare_recordings.main())[0], compare_recordings.SKIPPED)
 
 

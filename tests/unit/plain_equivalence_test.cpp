@@ -3,22 +3,41 @@
 
 #include <bit>
 #include <cmath>
-#include <cstring>
 #include <functional>
-#include <memory>
 #include <numeric>
-#include <string>
-#include <vector>
 
 #include "gnss_plain.h"
 #include "rinex_text.h"
-#include "rtk_gnss.h"
 #include "sky/frame.h"
 #include "sky/random.h"
+#include "support/frame_builder.h"
+#include "support/rinex_records.h"
+#include "support/text_file.h"
 
 namespace {
 
 using sky::random_t;
+
+bool one_in(std::uint64_t n, random_t& random)
+{
+    return random.below(n) == 0;
+}
+
+int below(int n, random_t& random)
+{
+    return static_cast<int>(random.below(static_cast<std::uint64_t>(n)));
+}
+
+template <class List>
+auto pick(const List& list, random_t& random)
+{
+    return std::data(list)[random.below(std::size(list))];
+}
+
+double unit(random_t& random)
+{
+    return static_cast<double>(random.bits() >> 11) * 0x1p-53;
+}
 
 // ---- Checksum ----
 
@@ -36,11 +55,6 @@ TEST(PlainEquivalence, Crc32OfEveryLengthAndAlignment)
 }
 
 // ---- Observation field ----
-
-double unit(random_t& random)
-{
-    return static_cast<double>(random.bits() >> 11) * 0x1p-53;
-}
 
 struct KindOfValue {
     const char* name;
@@ -93,56 +107,43 @@ TEST(PlainEquivalence, ObservationFieldPrintsAsPrintfDoes)
 // ---- Range messages ----
 
 // Receiver PRNs that mean something, and all others.
-int any_prn(random_t& random, unsigned system)
+int any_prn(random_t& random, int system)
 {
     constexpr int kFirst[] = {1, 38, 120, 1, 1, 193, 0, 0};
     constexpr int kCount[] = {33, 26, 40, 38, 47, 11, 1, 1};
-    if (random.below(4) == 0) return static_cast<int>(random.below(300));
-    if (system == 4 && random.below(4) == 0) return static_cast<int>(155 + random.below(45));
-    return kFirst[system] + static_cast<int>(random.below(static_cast<std::uint64_t>(kCount[system])));
+    if (one_in(4, random)) return below(300, random);
+    if (system == 4 && one_in(4, random)) return 155 + below(45, random);
+    return kFirst[system] + below(kCount[system], random);
 }
 
-// Signal types that the system has, and all others.
-std::uint32_t any_type(random_t& random, unsigned system)
+// Phase and code lock and parity mostly known; signal types that the system has, and all others.
+std::uint32_t any_status(random_t& random, int system)
 {
-    static const std::vector<std::uint32_t> kTypes[] = {
+    static const std::vector<int> kTypes[] = {
         {0, 5, 9, 17, 6, 14, 16}, {0, 1, 5}, {0, 5}, {1, 2, 17, 12, 20, 7}, {0, 4, 1, 5, 17, 9, 12, 2, 21, 6, 7, 8},
         {0, 5, 9, 17, 6, 14, 16}, {0},       {0}};
-    if (random.below(4) == 0) return static_cast<std::uint32_t>(random.below(32));
-    return kTypes[system][random.below(kTypes[system].size())];
-}
-
-std::uint32_t any_status(random_t& random, unsigned system)
-{
-    const std::uint32_t noise = static_cast<std::uint32_t>(random.bits()) & 0xFC00E3FFu;
-    std::uint32_t status = noise | system << 16 | any_type(random, system) << 21;
-    for (const int bit : {10, 11, 12}) status |= static_cast<std::uint32_t>(random.below(8) != 0) << bit;
-    return status | static_cast<std::uint32_t>(random.below(4) == 0) << 19;
+    const int type = one_in(4, random) ? below(32, random) : pick(kTypes[system], random);
+    std::uint32_t status = static_cast<std::uint32_t>(random.bits()) & 0xFC00E3FFu;
+    for (const int bit : {10, 11, 12}) status |= std::uint32_t{!one_in(8, random)} << bit;
+    return status | std::uint32_t{one_in(4, random)} << 19 | static_cast<std::uint32_t>(system << 16 | type << 21);
 }
 
 double any_double(random_t& random)
 {
-    return random.below(8) == 0 ? std::bit_cast<double>(random.bits()) : (unit(random) - 0.2) * 3e8;
+    return one_in(8, random) ? std::bit_cast<double>(random.bits()) : (unit(random) - 0.2) * 3e8;
 }
 
 float any_float(random_t& random)
 {
     constexpr float kEdges[] = {0.0f, -0.0f, 254.9f, 255.0f, 1e-40f, -1e-40f};
-    switch (random.below(8)) {
-        case 0:
-            return std::bit_cast<float>(static_cast<std::uint32_t>(random.bits()));
-        case 1:
-            return kEdges[random.below(std::size(kEdges))];
-        default:
-            return static_cast<float>((unit(random) - 0.2) * 300.0);
-    }
+    if (one_in(8, random)) return std::bit_cast<float>(static_cast<std::uint32_t>(random.bits()));
+    return one_in(8, random) ? pick(kEdges, random) : static_cast<float>((unit(random) - 0.2) * 300.0);
 }
 
 void put_full(sky::frame_t& frame, std::size_t at, random_t& random)
 {
-    const auto system = static_cast<unsigned>(random.below(8));
-    const auto prn = static_cast<unsigned>(any_prn(random, system) + (random.below(64) == 0 ? 65200 : 0));
-    frame.u16(at, prn).u16(at + 2, static_cast<unsigned>(random.below(16)));
+    const int system = below(8, random);
+    frame.u16(at, any_prn(random, system) + (one_in(64, random) ? 65200 : 0)).u16(at + 2, below(16, random));
     frame.f64(at + 4, any_double(random)).f64(at + 16, any_double(random));
     frame.f32(at + 28, any_float(random)).f32(at + 32, any_float(random)).f32(at + 36, any_float(random));
     frame.u32(at + 40, any_status(random, system));
@@ -150,31 +151,28 @@ void put_full(sky::frame_t& frame, std::size_t at, random_t& random)
 
 void put_compressed(sky::frame_t& frame, std::size_t at, random_t& random)
 {
-    const auto system = static_cast<unsigned>(random.below(8));
+    const int system = below(8, random);
     frame.u32(at, any_status(random, system));
     for (std::size_t i = 4; i < 24; i += 4) frame.u32(at + i, static_cast<std::uint32_t>(random.bits()));
-    if (random.below(16) == 0) frame.u32(at + 4, 0x8000000);   // the lowest Doppler
-    frame.u8(at + 17, static_cast<unsigned>(any_prn(random, system)));
-    frame.u8(at + 21, static_cast<unsigned>(random.below(16)) << 2 | static_cast<unsigned>(random.below(4)));
+    if (one_in(16, random)) frame.u32(at + 4, 0x8000000);   // the lowest Doppler
+    frame.u8(at + 17, any_prn(random, system)).u8(at + 21, below(one_in(4, random) ? 256 : 64, random));
 }
 
 // A range message with up to 180 records; now and then damaged, cut short, of an unknown time or another kind.
 sky::bytes_t any_frame(random_t& random, std::int64_t ms)
 {
-    const bool full = random.below(2) == 0;
-    const std::size_t size = full ? 44 : 24;
-    const std::size_t records = random.below(random.below(3) == 0 ? 180 : 40);
-    const std::size_t to_the_limit = 8160 - 4 - records * size;
-    const std::size_t spare = random.below(8) != 0 ? 0 : random.below(8) == 0 ? to_the_limit : random.below(30);
-    const int id = random.below(32) == 0 ? 1273 : full ? 43 : 140;
-    sky::frame_t frame(static_cast<std::uint16_t>(id), 4 + records * size + spare);
-    frame.u32(0, static_cast<std::uint32_t>(random.below(32) == 0 ? random.bits() : records));
-    for (std::size_t i = 0; i < records; ++i) (full ? put_full : put_compressed)(frame, 4 + i * size, random);
-
     constexpr int kWeeks[] = {0, 65535, 2305, 2306};
+    const bool full = one_in(2, random);
+    const int size = full ? 44 : 24, records = below(one_in(3, random) ? 180 : 40, random);
+    const int to_the_limit = 8160 - 4 - records * size;
+    const int spare = !one_in(8, random) ? 0 : one_in(8, random) ? to_the_limit : below(30, random);
+    sky::frame_t frame(one_in(32, random) ? 1273 : full ? 43 : 140, 4 + records * size + spare);
+    frame.u32(0, one_in(32, random) ? static_cast<std::uint32_t>(random.bits()) : records);
+    for (int i = 0; i < records; ++i) (full ? put_full : put_compressed)(frame, 4 + i * size, random);
+
     sky::bytes_t bytes;
-    frame.append_to(bytes, random.below(16) == 0 ? kWeeks[random.below(4)] : 2305, ms);
-    if (random.below(32) == 0) bytes[random.below(bytes.size())] ^= static_cast<std::uint8_t>(1 << random.below(8));
+    frame.append_to(bytes, one_in(16, random) ? pick(kWeeks, random) : 2305, ms);
+    if (one_in(32, random)) bytes[random.below(bytes.size())] ^= static_cast<std::uint8_t>(1 << below(8, random));
     return bytes;
 }
 
@@ -183,10 +181,10 @@ int feed_blocks(raw_t* raw, const sky::bytes_t& bytes, random_t& random)
 {
     int result = 0;
     for (std::size_t at = 0; at < bytes.size();) {
-        const int size = static_cast<int>(std::min<std::size_t>(bytes.size() - at, 1 + random.below(4000)));
+        const int size = std::min(static_cast<int>(bytes.size() - at), 1 + below(4000, random));
         int left = size;
         if (const int got = input_korvexb(raw, bytes.data() + at, &left); got != 0) result = got;
-        at += static_cast<std::size_t>(size - left);
+        at += size - left;
     }
     return result;
 }
@@ -205,8 +203,7 @@ int feed_bytes(raw_t* raw, const sky::bytes_t& bytes, const std::function<int(ra
 TEST(PlainEquivalence, RangeMessagesLeaveTheSameRecord)
 {
     random_t random(3);
-    const auto by_byte = std::make_unique<raw_t>(), by_block = std::make_unique<raw_t>(),
-               by_plain = std::make_unique<raw_t>();
+    const auto by_byte = new_record(), by_block = new_record(), by_plain = new_record();
     std::int64_t ms = 604'000'000;
     int epochs = 0, refused = 0, full = 0;
     for (int i = 0; i < 4000; ++i) {
@@ -222,7 +219,7 @@ TEST(PlainEquivalence, RangeMessagesLeaveTheSameRecord)
             }
         }
         constexpr int kSteps[] = {0, 0, 0, 0, 0, 0, 0, 1, 2, 1000, -1000, 100'000};   // mostly more of the same epoch
-        ms = (ms + 604'800'000 + kSteps[random.below(std::size(kSteps))]) % 604'800'000;
+        ms = (ms + 604'800'000 + pick(kSteps, random)) % 604'800'000;
         const sky::bytes_t frame = any_frame(random, ms);
 
         const int expected = feed_bytes(by_plain.get(), frame, plain::input_byte);
@@ -241,35 +238,22 @@ TEST(PlainEquivalence, RangeMessagesLeaveTheSameRecord)
 
 // ---- RINEX 3 epoch ----
 
-std::string written(const std::function<void(std::FILE*)>& write)
-{
-    char* text = nullptr;
-    std::size_t size = 0;
-    std::FILE* fp = open_memstream(&text, &size);
-    write(fp);
-    std::fclose(fp);
-    std::string result(text, size);
-    std::free(text);
-    return result;
-}
-
 void fill_epoch(raw_t& raw, random_t& random)
 {
     Initial_raw(&raw, 0);
-    raw.week = static_cast<std::uint16_t>(1000 + random.below(2000));
-    raw.tow = static_cast<double>(random.below(604'800'000)) * 0.001;
-    raw.nobs = static_cast<std::uint8_t>(random.below(kMaxObs + 1));
-    raw.opt_nosigmap = static_cast<std::uint8_t>(random.below(2));
+    raw.week = static_cast<std::uint16_t>(1000 + below(2000, random));
+    raw.tow = below(604'800'000, random) * 0.001;
+    raw.nobs = static_cast<std::uint8_t>(below(kMaxObs + 1, random));
+    raw.opt_nosigmap = one_in(2, random);
     for (int i = 0; i < raw.nobs; ++i) {
         obsd_t& obs = raw.obs[i];
-        obs.sat = static_cast<std::uint8_t>(1 + random.below(kMaxSat));
+        obs.sat = static_cast<std::uint8_t>(1 + below(kMaxSat, random));
         for (int slot = 0; slot < kNumSlots; ++slot) {
-            const double scale = std::exp2(static_cast<double>(random.below(12)));
-            obs.P[slot] = random.below(8) == 0 ? 0.0 : any_double(random);
-            obs.L[slot] = random.below(8) == 0 ? unit(random) * 0.02 : any_double(random) * 4.0;
-            obs.D[slot] = static_cast<float>((unit(random) - 0.5) * scale);
+            obs.P[slot] = one_in(8, random) ? 0.0 : any_double(random);
+            obs.L[slot] = one_in(8, random) ? unit(random) * 0.02 : any_double(random) * 4.0;
+            obs.D[slot] = static_cast<float>((unit(random) - 0.5) * std::exp2(below(12, random)));
             obs.SNR[slot] = unit(random) * 260.0;
-            obs.LLI[slot] = static_cast<std::uint8_t>(random.below(4));
+            obs.LLI[slot] = static_cast<std::uint8_t>(below(4, random));
         }
     }
 }
@@ -278,29 +262,25 @@ rnx_t any_options(random_t& random)
 {
     constexpr const char* kBoards[] = {"", "KV3A0", "KV4A0", "board KV4A0 rev 2"};
     constexpr int kKinds[] = {0, 1, 2, 5, 6, 9};
-    rnx_t opt{};
-    Initial_Rnx(&opt);
-    opt.version = static_cast<int>(302 + random.below(3));
-    opt.rcvkind = kKinds[random.below(std::size(kKinds))];
-    std::strcpy(opt.rectype, kBoards[random.below(std::size(kBoards))]);
-    for (std::int32_t* on : {&opt.sys_gps, &opt.sys_glo, &opt.sys_bds, &opt.sys_gal, &opt.sys_sbs}) {
-        *on = random.below(4) != 0;
-    }
+    rnx_t opt = options(302 + below(3, random), pick(kKinds, random), pick(kBoards, random));
+    for (std::int32_t* on : {&opt.sys_gps, &opt.sys_glo, &opt.sys_bds, &opt.sys_gal, &opt.sys_sbs})
+        *on = !one_in(4, random);
     return opt;
 }
 
 TEST(PlainEquivalence, EpochsOfRinex3AreTheSameBytes)
 {
     random_t random(4);
-    const auto raw = std::make_unique<raw_t>();
+    const auto raw = new_record();
     std::size_t bytes = 0;
     for (int i = 0; i < 400; ++i) {
         fill_epoch(*raw, random);
         rnx_t opt = any_options(random);
-        const std::string plainly = written([&](std::FILE* fp) { plain::write_epoch3(fp, *raw, opt); });
-        const std::string fast = written([&](std::FILE* fp) { WriteRinexObsRec(fp, raw.get(), &opt, 0.0); });
-        ASSERT_EQ(fast, plainly) << "epoch " << i;
-        bytes += fast.size();
+        const FilePtr plainly = new_file(), fast = new_file();
+        plain::write_epoch3(plainly.get(), *raw, opt);
+        WriteRinexObsRec(fast.get(), raw.get(), &opt, 0.0);
+        ASSERT_EQ(contents(fast.get()), contents(plainly.get())) << "epoch " << i;
+        bytes += contents(fast.get()).size();
     }
     EXPECT_GT(bytes, 400u * 2000u);
 }

@@ -3,7 +3,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <limits>
 #include <random>
 
 #include "support/rinex_records.h"
@@ -83,44 +82,6 @@ TEST(RinexObsRec, SlotsFollowBoardVersionAndBeiDouGeneration)
         for (std::size_t i = 0; i < kSky.size(); ++i) {
             EXPECT_EQ(names[i], text[i + 1].substr(0, 3));
             EXPECT_EQ(c.slots[i], slots_of(text[i + 1])) << names[i] << " version " << c.version << " kind " << c.kind;
-        }
-    }
-}
-
-TEST(RinexObsRec, SystemsSwitchedOffAreNeitherCountedNorWritten)
-{
-    auto raw = epoch(2300, 1.0, kSky);
-    rnx_t opt = options(304);
-    opt.sys_gps = opt.sys_sbs = 0;
-    const std::vector<std::string> text = lines(record3(*raw, opt));
-    EXPECT_EQ(" 4", text[0].substr(33, 2));
-    EXPECT_EQ(5u, text.size());
-    opt = options(304);
-    EXPECT_EQ(1u, lines(record3(*epoch(2300, 1.0, {}), opt)).size());
-}
-
-TEST(RinexObsRec, ValuesOfAnyKindKeepTheirColumns)
-{
-    std::mt19937_64 random(11);
-    const double odd[] = {0.0,      -0.0,      1e9,    -1e9,    999999999.9994,
-                          1e300,    5e-324,    0.0004, -0.0004, std::numeric_limits<double>::quiet_NaN(),
-                          HUGE_VAL, -HUGE_VAL, 0.0005, 1.0005,  2.5e-3};
-    for (int round = 0; round < 3000; ++round) {
-        auto raw = epoch(2300, 1.0, {1, 40, 60, 90, 110, 141, 155});
-        for (int i = 0; i < raw->nobs; ++i) {
-            for (int f = 0; f < kNumSlots; ++f) {
-                const auto pick = [&] { return odd[random() % std::size(odd)]; };
-                raw->obs[i].P[f] = pick();
-                raw->obs[i].L[f] = pick();
-                raw->obs[i].D[f] = static_cast<float>(std::clamp(pick(), -1e38, 1e38));
-                raw->obs[i].SNR[f] = pick();
-                raw->obs[i].LLI[f] = static_cast<std::uint8_t>(random() % 4);
-            }
-        }
-        for (const std::string& line : lines(record3(*raw, options(304)))) {
-            if (line[0] != '>') ASSERT_EQ(3u, line.size() % 16) << line;
-            ASSERT_EQ(line.npos, line.find("nan")) << line;
-            ASSERT_EQ(line.npos, line.find("inf")) << line;
         }
     }
 }

@@ -130,37 +130,42 @@ double Troposphere(double height, double el)
            std::sqrt(0.002 + std::pow(std::sin(el), 2));
 }
 
-/// Sum of the normal equations, and their solution by elimination. Clocks that no row names stay 0.
-struct NormalEquations {
-    static constexpr int kUnknowns = 9;   // position, one receiver clock per system
-    double a[kUnknowns][kUnknowns + 1] = {};
+vec3 cross(const vec3& a, const vec3& b)
+{
+    return {a.y * b.z - a.z * b.y, a.z * b.x - a.x * b.z, a.x * b.y - a.y * b.x};
+}
 
-    void add(const double (&row)[kUnknowns], double residual)
-    {
-        for (int r = 0; r < kUnknowns; ++r) {
-            for (int c = 0; c < kUnknowns; ++c) a[r][c] += row[r] * row[c];
-            a[r][kUnknowns] += row[r] * residual;
-        }
-    }
-    double solution(int k) const { return a[k][k] == 0 ? 0 : a[k][kUnknowns] / a[k][k]; }
-    void solve()
-    {
-        for (int c = 0; c < kUnknowns; ++c)
-            for (int r = 0; r < kUnknowns; ++r) {
-                const double m = r == c || a[c][c] == 0 ? 0 : a[r][c] / a[c][c];
-                for (int k = 0; k <= kUnknowns; ++k) a[r][k] -= m * a[c][k];
-            }
-    }
+struct Row {
+    vec3 direction;
+    double residual;
 };
 
-/// Single-point positioning by least squares on slot 0, from the middle of the Earth.
+/// Least squares for a position. What all rows of a system have in common is the receiver's clock: the mean takes it
+/// out.
+vec3 Solve(const std::map<int, std::vector<Row>>& systems)
+{
+    vec3 column[3] = {}, right = {};
+    for (const auto& [system, rows] : systems) {
+        Row mean = {};
+        for (const Row& row : rows) mean = {mean.direction + row.direction, mean.residual + row.residual};
+        const double part = 1.0 / static_cast<double>(rows.size());
+        for (const Row& row : rows) {
+            const vec3 d = row.direction - part * mean.direction;
+            column[0] = column[0] + d.x * d, column[1] = column[1] + d.y * d, column[2] = column[2] + d.z * d;
+            right = right + (row.residual - part * mean.residual) * d;
+        }
+    }
+    const vec3 yz = cross(column[1], column[2]);
+    return 1 / dot(column[0], yz) *
+           vec3{dot(right, yz), dot(column[0], cross(right, column[2])), dot(column[0], cross(column[1], right))};
+}
+
+/// Single-point positioning on slot 0, from the middle of the Earth.
 vec3 Position(const raw_t& raw, int systems, const Site& site)
 {
     vec3 x = {};
-    std::map<int, double> clocks;
     for (int round = 0; round < 10; ++round) {
-        std::map<int, int> column;
-        NormalEquations normal;
+        std::map<int, std::vector<Row>> rows;
         for (int i = 0; i < raw.nobs; ++i) {
             const obsd_t& o = raw.obs[i];
             const int sys = satsys(o.sat, nullptr);
@@ -178,13 +183,9 @@ vec3 Position(const raw_t& raw, int systems, const Site& site)
             double delay = 0;   // not before the direction is known
             if (round > 5)
                 delay = Klobuchar(raw.ion_gps, site, az, el, raw.obs_tow) * wave * wave + Troposphere(site.height, el);
-            double row[NormalEquations::kUnknowns] = {-d.x / range, -d.y / range, -d.z / range};
-            row[column.try_emplace(sys, 3 + static_cast<int>(column.size())).first->second] = 1;
-            normal.add(row, o.P[0] - (range + clocks[sys] - kC * s.clock + delay));
+            rows[sys].push_back({-1 / range * d, o.P[0] - (range - kC * s.clock + delay)});
         }
-        normal.solve();
-        x = x + vec3{normal.solution(0), normal.solution(1), normal.solution(2)};
-        for (const auto& [sys, col] : column) clocks[sys] += normal.solution(col);
+        x = x + Solve(rows);
     }
     return x;
 }

@@ -3,7 +3,10 @@
 #define KVX_COMMAND_H
 
 #include <CLI/CLI.hpp>
+#include <cstdio>
 #include <functional>
+#include <nlohmann/json.hpp>
+#include <string>
 
 namespace kvx {
 
@@ -14,6 +17,20 @@ enum exit_code_t : int {
     kUsage = 2,     ///< the command line was wrong
     kDamaged = 3,   ///< done, but the input was damaged
 };
+
+/// Flushes standard output. Results that did not reach it are a failure, whatever the work itself came to.
+inline int finished(int code)
+{
+    if (std::fflush(stdout) == 0 && std::ferror(stdout) == 0) return code;
+    std::fputs("kvx: error: standard output: a write failed\n", stderr);
+    return kFailed;
+}
+
+/// JSON as text; what is not UTF-8 in it (file names may be anything) is replaced.
+inline std::string json_text(const nlohmann::ordered_json& json)
+{
+    return json.dump(-1, ' ', false, nlohmann::ordered_json::error_handler_t::replace);
+}
 
 /// A subcommand: its place on the command line and what it does when chosen.
 struct command_t {

@@ -18,7 +18,6 @@ namespace kvx {
 namespace {
 
 enum message_id_t { kGeodeticPosition = 42, kRangeMessage = 43, kEcefPosition = 241, kAntennaType = 1421 };
-constexpr int kFirstGlonass = 79;   // satellite number of slot 1
 constexpr unsigned short kUsualLeaps = 18;
 
 class Conversion {
@@ -45,7 +44,8 @@ public:
         read_log();
         if (!observations_.exists() && interrupted()) throw Error(source_.name(), "interrupted", "before any epoch");
         if (!observations_.exists()) {
-            throw Error(source_.name(), "no usable epoch, no file written", summary_.why_no_epoch(reader_.losses()));
+            throw Error(source_.name(), "no usable epoch, no file written",
+                        summary_.why_no_epoch(reader_.losses(), source_.damage()));
         }
         nlohmann::ordered_json result = summary_.to_json(reader_, source_.damage());
         result["log"] = source_.name();
@@ -58,7 +58,7 @@ public:
             throw Error(source_.name(), "interrupted",
                         "what was read is in " + result["files"].front().get<std::string>());
         }
-        const bool damaged = reader_.losses().any() || !source_.damage().empty();
+        const bool damaged = reader_.losses().any() || !source_.damage().empty() || observations_.out_of_order() > 0;
         return {damaged ? kDamaged : kDone, std::move(result)};
     }
 

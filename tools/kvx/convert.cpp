@@ -2,8 +2,10 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <csignal>
 #include <cstdio>
 #include <memory>
+#include <set>
 
 #include "command.h"
 #include "conversion.h"
@@ -35,7 +37,7 @@ std::string for_people(const nlohmann::ordered_json& result)
     if (result.contains("navigation")) out += navigation_text(result["navigation"]);
     if (result.contains("epochs_out_of_order")) {
         out += "  left out: " + std::to_string(result["epochs_out_of_order"].get<std::uint64_t>()) +
-               " epoch(s) of a week before that of the last one written\n";
+               " epoch(s) that are not later than the one before\n";
     }
     for (const auto& file : result["files"]) out += "  wrote " + file.get<std::string>() + "\n";
     return out;
@@ -45,7 +47,7 @@ int convert_one(const convert_options_t& options, const std::string& log)
 {
     try {
         const conversion_result_t result = convert_log(options, log);
-        std::fputs((options.json ? result.summary.dump() + "\n" : for_people(result.summary)).c_str(), stdout);
+        std::fputs((options.json ? json_text(result.summary) + "\n" : for_people(result.summary)).c_str(), stdout);
         return result.exit_code;
     } catch (const std::exception& e) {
         std::fprintf(stderr, "kvx: error: %s\n", e.what());
@@ -67,12 +69,12 @@ public:
     int run()
     {
         for (const std::string& log : options_.logs) {
-            if (interrupted()) return kFailed;
-            if (running_ == options_.jobs) wait_for_one();
+            while (children_.size() >= static_cast<std::size_t>(options_.jobs) && !interrupted()) wait_for_one();
+            if (interrupted()) break;
             start(log);
         }
-        while (running_ > 0) wait_for_one();
-        return code_;
+        while (!children_.empty()) wait_for_one();
+        return interrupted() ? static_cast<int>(kFailed) : code_;
     }
 
 private:
@@ -83,23 +85,29 @@ private:
         if (pid == 0) {
             // One write per summary keeps those of several logs apart.
             std::setvbuf(stdout, nullptr, _IOFBF, 1 << 20);
-            const int code = convert_one(options_, log);
-            std::fflush(stdout);
-            _exit(code);
+            _exit(finished(convert_one(options_, log)));
         }
-        pid > 0 ? ++running_ : code_ = worse(code_, convert_one(options_, log));
+        if (pid > 0) {
+            children_.insert(pid);
+        } else {
+            code_ = worse(code_, convert_one(options_, log));
+        }
     }
 
     void wait_for_one()
     {
         int status = 0;
-        if (wait(&status) < 0) return;
-        --running_;
+        const pid_t done = wait(&status);
+        if (done < 0) {   // a signal that perhaps only this process got; the children finish what they have
+            for (const pid_t child : children_) kill(child, SIGUSR1);
+            return;
+        }
+        children_.erase(done);
         code_ = worse(code_, WIFEXITED(status) ? WEXITSTATUS(status) : static_cast<int>(kFailed));
     }
 
     const convert_options_t& options_;
-    int running_ = 0;
+    std::set<pid_t> children_;
     int code_ = kDone;
 };
 

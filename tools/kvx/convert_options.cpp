@@ -3,9 +3,10 @@
 #include <algorithm>
 #include <cmath>
 #include <cstring>
-#include <sstream>
 
+#include "arguments.h"
 #include "log_summary.h"
+#include "systems.h"
 
 namespace kvx {
 
@@ -27,33 +28,18 @@ std::string antenna_with_radome(const std::string& type)
     return padded + "NONE";
 }
 
-double parse_gps_time(const std::string& text)
+std::string check_time(const std::string& text)
 {
-    int year = 0, month = 0, day = 0, hour = 0, minute = 0, week = 0;
-    double second = 0.0, tow = 0.0;
-    char dash1 = 0, dash2 = 0, between = 0, colon1 = 0, colon2 = 0;
-    std::istringstream in(text);
-    in.imbue(std::locale::classic());
-    in >> year >> dash1 >> month >> dash2 >> day;
-    bool good = !in.fail() && dash1 == '-' && dash2 == '-';
-    if (good && !in.eof()) {
-        in.get(between);
-        in >> hour >> colon1 >> minute;
-        good = !in.fail() && (between == ' ' || between == 'T') && colon1 == ':';
-        if (good && !in.eof()) good = (in >> colon2 >> second) && colon2 == ':' && in.peek() == EOF;
-    }
-    if (!good || GetGpsTime(year, month, day, hour, minute, second, &week, &tow) == 0) {
-        throw CLI::ValidationError("'" + text + "' is not a GPS time such as 2024-03-10 12:00:00");
-    }
-    return gps_seconds(week, tow);
+    return parse_gps_time(text) ? "" : "'" + text + "' is not a GPS time such as 2024-03-10 12:00:00";
 }
 
-CLI::Option* add_time(CLI::App& app, const std::string& name, std::optional<double>& value, const std::string& help)
+void add_time(CLI::App& app, const std::string& name, std::optional<double>& value, const std::string& help)
 {
-    return app
-        .add_option_function<std::string>(
-            name, [&value](const std::string& text) { value = parse_gps_time(text); }, help)
-        ->type_name("TIME");
+    const auto take = [&value](const std::string& text) {
+        const auto time = parse_gps_time(text);
+        value = gps_seconds(time->week, time->tow);
+    };
+    app.add_option_function<std::string>(name, take, help)->check(CLI::Validator(check_time, "TIME"));
 }
 
 void add_output_options(CLI::App& app, convert_options_t& o)
@@ -76,13 +62,9 @@ void add_output_options(CLI::App& app, convert_options_t& o)
 
 void add_selection_options(CLI::App& app, convert_options_t& o)
 {
-    app.add_option("--systems", o.systems, "Systems to write: letters of GRECJS")
-        ->check([](const std::string& s) {
-            return s.find_first_not_of("GRECJS") == s.npos && !s.empty() ? "" : "systems are letters of GRECJS";
-        })
-        ->capture_default_str();
+    app.add_option("--systems", o.systems, "Systems to write")->check(system_letters())->capture_default_str();
     app.add_option("--interval", o.interval, "Keep epochs at whole multiples of S seconds from the first one on")
-        ->check(CLI::Range(0.01, 86400.0))
+        ->check(within(0.01, 86400.0))
         ->type_name("S");
     add_time(app, "--start", o.start, "First epoch to write, GPS time YYYY-MM-DD HH:MM:SS");
     add_time(app, "--end", o.end, "Last epoch to write, GPS time");
@@ -104,6 +86,7 @@ void add_header_options(CLI::App& app, convert_options_t& o)
     app.add_option("--antenna-delta", o.antenna_delta, "Antenna height, east and north of the marker (m)")
         ->delimiter(',')
         ->expected(3)
+        ->check(within(-99999.0, 99999.0))
         ->type_name("H,E,N");
     app.add_option("--receiver-number", o.receiver_number, "Receiver number");
     app.add_option("--receiver-type", o.receiver_type, "Receiver type; chooses the observation types")
@@ -130,22 +113,7 @@ std::string convert_options_t::navigation() const
 
 bool convert_options_t::wants(int sys) const
 {
-    switch (sys) {
-        case SYS_GPS:
-            return systems.find('G') != systems.npos;
-        case SYS_GLO:
-            return systems.find('R') != systems.npos;
-        case SYS_GAL:
-            return systems.find('E') != systems.npos;
-        case SYS_BDS:
-            return systems.find('C') != systems.npos;
-        case SYS_QZS:
-            return systems.find('J') != systems.npos;
-        case SYS_SBS:
-            return systems.find('S') != systems.npos;
-        default:
-            return false;
-    }
+    return (systems_of(systems) & sys) != 0;
 }
 
 void add_convert_options(CLI::App& app, convert_options_t& options)

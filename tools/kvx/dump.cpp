@@ -26,7 +26,7 @@ unsigned long long wide(std::uint64_t value)
 
 void print(const ordered_json& object)
 {
-    std::printf("%s\n", object.dump().c_str());
+    std::printf("%s\n", json_text(object).c_str());
 }
 
 int exit_code(const dump_totals_t& totals)

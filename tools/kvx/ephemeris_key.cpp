@@ -24,6 +24,14 @@ double reference(const raw_t& raw, const seph_t& e)
     return gps_seconds(raw.week, day * kDay + 16.0 * e.t0);
 }
 
+// Which clock the record is written from, and the health and validity of the signals.
+int galileo_state(const galeph_t& e)
+{
+    int state = e.inav != 0;
+    for (int k = 0; k < 3; ++k) state = state << 3 | (e.health[k] & 3) << 1 | (e.validity[k] & 1);
+    return state;
+}
+
 }   // namespace
 
 double sbas_day_shift(const raw_t& raw, const seph_t& e)
@@ -43,13 +51,13 @@ std::optional<ephemeris_key_t> stored_ephemeris(const raw_t& raw)
         if (e.sat != 0) key = {gps_seconds(e.week, e.toe), e.iode, e.svh};
     } else if (sys == SYS_GAL) {
         const galeph_t& e = raw.galeph[prn - 1];
-        if (e.sat != 0) key = {gps_seconds(e.week, e.toe), e.iodnav, 0};
+        if (e.sat != 0) key = {gps_seconds(e.week, e.toe), e.iodnav, galileo_state(e)};
     } else if (sys == SYS_SBS) {
         const seph_t& e = raw.seph[prn - 1];
         if (e.index != 0) key = {reference(raw, e), e.iodn, 0};
     } else {
         const eph_t& e = raw.eph[kepler_index(raw.eph_sat, sys, prn)];
-        if (e.sat != 0) key = {gps_seconds(e.week, e.toe), e.iode, 0};
+        if (e.sat != 0) key = {gps_seconds(e.week, e.toe), e.iode, e.health};
     }
     if (std::isnan(key.reference)) return std::nullopt;
     return key;

@@ -55,20 +55,27 @@ std::vector<unsigned char> from_hex(const std::string& text)
     for (std::size_t k = 0; k < text.size(); ++k) {
         if (high < 0 && (text[k] == ' ' || text[k] == ':' || text[k] == ',' || text[k] == '\n')) continue;
         const int low = digit(text[k]);
-        if (low < 0) throw Error("--hex", "not a hexadecimal byte", "character " + std::to_string(k + 1));
+        if (low < 0) throw CLI::ValidationError("--hex", "no hexadecimal digit at character " + std::to_string(k + 1));
         if (high >= 0) bytes.push_back(static_cast<unsigned char>(high << 4 | low));
         high = high >= 0 ? -1 : low;
     }
-    if (high >= 0) throw Error("--hex", "the last byte has only one digit", "character " + std::to_string(text.size()));
+    if (high >= 0) throw CLI::ValidationError("--hex", "the last byte has only one digit");
     return bytes;
 }
 
 std::vector<unsigned char> payload_of(const frame_options_t& options)
 {
     if (options.hex) return from_hex(*options.hex);
-    LogSource source(options.file);
+    // As it stands: a payload may well look like a compressed file.
+    std::FILE* file = options.file == "-" ? stdin : std::fopen(options.file.c_str(), "rb");
+    if (file == nullptr) throw system_error(options.file, "opening the payload");
     std::vector<unsigned char> bytes(kMaxPayload + 1);
-    bytes.resize(source.read(bytes.data(), bytes.size()));
+    bytes.resize(std::fread(bytes.data(), 1, bytes.size(), file));
+    const bool failed = std::ferror(file) != 0;
+    const int reason = errno;
+    if (file != stdin) std::fclose(file);
+    errno = reason;
+    if (failed) throw system_error(options.file, "reading the payload");
     return bytes;
 }
 
@@ -76,6 +83,13 @@ void write_binary(const std::string& path, const std::string& frame)
 {
     if (path == "-") {
         std::fwrite(frame.data(), 1, frame.size(), stdout);
+        return;
+    }
+    if (is_device(path)) {
+        std::FILE* out = std::fopen(path.c_str(), "wb");
+        if (out == nullptr) throw system_error(path, "opening");
+        const bool written = std::fwrite(frame.data(), 1, frame.size(), out) == frame.size();
+        if (std::fclose(out) != 0 || !written) throw system_error(path, "writing the frame");
         return;
     }
     const std::filesystem::path target(path);

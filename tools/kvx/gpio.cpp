@@ -61,7 +61,7 @@ int get_line(const GpioSettings& settings)
 
     const int line = settings.sysfs ? *settings.number : settings.line;
     const nlohmann::ordered_json result = {{"device", settings.device()}, {"line", line}, {"value", value}};
-    std::printf("%s\n", settings.json ? result.dump().c_str() : std::to_string(value).c_str());
+    std::printf("%s\n", settings.json ? json_text(result).c_str() : std::to_string(value).c_str());
     return kDone;
 }
 

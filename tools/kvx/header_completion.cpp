@@ -1,5 +1,6 @@
 #include "header_completion.h"
 
+#include <algorithm>
 #include <ctime>
 #include <vector>
 
@@ -89,6 +90,8 @@ std::vector<std::string> read_header(std::FILE* in)
 
 std::string header_line(std::string content, std::string label)
 {
+    const auto is_control = [](char c) { return static_cast<unsigned char>(c) < 0x20 || c == 0x7F; };
+    std::replace_if(content.begin(), content.end(), is_control, ' ');
     content.resize(kContentWidth, ' ');
     label.resize(kLabelWidth, ' ');
     return content + label + '\n';

@@ -55,7 +55,7 @@ void print_bytes(const I2cSettings& settings)
                                                {"address", settings.address},
                                                {"register", settings.register_address},
                                                {"data", settings.data}};
-        std::printf("%s\n", result.dump().c_str());
+        std::printf("%s\n", json_text(result).c_str());
         return;
     }
     for (std::size_t k = 0; k < settings.data.size(); k++) {

@@ -40,7 +40,7 @@ int describe(const std::string& log, bool json)
     if (interrupted()) throw Error(source.name(), "interrupted", "at byte " + std::to_string(reader.bytes()));
     auto result = summary.to_json(reader, source.damage());
     result["log"] = source.name();
-    const std::string text = json ? result.dump() + "\n" : source.name() + ":\n" + summary_text(result, true);
+    const std::string text = json ? json_text(result) + "\n" : source.name() + ":\n" + summary_text(result, true);
     std::fputs(text.c_str(), stdout);
     return reader.losses().any() || !source.damage().empty() ? kDamaged : kDone;
 }

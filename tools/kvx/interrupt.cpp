@@ -1,6 +1,7 @@
 #include "interrupt.h"
 
 #include <csignal>
+#include <initializer_list>
 
 namespace kvx {
 
@@ -13,8 +14,7 @@ void catch_interrupts()
     struct sigaction action {};
     action.sa_handler = [](int) { g_interrupted = 1; };
     action.sa_flags = static_cast<int>(SA_RESETHAND);   // no SA_RESTART: a blocked read returns
-    sigaction(SIGINT, &action, nullptr);
-    sigaction(SIGTERM, &action, nullptr);
+    for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGUSR1}) sigaction(signal, &action, nullptr);
 }
 
 bool interrupted()

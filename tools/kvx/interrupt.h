@@ -4,7 +4,9 @@
 
 namespace kvx {
 
-void catch_interrupts();   ///< SIGINT and SIGTERM set the flag; a second one ends the program
+/// SIGINT, SIGTERM, SIGHUP and SIGUSR1 set the flag; a second one of a kind ends the program.
+void catch_interrupts();
+
 bool interrupted();
 
 }   // namespace kvx

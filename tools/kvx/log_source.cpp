@@ -5,9 +5,15 @@
 #include <unistd.h>
 #include <zlib.h>
 
+#include <algorithm>
+
 #include "error.h"
 
 namespace kvx {
+
+namespace {
+constexpr unsigned kPiece = 8 * 1024;   // what a damaged place of a compressed log costs at most, twice over
+}
 
 LogSource::LogSource(const std::string& path) : name_(path == "-" ? "standard input" : path)
 {
@@ -25,7 +31,7 @@ LogSource::LogSource(const std::string& path) : name_(path == "-" ? "standard in
         ::close(fd);
         throw Error(name_, "out of memory", "opening the log");
     }
-    gzbuffer(file_, 256 * 1024);
+    gzbuffer(file_, kPiece);
 }
 
 LogSource::~LogSource()
@@ -36,16 +42,21 @@ LogSource::~LogSource()
 std::size_t LogSource::read(std::uint8_t* to, std::size_t n)
 {
     if (!damage_.empty()) return 0;
-    const int got = gzread(file_, to, static_cast<unsigned>(n));
-    if (got == static_cast<int>(n)) return n;
+    const std::size_t step = gzdirect(file_) != 0 ? n : kPiece;
+    std::size_t done = 0;
+    for (int got = 1; done < n && got > 0; done += got > 0 ? static_cast<std::size_t>(got) : 0) {
+        got = gzread(file_, to + done, static_cast<unsigned>(std::min(step, n - done)));
+    }
+    if (done == n) return n;
 
     int code = Z_OK;
-    const char* text = gzerror(file_, &code);
-    if (code == Z_ERRNO && errno == EINTR) return got > 0 ? static_cast<std::size_t>(got) : 0;   // the end, by request
+    gzerror(file_, &code);
+    if (code == Z_ERRNO && errno == EINTR) return done;   // the end, by request
     if (code == Z_ERRNO) throw system_error(name_, "reading the log");
-    if (code == Z_OK || code == Z_STREAM_END) return got > 0 ? static_cast<std::size_t>(got) : 0;
-    damage_ = code == Z_BUF_ERROR ? "the compressed file ends too early" : text;
-    return got > 0 ? static_cast<std::size_t>(got) : 0;
+    if (code != Z_OK && code != Z_STREAM_END) {
+        damage_ = code == Z_BUF_ERROR ? "the compressed file ends too early" : "the compressed data are damaged";
+    }
+    return done;
 }
 
 std::uint64_t LogSource::position_on_disk() const

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 
+#include "systems.h"
 #include "text_format.h"
 
 namespace kvx {
@@ -10,8 +11,9 @@ namespace kvx {
 namespace {
 
 constexpr std::size_t kMostSteps =
-    4096;                             // different steps remembered; a log that jumps about has no more use for them
-constexpr double kHundredth = 0.01;   // s
+    4096;   // different steps remembered; a log that jumps about has no more use for them
+constexpr int kRange = 43, kRangeCompressed = 140;   // messages
+constexpr double kHundredth = 0.01;                  // s
 
 struct message_name_t {
     int id;
@@ -38,17 +40,6 @@ constexpr message_name_t kMessageNames[] = {
     {1421, "antenna type"},
     {1696, "BeiDou ephemeris"},
     {11111, "stop-and-go"},
-};
-
-struct system_name_t {
-    int sys;
-    char letter;
-    const char* name;
-};
-
-constexpr system_name_t kSystems[] = {
-    {SYS_GPS, 'G', "GPS"},    {SYS_GLO, 'R', "GLONASS"}, {SYS_GAL, 'E', "Galileo"},
-    {SYS_BDS, 'C', "BeiDou"}, {SYS_QZS, 'J', "QZSS"},    {SYS_SBS, 'S', "SBAS"},
 };
 
 const char* message_name(int id)
@@ -127,15 +118,16 @@ void LogSummary::count_epoch(const raw_t& epoch)
     }
 }
 
-std::string LogSummary::why_no_epoch(const losses_t& losses) const
+std::string LogSummary::why_no_epoch(const losses_t& losses, const std::string& source_damage) const
 {
     std::uint64_t frames = 0, ranges = 0, decoded = 0;
     for (const auto& [id, m] : messages_) {
         frames += m.frames;
-        if (id != 43 && id != 140) continue;
+        if (id != kRange && id != kRangeCompressed) continue;
         ranges += m.frames;
         decoded += m.new_data;
     }
+    if (frames == 0 && !source_damage.empty()) return source_damage;
     if (frames == 0 && losses.bad_checksum > 0) return "every frame found has a wrong checksum";
     if (frames == 0) return "no frame of the receiver's log was found";
     if (ranges == 0) return "there is no range message (43 or 140) among " + plural(frames, "message");

@@ -45,7 +45,7 @@ public:
     void count_epoch(const raw_t& epoch);
 
     /// Why no epoch was usable, for a log without any.
-    std::string why_no_epoch(const losses_t& losses) const;
+    std::string why_no_epoch(const losses_t& losses, const std::string& source_damage) const;
 
     std::uint64_t epochs() const { return epochs_; }
     double first() const { return first_; }   ///< GPS seconds of the first epoch

@@ -14,20 +14,12 @@ constexpr command_t (*kCommands[])(CLI::App&) = {
     kvx::frame_command,   kvx::gpio_command, kvx::i2c_command,
 };
 
-// Results that did not reach standard output are a failure, whatever the work itself came to.
-int finished(int code)
-{
-    if (std::fflush(stdout) == 0 && std::ferror(stdout) == 0) return code;
-    std::fputs("kvx: error: standard output: a write failed\n", stderr);
-    return kvx::kFailed;
-}
-
 int run_chosen(const std::vector<command_t>& commands)
 {
     for (const command_t& command : commands) {
         if (!command.app->parsed()) continue;
         try {
-            return finished(command.run());
+            return kvx::finished(command.run());
         } catch (const CLI::ParseError& e) {   // a value that only the command itself could judge
             std::fprintf(stderr, "kvx: error: %s\n", e.what());
             return kvx::kUsage;
@@ -47,7 +39,9 @@ int main(int argc, char** argv)
     CLI::App app("Logs, RINEX files, messages and hardware of GNSS RTK receivers.", "kvx");
     app.set_version_flag("--version", KVX_VERSION);
     app.require_subcommand(1);
-    app.failure_message(CLI::FailureMessage::help);
+    app.failure_message([](const CLI::App*, const CLI::Error& e) {
+        return "kvx: error: " + std::string(e.what()) + " (see --help)\n";
+    });
     app.footer("Exit codes: 0 done, 1 failed, 2 wrong usage, 3 done but the input was damaged.");
     std::vector<command_t> commands;
     for (const auto make : kCommands) commands.push_back(make(app));

@@ -10,7 +10,8 @@ namespace kvx {
 
 namespace {
 
-constexpr double kOnGrid = 0.005;   // s; times are printed to the hundredth
+constexpr double kOnGrid = 0.005;               // s; times are printed to the hundredth
+constexpr std::size_t kMostWaiting = 1 << 20;   // bytes of events kept for a file that has no epoch yet
 constexpr double kEventMark = -3.0;
 constexpr double kEveryEpoch = 0.0;
 constexpr int kSlot2 = 2;
@@ -75,10 +76,13 @@ ObservationFile::ObservationFile(const convert_options_t& options, const std::st
     : options_(options), opt_(rinex_options(options, default_marker))
 {}
 
-bool ObservationFile::on_grid(double now)
+bool ObservationFile::in_window(double now) const
 {
-    if (options_.start && now < *options_.start - kOnGrid) return false;
-    if (options_.end && now > *options_.end + kOnGrid) return false;
+    return (!options_.start || now >= *options_.start - kOnGrid) && (!options_.end || now <= *options_.end + kOnGrid);
+}
+
+bool ObservationFile::on_grid(double now) const
+{
     if (options_.interval <= 0.0 || epochs_ == 0) return true;
     return std::fabs(std::remainder(now - first_, options_.interval)) < kOnGrid;
 }
@@ -118,46 +122,59 @@ void ObservationFile::write(std::string& events)
     events.clear();
 }
 
+bool ObservationFile::is_wanted(double now)
+{
+    if (!in_window(now) || !on_grid(now)) return false;
+    const bool late = epochs_ > 0 && now <= last_;   // a file's epochs follow each other
+    out_of_order_ += late;
+    return !late;
+}
+
+void ObservationFile::write_epoch(const raw_t& epoch, double now)
+{
+    if (file_ == nullptr) start(epoch);
+    write(events_before_);
+    (opt_.version < 300 ? WriteRinexObsRec_2 : WriteRinexObsRec)(file_->stream(), &epoch, &opt_, kEveryEpoch);
+    if (epochs_ == 0) {
+        first_ = now;
+    } else {
+        steps_.add(now - last_);
+    }
+    last_ = now;
+    ++epochs_;
+}
+
 void ObservationFile::add_epoch(raw_t& epoch)
 {
     const double now = gps_seconds(epoch.week, epoch.tow);
-    if (on_grid(now)) select_satellites(epoch);
-    if (on_grid(now) && epoch.nobs > 0) {
-        if (file_ == nullptr) start(epoch);
-        write(events_before_);
-        const int written = opt_.version < 300 ? WriteRinexObsRec_2(file_->stream(), &epoch, &opt_, kEveryEpoch)
-                                               : WriteRinexObsRec(file_->stream(), &epoch, &opt_, kEveryEpoch);
-        out_of_order_ += written < 0;
-        if (written == 1) {
-            if (epochs_ == 0) first_ = now;
-            if (epochs_ > 0) steps_.add(now - last_);
-            last_ = now;
-            ++epochs_;
-        }
+    if (is_wanted(now)) {
+        select_satellites(epoch);
+        if (epoch.nobs > 0) write_epoch(epoch, now);
     }
     events_before_ += events_after_;
     events_after_.clear();
     if (file_ != nullptr) write(events_before_);
 }
 
-void ObservationFile::add_event(std::string text, bool epoch_pending)
+void ObservationFile::add_event(const std::string& text, bool epoch_pending)
 {
+    if (events_before_.size() + events_after_.size() > kMostWaiting) return;
     (epoch_pending ? events_after_ : events_before_) += text;
     if (!epoch_pending && file_ != nullptr) write(events_before_);
 }
 
 void ObservationFile::add_stop_and_go(const raw_t& raw, bool epoch_pending)
 {
-    raw_t* site = nullptr;
-    const auto copy = std::make_unique<raw_t>(raw);
-    site = copy.get();
+    if (!in_window(gps_seconds(raw.week, raw.tow))) return;
+    const auto site = std::make_unique<raw_t>(raw);
     if (site->rcv_text[0][0] == '\0') std::memcpy(site->rcv_text[0], opt_.marker, sizeof site->rcv_text[0] - 1);
     rnx_t opt = opt_;   // the event tells its own position; the header gets the last one
-    add_event(written_text([&](std::FILE* fp) { WriteStopAndGoInfo(fp, site, &opt); }), epoch_pending);
+    add_event(written_text([&](std::FILE* fp) { WriteStopAndGoInfo(fp, site.get(), &opt); }), epoch_pending);
 }
 
 void ObservationFile::add_mark(const raw_t& raw, bool epoch_pending)
 {
+    if (!in_window(gps_seconds(raw.week, raw.tow))) return;
     rnx_t opt = opt_;
     opt.lastweek = -1;   // a mark that reaches us late is still a mark
     add_event(written_text([&](std::FILE* fp) { WriteRinexObsRec(fp, &raw, &opt, kEventMark); }), epoch_pending);

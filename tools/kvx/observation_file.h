@@ -38,7 +38,7 @@ public:
     bool exists() const { return file_ != nullptr; }
     std::uint64_t epochs() const { return epochs_; }
     std::uint64_t left_out() const { return left_out_; }           ///< satellites that the version cannot name
-    std::uint64_t out_of_order() const { return out_of_order_; }   ///< epochs of a week before the last one's
+    std::uint64_t out_of_order() const { return out_of_order_; }   ///< epochs not later than the one before
     coverage_t coverage() const;
 
     /// Patches and completes the header and gives the file its name.
@@ -47,10 +47,13 @@ public:
     std::string finish(const raw_t& raw, const station_t& station, const std::string& name);
 
 private:
-    bool on_grid(double now);
+    bool in_window(double now) const;
+    bool on_grid(double now) const;
+    bool is_wanted(double now);
+    void write_epoch(const raw_t& epoch, double now);
     void select_satellites(raw_t& epoch);
     void start(const raw_t& epoch);
-    void add_event(std::string text, bool epoch_pending);
+    void add_event(const std::string& text, bool epoch_pending);
     void write(std::string& events);
     void patch_header(const raw_t& raw, const station_t& station);
 

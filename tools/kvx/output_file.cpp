@@ -1,5 +1,7 @@
 #include "output_file.h"
 
+#include <fcntl.h>
+#include <sys/mman.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -12,16 +14,32 @@ namespace kvx {
 namespace {
 
 constexpr std::size_t kStreamBuffer = 256 * 1024;
-const std::timespec kStarted = [] {   // of the run, before any of its processes writes
-    std::timespec now{};
-    clock_gettime(CLOCK_REALTIME_COARSE, &now);
-    return now;
-}();
 
-bool made_by_this_run(const struct stat& status)
+// Names that this run has published, each between NULs; forked processes share them.
+const int kClaims = ::memfd_create("kvx-claims", MFD_CLOEXEC);
+
+void lock_claims(short type)
 {
-    const std::timespec& t = status.st_mtim;
-    return t.tv_sec > kStarted.tv_sec || (t.tv_sec == kStarted.tv_sec && t.tv_nsec >= kStarted.tv_nsec);
+    struct flock all {};   // of the process: flock() would not keep forked ones apart
+    all.l_type = type;
+    all.l_whence = SEEK_SET;
+    while (::fcntl(kClaims, F_SETLKW, &all) != 0 && errno == EINTR) {
+    }
+}
+
+// True the first time that this run asks for the name.
+bool claim(const std::string& name)
+{
+    lock_claims(F_WRLCK);
+    struct stat status {};
+    ::fstat(kClaims, &status);
+    std::string names(static_cast<std::size_t>(status.st_size), '\0');
+    (void)!::pread(kClaims, names.data(), names.size(), 0);
+    const std::string entry = '\0' + name + '\0';
+    const bool first = names.find(entry) == std::string::npos;
+    if (first) (void)!::pwrite(kClaims, entry.data(), entry.size(), status.st_size);
+    lock_claims(F_UNLCK);
+    return first;
 }
 
 }   // namespace
@@ -55,8 +73,7 @@ std::string OutputFile::publish(const std::string& name)
 {
     check(name);
     const std::string target = folder_ + "/" + name;
-    struct stat status {};
-    if (::stat(target.c_str(), &status) == 0 && made_by_this_run(status)) {
+    if (!claim(target)) {
         throw Error(target, "another log of this run has made this file",
                     "give the logs different names with --marker, or convert them one by one with --name");
     }
@@ -68,6 +85,12 @@ std::string OutputFile::publish(const std::string& name)
         throw error;
     }
     return target;
+}
+
+bool is_device(const std::string& path)
+{
+    const auto type = std::filesystem::status(path).type();
+    return type == std::filesystem::file_type::character || type == std::filesystem::file_type::fifo;
 }
 
 void make_folder(const std::string& folder)

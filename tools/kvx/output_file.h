@@ -3,7 +3,6 @@
 #define KVX_OUTPUT_FILE_H
 
 #include <cstdio>
-#include <ctime>
 #include <string>
 
 namespace kvx {
@@ -25,7 +24,7 @@ public:
     void check(const std::string& what);
 
     /// Closes the file and gives it its name; an older file of that name is replaced, one that this run
-    /// has made is not.
+    /// or a process forked from it has made is not.
     /// @return path of the file
     /// @throws Error
     std::string publish(const std::string& name);
@@ -34,6 +33,9 @@ private:
     std::string folder_, path_;
     std::FILE* stream_ = nullptr;
 };
+
+/// True for what takes bytes but no other file in its place: character devices and pipes.
+bool is_device(const std::string& path);
 
 /// Creates the folder and its parents.
 /// @throws Error

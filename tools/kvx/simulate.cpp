@@ -1,12 +1,11 @@
 #include <array>
-#include <charconv>
-#include <chrono>
 #include <cmath>
 #include <cstdio>
 #include <filesystem>
 #include <memory>
 #include <string>
 
+#include "arguments.h"
 #include "command.h"
 #include "error.h"
 #include "interrupt.h"
@@ -15,6 +14,7 @@
 #include "rtk_gnss.h"
 #include "sky/damage.h"
 #include "sky/simulator.h"
+#include "systems.h"
 
 namespace kvx {
 
@@ -30,44 +30,14 @@ struct options_t {
     std::int64_t faults = 0;
 };
 
-/// Reads "YYYY-MM-DD HH:MM:SS" (or with a T between) into a week and second of week.
+/// Reads the time of the first epoch, within the weeks that are simulated.
 bool read_start(const std::string& text, sky::scenario_t& scenario)
 {
-    constexpr char kForm[] = "dddd-dd-dd dd:dd:dd";
-    if (text.size() != sizeof kForm - 1) return false;
-    for (std::size_t i = 0; i < text.size(); ++i) {
-        const bool digit = text[i] >= '0' && text[i] <= '9';
-        const bool separator = text[i] == kForm[i] || (kForm[i] == ' ' && text[i] == 'T');
-        if (kForm[i] == 'd' ? !digit : !separator) return false;
-    }
-    const auto number = [&text](std::size_t at, std::size_t n) {
-        int value = 0;
-        std::from_chars(text.data() + at, text.data() + at + n, value);
-        return value;
-    };
-    const int year = number(0, 4), month = number(5, 2), day = number(8, 2);
-    const int hour = number(11, 2), minute = number(14, 2), second = number(17, 2);
-    const std::chrono::year_month_day date{std::chrono::year(year), std::chrono::month(static_cast<unsigned>(month)),
-                                           std::chrono::day(static_cast<unsigned>(day))};
-    return date.ok() && hour < 24 && minute < 60 && second < 60 &&
-           GetGpsTime(year, month, day, hour, minute, second, &scenario.week, &scenario.tow) == 1 &&
-           scenario.week >= sky::kFirstWeek && scenario.week <= sky::kLastWeek;
-}
-
-/// Bits of gnss_system_t for RINEX system letters; 0 for any other letter.
-int read_systems(const std::string& letters)
-{
-    constexpr std::pair<char, int> kLetters[] = {{'G', SYS_GPS}, {'R', SYS_GLO}, {'E', SYS_GAL},
-                                                 {'C', SYS_BDS}, {'J', SYS_QZS}, {'S', SYS_SBS}};
-    int systems = 0;
-    for (char letter : letters) {
-        int bit = 0;
-        for (const auto& [name, system] : kLetters)
-            if (name == letter) bit = system;
-        if (bit == 0) return 0;
-        systems |= bit;
-    }
-    return systems;
+    const auto time = parse_gps_time(text);
+    if (!time || time->week < sky::kFirstWeek || time->week > sky::kLastWeek) return false;
+    scenario.week = time->week;
+    scenario.tow = std::round(time->tow * 1000.0) / 1000.0;
+    return true;
 }
 
 struct result_t {
@@ -133,8 +103,7 @@ int simulate(const options_t& options)
 {
     catch_interrupts();
     if (options.output == "-") return write_stream(options, stdout);
-    const auto kind = std::filesystem::status(options.output).type();
-    if (kind == std::filesystem::file_type::character || kind == std::filesystem::file_type::fifo) {
+    if (is_device(options.output)) {
         const std::unique_ptr<std::FILE, int (*)(std::FILE*)> out(std::fopen(options.output.c_str(), "wb"),
                                                                   std::fclose);
         return write_stream(options, out.get());
@@ -147,7 +116,7 @@ void complete(options_t& options)
 {
     sky::scenario_t& s = options.scenario;
     read_start(options.start, s);   // the option's own check has passed
-    s.systems = read_systems(options.systems);
+    s.systems = systems_of(options.systems);
     s.range = static_cast<sky::range_form_t>(options.range);
     s.lat = options.position[0], s.lon = options.position[1], s.height = options.position[2];
     if (!(std::fabs(s.lat) <= 90.0 && std::fabs(s.lon) <= 360.0 && s.height >= -1000.0 && s.height <= 20000.0))
@@ -158,11 +127,6 @@ std::string check_start(const std::string& text)
 {
     sky::scenario_t scenario;
     return read_start(text, scenario) ? "" : "not a date from 2009 on in the form YYYY-MM-DD HH:MM:SS: " + text;
-}
-
-std::string check_systems(const std::string& text)
-{
-    return read_systems(text) != 0 ? "" : "not a list of the letters G, R, E, C, J, S: " + text;
 }
 
 }   // namespace
@@ -176,27 +140,25 @@ command_t simulate_command(CLI::App& program)
     app->add_option("--start", options->start, "GPS time of the first epoch, YYYY-MM-DD HH:MM:SS")
         ->check(CLI::Validator(check_start, "TIME", "start"))
         ->capture_default_str();
-    app->add_option("--duration", s.duration, "Length (s)")
-        ->check(CLI::Range(0.05, 366 * 86400.0))
-        ->capture_default_str();
+    app->add_option("--duration", s.duration, "Length (s)")->check(within(0.05, 366 * 86400.0))->capture_default_str();
     app->add_option("--rate", s.rate, "Epochs per second; below 1 the interval is rounded to whole seconds")
-        ->check(CLI::Range(0.0001, 20.0))
+        ->check(within(0.0001, 20.0))
         ->capture_default_str();
     app->add_option("--position", options->position, "Antenna: latitude and longitude (degrees), height (m)")
         ->delimiter(',')
         ->type_name("LAT,LON,H")
         ->capture_default_str();
     app->add_option("--systems", options->systems, "Systems: G GPS, R GLONASS, E Galileo, C BeiDou, J QZSS, S SBAS")
-        ->check(CLI::Validator(check_systems, "LETTERS", "systems"))
+        ->check(system_letters())
         ->capture_default_str();
     app->add_option("--range", options->range, "Message with the observations: 43, or 140 (compressed)")
         ->check(CLI::IsMember({43, 140}))
         ->capture_default_str();
     app->add_option("--elevation-mask", s.mask, "Least elevation of a satellite (degrees)")
-        ->check(CLI::Range(0.0, 80.0))
+        ->check(within(0.0, 80.0))
         ->capture_default_str();
     app->add_option("--ephemeris-interval", s.ephemeris_interval, "Repetition of unchanged ephemerides (s)")
-        ->check(CLI::Range(1.0, 86400.0))
+        ->check(within(1.0, 86400.0))
         ->capture_default_str();
     app->add_option("--damage", options->faults, "Bit errors, lost and foreign bytes to put in; each is listed")
         ->check(CLI::Range(0, 1000000))

@@ -190,8 +190,8 @@ class Frame(Command):
         for arguments, code, message in (
                 (["pack"], USAGE, "--id"),
                 (["pack", "--id", "65536"], USAGE, "--id"),
-                (["pack", "--id", "1", "--hex", "0g"], FAILED, "--hex: not a hexadecimal byte (character 2)"),
-                (["pack", "--id", "1", "--hex", "012"], FAILED, "one digit"),
+                (["pack", "--id", "1", "--hex", "0g"], USAGE, "--hex: no hexadecimal digit at character 2"),
+                (["pack", "--id", "1", "--hex", "012"], USAGE, "one digit"),
                 (["pack", "--id", "1", self.file("long", bytes(65536))], FAILED, "at most 65535 bytes"),
                 (["pack", "--id", "1", "-o", self.file("no") + "/out"], FAILED, "No such file"),
                 (["parse", "--hex", "00", self.file("long")], USAGE, "FILE"),

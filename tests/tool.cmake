@@ -1,5 +1,9 @@
 # The tool as its users run it.
 if(TARGET kvx)
+  set(emulated)
+  if(CMAKE_CROSSCOMPILING)
+    set(emulated 1)
+  endif()
   add_test(NAME kvx COMMAND ${Python3_EXECUTABLE} -B ${CMAKE_CURRENT_SOURCE_DIR}/cli/kvx_test.py)
-  set_tests_properties(kvx PROPERTIES ENVIRONMENT "KVX=${kvx_command}" TIMEOUT 600 LABELS tool)
+  set_tests_properties(kvx PROPERTIES ENVIRONMENT "KVX=${kvx_command};KVX_EMULATED=${emulated}" TIMEOUT 600 LABELS tool)
 endif()

@@ -12,6 +12,8 @@ import tempfile
 import unittest
 
 KVX = os.environ["KVX"]
+# Logs that are converted at once are forked processes, which spin under qemu-user.
+forks = unittest.skipIf(os.environ.get("KVX_EMULATED"), "forked processes spin under qemu-user")
 CHECK = pathlib.Path(__file__).parent.parent / "support" / "rinex_check.py"
 
 DONE, FAILED, USAGE, DAMAGED = 0, 1, 2, 3
@@ -182,6 +184,7 @@ class Convert(unittest.TestCase):
             self.assertIn(text, run.stderr.decode(), why)
             self.assertEqual([], list(self.out.iterdir()), why)
 
+    @forks
     def test_one_bad_log_among_good_ones(self):
         run = kvx("convert", self.log, self.dir / "none.log", self.log140, "-j", 2, "-o", self.out, "--json")
         self.assertEqual(FAILED, run.returncode)
@@ -189,6 +192,7 @@ class Convert(unittest.TestCase):
         self.assertEqual(2, len(run.stdout.splitlines()))
         self.assertEqual(2, len(list(self.out.glob("*_MO.rnx"))))
 
+    @forks
     def test_two_logs_never_share_a_file(self):
         run = kvx("convert", self.log, self.log140, "-o", self.out, "--marker", "Same")
         self.assertEqual(FAILED, run.returncode)
@@ -265,6 +269,7 @@ class Convert(unittest.TestCase):
         warned = kvx("convert", self.log, "-o", self.out, "--receiver-type", "other")
         self.assertIn(b"warning", warned.stderr)
 
+    @forks
     def test_results_that_cannot_be_printed(self):
         with open("/dev/full", "wb") as full:
             for command in (["info", self.log], ["convert", self.log, self.log140, "-o", self.out]):

@@ -53,6 +53,8 @@ TEST(BitFields, SignsAndOddLengths)
     EXPECT_EQ(static_cast<int>(0x80000000u), getbits(high, 0, 32));
     EXPECT_EQ(-1, getbitg(ones, 0, 2));
     EXPECT_EQ(0, getbitg(high, 0, 2));
+    const unsigned char two[] = {0xC0, 0, 0, 0, 0};
+    EXPECT_EQ(static_cast<int>(0x80000000u), getbitg(two, 0, 33));   // a magnitude of 32 bits
     EXPECT_EQ(-1.0, getbits_38(ones, 0));
     EXPECT_EQ(-2147483648.0 * 64, getbits_38(high, 0));
     EXPECT_EQ(0u, getbitu(ones, 0, 0));

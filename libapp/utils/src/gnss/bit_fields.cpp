@@ -17,8 +17,8 @@ int getbits(const unsigned char* buff, int pos, int len)
 
 int getbitg(const unsigned char* buff, int pos, int len)
 {
-    const int magnitude = static_cast<int>(getbitu(buff, pos + 1, len - 1));
-    return getbitu(buff, pos, 1) != 0 ? -magnitude : magnitude;
+    const unsigned int magnitude = getbitu(buff, pos + 1, len - 1);
+    return static_cast<int>(getbitu(buff, pos, 1) != 0 ? 0u - magnitude : magnitude);
 }
 
 double getbits_38(const unsigned char* buff, int pos)

@@ -8,6 +8,8 @@ namespace {
 
 constexpr int kSatellitesPerLine = 12;
 constexpr int kFieldsPerLine = 5;
+constexpr int kFields = 8;           // C1 L1 D1 S1 P2 L2 D2 S2
+constexpr int kFieldsWithBds = 12;   // and C7 L7 D7 S7
 
 // Place of the first of the four values among C1 L1 D1 S1 P2 L2 D2 S2 C7 L7 D7 S7. Deliberate: systems
 // that 2.11 has no letter for here are written like GLONASS.
@@ -78,9 +80,9 @@ void put_epoch_record2(text_t& out, const raw_t& raw, const rnx_t& opt, const da
     put_epoch2(out, date);
     out.put("  0").integer(satellite_count2(raw, opt), 3);
     put_satellite_list(out, raw, opt);
-    const int fields = opt.sys_bds == 1 ? 12 : 8;
     for (int i = 0; i < observation_count(raw); ++i) {
         const int sys = satsys(raw.obs[i].sat, nullptr);
+        const int fields = opt.sys_bds == 1 || sys == SYS_BDS ? kFieldsWithBds : kFields;
         if (system2(opt, sys).enabled) put_observation_lines(out, raw.obs[i], first_field(sys), fields);
     }
 }

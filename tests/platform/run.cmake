@@ -15,7 +15,7 @@ foreach(library korvexlog rtk_common)
   run(${CXX} ${flags} -shared -Wl,-soname,lib${library}.so ${here}/src/${library}.cpp -o ${root}/lib/lib${library}.so)
 endforeach()
 
-run(${CMAKE_COMMAND} -S ${SOURCE} -B ${BUILD}/build -DCMAKE_CXX_COMPILER=${CXX} -DCMAKE_BUILD_TYPE=Debug
+run(${CMAKE_COMMAND} -S ${SOURCE} -B ${BUILD}/build -G Ninja -DCMAKE_CXX_COMPILER=${CXX} -DCMAKE_BUILD_TYPE=Debug
     -DRTK_UTILS_PLATFORM_ROOT=${root} -DRTK_UTILS_BUILD_TOOLS=OFF -DRTK_UTILS_BUILD_TESTS=OFF)
 run(${CMAKE_COMMAND} --build ${BUILD}/build --target rtk_utils --parallel 2)
 

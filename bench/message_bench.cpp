@@ -12,7 +12,8 @@ namespace {
 
 unsigned library_crc32(const unsigned char* data, int len)
 {
-    return CKorvexMsgHelper::Crc32(data, len);
+    static CKorvexMsgHelper helper;
+    return helper.Crc32(data, len);
 }
 
 std::string frames(std::size_t bytes, unsigned shortest, unsigned longest)
@@ -22,7 +23,7 @@ std::string frames(std::size_t bytes, unsigned shortest, unsigned longest)
     while (stream.size() < bytes) {
         payload.resize(shortest + random() % (longest - shortest + 1));
         for (char& byte : payload) byte = static_cast<char>(random());
-        CKorvexMsgHelper::Pack(reinterpret_cast<const unsigned char*>(payload.data()),
+        CKorvexMsgHelper().Pack(reinterpret_cast<const unsigned char*>(payload.data()),
                                static_cast<unsigned>(payload.size()), 1, frame);
         stream += frame;
     }
@@ -92,7 +93,7 @@ void BM_Pack(benchmark::State& state)
     const std::string payload(static_cast<std::size_t>(state.range(0)), 'x');
     std::string frame;
     for (auto _ : state) {
-        CKorvexMsgHelper::Pack(reinterpret_cast<const unsigned char*>(payload.data()),
+        CKorvexMsgHelper().Pack(reinterpret_cast<const unsigned char*>(payload.data()),
                                static_cast<unsigned>(payload.size()), 1, frame);
         benchmark::DoNotOptimize(frame.data());
     }

@@ -23,7 +23,7 @@ unsigned size(const std::string& text)
 std::string packed(unsigned short id, const std::string& payload, unsigned short extra = 0)
 {
     std::string frame;
-    CKorvexMsgHelper::Pack(bytes(payload), size(payload), id, extra, frame);
+    CKorvexMsgHelper().Pack(bytes(payload), size(payload), id, extra, frame);
     return frame;
 }
 
@@ -108,7 +108,7 @@ TEST(KorvexMsgHelper, PackLaysOutTheFrame)
         SCOPED_TRACE(c.why);
         std::string out = "what was there before";
         const auto* data = c.null_data ? nullptr : bytes(payload);
-        ASSERT_TRUE(CKorvexMsgHelper::Pack(data, c.len, 0x1234, 0xABCD, out));
+        ASSERT_TRUE(CKorvexMsgHelper().Pack(data, c.len, 0x1234, 0xABCD, out));
         ASSERT_EQ(c.len + 20, out.size());
         const char header[] = {'\xAA',
                                '\x44',
@@ -130,14 +130,14 @@ TEST(KorvexMsgHelper, PackLaysOutTheFrame)
 TEST(KorvexMsgHelper, PackTakesAPayloadOutOfItsOwnResult)
 {
     std::string text = packed(1, "payload");
-    ASSERT_TRUE(CKorvexMsgHelper::Pack(reinterpret_cast<unsigned char*>(&text[16]), 7, 1, text));
+    ASSERT_TRUE(CKorvexMsgHelper().Pack(reinterpret_cast<unsigned char*>(&text[16]), 7, 1, text));
     EXPECT_EQ(packed(1, "payload"), text);
 }
 
 TEST(KorvexMsgHelper, ChecksumHasTheKnownValue)
 {
-    EXPECT_EQ(0x2DFD2D88u, CKorvexMsgHelper::Crc32(reinterpret_cast<const unsigned char*>("123456789"), 9));
-    EXPECT_EQ(0u, CKorvexMsgHelper::Crc32(nullptr, 0));
+    EXPECT_EQ(0x2DFD2D88u, CKorvexMsgHelper().Crc32(reinterpret_cast<const unsigned char*>("123456789"), 9));
+    EXPECT_EQ(0u, CKorvexMsgHelper().Crc32(nullptr, 0));
 }
 
 struct ParseCase {

@@ -104,8 +104,8 @@ int pack(const frame_options_t& options)
     if (payload.size() > kMaxPayload)
         throw Error(options.hex ? "--hex" : options.file, "a payload has at most 65535 bytes", "packing");
     std::string frame;
-    if (!CKorvexMsgHelper::Pack(payload.data(), static_cast<unsigned>(payload.size()), options.id, options.extra,
-                                frame))
+    CKorvexMsgHelper helper;
+    if (!helper.Pack(payload.data(), static_cast<unsigned>(payload.size()), options.id, options.extra, frame))
         throw std::bad_alloc();
     if (options.output.empty())
         std::printf("%s\n", to_hex(reinterpret_cast<const unsigned char*>(frame.data()), frame.size()).c_str());

@@ -29,7 +29,7 @@ public:
     ///
     /// @param data  bytes
     /// @param len   number of bytes
-    static unsigned int Crc32(const unsigned char* data, int len) noexcept;
+    unsigned int Crc32(const unsigned char* data, int len) noexcept;
 
     /// Builds one frame.
     ///
@@ -40,11 +40,11 @@ public:
     /// @param msgExtra  extra word, for the host to use
     /// @param out       the frame, len + 20 bytes; data may point into it
     /// @return true; false when there is no memory for the frame
-    static bool Pack(const unsigned char* data, unsigned int len, unsigned short msgId, unsigned short msgExtra,
-                     std::string& out) noexcept;
+    bool Pack(const unsigned char* data, unsigned int len, unsigned short msgId, unsigned short msgExtra,
+              std::string& out) noexcept;
 
     /// `Pack` with an extra word of 0.
-    static bool Pack(const unsigned char* data, unsigned int len, unsigned short msgId, std::string& out) noexcept;
+    bool Pack(const unsigned char* data, unsigned int len, unsigned short msgId, std::string& out) noexcept;
 
     /// Takes in bytes of the stream and looks for the first whole frame.
     ///

@@ -17,6 +17,7 @@ using namespace device_frame;
 namespace {
 
 constexpr unsigned int kFirstCapacity = 4096;
+constexpr unsigned int kPolynomial = 0xEDB88320;   // of the checksum, reflected
 
 // The checksum of a frame may reach this far behind the bytes held, where it has to find zeros.
 constexpr std::size_t kZeros = kMaxHeaderLength;
@@ -36,11 +37,16 @@ try {
     return false;
 }
 
+unsigned int checksum(const unsigned char* data, std::size_t len) noexcept
+{
+    return CCommFunc::Crc32(data, static_cast<int>(len), kPolynomial);
+}
+
 }   // namespace
 
 unsigned int CKorvexMsgHelper::Crc32(const unsigned char* data, int len) noexcept
 {
-    return CCommFunc::Crc32(data, len, 0xEDB88320);
+    return CCommFunc::Crc32(data, len, kPolynomial);
 }
 
 // ---- packing ----
@@ -60,7 +66,7 @@ bool CKorvexMsgHelper::Pack(const unsigned char* data, unsigned int len, unsigne
     if (copied != 0) std::memcpy(&frame[kHeaderSize], data, copied);
     // Deliberate: the checksum stops where the 16-bit length says, its place is behind the whole payload.
     const unsigned int crc =
-        Crc32(reinterpret_cast<const unsigned char*>(frame.data()), static_cast<int>((len & 0xFFFF) + kHeaderSize));
+        checksum(reinterpret_cast<const unsigned char*>(frame.data()), (len & 0xFFFF) + kHeaderSize);
     put_u16(&frame[kHeaderSize + copied], crc);
     put_u16(&frame[kHeaderSize + copied + 2], crc >> 16);
     out.swap(frame);
@@ -143,7 +149,7 @@ bool CKorvexMsgHelper::isFrame(std::size_t at) const noexcept
     const std::size_t payload = wire::u16(frame + kPayloadLength);
     const std::size_t covered = frame[kHeaderLength] + payload;
     return at + covered <= m_nBufSize &&
-           Crc32(frame, static_cast<int>(covered)) == wire::u32(frame + kHeaderSize + payload);
+           checksum(frame, covered) == wire::u32(frame + kHeaderSize + payload);
 }
 
 // Position of the first frame with a right checksum, m_nDataLen if there is none. What was refused once is not looked

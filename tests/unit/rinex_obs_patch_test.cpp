@@ -118,10 +118,12 @@ TEST(RinexObsPatch, OddStreamsComeToNoHarm)
     const int fd = mkstemp(path);
     ASSERT_EQ(static_cast<ssize_t>(text.size()), write(fd, text.data(), text.size()));
     close(fd);
-    for (const char* mode : {"rb", "a+b"}) {
-        const FilePtr file(std::fopen(path, mode));
+    const std::pair<int, const char*> modes[] = {{O_RDONLY, "rb"}, {O_RDWR, "a+b"}, {O_WRONLY, "ab"}, {O_WRONLY, "wb"}};
+    for (const auto& [access, mode] : modes) {
+        const FilePtr file(fdopen(open(path, access), mode));
         EXPECT_EQ(1, WriteRinexObsLastEpoch(file.get(), &opt));
         EXPECT_EQ(1, WriteRinexObsApppos(file.get(), raw.get(), &running));
+        EXPECT_TRUE(std::ferror(file.get()) == 0 || access == O_RDONLY) << mode;
     }
     EXPECT_EQ(text, contents(FilePtr(std::fopen(path, "rb")).get()));
     unlink(path);

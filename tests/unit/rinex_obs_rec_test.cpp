@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 #include <rinex_state.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cmath>
@@ -247,6 +248,32 @@ TEST(RinexObsInterval, ALongSessionKeepsEveryEpochOfTheGrid)
                                    [](const auto& l) { return l.find("END OF HEADER") != l.npos; }));
         EXPECT_EQ("    30.000", text[9].substr(0, 10));
         EXPECT_LT(kept, 4000 / 30 + 25);
+    }
+}
+
+TEST(RinexObsInterval, StreamsThatOnlyGrowKeepTheirFirstHeader)
+{
+    char path[] = "/tmp/rinex_rec_XXXXXX";
+    close(mkstemp(path));
+    int ends[2];
+    ASSERT_EQ(0, pipe(ends));
+    const FilePtr reading(fdopen(ends[0], "rb"));
+    for (std::FILE* file : {std::fopen(path, "ab"), fdopen(ends[1], "wb")}) {
+        rnx_t opt = options(304);
+        WriteRinexObsHeader(file, epoch(2300, 0, {}).get(), &opt);
+        for (int t = 1; t <= 60; ++t) WriteRinexObsRec(file, epoch(2300, t, {}).get(), &opt, 30.0);
+        EXPECT_EQ(30.0, opt.interval);
+        EXPECT_EQ(0, std::ferror(file));
+        std::fclose(file);
+    }
+    const FilePtr appended(std::fopen(path, "rb"));
+    unlink(path);
+    for (std::FILE* file : {appended.get(), reading.get()}) {
+        std::string text(1 << 16, '\0');
+        text.resize(std::fread(text.data(), 1, text.size(), file));
+        const std::size_t end = text.find("END OF HEADER");
+        EXPECT_NE(text.npos, end);
+        EXPECT_EQ(text.npos, text.find("END OF HEADER", end + 1));
     }
 }
 

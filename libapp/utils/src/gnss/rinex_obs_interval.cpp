@@ -2,6 +2,7 @@
 
 #include <cmath>
 
+#include "rinex_patch.h"
 #include "rinex_state.h"
 
 namespace rinex {
@@ -59,8 +60,10 @@ bool is_off_grid(double second, double interval)
 
 void rewrite_header(std::FILE* fp, const raw_t& raw, const rnx_t& opt, double second)
 {
-    WriteRinexObsHeader(fp, &raw, &opt);
-    std::fseek(fp, 0, SEEK_END);   // epochs are always appended
+    if (!appends_only(fp) && std::fseek(fp, 0, SEEK_SET) == 0) {   // else it would be a second header
+        WriteRinexObsHeader(fp, &raw, &opt);
+        std::fseek(fp, 0, SEEK_END);   // epochs are always appended
+    }
     firse_sec = second;
     beRewrite = 1;
 }

@@ -1,6 +1,7 @@
 #include "rinex_patch.h"
 
 #include <fcntl.h>
+#include <stdio_ext.h>
 
 #include <cstring>
 
@@ -19,18 +20,17 @@ bool find_line(std::FILE* fp, const char* label)
     return false;
 }
 
-// In append mode every write lands at the end: patching would add lines instead of replacing them.
+}   // namespace
+
 bool appends_only(std::FILE* fp)
 {
     const int flags = fcntl(fileno(fp), F_GETFL);
     return flags != -1 && (flags & O_APPEND) != 0;
 }
 
-}   // namespace
-
 void patch_after(std::FILE* fp, const char* label, const text_t& text)
 {
-    if (appends_only(fp) || !find_line(fp, label)) return;
+    if (appends_only(fp) || __freadable(fp) == 0 || !find_line(fp, label)) return;   // a failed read would mark it
     std::fseek(fp, std::ftell(fp), SEEK_SET);   // between reading and writing a stream wants a seek
     text.write(fp);
 }

@@ -31,11 +31,11 @@ int main(int, char** argv)
     std::remove(log.c_str());
 
     const auto* digits = reinterpret_cast<const unsigned char*>("123456789");
-    expect(CKorvexMsgHelper::Crc32(digits, 9) == 0x2DFD2D88 && CPhgLog::Crc32(digits, 9) == 0x2DFD2D88, "checksum");
+    CKorvexMsgHelper helper;
+    expect(helper.Crc32(digits, 9) == 0x2DFD2D88 && CPhgLog::Crc32(digits, 9) == 0x2DFD2D88, "checksum");
 
     std::string frame;
-    CKorvexMsgHelper::Pack(digits, 9, 7, frame);
-    CKorvexMsgHelper helper;
+    helper.Pack(digits, 9, 7, frame);
     unsigned short id = 0;
     unsigned char* payload = nullptr;
     unsigned n = 0;

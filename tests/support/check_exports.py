@@ -12,9 +12,11 @@ def exported(nm, library):
     symbols = subprocess.run([nm, "-DC", "--defined-only", library], check=True, stdout=subprocess.PIPE, text=True).stdout
     names = set()
     for line in symbols.splitlines():
-        name = line.split(" ", 2)[2]
-        if re.match(r"__|(typeinfo (name )?for |vtable for |\w+ )*(std|__gnu_cxx)::", name):
-            continue   # the toolchain's own, and instantiations of the standard library
+        _, kind, name = line.split(" ", 2)
+        standard = re.match(r"__|(typeinfo (name )?for |vtable for |\w+ )*(std|__gnu_cxx)::", name)
+        ours = re.search(r"\b(C[A-Z]\w+|aht|korvex|rinex)\b", name)
+        if standard and not ours and kind != "u":
+            continue   # the toolchain's own; a unique symbol would keep the library from being unloaded
         names.add(name)
     return names
 

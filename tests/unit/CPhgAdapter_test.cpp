@@ -10,6 +10,7 @@
 #include <fstream>
 #include <optional>
 #include <sstream>
+#include <stdexcept>
 #include <thread>
 
 #include "CPhgLog.h"
@@ -21,10 +22,20 @@
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-// An entry point that is linked into the running program.
-extern "C" __attribute__((visibility("default"))) int PhgLibLogShutdown()
+// Entry points that are linked into the running program.
+extern "C" {
+__attribute__((visibility("default"))) int PhgLibLogShutdown()
 {
     return 77;
+}
+__attribute__((visibility("default"))) int PhgLibReset()
+{
+    throw std::runtime_error("no camera");
+}
+__attribute__((visibility("default"))) void PhgLibVosInit()
+{
+    throw 5;
+}
 }
 
 namespace {
@@ -319,10 +330,17 @@ TEST_F(PhgAdapter, WithoutANameTheProgramItselfIsSearched)
     unsetenv(kVariable);
     log.take();
     adapter.Start("vision");
-    auto expected = start_lines("", true, [](int k) { return kWrappers[k] == "PtrPhgLibLogShutdown"; });
+    const std::vector<std::string> own = {"PtrPhgLibVosInit", "PtrPhgLibReset", "PtrPhgLibLogShutdown"};
+    auto expected = start_lines("", true, [&](int k) { return std::count(own.begin(), own.end(), kWrappers[k]) != 0; });
     expected.insert(expected.begin(), "1 " + kPath + "UnloadPhgDll: PhgDll close");
     EXPECT_EQ(expected, without_addresses(log.take(), true));
     EXPECT_EQ(77, adapter.PtrPhgLibLogShutdown());
+
+    EXPECT_EQ(-14, adapter.PtrPhgLibReset());
+    EXPECT_EQ(-14, adapter.PtrPhgLibVosInit());
+    EXPECT_THAT(log.take(),
+                ElementsAre("4 " + kPath + "PtrPhgLibReset: libPhg threw an exception: no camera",
+                            "4 " + kPath + "PtrPhgLibVosInit: libPhg threw an exception"));
 }
 
 TEST_F(PhgAdapter, TwoSlotsKeepTheirAddressesAfterTheUnload)

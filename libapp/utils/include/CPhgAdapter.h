@@ -34,69 +34,62 @@ namespace aht {
 class thread_task;
 }
 
-/// Every entry point of the vision library, in the order of the table's slots. One line here declares the slot and the
-/// wrapper `Ptr<name>`, resolves, logs and clears the slot:
+/// The entry points of the vision library: the loader's handle, then one pointer an entry point, in this order.
 ///
-///   rank     place in the order in which symbols are looked up and logged
-///   unload   `clears`, or `keeps`: the slot still holds its address after the library is unloaded
-///   wrapper  `forwards`, or `records`: the wrapper also dumps its input and is written out in CPhgAdapter.cpp
-///
-/* clang-format off */
-#define RTK_PHG_ENTRY_POINTS(ROW) \
-    /*  rank unload  wrapper   result name                    parameters, arguments */ \
-    ROW( 1, clears, forwards, int,  PhgLibInit,                      (const PhgLibInitOptions* options), (options)) \
-    ROW( 2, clears, forwards, int,  PhgLibDestroy,                   (DrCfg_tag* config), (config)) \
-    ROW( 3, clears, forwards, void, PhgLibVosInit,                   (), ()) \
-    ROW(10, clears, forwards, int,  PhgLibSetFusionData,             (const FusionData_tag* data), (data)) \
-    ROW( 8, clears, records,  int,  PhgLibUpdateCfg,                 (const DrCfg_tag* config), (config)) \
-    ROW( 9, clears, forwards, int,  PhgLibSetHwCfg,                  (const DrHwCfg_tag* config), (config)) \
-    ROW(13, clears, forwards, int,  PhgLibLogInit, \
-        (const char* folder, int level, int size), \
-        (folder, level, size)) \
-    ROW(14, clears, forwards, int,  PhgLibLogShutdown,               (), ()) \
-    ROW(11, clears, forwards, int,  PhgLibSetImageData,              (const ImageData_t* image), (image)) \
-    ROW(12, clears, forwards, int,  PhgLibSetImageInfoCB,            (PhgImageInfoCB callback), (callback)) \
-    ROW( 4, clears, forwards, int,  PhgLibRegisterCB,                (PhgTiltStatCB callback), (callback)) \
-    ROW( 5, clears, records,  int,  PhgLibReset,                     (), ()) \
-    ROW( 6, clears, forwards, void, PhgLibCalibStart, \
-        (const double* values, unsigned int length, PhgCalibCB callback), \
-        (values, length, callback)) \
-    ROW( 7, clears, forwards, void, PhgLibVerInfo,                   (char* text, int size), (text, size)) \
-    ROW(16, clears, forwards, int,  PhgLibMemoryTransferGetType,     (unsigned long transfer), (transfer)) \
-    ROW(17, clears, forwards, int,  PhgLibMemoryTransferGetDataID,   (unsigned long transfer), (transfer)) \
-    ROW(18, clears, forwards, int,  PhgLibMemoryTransferGetImageHeight, (unsigned long transfer), (transfer)) \
-    ROW(19, clears, forwards, int,  PhgLibMemoryTransferGetImageWidth, (unsigned long transfer), (transfer)) \
-    ROW(20, clears, forwards, int,  PhgLibMemoryTransferGetOpenCVType, (unsigned long transfer), (transfer)) \
-    ROW(21, clears, forwards, int,  PhgLibSetMemoryTransferCB,       (PhgMemoryTransferCB callback), (callback)) \
-    ROW(22, clears, forwards, int,  PhgLibFreeMemoryTransfer,        (unsigned long transfer), (transfer)) \
-    ROW(23, keeps, forwards, int,  PhgLibSetFrameDataCB,             (PhgFrameDataCB callback), (callback)) \
-    ROW(15, keeps, records,  int,  PhgLibEnableVisualOdometer,       (int enable), (enable)) \
-    ROW(24, clears, forwards, int,  PhgLibOpenOldImageGroup,         (const ImageGroupInfo_t* group), (group)) \
-    ROW(25, clears, forwards, int,  PhgLibSetImageGroupInfoCB,       (PhgImageGroupInfoCB callback), (callback)) \
-    ROW(26, clears, forwards, int,  PhgLibSetKeyframeFolderPath,     (const char* path), (path)) \
-    ROW(27, clears, forwards, int,  PhgLibCalibCamera, \
-        (const char* images, const char* board, const char* result, CameraParameters* parameters), \
-        (images, board, result, parameters)) \
-    ROW(28, clears, forwards, int,  PhgLibCheckAccuracyApriltags, \
-        (const char* images, int* count, double* accuracy), \
-        (images, count, accuracy)) \
-    ROW(29, clears, forwards, int,  PhgLibGetTargetPose, \
-        (unsigned int target, const double* image, double* position, double* attitude), \
-        (target, image, position, attitude)) \
-    ROW(30, clears, forwards, void, PhgLibGetGnssExtrinsics,         (double* extrinsics), (extrinsics)) \
-    ROW(31, clears, records,  int,  PhgLibSetGnss,                   (const PosRaw_tag* position), (position)) \
-    ROW(32, clears, records,  int,  PhgLibSetImu,                    (const ImuRawData_tag* sample), (sample))
-/* clang-format on */
-
-/// The entry points: the loader's handle, then a pointer each, null until the library has been loaded and offers it.
+/// A pointer is null until a library has been loaded that offers the entry point. What the calls mean, and the
+/// records that they take, is for the vision library's own header to say.
 struct RTK_UTILS_API PhgFunc_t {
     void* handle = nullptr;   ///< from dlopen, null: not loaded
 
-#define RTK_PHG_SLOT(rank, unload, wrapper, result, name, parameters, arguments) result(*name) parameters = nullptr;
-    RTK_PHG_ENTRY_POINTS(RTK_PHG_SLOT)
-#undef RTK_PHG_SLOT
+    // Life of the library and its configuration.
+    int (*PhgLibInit)(const PhgLibInitOptions* options) = nullptr;
+    int (*PhgLibDestroy)(DrCfg_tag* config) = nullptr;
+    void (*PhgLibVosInit)() = nullptr;
+    int (*PhgLibSetFusionData)(const FusionData_tag* data) = nullptr;
+    int (*PhgLibUpdateCfg)(const DrCfg_tag* config) = nullptr;
+    int (*PhgLibSetHwCfg)(const DrHwCfg_tag* config) = nullptr;
+    int (*PhgLibLogInit)(const char* folder, int level, int size) = nullptr;
+    int (*PhgLibLogShutdown)() = nullptr;
+
+    // Camera images, tilt, calibration.
+    int (*PhgLibSetImageData)(const ImageData_t* image) = nullptr;
+    int (*PhgLibSetImageInfoCB)(PhgImageInfoCB callback) = nullptr;
+    int (*PhgLibRegisterCB)(PhgTiltStatCB callback) = nullptr;
+    int (*PhgLibReset)() = nullptr;
+    void (*PhgLibCalibStart)(const double* values, unsigned int length, PhgCalibCB callback) = nullptr;
+    void (*PhgLibVerInfo)(char* text, int size) = nullptr;
+
+    // Blocks of memory that the library hands out.
+    int (*PhgLibMemoryTransferGetType)(unsigned long transfer) = nullptr;
+    int (*PhgLibMemoryTransferGetDataID)(unsigned long transfer) = nullptr;
+    int (*PhgLibMemoryTransferGetImageHeight)(unsigned long transfer) = nullptr;
+    int (*PhgLibMemoryTransferGetImageWidth)(unsigned long transfer) = nullptr;
+    int (*PhgLibMemoryTransferGetOpenCVType)(unsigned long transfer) = nullptr;
+    int (*PhgLibSetMemoryTransferCB)(PhgMemoryTransferCB callback) = nullptr;
+    int (*PhgLibFreeMemoryTransfer)(unsigned long transfer) = nullptr;
+
+    // Frames, keyframes, odometer.
+    int (*PhgLibSetFrameDataCB)(PhgFrameDataCB callback) = nullptr;
+    int (*PhgLibEnableVisualOdometer)(int enable) = nullptr;
+    int (*PhgLibOpenOldImageGroup)(const ImageGroupInfo_t* group) = nullptr;
+    int (*PhgLibSetImageGroupInfoCB)(PhgImageGroupInfoCB callback) = nullptr;
+    int (*PhgLibSetKeyframeFolderPath)(const char* path) = nullptr;
+
+    // Camera calibration, accuracy check, poses, sensor samples.
+    int (*PhgLibCalibCamera)(const char* images, const char* board, const char* result,
+                             CameraParameters* parameters) = nullptr;
+    int (*PhgLibCheckAccuracyApriltags)(const char* images, int* count, double* accuracy) = nullptr;
+    int (*PhgLibGetTargetPose)(unsigned int target, const double* image, double* position,
+                               double* attitude) = nullptr;
+    void (*PhgLibGetGnssExtrinsics)(double* extrinsics) = nullptr;
+    int (*PhgLibSetGnss)(const PosRaw_tag* position) = nullptr;
+    int (*PhgLibSetImu)(const ImuRawData_tag* sample) = nullptr;
 
     /// Unloads what is loaded, loads the library named by "VISION_PHG_LIB_NAME" and looks up every entry point.
+    ///
+    /// A library without some of them is loaded all the same; their pointers stay null.
+    /// @note An exception out of a constructor of the library cannot be contained: it passes through the loader,
+    ///       which then keeps its lock for good. Such a library must not be loaded at all.
     void InitPhgDll() noexcept;
 
     /// Clears the entry points and unloads the library.
@@ -108,10 +101,12 @@ struct RTK_UTILS_API PhgFunc_t {
 
 /// The one binding of the process: loads the vision library, forwards calls to it and records what goes in.
 ///
-/// A wrapper `PtrPhgLib...` takes the entry point's arguments and returns its result, 0 where it has none; -14 when the
-/// library or the entry point is not there, which is logged; -22 for a null record where it says so. Start and Stop
-/// must not run while other threads are in wrappers; dumping is safe from any thread. What is read from a record
-/// behind its named fields is told by its count, so that the caller's record must be as long as its count says.
+/// A wrapper `PtrPhgLib...` takes its entry point's arguments and returns its result, 0 where that has none. It
+/// returns -14, and logs an error, when the library or the entry point is not there and when the entry point throws;
+/// -22 for a null record where it says so. Wrappers that dump their input copy it first, see CPhgLog; the record must
+/// be as long as its type or its own count says.
+///
+/// Start and Stop must not run while other threads are in wrappers; dumping is safe from any thread.
 class RTK_UTILS_API CPhgAdapter {
 public:
     /// The adapter, made on first use and unloaded at process exit.
@@ -132,9 +127,38 @@ public:
     void InitPhgDll() noexcept;       ///< Loads the library, as Start does.
     void InitPhgDllFunc() noexcept;   ///< Unloads the library.
 
-#define RTK_PHG_WRAPPER(rank, unload, wrapper, result, name, parameters, arguments) int Ptr##name parameters;
-    RTK_PHG_ENTRY_POINTS(RTK_PHG_WRAPPER)
-#undef RTK_PHG_WRAPPER
+    int PtrPhgLibInit(const PhgLibInitOptions* options);
+    int PtrPhgLibDestroy(DrCfg_tag* config);
+    int PtrPhgLibVosInit();
+    int PtrPhgLibSetFusionData(const FusionData_tag* data);   ///< Not dumped: the host calls DumpFusionData itself.
+    int PtrPhgLibUpdateCfg(const DrCfg_tag* config);          ///< Dumped in any case.
+    int PtrPhgLibSetHwCfg(const DrHwCfg_tag* config);
+    int PtrPhgLibLogInit(const char* folder, int level, int size);
+    int PtrPhgLibLogShutdown();
+    int PtrPhgLibSetImageData(const ImageData_t* image);
+    int PtrPhgLibSetImageInfoCB(PhgImageInfoCB callback);
+    int PtrPhgLibRegisterCB(PhgTiltStatCB callback);
+    int PtrPhgLibReset();   ///< Dumped when it reaches the library.
+    int PtrPhgLibCalibStart(const double* values, unsigned int length, PhgCalibCB callback);
+    int PtrPhgLibVerInfo(char* text, int size);
+    int PtrPhgLibMemoryTransferGetType(unsigned long transfer);
+    int PtrPhgLibMemoryTransferGetDataID(unsigned long transfer);
+    int PtrPhgLibMemoryTransferGetImageHeight(unsigned long transfer);
+    int PtrPhgLibMemoryTransferGetImageWidth(unsigned long transfer);
+    int PtrPhgLibMemoryTransferGetOpenCVType(unsigned long transfer);
+    int PtrPhgLibSetMemoryTransferCB(PhgMemoryTransferCB callback);
+    int PtrPhgLibFreeMemoryTransfer(unsigned long transfer);
+    int PtrPhgLibSetFrameDataCB(PhgFrameDataCB callback);
+    int PtrPhgLibEnableVisualOdometer(int enable);   ///< Dumped when it reaches the library.
+    int PtrPhgLibOpenOldImageGroup(const ImageGroupInfo_t* group);
+    int PtrPhgLibSetImageGroupInfoCB(PhgImageGroupInfoCB callback);
+    int PtrPhgLibSetKeyframeFolderPath(const char* path);
+    int PtrPhgLibCalibCamera(const char* images, const char* board, const char* result, CameraParameters* parameters);
+    int PtrPhgLibCheckAccuracyApriltags(const char* images, int* count, double* accuracy);
+    int PtrPhgLibGetTargetPose(unsigned int target, const double* image, double* position, double* attitude);
+    int PtrPhgLibGetGnssExtrinsics(double* extrinsics);
+    int PtrPhgLibSetGnss(const PosRaw_tag* position);     ///< Dumped; -22 for null.
+    int PtrPhgLibSetImu(const ImuRawData_tag* sample);    ///< Dumped; -22 for null.
 
     /// Starts a tilt calibration from a request and dumps its head.
     ///

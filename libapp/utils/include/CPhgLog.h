@@ -92,7 +92,7 @@ public:
     static std::string m_logName;
 
 private:
-    class dump_file;
+    class RTK_UTILS_LOCAL dump_file;
 
     std::atomic<bool> m_bDumpFlag{true};
     std::shared_ptr<dump_file> m_pFile;

@@ -1,6 +1,5 @@
 #include "CGpioUtils.h"
 
-#include <korvexlog/logger_helper.h>
 #include <linux/gpio.h>
 #include <sys/ioctl.h>
 #include <sys/stat.h>
@@ -10,15 +9,19 @@
 #include <cstring>
 
 #include "file_descriptor.h"
+#include "library_log.h"
 
 using logger_helper::kError;
 using logger_helper::source_t;
 
 static constexpr char kLogger[] = "RTK_LOG";
 
-static source_t here(int line = __builtin_LINE(), const char* function = __builtin_FUNCTION())
+static constexpr char kSource[] = "libapp/utils/src/CGpioUtils";
+
+/// Logs what failed and why.
+static void log_failure(const char* what, const source_t& where)
 {
-    return {"libapp/utils/src/CGpioUtils", line, function};
+    contained([&] { logger_helper::log(kLogger, where, kError, "%s : %s", what, std::strerror(errno)); });
 }
 
 // ---- character device ----
@@ -57,7 +60,8 @@ static file_descriptor request_line(const char* chip, int line, const line_use_t
 {
     const file_descriptor device = file_descriptor::open(chip, O_RDONLY);
     if (!device) {
-        logger_helper::log(kLogger, where, kError, "Unabled to open %s: %s", chip, std::strerror(errno));
+        contained(
+            [&] { logger_helper::log(kLogger, where, kError, "Unabled to open %s: %s", chip, std::strerror(errno)); });
         return file_descriptor();
     }
     gpiohandle_request request = {};
@@ -65,7 +69,7 @@ static file_descriptor request_line(const char* chip, int line, const line_use_t
     request.lineoffsets[0] = static_cast<std::uint32_t>(line);
     request.flags = use.flags;
     if (::ioctl(device.get(), GPIO_GET_LINEHANDLE_IOCTL, &request) < 0) {
-        logger_helper::log(kLogger, where, kError, "%s : %s", use.handle_error, std::strerror(errno));
+        log_failure(use.handle_error, where);
         return file_descriptor();
     }
     return file_descriptor(request.fd);
@@ -77,8 +81,7 @@ static bool transfer_value(const char* chip, int line, const line_use_t& use, gp
 {
     const file_descriptor handle = request_line(chip == nullptr ? "" : chip, line, use, where);
     if (!handle) return false;
-    if (::ioctl(handle.get(), use.request, &data) < 0)
-        logger_helper::log(kLogger, where, kError, "%s : %s", use.value_error, std::strerror(errno));
+    if (::ioctl(handle.get(), use.request, &data) < 0) log_failure(use.value_error, where);
     return true;
 }
 
@@ -86,13 +89,13 @@ void CGpioUtils::gpio_write(const char* chip, int line, unsigned char value)
 {
     gpiohandle_data data = {};
     data.values[0] = value;
-    transfer_value(chip, line, kOutput, data, here());
+    transfer_value(chip, line, kOutput, data, here(kSource));
 }
 
 void CGpioUtils::gpio_read(const char* chip, int line, int& value)
 {
     gpiohandle_data data = {};
-    if (transfer_value(chip, line, kInput, data, here())) value = data.values[0];
+    if (transfer_value(chip, line, kInput, data, here(kSource))) value = data.values[0];
 }
 
 int CGpioUtils::GpioSetValByApi(int gpio, int value)
@@ -169,7 +172,9 @@ int CGpioUtils::GpioGetValBySysfs(int gpio)
     const file_descriptor file = file_descriptor::open(line_path_t(gpio, "/value").text, O_RDWR);
     if (!file) return -1;
     char level[2] = {};
-    if (::read(file.get(), level, 1) < 0)
-        logger_helper::log(kLogger, here(), kError, "Gpio Read failed with errno: %d", errno);
+    if (::read(file.get(), level, 1) < 0) {
+        const source_t where = here(kSource);
+        contained([&] { logger_helper::log(kLogger, where, kError, "Gpio Read failed with errno: %d", errno); });
+    }
     return level[0] - '0';   // Deliberate: -48 after a failed read.
 }

@@ -1,6 +1,5 @@
 #include "CI2cHelper.h"
 
-#include <korvexlog/logger_helper.h>
 #include <linux/i2c-dev.h>
 #include <linux/i2c.h>
 #include <sys/ioctl.h>
@@ -10,6 +9,7 @@
 #include <new>
 
 #include "file_descriptor.h"
+#include "library_log.h"
 
 using logger_helper::kDebug;
 using logger_helper::kError;
@@ -17,16 +17,12 @@ using logger_helper::kWarning;
 using logger_helper::source_t;
 
 static constexpr char kLogger[] = "RTK_LOG";
-
-static source_t here(int line = __builtin_LINE(), const char* function = __builtin_FUNCTION())
-{
-    return {"libapp/utils/src/CI2cHelper", line, function};
-}
+static constexpr char kSource[] = "libapp/utils/src/CI2cHelper";
 
 /// Logs what failed and why. @return false, for the caller to pass on
 static bool failed(const char* what, const source_t& where)
 {
-    logger_helper::log(kLogger, where, kError, "%s: %s", what, std::strerror(errno));
+    contained([&] { logger_helper::log(kLogger, where, kError, "%s: %s", what, std::strerror(errno)); });
     return false;
 }
 
@@ -46,8 +42,10 @@ bool CI2cHelper::checkParams(I2cParam_t& param)
 {
     const char* fault = param.device.empty() ? "i2c device is empty" : nullptr;
     for (std::size_t k = 0; fault == nullptr && k < param.regs.size(); k++) fault = fault_of(param.regs[k]);
-    if (fault != nullptr) logger_helper::log(kLogger, here(), kError, "%s", fault);
-    return fault == nullptr;
+    if (fault == nullptr) return true;
+    const source_t where = here(kSource);
+    contained([&] { logger_helper::log(kLogger, where, kError, "%s", fault); });
+    return false;
 }
 
 /// Opens the device and selects the slave.
@@ -55,14 +53,18 @@ static file_descriptor open_slave(const I2cParam_t& param, const source_t& where
 {
     file_descriptor device = file_descriptor::open(param.device.c_str(), O_RDWR);
     if (!device) {
-        logger_helper::log(kLogger, where, kError, "open i2c<%s> error: %s", param.device.c_str(),
-                           std::strerror(errno));
+        contained([&] {
+            logger_helper::log(kLogger, where, kError, "open i2c<%s> error: %s", param.device.c_str(),
+                               std::strerror(errno));
+        });
         return file_descriptor();
     }
     const unsigned long select = param.force != 0 ? I2C_SLAVE_FORCE : I2C_SLAVE;
     if (::ioctl(device.get(), select, static_cast<unsigned long>(param.address)) < 0) {
-        logger_helper::log(kLogger, where, kError, "set i2c<%s> address<%0x> error: %s", param.device.c_str(),
-                           static_cast<unsigned>(param.address), std::strerror(errno));
+        contained([&] {
+            logger_helper::log(kLogger, where, kError, "set i2c<%s> address<%0x> error: %s", param.device.c_str(),
+                               static_cast<unsigned>(param.address), std::strerror(errno));
+        });
         return file_descriptor();
     }
     return device;
@@ -98,7 +100,7 @@ bool CI2cHelper::read_std(I2cParam_t& param)
         }
         return true;
     };
-    return with_slave(param, kAddressError, transfer, here());
+    return with_slave(param, kAddressError, transfer, here(kSource));
 }
 
 bool CI2cHelper::write_std(I2cParam_t& param)
@@ -113,7 +115,7 @@ bool CI2cHelper::write_std(I2cParam_t& param)
         }
         return true;
     };
-    return with_slave(param, kAddressError, transfer, here());
+    return with_slave(param, kAddressError, transfer, here(kSource));
 }
 
 // ---- combined transfers ----
@@ -127,7 +129,9 @@ static bool send_messages(const file_descriptor& slave, std::vector<i2c_msg>& me
     const int count = static_cast<int>(transfer.nmsgs);
     const int sent = ::ioctl(slave.get(), I2C_RDWR, &transfer);
     if (sent < 0) return failed(kMessagesError, where);
-    if (sent < count) logger_helper::log(kLogger, where, kWarning, "only %d/%d messages were sent\n", sent, count);
+    if (sent < count) {
+        contained([&] { logger_helper::log(kLogger, where, kWarning, "only %d/%d messages were sent\n", sent, count); });
+    }
     return sent >= count;
 }
 
@@ -150,9 +154,11 @@ static void log_first(const i2c_msg& message, const source_t& where)
 {
     std::uint8_t start[4] = {};   // a shorter message shows as followed by zeros
     std::copy_n(message.buf, std::min<std::size_t>(message.len, sizeof start), start);
-    logger_helper::log(kLogger, where, kDebug,
-                       "message[0]: addr=0x%02x, flag=%d, len=%d, buf=0x%02x 0x%02x 0x%02x 0x%02x", message.addr,
-                       message.flags, message.len, start[0], start[1], start[2], start[3]);
+    contained([&] {
+        logger_helper::log(kLogger, where, kDebug,
+                           "message[0]: addr=0x%02x, flag=%d, len=%d, buf=0x%02x 0x%02x 0x%02x 0x%02x", message.addr,
+                           message.flags, message.len, start[0], start[1], start[2], start[3]);
+    });
 }
 
 bool CI2cHelper::read_ctl(I2cParam_t& param)
@@ -166,7 +172,7 @@ bool CI2cHelper::read_ctl(I2cParam_t& param)
         }
         return send_messages(slave, messages, where);
     };
-    return with_slave(param, kMessagesError, transfer, here());
+    return with_slave(param, kMessagesError, transfer, here(kSource));
 }
 
 bool CI2cHelper::write_ctl(I2cParam_t& param)
@@ -186,5 +192,5 @@ bool CI2cHelper::write_ctl(I2cParam_t& param)
         log_first(messages.front(), where);
         return send_messages(slave, messages, where);
     };
-    return with_slave(param, kMessagesError, transfer, here());
+    return with_slave(param, kMessagesError, transfer, here(kSource));
 }

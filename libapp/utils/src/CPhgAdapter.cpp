@@ -1,7 +1,7 @@
 #include "CPhgAdapter.h"
 
+#include <cxxabi.h>
 #include <dlfcn.h>
-#include <korvexlog/logger_helper.h>
 
 #include <algorithm>
 #include <array>
@@ -9,11 +9,14 @@
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
+#include <exception>
 #include <iterator>
 #include <new>
 #include <type_traits>
 
 #include "CPhgLog.h"
+#include "library_log.h"
+#include "phg_entry_points.h"
 
 using logger_helper::kDebug;
 using logger_helper::kError;
@@ -40,10 +43,7 @@ constexpr std::size_t kFusionCountOffset = 5;
 constexpr std::size_t kFrameCountOffset = 6;
 constexpr std::size_t kCalibValuesOffset = 8;
 
-source_t here(const char* function = __builtin_FUNCTION(), int line = __builtin_LINE())
-{
-    return {"libapp/utils/src/CPhgAdapter", line, function};
-}
+constexpr char kSource[] = "libapp/utils/src/CPhgAdapter";
 
 const char* logger()
 {
@@ -81,7 +81,7 @@ constexpr auto kEntries = [] {
     std::array entries{
 #define ENTRY(rank, unload, wrapper, result, name, parameters, arguments) \
     entry_t{rank, unload, offsetof(PhgFunc_t, name), "Ptr" #name},
-        RTK_PHG_ENTRY_POINTS(ENTRY)
+        PHG_ENTRY_POINTS(ENTRY)
 #undef ENTRY
     };
     std::sort(entries.begin(), entries.end(), [](const entry_t& a, const entry_t& b) { return a.rank < b.rank; });
@@ -109,7 +109,8 @@ void PhgFunc_t::UnloadPhgDll() noexcept
     if (handle == nullptr) return;
     dlclose(handle);
     handle = nullptr;
-    logger_helper::log(logger(), here(), kDebug, "PhgDll close");
+    const source_t where = here(kSource);
+    contained([&] { logger_helper::log(logger(), where, kDebug, "PhgDll close"); });
 }
 
 void PhgFunc_t::InitPhgDll() noexcept
@@ -117,15 +118,20 @@ void PhgFunc_t::InitPhgDll() noexcept
     UnloadPhgDll();
     const char* set = std::getenv("VISION_PHG_LIB_NAME");
     const char* name = set != nullptr ? set : "";   // Deliberate: the loader takes "" for the running program.
+    const source_t where = here(kSource);
     handle = dlopen(name, RTLD_LAZY);
-    logger_helper::log(logger(), here(), kDebug, "InitPhgDll. LOAD PHGLIB_KORVEX. PHGLIB_KORVEX: %d, dllFile: %s",
-                       static_cast<int>(reinterpret_cast<std::intptr_t>(handle)), name);
+    contained([&] {
+        logger_helper::log(logger(), where, kDebug, "InitPhgDll. LOAD PHGLIB_KORVEX. PHGLIB_KORVEX: %d, dllFile: %s",
+                           static_cast<int>(reinterpret_cast<std::intptr_t>(handle)), name);
+    });
     if (handle != nullptr) {
         for (const entry_t& entry : kEntries) entry.set(*this, dlsym(handle, entry.symbol()));
     }
     for (const entry_t& entry : kEntries) {
-        logger_helper::log(logger(), here(), kInfo, "%s: %ld", entry.wrapper,
-                           static_cast<long>(reinterpret_cast<std::intptr_t>(entry.get(*this))));
+        contained([&] {
+            logger_helper::log(logger(), where, kInfo, "%s: %ld", entry.wrapper,
+                               static_cast<long>(reinterpret_cast<std::intptr_t>(entry.get(*this))));
+        });
     }
 }
 
@@ -185,16 +191,27 @@ struct entry_point {
 
     int operator()(Parameters... arguments) const
     {
-        if (address == nullptr) {
-            logger_helper::log(logger(), where, kError, "libPhg not init");
-            return kNotBound;
+        if (address == nullptr) return refused("libPhg not init");
+        try {
+            if constexpr (std::is_void_v<Result>) {
+                address(arguments...);
+                return 0;
+            } else {
+                return address(arguments...);
+            }
+        } catch (const abi::__forced_unwind&) {   // the host ends this thread
+            throw;
+        } catch (const std::exception& e) {
+            return refused("libPhg threw an exception: ", e.what());
+        } catch (...) {
+            return refused("libPhg threw an exception");
         }
-        if constexpr (std::is_void_v<Result>) {
-            address(arguments...);
-            return 0;
-        } else {
-            return address(arguments...);
-        }
+    }
+
+    int refused(const char* why, const char* detail = "") const
+    {
+        contained([&] { logger_helper::log(logger(), where, kError, "%s%s", why, detail); });
+        return kNotBound;
     }
 
     Result (*address)(Parameters...);
@@ -206,31 +223,31 @@ struct entry_point {
 #define DEFINE_forwards(name, parameters, arguments)                           \
     int CPhgAdapter::Ptr##name parameters                                      \
     {                                                                          \
-        return entry_point(m_pFunc.get(), &PhgFunc_t::name, here()) arguments; \
+        return entry_point(m_pFunc.get(), &PhgFunc_t::name, here(kSource)) arguments; \
     }
 #define DEFINE_records(name, parameters, arguments)   // written out below
 #define DEFINE_WRAPPER(rank, unload, wrapper, result, name, parameters, arguments) \
     DEFINE_##wrapper(name, parameters, arguments)
-RTK_PHG_ENTRY_POINTS(DEFINE_WRAPPER)
+PHG_ENTRY_POINTS(DEFINE_WRAPPER)
 
 int CPhgAdapter::PtrPhgLibUpdateCfg(const DrCfg_tag* config)
 {
     dump(config, kConfigSize, kPhgConfig);
-    return entry_point(m_pFunc.get(), &PhgFunc_t::PhgLibUpdateCfg, here())(config);
+    return entry_point(m_pFunc.get(), &PhgFunc_t::PhgLibUpdateCfg, here(kSource))(config);
 }
 
 int CPhgAdapter::PtrPhgLibSetGnss(const PosRaw_tag* position)
 {
     if (position == nullptr) return kNullRecord;
     dump(position, kGnssSize, kPhgGnss);
-    return entry_point(m_pFunc.get(), &PhgFunc_t::PhgLibSetGnss, here())(position);
+    return entry_point(m_pFunc.get(), &PhgFunc_t::PhgLibSetGnss, here(kSource))(position);
 }
 
 int CPhgAdapter::PtrPhgLibSetImu(const ImuRawData_tag* sample)
 {
     if (sample == nullptr) return kNullRecord;
     dump(sample, kImuSize, kPhgImu);
-    return entry_point(m_pFunc.get(), &PhgFunc_t::PhgLibSetImu, here())(sample);
+    return entry_point(m_pFunc.get(), &PhgFunc_t::PhgLibSetImu, here(kSource))(sample);
 }
 
 int CPhgAdapter::PtrPhgLibCalibStart(const TiltCalibReq_t* request, unsigned int perItem, PhgCalibCB callback)
@@ -245,7 +262,7 @@ int CPhgAdapter::PtrPhgLibCalibStart(const TiltCalibReq_t* request, unsigned int
 
 int CPhgAdapter::PtrPhgLibReset()
 {
-    const entry_point reset(m_pFunc.get(), &PhgFunc_t::PhgLibReset, here());
+    const entry_point reset(m_pFunc.get(), &PhgFunc_t::PhgLibReset, here(kSource));
     constexpr unsigned char kMarker = 1;
     if (reset.address != nullptr) dump(&kMarker, sizeof kMarker, kPhgReset);
     return reset();
@@ -253,7 +270,7 @@ int CPhgAdapter::PtrPhgLibReset()
 
 int CPhgAdapter::PtrPhgLibEnableVisualOdometer(int enable)
 {
-    const entry_point odometer(m_pFunc.get(), &PhgFunc_t::PhgLibEnableVisualOdometer, here());
+    const entry_point odometer(m_pFunc.get(), &PhgFunc_t::PhgLibEnableVisualOdometer, here(kSource));
     if (odometer.address != nullptr) dump(&enable, sizeof enable, kPhgVisualOdometer);
     return odometer(enable);
 }

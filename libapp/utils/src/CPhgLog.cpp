@@ -1,6 +1,5 @@
 #include "CPhgLog.h"
 
-#include <korvexlog/logger_helper.h>
 #include <rtkcommon/thread_task.h>
 
 #include <cstdio>
@@ -8,10 +7,13 @@
 #include <mutex>
 #include <utility>
 
+#include "library_log.h"
 #include "rtk_gnss.h"
 #include "unique_buffer.h"
 
 std::string CPhgLog::m_logName;
+
+static constexpr char kSource[] = "libapp/utils/src/CPhgLog";
 
 // ---- on the worker ----
 
@@ -33,8 +35,10 @@ public:
         if (m_file != nullptr) return;
         m_logger = std::move(logger);
         m_file = std::fopen(path.c_str(), "wb");
-        logger_helper::log(m_logger.c_str(), {"libapp/utils/src/CPhgLog", __LINE__, "openDump"}, logger_helper::kInfo,
-                           "open fusion log file: %s\n", path.c_str());
+        contained([&] {
+            logger_helper::log(m_logger.c_str(), here(kSource, __LINE__, "openDump"), logger_helper::kInfo,
+                               "open fusion log file: %s\n", path.c_str());
+        });
     }
 
     void write(const unique_buffer& payload, int type) noexcept
@@ -54,8 +58,10 @@ public:
         m_logger = std::move(logger);
         if (std::fflush(m_file) != 0) report_failure();
         std::fclose(std::exchange(m_file, nullptr));
-        logger_helper::log(m_logger.c_str(), {"libapp/utils/src/CPhgLog", __LINE__, "closeDump"}, logger_helper::kInfo,
-                           "close fusion log file\n");
+        contained([&] {
+            logger_helper::log(m_logger.c_str(), here(kSource, __LINE__, "closeDump"), logger_helper::kInfo,
+                               "close fusion log file\n");
+        });
     }
 
 private:
@@ -68,8 +74,10 @@ private:
 
     void report_failure() const
     {
-        logger_helper::log(m_logger.c_str(), {"libapp/utils/src/CPhgLog", __LINE__, "dumpData"}, logger_helper::kInfo,
-                           "Fusion Write Failed.\n");
+        contained([&] {
+            logger_helper::log(m_logger.c_str(), here(kSource, __LINE__, "dumpData"), logger_helper::kInfo,
+                               "Fusion Write Failed.\n");
+        });
     }
 
     std::mutex m_mutex;

@@ -136,7 +136,7 @@ class Dump(Command):
         by_variable = [], {"FAKE_VISION_RECORD": calls, "VISION_PHG_LIB_NAME": FAKE_VISION}
         for options, env in by_option, by_variable:
             out, err = self.kvx("dump", "replay", *options, self.file("a", DUMP), env=env)
-            self.assertIn("11 records replayed, 0 refused by the library, 0 without an entry point", out)
+            self.assertIn("9 records replayed, 0 refused by the library, 0 without an entry point, 2 no inputs of it", out)
             self.assertEqual("", err)
             with open(calls) as lines:
                 self.assertEqual([call for _, _, call in RECORDS if call], lines.read().splitlines())
@@ -145,12 +145,12 @@ class Dump(Command):
     def test_replay_keeps_the_rate(self):
         begin = time.monotonic()
         self.kvx("dump", "replay", "--rate", "50", "--library", FAKE_VISION, self.file("a", DUMP))
-        self.assertGreater(time.monotonic() - begin, 0.19)
+        self.assertGreater(time.monotonic() - begin, 0.15)   # nine records, eight steps
 
     def test_failures(self):
         dump, text = self.file("a", DUMP), self.file("text", b"not a library")
         for arguments, code, message in (
-                (["info", self.file("missing")], FAILED, "missing: No such file or directory"),
+                (["info", self.file("missing")], FAILED, "missing: No such file or directory (opening)"),
                 (["cat", self.folder], FAILED, ": is a directory"),
                 (["replay", "--library", text, dump], FAILED, "loading the vision library"),
                 (["replay", "--library", "/missing.so", dump], FAILED, "kvx: error: /missing.so: "),

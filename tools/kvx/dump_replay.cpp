@@ -25,7 +25,7 @@ constexpr std::uint32_t kCalibValues = 3;   // as many doubles of a request as t
 /// How records of one type get to the library.
 struct feed_t {
     int type;
-    int (*feed)(CPhgAdapter&, const std::uint8_t* payload);   // null: an output of the library, nothing to feed
+    int (*feed)(CPhgAdapter&, const std::uint8_t* payload);
 };
 
 template <class Record>
@@ -54,6 +54,7 @@ int enable_odometer(CPhgAdapter& adapter, const std::uint8_t* payload)
     return adapter.PtrPhgLibEnableVisualOdometer(enable);
 }
 
+// Types that are not listed are no inputs of the library.
 constexpr feed_t kFeeds[] = {
     {kPhgFusionData,
      [](CPhgAdapter& a, const std::uint8_t* p) { return a.PtrPhgLibSetFusionData(as<FusionData_tag>(p)); }},
@@ -64,8 +65,6 @@ constexpr feed_t kFeeds[] = {
     {kPhgImu, [](CPhgAdapter& a, const std::uint8_t* p) { return a.PtrPhgLibSetImu(as<ImuRawData_tag>(p)); }},
     {kPhgReset, [](CPhgAdapter& a, const std::uint8_t*) { return a.PtrPhgLibReset(); }},
     {kPhgVisualOdometer, enable_odometer},
-    {kPhgMeasureStat, [](CPhgAdapter& a, const std::uint8_t* p) { return a.DumpMeasureStat(p[0] != 0), 0; }},
-    {kPhgFrameData, [](CPhgAdapter& a, const std::uint8_t* p) { return a.DumpFrameData(as<FrameData_t>(p)), 0; }},
 };
 
 /// The library while it is bound to the adapter.
@@ -121,20 +120,26 @@ int replay_dump(const std::string& path, const std::string& library, double rate
     BoundLibrary bound(library);
     Pace pace(rate);
     std::vector<std::uint8_t> aligned;   // records in the file lie anywhere, the library expects its own structures
-    std::uint64_t taken = 0, refused = 0, unbound = 0;
+    std::uint64_t taken = 0, refused = 0, unbound = 0, no_inputs = 0;
     const dump_totals_t totals = scan_dump_records(path, [&](const dump_item_t& item) {
-        pace.wait();
-        aligned.assign(item.payload, item.payload + item.length);
         const auto* feed = std::find_if(std::begin(kFeeds), std::end(kFeeds),
                                         [&](const feed_t& f) { return f.type == item.type->code; });
+        if (feed == std::end(kFeeds)) {
+            ++no_inputs;
+            return;
+        }
+        pace.wait();
+        aligned.assign(item.payload, item.payload + item.length);
         const int result = feed->feed(bound.adapter, aligned.data());
         ++(result == kNotBound ? unbound : result < 0 ? refused : taken);
     });
     std::printf(
-        "%s: %llu records replayed, %llu refused by the library, %llu without an entry point, %llu bytes skipped\n",
+        "%s: %llu records replayed, %llu refused by the library, %llu without an entry point, %llu no inputs of it, "
+        "%llu bytes skipped\n",
         path.c_str(), static_cast<unsigned long long>(taken), static_cast<unsigned long long>(refused),
-        static_cast<unsigned long long>(unbound), static_cast<unsigned long long>(totals.damage.bytes));
-    if (taken == 0 && totals.records.items != 0) throw Error(path, "the library took none of the records", "replay");
+        static_cast<unsigned long long>(unbound), static_cast<unsigned long long>(no_inputs),
+        static_cast<unsigned long long>(totals.damage.bytes));
+    if (taken == 0 && refused + unbound > 0) throw Error(path, "the library took none of the records", "replay");
     return totals.damaged() ? kDamaged : kDone;
 }
 

@@ -29,7 +29,7 @@ bool EpochCollector::continues(const raw_t& raw) const
 void EpochCollector::add(const raw_t& raw)
 {
     if (held_ && !continues(raw)) flush();
-    // Everything in front of the frame buffer; what lies behind it is the decoder's and the host's own.
+    // Without the ephemerides and from the lock tables on: no writer of epochs reads those.
     std::memcpy(static_cast<void*>(epoch_.get()), &raw, offsetof(raw_t, eph));
     std::memcpy(epoch_->ant_type, raw.ant_type, offsetof(raw_t, reserved5) - offsetof(raw_t, ant_type));
     held_ = true;

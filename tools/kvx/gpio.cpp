@@ -52,12 +52,12 @@ int get_line(const GpioSettings& settings)
     int value = -1;
     if (settings.sysfs) {
         value = CGpioUtils::GpioGetValBySysfs(*settings.number);
-        if (value < 0) throw system_error(settings.device(), where);
+        if (value == -1) throw system_error(settings.device(), where);
     } else {
         CGpioUtils::gpio_read(settings.chip.c_str(), settings.line, value);
-        log.check(settings.device(), where);
-        if (value < 0) throw Error(settings.device(), "the line was not read", where);
     }
+    log.check(settings.device(), where);
+    if (value != 0 && value != 1) throw Error(settings.device(), "has no level 0 or 1", where);
 
     const int line = settings.sysfs ? *settings.number : settings.line;
     const nlohmann::ordered_json result = {{"device", settings.device()}, {"line", line}, {"value", value}};

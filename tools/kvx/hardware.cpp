@@ -44,15 +44,17 @@ void HardwareLog::check(const std::string& device, const std::string& where) con
     if (!m_sink->first.empty()) throw Error(device, m_sink->first, where);
 }
 
-unsigned parse_number(const std::string& text, unsigned max, const std::string& what)
+unsigned parse_number(const std::string& text, unsigned max, const std::string& what, unsigned min)
 {
     const bool hexadecimal = text.rfind("0x", 0) == 0 || text.rfind("0X", 0) == 0;
     const char* begin = text.data() + (hexadecimal ? 2 : 0);
     const char* end = text.data() + text.size();
     unsigned value = 0;
     const auto [stop, error] = std::from_chars(begin, end, value, hexadecimal ? 16 : 10);
-    if (error != std::errc() || stop != end || value > max)
-        throw CLI::ValidationError(what, "'" + text + "' is not a number from 0 to " + std::to_string(max));
+    if (error != std::errc() || stop != end || value < min || value > max) {
+        throw CLI::ValidationError(
+            what, "'" + text + "' is not a number from " + std::to_string(min) + " to " + std::to_string(max));
+    }
     return value;
 }
 

@@ -24,8 +24,8 @@ private:
 };
 
 /// A decimal number, or a hexadecimal one that begins with 0x.
-/// @throw CLI::ValidationError naming `what`, unless the whole text is a number up to `max`
-unsigned parse_number(const std::string& text, unsigned max, const std::string& what);
+/// @throw CLI::ValidationError naming `what`, unless the whole text is a number from `min` to `max`
+unsigned parse_number(const std::string& text, unsigned max, const std::string& what, unsigned min = 0);
 
 }   // namespace kvx
 

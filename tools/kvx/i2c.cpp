@@ -112,7 +112,7 @@ command_t i2c_command(CLI::App& program)
     settings->data.resize(1);
     read->add_option_function<std::string>(
         "COUNT",
-        [settings](const std::string& text) { settings->data.resize(parse_number(text, kLargestMessage, "COUNT")); },
+        [settings](const std::string& text) { settings->data.resize(parse_number(text, kLargestMessage, "COUNT", 1)); },
         "Bytes to read, 1 unless given");
     read->add_flag("--json", settings->json, "Print a JSON object");
 

@@ -18,18 +18,18 @@ constexpr unsigned kPiece = 8 * 1024;   // what a damaged place of a compressed 
 LogSource::LogSource(const std::string& path) : name_(path == "-" ? "standard input" : path)
 {
     const int fd = path == "-" ? ::dup(STDIN_FILENO) : ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
-    if (fd < 0) throw system_error(name_, "opening the log");
+    if (fd < 0) throw system_error(name_, "opening");
     struct stat status {};
     ::fstat(fd, &status);
     if (S_ISDIR(status.st_mode)) {
         ::close(fd);
-        throw Error(name_, "is a directory", "name the logs in it");
+        throw Error(name_, "is a directory", "name a file in it");
     }
     if (S_ISREG(status.st_mode)) size_ = static_cast<std::uint64_t>(status.st_size);
     file_ = gzdopen(fd, "rb");
     if (file_ == nullptr) {
         ::close(fd);
-        throw Error(name_, "out of memory", "opening the log");
+        throw Error(name_, "out of memory", "opening");
     }
     gzbuffer(file_, kPiece);
 }
@@ -52,7 +52,7 @@ std::size_t LogSource::read(std::uint8_t* to, std::size_t n)
     int code = Z_OK;
     gzerror(file_, &code);
     if (code == Z_ERRNO && errno == EINTR) return done;   // the end, by request
-    if (code == Z_ERRNO) throw system_error(name_, "reading the log");
+    if (code == Z_ERRNO) throw system_error(name_, "reading");
     if (code != Z_OK && code != Z_STREAM_END) {
         damage_ = code == Z_BUF_ERROR ? "the compressed file ends too early" : "the compressed data are damaged";
     }

@@ -24,7 +24,7 @@ std::string frames(std::size_t bytes, unsigned shortest, unsigned longest)
         payload.resize(shortest + random() % (longest - shortest + 1));
         for (char& byte : payload) byte = static_cast<char>(random());
         CKorvexMsgHelper().Pack(reinterpret_cast<const unsigned char*>(payload.data()),
-                               static_cast<unsigned>(payload.size()), 1, frame);
+                                static_cast<unsigned>(payload.size()), 1, frame);
         stream += frame;
     }
     return stream;
@@ -94,7 +94,7 @@ void BM_Pack(benchmark::State& state)
     std::string frame;
     for (auto _ : state) {
         CKorvexMsgHelper().Pack(reinterpret_cast<const unsigned char*>(payload.data()),
-                               static_cast<unsigned>(payload.size()), 1, frame);
+                                static_cast<unsigned>(payload.size()), 1, frame);
         benchmark::DoNotOptimize(frame.data());
     }
     state.SetBytesProcessed(state.iterations() * state.range(0));

@@ -338,9 +338,8 @@ TEST_F(PhgAdapter, WithoutANameTheProgramItselfIsSearched)
 
     EXPECT_EQ(-14, adapter.PtrPhgLibReset());
     EXPECT_EQ(-14, adapter.PtrPhgLibVosInit());
-    EXPECT_THAT(log.take(),
-                ElementsAre("4 " + kPath + "PtrPhgLibReset: libPhg threw an exception: no camera",
-                            "4 " + kPath + "PtrPhgLibVosInit: libPhg threw an exception"));
+    EXPECT_THAT(log.take(), ElementsAre("4 " + kPath + "PtrPhgLibReset: libPhg threw an exception: no camera",
+                                        "4 " + kPath + "PtrPhgLibVosInit: libPhg threw an exception"));
 }
 
 TEST_F(PhgAdapter, TwoSlotsKeepTheirAddressesAfterTheUnload)

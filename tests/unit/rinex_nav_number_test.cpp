@@ -1,6 +1,4 @@
 // The number format of navigation files against its definition in C formats.
-#include "rinex_nav_number.h"
-
 #include <gtest/gtest.h>
 
 #include <bit>
@@ -12,6 +10,7 @@
 #include <random>
 #include <string>
 
+#include "rinex/nav_number.h"
 #include "rtk_gnss.h"
 
 namespace {

@@ -79,8 +79,7 @@ struct RTK_UTILS_API PhgFunc_t {
     int (*PhgLibCalibCamera)(const char* images, const char* board, const char* result,
                              CameraParameters* parameters) = nullptr;
     int (*PhgLibCheckAccuracyApriltags)(const char* images, int* count, double* accuracy) = nullptr;
-    int (*PhgLibGetTargetPose)(unsigned int target, const double* image, double* position,
-                               double* attitude) = nullptr;
+    int (*PhgLibGetTargetPose)(unsigned int target, const double* image, double* position, double* attitude) = nullptr;
     void (*PhgLibGetGnssExtrinsics)(double* extrinsics) = nullptr;
     int (*PhgLibSetGnss)(const PosRaw_tag* position) = nullptr;
     int (*PhgLibSetImu)(const ImuRawData_tag* sample) = nullptr;
@@ -157,8 +156,8 @@ public:
     int PtrPhgLibCheckAccuracyApriltags(const char* images, int* count, double* accuracy);
     int PtrPhgLibGetTargetPose(unsigned int target, const double* image, double* position, double* attitude);
     int PtrPhgLibGetGnssExtrinsics(double* extrinsics);
-    int PtrPhgLibSetGnss(const PosRaw_tag* position);     ///< Dumped; -22 for null.
-    int PtrPhgLibSetImu(const ImuRawData_tag* sample);    ///< Dumped; -22 for null.
+    int PtrPhgLibSetGnss(const PosRaw_tag* position);    ///< Dumped; -22 for null.
+    int PtrPhgLibSetImu(const ImuRawData_tag* sample);   ///< Dumped; -22 for null.
 
     /// Starts a tilt calibration from a request and dumps its head.
     ///

@@ -15,9 +15,11 @@
 
 #include "rtk_utils_api.h"
 
-// ---------------------------------------------------------------------------------------------------
-// Records
-// ---------------------------------------------------------------------------------------------------
+// ===================================================================================================
+// 1. The record
+// ===================================================================================================
+//
+// What is decoded from a receiver's log, what a RINEX file is written with, and how both begin.
 
 /// Satellite systems as bits, so that sets can be masked.
 enum gnss_system_t : int {
@@ -244,9 +246,13 @@ RTK_UTILS_API void Initial_raw(raw_t* raw, int mode);
 /// Height of the antenna (m) as the antenna message carried it: the 32 bits of ant_word2 as a float.
 RTK_UTILS_API float ant_height(const raw_t* raw);
 
-// ---------------------------------------------------------------------------------------------------
-// Satellites
-// ---------------------------------------------------------------------------------------------------
+// ===================================================================================================
+// 2. Foundation
+// ===================================================================================================
+//
+// Pure functions: satellite numbers, checksums, bit fields, time scales, dates, positions.
+
+// ---- Satellites ----
 
 /// Splits a satellite number.
 ///
@@ -272,9 +278,7 @@ RTK_UTILS_API unsigned char satno(unsigned char sys, int prn);
 /// @note Carrier frequencies as listed with the observation codes in RINEX 3.04.
 RTK_UTILS_API double satwavelen(int sat, int slot, signed char frq);
 
-// ---------------------------------------------------------------------------------------------------
-// Checksums and bit fields
-// ---------------------------------------------------------------------------------------------------
+// ---- Checksums and bit fields ----
 
 /// CRC-32 of the receiver log: reflected polynomial 0xEDB88320, initial value 0, no final inversion.
 ///
@@ -308,9 +312,7 @@ RTK_UTILS_API double getbits_38(const unsigned char* buff, int pos);
 /// Writes the low len bits of data at bit pos and leaves all other bits alone; nothing unless len is 1..32.
 RTK_UTILS_API void setbitu(unsigned char* buff, int pos, int len, unsigned int data);
 
-// ---------------------------------------------------------------------------------------------------
-// Time and place
-// ---------------------------------------------------------------------------------------------------
+// ---- Time and place ----
 
 /// GPS - UTC (s), one count for the process. Follows the time last converted with a week pointer; the
 /// ionosphere/UTC message can only raise it.
@@ -383,9 +385,35 @@ RTK_UTILS_API double glot2ws(unsigned int n4, unsigned int nt, unsigned int tod,
 /// @param ecef out: X, Y, Z (m)
 RTK_UTILS_API void pos2ecef(const double* pos, double* ecef);
 
-// ---------------------------------------------------------------------------------------------------
-// Log decoder
-// ---------------------------------------------------------------------------------------------------
+// ===================================================================================================
+// 3. Decoder
+// ===================================================================================================
+//
+// The receiver's log, byte by byte, block by block or from a file, into the record.
+
+/// Messages of the log by their number in the frame's header. docs/formats/log-frame.md describes the frame.
+enum log_message_t : int {
+    MSG_GPS_EPHEMERIS = 7,           ///< GPS ephemeris; PRN 33 and up: QZSS
+    MSG_ION_UTC = 8,                 ///< ionosphere and UTC
+    MSG_VERSION = 37,                ///< receiver version
+    MSG_RAW_GPS_EPHEMERIS = 41,      ///< raw GPS subframes 1 to 3
+    MSG_POSITION = 42,               ///< geodetic position
+    MSG_RANGE = 43,                  ///< range observations
+    MSG_RANGE_COMPRESSED = 140,      ///< compressed range observations
+    MSG_MARK_TIME = 231,             ///< time of an event at the receiver's input
+    MSG_ECEF_POSITION = 241,         ///< ECEF position
+    MSG_SBAS_EPHEMERIS = 601,        ///< SBAS ephemeris
+    MSG_GLONASS_EPHEMERIS = 723,     ///< GLONASS ephemeris
+    MSG_VISIBILITY = 1043,           ///< satellite visibility, dropped
+    MSG_BDS_EPHEMERIS2 = 1047,       ///< BeiDou ephemeris, second form
+    MSG_GAL_EPHEMERIS = 1122,        ///< Galileo ephemeris, both clocks
+    MSG_RANGE_OTHER = 1273,          ///< a range message that is not decoded
+    MSG_GAL_INAV_EPHEMERIS = 1309,   ///< Galileo ephemeris, I/NAV
+    MSG_QZSS_EPHEMERIS = 1336,       ///< QZSS ephemeris
+    MSG_ANTENNA = 1421,              ///< antenna type
+    MSG_BDS_EPHEMERIS = 1696,        ///< BeiDou ephemeris
+    MSG_STOP_AND_GO = 11111,         ///< stop-and-go record
+};
 
 /// What a frame brought. The three input functions return one of these.
 enum decode_result_t : int {
@@ -427,9 +455,13 @@ RTK_UTILS_API int input_korvexf(raw_t* raw, std::FILE* file, int mode);
 /// Satellite visibility: accepted and dropped.
 RTK_UTILS_API void decode_satvisb(raw_t* raw);
 
-// ---------------------------------------------------------------------------------------------------
-// RINEX observation files
-// ---------------------------------------------------------------------------------------------------
+// ===================================================================================================
+// 4. RINEX
+// ===================================================================================================
+//
+// Observation files, navigation files and the position listing, written from the record.
+
+// ---- Observation files ----
 
 /// Sets the defaults of a RINEX file and resets the observation writer's process-wide state.
 ///
@@ -495,9 +527,7 @@ RTK_UTILS_API int WriteBestxyzFile(std::FILE* fp, const raw_t* raw);
 /// Order of two obsd_t for qsort: 1 when the first satellite number is greater, else -1 (never 0).
 RTK_UTILS_API int cmpobs(const void* p1, const void* p2);
 
-// ---------------------------------------------------------------------------------------------------
-// RINEX navigation files
-// ---------------------------------------------------------------------------------------------------
+// ---- Navigation files ----
 
 /// Writes a navigation header in RINEX 2.11 or RINEX 3 form, as the version asks.
 ///

@@ -130,7 +130,8 @@ static bool send_messages(const file_descriptor& slave, std::vector<i2c_msg>& me
     const int sent = ::ioctl(slave.get(), I2C_RDWR, &transfer);
     if (sent < 0) return failed(kMessagesError, where);
     if (sent < count) {
-        contained([&] { logger_helper::log(kLogger, where, kWarning, "only %d/%d messages were sent\n", sent, count); });
+        contained(
+            [&] { logger_helper::log(kLogger, where, kWarning, "only %d/%d messages were sent\n", sent, count); });
     }
     return sent >= count;
 }

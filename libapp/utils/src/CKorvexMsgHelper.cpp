@@ -10,7 +10,7 @@
 #include <utility>
 
 #include "device_frame.h"
-#include "wire.h"
+#include "foundation/wire.h"
 
 using namespace device_frame;
 
@@ -148,8 +148,7 @@ bool CKorvexMsgHelper::isFrame(std::size_t at) const noexcept
     const unsigned char* frame = front() + at;
     const std::size_t payload = wire::u16(frame + kPayloadLength);
     const std::size_t covered = frame[kHeaderLength] + payload;
-    return at + covered <= m_nBufSize &&
-           checksum(frame, covered) == wire::u32(frame + kHeaderSize + payload);
+    return at + covered <= m_nBufSize && checksum(frame, covered) == wire::u32(frame + kHeaderSize + payload);
 }
 
 // Position of the first frame with a right checksum, m_nDataLen if there is none. What was refused once is not looked

@@ -220,9 +220,9 @@ struct entry_point {
 
 }   // namespace
 
-#define DEFINE_forwards(name, parameters, arguments)                           \
-    int CPhgAdapter::Ptr##name parameters                                      \
-    {                                                                          \
+#define DEFINE_forwards(name, parameters, arguments)                                  \
+    int CPhgAdapter::Ptr##name parameters                                             \
+    {                                                                                 \
         return entry_point(m_pFunc.get(), &PhgFunc_t::name, here(kSource)) arguments; \
     }
 #define DEFINE_records(name, parameters, arguments)   // written out below

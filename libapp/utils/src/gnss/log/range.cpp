@@ -1,0 +1,204 @@
+#include "log/range.h"
+
+#include <cmath>
+#include <cstring>
+#include <iterator>
+
+#include "foundation/satellites.h"
+#include "log/frame.h"
+#include "log/signals.h"
+
+namespace korvex {
+
+namespace {
+
+constexpr int kAtDoppler = 28, kAtLocktime = 36;   // of the plain record
+
+}   // namespace
+
+// clang-format off: layout tables
+range_t read_range(const std::uint8_t* p)
+{
+    range_t r;
+    r.prn = wire::u16(p + 0);
+    r.channel = wire::u16(p + 2) - 7;
+    r.pseudorange = wire::f64(p + 4);          // m
+    r.pseudorange_sigma = wire::f32(p + 12);   // m
+    r.adr = wire::f64(p + 16);                 // cycles
+    r.adr_sigma = wire::f32(p + 24);           // cycles
+    r.doppler = wire::f32(p + kAtDoppler);     // Hz
+    r.cn0 = wire::f32(p + 32);                 // dB-Hz
+    r.locktime = wire::f32(p + kAtLocktime);   // s
+    r.status = wire::u32(p + 40);
+    return r;
+}
+
+range_t read_compressed_range(const std::uint8_t* p)
+{
+    range_t r;
+    r.status = wire::u32(p + 0);
+    r.doppler = (wire::i32(p + 4) << 4 >> 4) / 256.0;                      // 28 bits, 1/256 Hz
+    r.pseudorange = (wire::u32(p + 7) >> 4) / 128.0 + p[11] * 2097152.0;   // 36 bits, 1/128 m
+    r.pseudorange_sigma = 0.0;
+    r.adr = wire::i32(p + 12) / 256.0;   // 1/256 cycle
+    r.adr_sigma = 0.0;
+    r.prn = p[17];
+    r.locktime = (wire::u32(p + 18) & 0x1FFFFF) / 32.0;   // 21 bits, 1/32 s
+    r.cn0 = (wire::u16(p + 20) >> 5 & 0x1F) + 20;         // dB-Hz over 20
+    r.channel = (p[21] >> 2 & 0x3F) - 7;
+    return r;
+}
+// clang-format on
+
+double unrolled_phase(double pseudorange, double wavelength, double adr)
+{
+    constexpr double kRoll = 8388608.0;   // 2^23 cycles
+    const double rolls = (pseudorange / wavelength + adr) / kRoll;
+    return std::trunc(rolls > 0.0 ? rolls + 0.5 : rolls - 0.5) * kRoll - adr;
+}
+
+// ---- The record's share ----
+
+namespace {
+
+// What tells the two messages apart.
+struct range_form_t {
+    int record_size;
+    range_t (*read)(const std::uint8_t* p);
+    double epoch_tolerance;   // s; a message within it joins the epoch
+    bool override_needs_rawprn;
+    int small_bds_prn;   // largest BeiDou PRN counted from 1 under raw PRNs
+    bool compressed;
+};
+
+constexpr range_form_t kPlain = {kRangeSize, read_range, 1e-9, true, 159, false};
+constexpr range_form_t kCompressed = {kRangeCompressedSize, read_compressed_range, 0.001 + 1e-9, false, 29, true};
+
+int decode_trackstat(std::uint32_t status, trackstat_t& track)
+{
+    track = read_trackstat(status);
+    return track.slot;
+}
+
+int satnov_OEM7(int sys, int prn)
+{
+    return satellite_number(sys, prn);
+}
+
+void begin_epoch(raw_t* raw, double tolerance)
+{
+    if (std::fabs(timediff(raw->tow, raw->obs_tow)) <= tolerance) return;
+    raw->nobs = 0;
+    std::memset(raw->obs, 0, sizeof raw->obs);
+}
+
+// The satellite's entry of the epoch, taken from the free ones if need be. A full epoch takes nothing more.
+obsd_t* observation_of(raw_t* raw, int sat)
+{
+    if (raw->nobs >= kMaxObs) return nullptr;
+    for (int i = raw->nobs - 1; i >= 0; --i) {   // the records of a satellite mostly come together
+        if (raw->obs[i].sat == sat) return &raw->obs[i];
+    }
+    raw->obs_tow = raw->tow;
+    obsd_t* obs = &raw->obs[raw->nobs++];
+    obs->sat = static_cast<std::uint8_t>(sat);
+    return obs;
+}
+
+int mapped_satellite(const raw_t* raw, const range_form_t& form, int sys, int prn)
+{
+    const int sat = raw->opt_rawprn != 0 ? raw_satellite_number(sys, prn, form.small_bds_prn) : satnov_OEM7(sys, prn);
+    return sat <= kMaxSat ? sat : 0;
+}
+
+// The channel is known from the range message before the first ephemeris comes.
+void note_glonass_channel(raw_t* raw, int sat, const range_t& r)
+{
+    const int index = number_in_system(SYS_GLO, static_cast<std::uint32_t>(r.prn)) - 1;
+    if (index >= static_cast<int>(std::size(raw->geph)) || raw->geph[index].sat == sat) return;
+    raw->geph[index].frq = static_cast<std::int8_t>(r.channel);
+}
+
+// Strength in quarters of dB-Hz.
+double strength(const range_t& r, bool compressed)
+{
+    if (!(r.cn0 >= 0.0 && r.cn0 < 255.0)) return 0.0;
+    return compressed ? static_cast<std::uint8_t>(r.cn0 * 4.0 + 0.5) : r.cn0 * 4.0;
+}
+
+// The record keeps single precision. What the plain message sends so is kept bit for bit: on the way through a double
+// a NaN may change.
+float kept_doppler(const range_t& r, const std::uint8_t* p, bool compressed)
+{
+    return compressed ? static_cast<float>(r.doppler) : wire::f32(p + kAtDoppler);
+}
+
+// Deliberate: the compressed message's lock time is kept in whole seconds.
+float kept_locktime(const range_t& r, const std::uint8_t* p, bool compressed)
+{
+    return compressed ? static_cast<float>(std::trunc(r.locktime)) : wire::f32(p + kAtLocktime);
+}
+
+void store_range(raw_t* raw, const std::uint8_t* p, const range_form_t& form)
+{
+    const range_t r = form.read(p);
+    trackstat_t track;
+    int slot = decode_trackstat(r.status, track);
+    if (slot < 0 || slot >= kNumSlots || !track.code_lock) return;
+    if (track.sys == SYS_GPS && track.code == 2) return;
+
+    const bool may_override = raw->opt_nosigmap == 0 && (!form.override_needs_rawprn || raw->opt_rawprn != 0);
+    if (may_override && track.slot_override) slot = 2;
+
+    const int sat = mapped_satellite(raw, form, track.sys, r.prn);
+    if (sat == 0) return;
+
+    double phase = -r.adr;
+    if (form.compressed) {
+        const auto channel = static_cast<std::int8_t>(r.channel);
+        const double wavelength = track.sys == SYS_GLO ? satwavelen(sat, slot, channel) : track.wavelength;
+        if (!(wavelength > 0.0)) return;
+        phase = unrolled_phase(r.pseudorange, wavelength, r.adr);
+    } else if (track.sys == SYS_GLO) {
+        note_glonass_channel(raw, sat, r);
+    }
+    if (!track.parity_known || !track.phase_lock) phase = 0.0;
+
+    raw->locktime[sat - 1][slot] = kept_locktime(r, p, form.compressed);
+    raw->halfc[sat - 1][slot] = track.half_cycle;
+
+    obsd_t* obs = observation_of(raw, sat);
+    if (obs == nullptr) return;
+    obs->P[slot] = r.pseudorange;
+    obs->L[slot] = phase;
+    obs->D[slot] = kept_doppler(r, p, form.compressed);
+    obs->SNR[slot] = strength(r, form.compressed);
+    obs->LLI[slot] = static_cast<std::uint8_t>((r.locktime < 0.0 ? 1 : 0) | (track.parity_known ? 0 : 2));
+    if (form.compressed) obs->code[slot] = track.code;   // Deliberate: the plain message leaves the code at 0.
+}
+
+int decode_ranges(raw_t* raw, const std::uint8_t* body, const range_form_t& form)
+{
+    const std::uint64_t n = wire::u32(body);
+    const int body_size = raw->len - kHeaderSize;
+    if (kCountSize + n * form.record_size > static_cast<std::uint64_t>(body_size)) return DECODE_REFUSED;
+    begin_epoch(raw, form.epoch_tolerance);
+    const std::uint8_t* p = body + kCountSize;
+    for (std::uint64_t i = 0; i < n; ++i, p += form.record_size) store_range(raw, p, form);
+    raw->obs_tow = raw->tow;
+    return DECODE_OBS;
+}
+
+}   // namespace
+
+int decode_range(raw_t* raw, const std::uint8_t* body)
+{
+    return decode_ranges(raw, body, kPlain);
+}
+
+int decode_range_compressed(raw_t* raw, const std::uint8_t* body)
+{
+    return decode_ranges(raw, body, kCompressed);
+}
+
+}   // namespace korvex

@@ -1,0 +1,137 @@
+#include "rinex/obs_fields.h"
+
+#include "foundation/numbers.h"
+#include "foundation/satellites.h"
+#include "rinex/options.h"
+#include "rinex/version.h"
+
+namespace rinex {
+
+namespace {
+
+constexpr double kSmallestFlaggedPhase = 0.01;   // cycles
+
+struct system_switch_t {
+    int sys;
+    std::int32_t rnx_t::*on;
+    bool in_rinex2;
+};
+
+constexpr system_switch_t kSwitches[] = {
+    {SYS_GPS, &rnx_t::sys_gps, true},  {SYS_QZS, &rnx_t::sys_gps, false},   // QZSS follows GPS
+    {SYS_GLO, &rnx_t::sys_glo, true},  {SYS_BDS, &rnx_t::sys_bds, true},
+    {SYS_GAL, &rnx_t::sys_gal, false}, {SYS_SBS, &rnx_t::sys_sbs, false},
+};
+
+system_in_file_t in_file(const rnx_t& opt, int sys, bool rinex3)
+{
+    for (const system_switch_t& s : kSwitches) {
+        if (s.sys == sys && (rinex3 || s.in_rinex2)) return {system_of(sys).letter, opt.*s.on != 0};
+    }
+    return {'\0', true};
+}
+
+// Not a number is not valid either.
+template <typename T>
+bool is_valid(T value)
+{
+    return value != T(0) && value > T(-1e9) && value < T(1e9);
+}
+
+void put_value(text_t& out, double value, bool valid)
+{
+    valid ? out.observation(value) : out.blanks(14);
+}
+
+void put_phase(text_t& out, double phase, int lli)
+{
+    const bool valid = is_valid(phase);
+    put_value(out, phase, valid);
+    if (valid && phase >= kSmallestFlaggedPhase && lli != 0) {
+        out.put(static_cast<char>('0' + (lli < 9 ? lli : 9))).put(' ');
+    } else {
+        out.blanks(2);
+    }
+}
+
+}   // namespace
+
+system_in_file_t in_rinex3(const rnx_t& opt, int sys)
+{
+    return in_file(opt, sys, true);
+}
+
+system_in_file_t in_rinex2(const rnx_t& opt, int sys)
+{
+    return in_file(opt, sys, false);
+}
+
+int satellite_count(const raw_t& raw, const rnx_t& opt, system_in_file_t (*in_file)(const rnx_t& opt, int sys))
+{
+    int count = 0;
+    for (int i = 0; i < observation_count(raw); ++i) count += in_file(opt, satsys(raw.obs[i].sat, nullptr)).enabled;
+    return count;
+}
+
+void put_signal_field(text_t& out, const obsd_t& obs, int slot, int i)
+{
+    switch (i) {
+        case 0:
+            put_value(out, obs.P[slot], is_valid(obs.P[slot]));
+            break;
+        case 1:
+            put_phase(out, obs.L[slot], obs.LLI[slot]);
+            return;
+        case 2:
+            put_value(out, obs.D[slot], is_valid(obs.D[slot]));
+            break;
+        default: {
+            const int dbhz = int_part(obs.SNR[slot] * 0.25);
+            put_value(out, dbhz, is_valid<double>(dbhz));
+        }
+    }
+    out.blanks(2);
+}
+
+void put_signal(text_t& out, const obsd_t& obs, int slot)
+{
+    for (int i = 0; i < kSignalFields; ++i) put_signal_field(out, obs, slot, i);
+}
+
+void put_date_rinex3(text_t& out, const date_t& d)
+{
+    out.put("> ").integer(d.year, 4, '0');
+    for (const int part : {d.month, d.day, d.hour, d.minute}) out.put(' ').integer(part, 2, '0');
+    out.fixed(d.second, 11, 7);
+}
+
+void put_date_rinex2(text_t& out, const date_t& d)
+{
+    for (const int part : {d.year % 100, d.month, d.day, d.hour, d.minute}) out.put(' ').integer(part, 2, '0');
+    out.fixed(d.second, 11, 7);
+}
+
+void put_epoch_line_rinex3(text_t& out, const date_t& date, int flag, int count)
+{
+    put_date_rinex3(out, date);
+    out.blanks(2).integer(flag, 1).integer(count, 3).blanks(21).put('\n');
+}
+
+void write_event_mark(std::FILE* fp, const date_t& date, int version)
+{
+    constexpr int kExternalEvent = 5;   // epoch flag
+    text_buffer_t<512> out;             // a time that no clock shows prints hundreds of digits
+    if (records_are_rinex3(version)) {
+        put_epoch_line_rinex3(out, date, kExternalEvent, 1);
+    } else {
+        put_date_rinex2(out, date);
+        out.blanks(2).integer(kExternalEvent, 1).integer(1, 3).put('\n');
+    }
+    text_buffer_t<16> number;
+    number.integer(g_marktimecount, 1);
+    out.label("Manual Event", 12).put(" # ").label(number.view(), 45).label("COMMENT", 20).put('\n');
+    out.write(fp);
+    ++g_marktimecount;
+}
+
+}   // namespace rinex

@@ -10,7 +10,7 @@
 
 #include "gnss_data.h"
 #include "gnss_plain.h"
-#include "rinex/text.h"
+#include "gnss/rinex/text.h"
 
 namespace {
 

@@ -7,7 +7,7 @@
 #include <numeric>
 
 #include "gnss_plain.h"
-#include "rinex/text.h"
+#include "gnss/rinex/text.h"
 #include "sky/frame.h"
 #include "sky/random.h"
 #include "support/frame_builder.h"

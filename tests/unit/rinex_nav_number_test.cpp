@@ -10,7 +10,7 @@
 #include <random>
 #include <string>
 
-#include "rinex/nav_number.h"
+#include "gnss/rinex/nav_number.h"
 #include "rtk_gnss.h"
 
 namespace {

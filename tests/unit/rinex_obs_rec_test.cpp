@@ -1,5 +1,5 @@
 #include <gtest/gtest.h>
-#include <rinex/options.h>
+#include <gnss/rinex/options.h>
 #include <unistd.h>
 
 #include <algorithm>

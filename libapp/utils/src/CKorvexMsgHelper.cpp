@@ -10,7 +10,7 @@
 #include <utility>
 
 #include "device_frame.h"
-#include "foundation/wire.h"
+#include "gnss/foundation/wire.h"
 
 using namespace device_frame;
 

@@ -1,8 +1,8 @@
 // GPS weeks to calendar dates and back.
 #include <cmath>
 
-#include "foundation/numbers.h"
-#include "foundation/time_scales.h"
+#include "gnss/foundation/numbers.h"
+#include "gnss/foundation/time_scales.h"
 #include "rtk_gnss.h"
 
 namespace {

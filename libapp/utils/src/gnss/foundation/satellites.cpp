@@ -1,4 +1,4 @@
-#include "foundation/satellites.h"
+#include "gnss/foundation/satellites.h"
 
 namespace {
 

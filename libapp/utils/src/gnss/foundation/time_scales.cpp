@@ -1,5 +1,5 @@
 // GPS, BeiDou, UTC and GLONASS time.
-#include "foundation/time_scales.h"
+#include "gnss/foundation/time_scales.h"
 
 #include "rtk_gnss.h"
 

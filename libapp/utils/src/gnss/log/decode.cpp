@@ -2,18 +2,18 @@
 #include <cmath>
 #include <cstring>
 
-#include "foundation/satellites.h"
-#include "foundation/time_scales.h"
-#include "log/frame.h"
-#include "log/framing.h"
-#include "log/galileo.h"
-#include "log/glonass.h"
-#include "log/kepler.h"
-#include "log/range.h"
-#include "log/sbas.h"
-#include "log/station.h"
-#include "log/store.h"
-#include "log/subframes.h"
+#include "gnss/foundation/satellites.h"
+#include "gnss/foundation/time_scales.h"
+#include "gnss/log/frame.h"
+#include "gnss/log/framing.h"
+#include "gnss/log/galileo.h"
+#include "gnss/log/glonass.h"
+#include "gnss/log/kepler.h"
+#include "gnss/log/range.h"
+#include "gnss/log/sbas.h"
+#include "gnss/log/station.h"
+#include "gnss/log/store.h"
+#include "gnss/log/subframes.h"
 
 using namespace korvex;
 

@@ -4,7 +4,7 @@
 
 #include <cstdint>
 
-#include "foundation/wire.h"
+#include "gnss/foundation/wire.h"
 #include "rtk_gnss.h"
 
 namespace korvex {

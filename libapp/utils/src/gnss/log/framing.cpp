@@ -1,9 +1,9 @@
-#include "log/framing.h"
+#include "gnss/log/framing.h"
 
 #include <algorithm>
 #include <cstring>
 
-#include "log/frame.h"
+#include "gnss/log/frame.h"
 
 namespace korvex {
 

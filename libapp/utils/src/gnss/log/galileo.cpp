@@ -1,11 +1,11 @@
-#include "log/galileo.h"
+#include "gnss/log/galileo.h"
 
 #include <algorithm>
 
-#include "foundation/satellites.h"
-#include "foundation/time_scales.h"
-#include "foundation/wire.h"
-#include "log/store.h"
+#include "gnss/foundation/satellites.h"
+#include "gnss/foundation/time_scales.h"
+#include "gnss/foundation/wire.h"
+#include "gnss/log/store.h"
 
 namespace korvex {
 

@@ -1,12 +1,12 @@
-#include "log/glonass.h"
+#include "gnss/log/glonass.h"
 
 #include <algorithm>
 #include <cmath>
 
-#include "foundation/satellites.h"
-#include "foundation/time_scales.h"
-#include "log/frame.h"
-#include "log/store.h"
+#include "gnss/foundation/satellites.h"
+#include "gnss/foundation/time_scales.h"
+#include "gnss/log/frame.h"
+#include "gnss/log/store.h"
 
 namespace korvex {
 

@@ -1,6 +1,6 @@
-#include "log/kepler.h"
+#include "gnss/log/kepler.h"
 
-#include "foundation/wire.h"
+#include "gnss/foundation/wire.h"
 
 // clang-format off: layout tables
 namespace korvex {

@@ -1,12 +1,12 @@
-#include "log/range.h"
+#include "gnss/log/range.h"
 
 #include <cmath>
 #include <cstring>
 #include <iterator>
 
-#include "foundation/satellites.h"
-#include "log/frame.h"
-#include "log/signals.h"
+#include "gnss/foundation/satellites.h"
+#include "gnss/log/frame.h"
+#include "gnss/log/signals.h"
 
 namespace korvex {
 

@@ -1,10 +1,10 @@
-#include "log/sbas.h"
+#include "gnss/log/sbas.h"
 
 #include <algorithm>
 #include <iterator>
 
-#include "foundation/satellites.h"
-#include "foundation/wire.h"
+#include "gnss/foundation/satellites.h"
+#include "gnss/foundation/wire.h"
 
 namespace korvex {
 

@@ -1,8 +1,8 @@
-#include "log/signals.h"
+#include "gnss/log/signals.h"
 
 #include <array>
 
-#include "foundation/satellites.h"
+#include "gnss/foundation/satellites.h"
 
 namespace korvex {
 

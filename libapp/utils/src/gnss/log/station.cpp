@@ -1,11 +1,11 @@
-#include "log/station.h"
+#include "gnss/log/station.h"
 
 #include <algorithm>
 #include <cstring>
 
-#include "foundation/numbers.h"
-#include "log/frame.h"
-#include "log/store.h"
+#include "gnss/foundation/numbers.h"
+#include "gnss/log/frame.h"
+#include "gnss/log/store.h"
 
 namespace korvex {
 

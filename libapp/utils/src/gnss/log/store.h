@@ -5,7 +5,7 @@
 #include <cmath>
 #include <cstdint>
 
-#include "log/kepler.h"
+#include "gnss/log/kepler.h"
 #include "rtk_gnss.h"
 
 namespace korvex {

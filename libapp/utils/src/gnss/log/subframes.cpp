@@ -1,8 +1,8 @@
-#include "log/subframes.h"
+#include "gnss/log/subframes.h"
 
 #include <cmath>
 
-#include "foundation/wire.h"
+#include "gnss/foundation/wire.h"
 #include "rtk_gnss.h"
 
 // clang-format off: layout tables

@@ -4,7 +4,7 @@
 
 #include <cstdint>
 
-#include "log/kepler.h"
+#include "gnss/log/kepler.h"
 
 namespace korvex {
 

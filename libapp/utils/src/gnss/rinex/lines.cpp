@@ -1,6 +1,6 @@
-#include "rinex/lines.h"
+#include "gnss/rinex/lines.h"
 
-#include "rinex/options.h"
+#include "gnss/rinex/options.h"
 
 namespace rinex {
 

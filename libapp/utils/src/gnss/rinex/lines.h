@@ -2,7 +2,7 @@
 #ifndef RTK_RINEX_LINES_H
 #define RTK_RINEX_LINES_H
 
-#include "rinex/text.h"
+#include "gnss/rinex/text.h"
 #include "rtk_gnss.h"
 
 namespace rinex {

@@ -1,5 +1,5 @@
 // Position listing: one line per fix.
-#include "rinex/lines.h"
+#include "gnss/rinex/lines.h"
 
 int WriteBestxyzFile(std::FILE* fp, const raw_t* raw)
 {

@@ -1,7 +1,7 @@
 // Headers of navigation files: one table of lines for every system and layout.
 #include <ctime>
 
-#include "rinex/nav_record.h"
+#include "gnss/rinex/nav_record.h"
 #include "rtk_gnss.h"
 
 namespace {

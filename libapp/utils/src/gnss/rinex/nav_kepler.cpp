@@ -1,9 +1,9 @@
 // Navigation records of the systems with Keplerian orbits: GPS, QZSS, BeiDou, Galileo.
 #include <cmath>
 
-#include "foundation/satellites.h"
-#include "foundation/time_scales.h"
-#include "rinex/nav_record.h"
+#include "gnss/foundation/satellites.h"
+#include "gnss/foundation/time_scales.h"
+#include "gnss/rinex/nav_record.h"
 
 namespace {
 

@@ -1,4 +1,4 @@
-#include "rinex/nav_number.h"
+#include "gnss/rinex/nav_number.h"
 
 #include <algorithm>
 #include <array>
@@ -8,7 +8,7 @@
 #include <cstring>
 #include <limits>
 
-#include "rinex/digits.h"
+#include "gnss/rinex/digits.h"
 #include "rtk_gnss.h"
 
 namespace rinex {

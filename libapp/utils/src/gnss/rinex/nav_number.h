@@ -4,7 +4,7 @@
 
 #include <cstddef>
 
-#include "rinex/text.h"
+#include "gnss/rinex/text.h"
 
 namespace rinex {
 

@@ -1,9 +1,9 @@
 // Completes the headers of navigation files when ionosphere and leap seconds are known.
 #include <cmath>
 
-#include "rinex/nav_number.h"
-#include "rinex/nav_record.h"
-#include "rinex/patch.h"
+#include "gnss/rinex/nav_number.h"
+#include "gnss/rinex/nav_record.h"
+#include "gnss/rinex/patch.h"
 #include "rtk_gnss.h"
 
 namespace {

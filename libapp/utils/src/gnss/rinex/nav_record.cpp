@@ -1,7 +1,7 @@
-#include "rinex/nav_record.h"
+#include "gnss/rinex/nav_record.h"
 
-#include "foundation/numbers.h"
-#include "rinex/nav_number.h"
+#include "gnss/foundation/numbers.h"
+#include "gnss/rinex/nav_number.h"
 
 namespace rinex {
 

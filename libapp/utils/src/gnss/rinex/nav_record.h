@@ -6,9 +6,9 @@
 #include <cstdio>
 #include <initializer_list>
 
-#include "rinex/lines.h"
-#include "rinex/text.h"
-#include "rinex/version.h"
+#include "gnss/rinex/lines.h"
+#include "gnss/rinex/text.h"
+#include "gnss/rinex/version.h"
 
 namespace rinex {
 

@@ -1,8 +1,8 @@
 // Navigation records of the systems that broadcast state vectors: GLONASS, SBAS.
-#include "foundation/numbers.h"
-#include "foundation/satellites.h"
-#include "foundation/time_scales.h"
-#include "rinex/nav_record.h"
+#include "gnss/foundation/numbers.h"
+#include "gnss/foundation/satellites.h"
+#include "gnss/foundation/time_scales.h"
+#include "gnss/rinex/nav_record.h"
 
 namespace {
 

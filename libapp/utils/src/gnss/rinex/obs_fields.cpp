@@ -1,9 +1,9 @@
-#include "rinex/obs_fields.h"
+#include "gnss/rinex/obs_fields.h"
 
-#include "foundation/numbers.h"
-#include "foundation/satellites.h"
-#include "rinex/options.h"
-#include "rinex/version.h"
+#include "gnss/foundation/numbers.h"
+#include "gnss/foundation/satellites.h"
+#include "gnss/rinex/options.h"
+#include "gnss/rinex/version.h"
 
 namespace rinex {
 

@@ -1,10 +1,10 @@
 // Header of an observation file.
 #include <ctime>
 
-#include "rinex/lines.h"
-#include "rinex/obs_types.h"
-#include "rinex/options.h"
-#include "rinex/version.h"
+#include "gnss/rinex/lines.h"
+#include "gnss/rinex/obs_types.h"
+#include "gnss/rinex/options.h"
+#include "gnss/rinex/version.h"
 
 namespace {
 

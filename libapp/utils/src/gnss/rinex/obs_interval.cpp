@@ -1,9 +1,9 @@
-#include "rinex/obs_interval.h"
+#include "gnss/rinex/obs_interval.h"
 
 #include <cmath>
 
-#include "rinex/options.h"
-#include "rinex/patch.h"
+#include "gnss/rinex/options.h"
+#include "gnss/rinex/patch.h"
 
 namespace rinex {
 

@@ -1,6 +1,6 @@
-#include "rinex/obs_layout2.h"
+#include "gnss/rinex/obs_layout2.h"
 
-#include "rinex/obs_fields.h"
+#include "gnss/rinex/obs_fields.h"
 
 namespace rinex {
 

@@ -1,10 +1,10 @@
-#include "rinex/obs_layout3.h"
+#include "gnss/rinex/obs_layout3.h"
 
-#include "foundation/satellites.h"
-#include "rinex/obs_fields.h"
-#include "rinex/obs_layout2.h"
-#include "rinex/obs_types.h"
-#include "rinex/version.h"
+#include "gnss/foundation/satellites.h"
+#include "gnss/rinex/obs_fields.h"
+#include "gnss/rinex/obs_layout2.h"
+#include "gnss/rinex/obs_types.h"
+#include "gnss/rinex/version.h"
 
 namespace rinex {
 

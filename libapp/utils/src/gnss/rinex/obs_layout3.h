@@ -2,8 +2,8 @@
 #ifndef RTK_RINEX_OBS_LAYOUT3_H
 #define RTK_RINEX_OBS_LAYOUT3_H
 
-#include "rinex/lines.h"
-#include "rinex/text.h"
+#include "gnss/rinex/lines.h"
+#include "gnss/rinex/text.h"
 #include "rtk_gnss.h"
 
 namespace rinex {

@@ -1,10 +1,10 @@
 // Completes the header of an observation file when its last epoch and position are known.
 #include <cstring>
 
-#include "rinex/lines.h"
-#include "rinex/options.h"
-#include "rinex/patch.h"
-#include "rinex/version.h"
+#include "gnss/rinex/lines.h"
+#include "gnss/rinex/options.h"
+#include "gnss/rinex/patch.h"
+#include "gnss/rinex/version.h"
 
 namespace {
 

@@ -1,11 +1,11 @@
 // Records of an observation file: an epoch's age and interval, the running state, and the text of the one or the
 // other layout.
-#include "rinex/obs_fields.h"
-#include "rinex/obs_interval.h"
-#include "rinex/obs_layout2.h"
-#include "rinex/obs_layout3.h"
-#include "rinex/options.h"
-#include "rinex/version.h"
+#include "gnss/rinex/obs_fields.h"
+#include "gnss/rinex/obs_interval.h"
+#include "gnss/rinex/obs_layout2.h"
+#include "gnss/rinex/obs_layout3.h"
+#include "gnss/rinex/options.h"
+#include "gnss/rinex/version.h"
 
 namespace {
 

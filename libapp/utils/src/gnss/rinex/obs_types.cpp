@@ -1,7 +1,7 @@
-#include "rinex/obs_types.h"
+#include "gnss/rinex/obs_types.h"
 
-#include "rinex/options.h"
-#include "rinex/version.h"
+#include "gnss/rinex/options.h"
+#include "gnss/rinex/version.h"
 
 namespace rinex {
 

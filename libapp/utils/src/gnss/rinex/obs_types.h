@@ -4,7 +4,7 @@
 #ifndef RTK_RINEX_OBS_TYPES_H
 #define RTK_RINEX_OBS_TYPES_H
 
-#include "rinex/text.h"
+#include "gnss/rinex/text.h"
 #include "rtk_gnss.h"
 
 namespace rinex {

@@ -1,5 +1,5 @@
 // Defaults of a file and of the observation writer's process-wide state.
-#include "rinex/options.h"
+#include "gnss/rinex/options.h"
 
 double dinterval[11];
 double firse_sec;

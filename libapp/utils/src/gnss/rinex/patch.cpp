@@ -1,4 +1,4 @@
-#include "rinex/patch.h"
+#include "gnss/rinex/patch.h"
 
 #include <fcntl.h>
 #include <stdio_ext.h>

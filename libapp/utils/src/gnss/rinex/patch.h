@@ -5,7 +5,7 @@
 #include <cstdio>
 #include <string_view>
 
-#include "rinex/text.h"
+#include "gnss/rinex/text.h"
 
 namespace rinex {
 

@@ -1,8 +1,8 @@
 // Event records of stop-and-go surveying.
 #include <cstring>
 
-#include "rinex/lines.h"
-#include "rinex/version.h"
+#include "gnss/rinex/lines.h"
+#include "gnss/rinex/version.h"
 
 namespace {
 

@@ -1,10 +1,10 @@
-#include "rinex/text.h"
+#include "gnss/rinex/text.h"
 
 #include <algorithm>
 #include <charconv>
 #include <cmath>
 
-#include "rinex/digits.h"
+#include "gnss/rinex/digits.h"
 
 namespace rinex {
 

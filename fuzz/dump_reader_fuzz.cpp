@@ -4,7 +4,7 @@
 #include <cstring>
 #include <vector>
 
-#include "dump_reader.h"
+#include "dump/dump_reader.h"
 #include "fuzz_check.h"
 #include "support/plain_message_parser.h"
 
@@ -42,7 +42,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const std::size_t piece = data[0] == 0 ? file.size() + 1 : data[0];
 
     std::size_t at = 0;
-    kvx::DumpReader reader([&](std::uint8_t* to, std::size_t n) {
+    kvx::dump_reader_t reader([&](std::uint8_t* to, std::size_t n) {
         n = std::min({n, piece, file.size() - at});
         if (n != 0) std::memcpy(to, file.data() + at, n);
         at += n;

@@ -1,4 +1,4 @@
-#include "dump_reader.h"
+#include "dump/dump_reader.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -28,7 +28,7 @@ struct Item {
 std::vector<Item> items_of(const std::string& file, std::size_t piece = SIZE_MAX)
 {
     std::size_t at = 0;
-    kvx::DumpReader reader([&](std::uint8_t* to, std::size_t n) {
+    kvx::dump_reader_t reader([&](std::uint8_t* to, std::size_t n) {
         n = std::min({n, piece, file.size() - at});
         std::memcpy(to, file.data() + at, n);
         at += n;
@@ -98,7 +98,7 @@ std::string joined(const std::vector<std::string>& records)
 
 }   // namespace
 
-TEST(DumpReader, WholeFileIsRecordsOnly)
+TEST(dump_reader_t, WholeFileIsRecordsOnly)
 {
     const std::string file = joined(reference_records());
     for (const std::size_t piece : {std::size_t{1}, std::size_t{7}, file.size()}) {
@@ -110,7 +110,7 @@ TEST(DumpReader, WholeFileIsRecordsOnly)
 }
 
 // The header is outside the checksum: its flips have to show by themselves.
-TEST(DumpReader, EveryBitFlipCostsItsRecordAndNoOther)
+TEST(dump_reader_t, EveryBitFlipCostsItsRecordAndNoOther)
 {
     const auto records = reference_records();
     std::size_t flips = 0;
@@ -137,7 +137,7 @@ TEST(DumpReader, EveryBitFlipCostsItsRecordAndNoOther)
     EXPECT_EQ(8 * joined(records).size(), flips);
 }
 
-TEST(DumpReader, TornEndOfEveryLengthIsTold)
+TEST(dump_reader_t, TornEndOfEveryLengthIsTold)
 {
     const std::string first = dump_record(kPhgReset, "\1"), last = dump_record(kPhgImu, filled(52, 1));
     for (std::size_t left = 1; left < last.size(); ++left) {
@@ -146,7 +146,7 @@ TEST(DumpReader, TornEndOfEveryLengthIsTold)
     }
 }
 
-TEST(DumpReader, DamageIsNamedAndSteppedOver)
+TEST(dump_reader_t, DamageIsNamedAndSteppedOver)
 {
     const std::string reset = dump_record(kPhgReset, "\1"), imu = dump_record(kPhgImu, filled(52, 1));
     const auto with = [](std::string record, std::size_t at, const std::string& bytes) {
@@ -180,7 +180,7 @@ TEST(DumpReader, DamageIsNamedAndSteppedOver)
     }
 }
 
-TEST(DumpReader, LongestRecordIsFoundBehindDamage)
+TEST(dump_reader_t, LongestRecordIsFoundBehindDamage)
 {
     const std::string longest = dump_record(kPhgFrameData, frame_payload(65535));
     for (const std::string& damage : {std::string(), std::string("x"), std::string(300000, '\xD4')}) {
@@ -194,7 +194,7 @@ TEST(DumpReader, LongestRecordIsFoundBehindDamage)
 
 // Headers that each claim the longest payload, as close together as they can be: summed up one by one, these four
 // megabytes would be 270 GB.
-TEST(DumpReader, FalseHeadersCostLittle)
+TEST(dump_reader_t, FalseHeadersCostLittle)
 {
     std::string file;
     const std::string header = dump_record(kPhgFrameData, frame_payload(65535)).substr(0, 15) + "?";

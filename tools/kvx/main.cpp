@@ -3,7 +3,7 @@
 #include <cstdio>
 #include <exception>
 
-#include "command.h"
+#include "common/command.h"
 
 namespace {
 

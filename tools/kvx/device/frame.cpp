@@ -1,0 +1,179 @@
+// kvx frame: packs and parses the device's framed messages.
+#include <CKorvexMsgHelper.h>
+
+#include <cstdint>
+#include <cstdio>
+#include <filesystem>
+#include <memory>
+#include <nlohmann/json.hpp>
+#include <optional>
+
+#include "common/command.h"
+#include "common/error.h"
+#include "common/input_file.h"
+#include "common/output_file.h"
+#include "common/text_format.h"
+#include "device_frame.h"
+
+namespace kvx {
+namespace {
+
+constexpr std::size_t kMaxPayload = 65535;
+constexpr std::size_t kPiece = 64 * 1024;
+
+struct frame_options_t {
+    std::uint16_t id = 0;
+    std::uint16_t extra = 0;
+    std::string file = "-";
+    std::optional<std::string> hex;
+    std::string output;
+    bool json = false;
+};
+
+int digit(char c)
+{
+    if (c >= '0' && c <= '9') return c - '0';
+    if (c >= 'a' && c <= 'f') return c - 'a' + 10;
+    return c >= 'A' && c <= 'F' ? c - 'A' + 10 : -1;
+}
+
+// Bytes of hexadecimal digits; blanks, colons and commas may stand between them.
+std::vector<unsigned char> from_hex(const std::string& text)
+{
+    std::vector<unsigned char> bytes;
+    int high = -1;
+    for (std::size_t k = 0; k < text.size(); ++k) {
+        if (high < 0 && (text[k] == ' ' || text[k] == ':' || text[k] == ',' || text[k] == '\n')) continue;
+        const int low = digit(text[k]);
+        if (low < 0) throw CLI::ValidationError("--hex", "no hexadecimal digit at character " + std::to_string(k + 1));
+        if (high >= 0) bytes.push_back(static_cast<unsigned char>(high << 4 | low));
+        high = high >= 0 ? -1 : low;
+    }
+    if (high >= 0) throw CLI::ValidationError("--hex", "the last byte has only one digit");
+    return bytes;
+}
+
+std::vector<unsigned char> payload_of(const frame_options_t& options)
+{
+    if (options.hex) return from_hex(*options.hex);
+    // As it stands: a payload may well look like a compressed file.
+    std::FILE* file = options.file == "-" ? stdin : std::fopen(options.file.c_str(), "rb");
+    if (file == nullptr) throw system_error(options.file, "opening the payload");
+    std::vector<unsigned char> bytes(kMaxPayload + 1);
+    bytes.resize(std::fread(bytes.data(), 1, bytes.size(), file));
+    const bool failed = std::ferror(file) != 0;
+    const int reason = errno;
+    if (file != stdin) std::fclose(file);
+    errno = reason;
+    if (failed) throw system_error(options.file, "reading the payload");
+    return bytes;
+}
+
+void write_binary(const std::string& path, const std::string& frame)
+{
+    if (path == "-") {
+        std::fwrite(frame.data(), 1, frame.size(), stdout);
+        return;
+    }
+    if (is_device(path)) {
+        std::FILE* out = std::fopen(path.c_str(), "wb");
+        if (out == nullptr) throw system_error(path, "opening");
+        const bool written = std::fwrite(frame.data(), 1, frame.size(), out) == frame.size();
+        if (std::fclose(out) != 0 || !written) throw system_error(path, "writing the frame");
+        return;
+    }
+    const std::filesystem::path target(path);
+    output_file_t file(target.has_parent_path() ? target.parent_path().string() : ".");
+    std::fwrite(frame.data(), 1, frame.size(), file.stream());
+    file.publish(target.filename().string());
+}
+
+int pack(const frame_options_t& options)
+{
+    const std::vector<unsigned char> payload = payload_of(options);
+    if (payload.size() > kMaxPayload)
+        throw error_t(options.hex ? "--hex" : options.file, "a payload has at most 65535 bytes", "packing");
+    std::string frame;
+    CKorvexMsgHelper helper;
+    if (!helper.Pack(payload.data(), static_cast<unsigned>(payload.size()), options.id, options.extra, frame))
+        throw std::bad_alloc();
+    if (options.output.empty())
+        std::printf("%s\n", to_hex(reinterpret_cast<const unsigned char*>(frame.data()), frame.size()).c_str());
+    else
+        write_binary(options.output, frame);
+    return kDone;
+}
+
+void print_frame(unsigned short id, const unsigned char* payload, unsigned n, bool json)
+{
+    const std::string hex = to_hex(payload, n);
+    if (json)
+        std::printf("{\"id\":%d,\"length\":%u,\"payload\":\"%s\"}\n", id, n, hex.c_str());
+    else
+        std::printf("id %d length %u%s%s\n", id, n, n == 0 ? "" : " payload ", hex.c_str());
+}
+
+int parse(const frame_options_t& options)
+{
+    std::vector<unsigned char> piece;
+    std::optional<input_file_t> source;
+    if (options.hex)
+        piece = from_hex(*options.hex);
+    else
+        source.emplace(options.file);
+
+    CKorvexMsgHelper helper;
+    std::uint64_t bytes = 0, framed = 0, frames = 0;
+    const auto take = [&] {
+        bytes += piece.size();
+        unsigned short id = 0;
+        unsigned char* payload = nullptr;
+        unsigned n = 0;
+        for (bool found = helper.Parse(piece.data(), static_cast<unsigned>(piece.size()), id, &payload, n); found;
+             found = helper.Parse(nullptr, 0, id, &payload, n)) {
+            print_frame(id, payload, n, options.json);
+            framed += n + device_frame::kOverhead;
+            ++frames;
+        }
+    };
+    if (!source) take();
+    while (source) {
+        piece.resize(kPiece);
+        piece.resize(source->read(piece.data(), kPiece));
+        if (piece.empty()) break;
+        take();
+    }
+
+    const std::string damage = source ? source->damage() : "";
+    if (bytes == framed && damage.empty()) return kDone;
+    const std::string lost =
+        std::to_string(bytes - framed) + " of " + std::to_string(bytes) + " bytes belong to no frame";
+    std::fprintf(stderr, "kvx: warning: %s: %s%s%s (%llu frames found)\n", source ? source->name().c_str() : "--hex",
+                 lost.c_str(), damage.empty() ? "" : ", ", damage.c_str(), static_cast<unsigned long long>(frames));
+    return kDamaged;
+}
+
+}   // namespace
+
+command_t frame_command(CLI::App& program)
+{
+    const auto options = std::make_shared<frame_options_t>();
+    CLI::App* frame = program.add_subcommand("frame", "Pack and parse the device's framed messages");
+    frame->require_subcommand(1);
+
+    CLI::App* pack_app = frame->add_subcommand("pack", "Put a payload into a frame, printed as hexadecimal digits");
+    pack_app->add_option("--id", options->id, "Message ID, 0 to 65535")->required();
+    pack_app->add_option("--extra", options->extra, "Extra word, 0 to 65535 (default: 0)");
+    pack_app->add_option("-o,--output", options->output, "Write the frame itself to a file; - is standard output");
+
+    CLI::App* parse_app = frame->add_subcommand("parse", "Find the frames in a stream, one line for each");
+    parse_app->add_flag("--json", options->json, "Print JSON lines");
+
+    for (CLI::App* app : {pack_app, parse_app}) {
+        auto* hex = app->add_option("--hex", options->hex, "Bytes as hexadecimal digits instead of a file");
+        app->add_option("FILE", options->file, "File to read, - is standard input (the default)")->excludes(hex);
+    }
+    return {frame, [options, pack_app] { return pack_app->parsed() ? pack(*options) : parse(*options); }};
+}
+
+}   // namespace kvx

@@ -1,0 +1,113 @@
+// kvx gpio: reads and sets one GPIO line.
+#include <CGpioUtils.h>
+
+#include <climits>
+#include <cstdio>
+#include <nlohmann/json.hpp>
+#include <optional>
+
+#include "common/command.h"
+#include "common/error.h"
+#include "device/hardware.h"
+
+namespace kvx {
+namespace {
+
+struct gpio_settings_t {
+    std::string chip;            // device path
+    int line = 0;                // offset on the chip
+    std::optional<int> number;   // global number, when the line was named so
+    int value = 0;               // to set
+    bool sysfs = false;
+    bool json = false;
+
+    std::string device() const { return sysfs ? "/sys/class/gpio/gpio" + std::to_string(*number) : chip; }
+    std::string named() const { return number ? "GPIO " + std::to_string(*number) : "line " + std::to_string(line); }
+};
+
+constexpr unsigned kLinesPerChip = 32;
+
+// CHIP:LINE or NUMBER; a chip is a path, a name below /dev or its number.
+void parse_target(const std::string& text, gpio_settings_t& settings)
+{
+    const std::size_t colon = text.rfind(':');
+    if (colon == std::string::npos) {
+        const unsigned number = parse_number(text, INT_MAX, "TARGET");
+        settings.number = static_cast<int>(number);
+        settings.chip = "/dev/gpiochip" + std::to_string(number / kLinesPerChip);
+        settings.line = static_cast<int>(number % kLinesPerChip);
+        return;
+    }
+    const std::string chip = text.substr(0, colon);
+    const bool digits = !chip.empty() && chip.find_first_not_of("0123456789") == std::string::npos;
+    if (chip.empty()) throw CLI::ValidationError("TARGET", "'" + text + "' names no chip");
+    settings.chip = digits ? "/dev/gpiochip" + chip : chip.find('/') == std::string::npos ? "/dev/" + chip : chip;
+    settings.line = static_cast<int>(parse_number(text.substr(colon + 1), INT_MAX, "TARGET"));
+}
+
+int get_line(const gpio_settings_t& settings)
+{
+    const hardware_log_t log;
+    const std::string where = "reading " + settings.named();
+    int value = -1;
+    if (settings.sysfs) {
+        value = CGpioUtils::GpioGetValBySysfs(*settings.number);
+        if (value == -1) throw system_error(settings.device(), where);
+    } else {
+        CGpioUtils::gpio_read(settings.chip.c_str(), settings.line, value);
+    }
+    log.check(settings.device(), where);
+    if (value != 0 && value != 1) throw error_t(settings.device(), "has no level 0 or 1", where);
+
+    const int line = settings.sysfs ? *settings.number : settings.line;
+    const nlohmann::ordered_json result = {{"device", settings.device()}, {"line", line}, {"value", value}};
+    std::printf("%s\n", settings.json ? json_text(result).c_str() : std::to_string(value).c_str());
+    return kDone;
+}
+
+int set_line(const gpio_settings_t& settings)
+{
+    const hardware_log_t log;
+    const std::string where = "setting " + settings.named();
+    if (!settings.sysfs)
+        CGpioUtils::gpio_write(settings.chip.c_str(), settings.line, static_cast<unsigned char>(settings.value));
+    else if (CGpioUtils::GpioSetValBySysfs(*settings.number, settings.value) != 0)
+        throw system_error(settings.device(), where);
+    log.check(settings.device(), where);
+    return kDone;
+}
+
+void add_target(CLI::App* command, const std::shared_ptr<gpio_settings_t>& settings)
+{
+    command
+        ->add_option_function<std::string>(
+            "TARGET", [settings](const std::string& text) { parse_target(text, *settings); },
+            "CHIP:LINE (/dev/gpiochip1:5, gpiochip1:5 or 1:5), or a global NUMBER, 32 lines to a chip (37)")
+        ->required();
+    command->add_flag("--sysfs", settings->sysfs, "Go through /sys/class/gpio; the line stays exported");
+    command->callback([settings] {
+        if (settings->sysfs && !settings->number) throw CLI::ValidationError("--sysfs", "needs a global NUMBER");
+    });
+}
+
+}   // namespace
+
+command_t gpio_command(CLI::App& program)
+{
+    const auto settings = std::make_shared<gpio_settings_t>();
+    CLI::App* gpio = program.add_subcommand("gpio", "Get or set a GPIO line");
+    gpio->require_subcommand(1);
+
+    CLI::App* get =
+        gpio->add_subcommand("get", "Print the level of a line; through the chip device it becomes an input");
+    add_target(get, settings);
+    get->add_flag("--json", settings->json, "Print a JSON object");
+
+    CLI::App* set = gpio->add_subcommand("set", "Make a line an output and set its level");
+    add_target(set, settings);
+    set->add_option("VALUE", settings->value, "0 or 1")->required()->check(CLI::IsMember({0, 1}));
+
+    return {gpio, [settings, set] { return set->parsed() ? set_line(*settings) : get_line(*settings); }};
+}
+
+}   // namespace kvx

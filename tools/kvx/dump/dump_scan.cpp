@@ -1,0 +1,54 @@
+#include "dump/dump_scan.h"
+
+#include <cstdio>
+
+#include "common/error.h"
+#include "common/input_file.h"
+#include "common/interrupt.h"
+#include "common/progress.h"
+
+namespace kvx {
+
+static void count(dump_totals_t::count_t& counter, const dump_item_t& item)
+{
+    ++counter.items;
+    counter.bytes += item.bytes;
+}
+
+dump_totals_t scan_dump(const std::string& path, const std::function<void(const dump_item_t&)>& on_item)
+{
+    catch_interrupts();
+    input_file_t source(path);
+    dump_reader_t reader([&source](std::uint8_t* to, std::size_t n) { return source.read(to, n); });
+    progress_t progress(source.name(), source.size_on_disk());
+    dump_totals_t totals;
+    for (dump_item_t item; reader.next(item);) {
+        if (interrupted()) throw error_t(source.name(), "interrupted", "at byte " + std::to_string(item.offset));
+        if (item.damage == dump_damage_t::none) {
+            count(totals.records, item);
+            count(totals.types[static_cast<std::size_t>(item.type - kDumpTypes)], item);
+        } else {
+            count(totals.damage, item);
+        }
+        on_item(item);
+        progress.at(source.size_on_disk() > 0 ? source.position_on_disk() : item.offset);
+    }
+    totals.source_damage = source.damage();
+    if (!totals.source_damage.empty()) {
+        std::fprintf(stderr, "kvx: warning: %s: %s (behind byte %llu of the dump)\n", source.name().c_str(),
+                     totals.source_damage.c_str(), static_cast<unsigned long long>(totals.bytes()));
+    }
+    return totals;
+}
+
+dump_totals_t scan_dump_records(const std::string& path, const std::function<void(const dump_item_t&)>& on_record)
+{
+    return scan_dump(path, [&](const dump_item_t& item) {
+        if (item.damage == dump_damage_t::none) return on_record(item);
+        std::fprintf(stderr, "kvx: warning: %s: %s, %llu bytes skipped (offset %llu)\n", path.c_str(),
+                     dump_damage_text(item.damage), static_cast<unsigned long long>(item.bytes),
+                     static_cast<unsigned long long>(item.offset));
+    });
+}
+
+}   // namespace kvx

@@ -1,0 +1,45 @@
+#include "log/epoch_collector.h"
+
+#include <cmath>
+#include <cstring>
+
+namespace kvx {
+
+namespace {
+constexpr double kSameEpoch = 0.0015;   // s; the decoder joins compressed messages up to 1 ms apart
+}
+
+epoch_collector_t::epoch_collector_t(std::function<void(raw_t&)> on_epoch)
+    : on_epoch_(std::move(on_epoch)), epoch_(std::make_unique<raw_t>())
+{
+    Initial_raw(epoch_.get(), 0);
+}
+
+// The same time, and the satellites so far still at their places: the decoder has not started anew.
+bool epoch_collector_t::continues(const raw_t& raw) const
+{
+    if (raw.week != epoch_->week || std::fabs(raw.obs_tow - epoch_->obs_tow) > kSameEpoch) return false;
+    if (raw.nobs < epoch_->nobs) return false;
+    for (int i = 0; i < epoch_->nobs; ++i) {
+        if (raw.obs[i].sat != epoch_->obs[i].sat) return false;
+    }
+    return true;
+}
+
+void epoch_collector_t::add(const raw_t& raw)
+{
+    if (held_ && !continues(raw)) flush();
+    // Without the ephemerides and from the lock tables on: no writer of epochs reads those.
+    std::memcpy(static_cast<void*>(epoch_.get()), &raw, offsetof(raw_t, eph));
+    std::memcpy(epoch_->ant_type, raw.ant_type, offsetof(raw_t, reserved5) - offsetof(raw_t, ant_type));
+    held_ = true;
+}
+
+void epoch_collector_t::flush()
+{
+    if (!held_) return;
+    held_ = false;
+    on_epoch_(*epoch_);
+}
+
+}   // namespace kvx

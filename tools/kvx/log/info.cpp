@@ -1,0 +1,74 @@
+// kvx info: what logs hold, without writing anything.
+#include <cstdio>
+#include <memory>
+
+#include "common/command.h"
+#include "common/error.h"
+#include "common/interrupt.h"
+#include "common/progress.h"
+#include "log/epoch_collector.h"
+#include "log/log_reader.h"
+#include "log/summary.h"
+
+namespace kvx {
+
+namespace {
+
+struct info_options_t {
+    std::vector<std::string> logs;
+    bool json = false;
+};
+
+int describe(const std::string& log, bool json)
+{
+    input_file_t source(log);
+    const auto raw = std::make_unique<raw_t>();
+    Initial_raw(raw.get(), 0);
+    log_reader_t reader(source, *raw);
+    summary_t summary;
+    epoch_collector_t epochs([&summary](const raw_t& epoch) { summary.count_epoch(epoch); });
+    {
+        progress_t progress(source.name(), source.size_on_disk());
+        frame_t frame{};
+        while (!interrupted() && reader.next(frame)) {
+            summary.count(frame);
+            if (frame.result == DECODE_OBS) epochs.add(*raw);
+            progress.at(source.size_on_disk() > 0 ? source.position_on_disk() : reader.bytes());
+        }
+        epochs.flush();
+    }
+    if (interrupted()) throw error_t(source.name(), "interrupted", "at byte " + std::to_string(reader.bytes()));
+    summary.finish(reader, source);
+    std::fputs((json ? json_text(summary_json(summary)) + "\n" : summary_text(summary, true)).c_str(), stdout);
+    return summary.damaged() ? kDamaged : kDone;
+}
+
+int run(const info_options_t& options)
+{
+    catch_interrupts();
+    int code = kDone;
+    for (const std::string& log : options.logs) {
+        try {
+            const int one = describe(log, options.json);
+            if (code == kDone) code = one;
+        } catch (const std::exception& e) {
+            std::fprintf(stderr, "kvx: error: %s\n", e.what());
+            code = kFailed;
+        }
+    }
+    return code;
+}
+
+}   // namespace
+
+command_t info_command(CLI::App& program)
+{
+    auto options = std::make_shared<info_options_t>();
+    CLI::App* app = program.add_subcommand("info", "What logs hold: messages, epochs, satellites, damage");
+    app->add_option("LOG", options->logs, "Logs of the receiver board; .gz is read directly, - is standard input")
+        ->required();
+    app->add_flag("--json", options->json, "Print as JSON");
+    return {app, [options] { return run(*options); }};
+}
+
+}   // namespace kvx

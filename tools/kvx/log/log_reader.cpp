@@ -1,0 +1,66 @@
+#include "log/log_reader.h"
+
+#include "gnss/log/frame.h"
+
+namespace kvx {
+
+namespace {
+
+constexpr std::size_t kBlockSize = 1 << 20;
+
+}   // namespace
+
+log_reader_t::log_reader_t(input_file_t& source, raw_t& raw) : source_(source), raw_(raw), block_(kBlockSize) {}
+
+bool log_reader_t::refill()
+{
+    at_ = 0;
+    end_ = source_.read(block_.data(), block_.size());
+    return end_ > 0;
+}
+
+void log_reader_t::skip(std::uint64_t n)
+{
+    losses_.skipped_bytes += n;
+    losses_.skipped_runs += n > 0;
+}
+
+bool log_reader_t::next(frame_t& frame)
+{
+    while (at_ < end_ || refill()) {
+        if (raw_.nbyte == 0) raw_.len = 0;   // tells a frame found from bytes merely searched
+        int left = static_cast<int>(end_ - at_);
+        const int before = left;
+        const int result = input_korvexb(&raw_, block_.data() + at_, &left);
+        at_ += static_cast<std::size_t>(before - left);
+        offset_ += static_cast<std::size_t>(before - left);
+        if (raw_.nbyte != 0 || raw_.len == 0) continue;
+
+        const bool whole = raw_.len <= korvex::kMaxLen;
+        const int size = whole ? raw_.len + korvex::kCrcSize : korvex::kLengthKnown;
+        skip(offset_ - frame_end_ - static_cast<std::uint64_t>(size));
+        frame_end_ = offset_;
+        if (!whole) {
+            ++losses_.too_long;
+            continue;
+        }
+        frame = {offset_ - static_cast<std::uint64_t>(size), size, korvex::read_header(raw_.buff).id, result, true};
+        if (result == DECODE_REFUSED) {
+            frame.checksum_ok = korvex::checksum_agrees(raw_.buff, raw_.len);
+            ++(frame.checksum_ok ? losses_.refused : losses_.bad_checksum);
+        }
+        return true;
+    }
+    finish();
+    return false;
+}
+
+void log_reader_t::finish()
+{
+    losses_.torn_bytes = raw_.nbyte;
+    skip(offset_ - frame_end_ - raw_.nbyte);
+    frame_end_ = offset_;
+    raw_.nbyte = 0;
+}
+
+}   // namespace kvx

@@ -1,0 +1,64 @@
+/// @file log_reader.h  Frames of a log, one after the other, with an account of every byte.
+#ifndef KVX_LOG_READER_H
+#define KVX_LOG_READER_H
+
+#include <rtk_gnss.h>
+
+#include <cstdint>
+#include <vector>
+
+#include "common/input_file.h"
+
+namespace kvx {
+
+/// One frame of the log, decoded.
+struct frame_t {
+    std::uint64_t offset;   ///< of its first byte in the log
+    int size;               ///< bytes, with the checksum
+    int id;                 ///< message
+    int result;             ///< decode_result_t
+    bool checksum_ok;
+};
+
+/// What was lost. frames + skipped + dropped headers + the torn end make up the bytes of the log.
+struct losses_t {
+    std::uint64_t skipped_bytes = 0;   ///< bytes between frames
+    std::uint64_t skipped_runs = 0;
+    std::uint64_t bad_checksum = 0;   ///< frames
+    std::uint64_t refused = 0;        ///< frames with a right checksum that the decoder turned away
+    std::uint64_t too_long = 0;       ///< headers that announce more than a frame holds
+    std::uint64_t torn_bytes = 0;     ///< of the frame that the end of the log cuts off
+
+    bool any() const { return skipped_bytes + bad_checksum + refused + too_long + torn_bytes != 0; }
+};
+
+/// Feeds a log to the decoder block by block.
+class log_reader_t {
+public:
+    /// @param source, raw  must outlive the reader
+    log_reader_t(input_file_t& source, raw_t& raw);
+
+    /// Decodes up to the next complete frame.
+    /// @return false at the end of the log
+    bool next(frame_t& frame);
+
+    std::uint64_t bytes() const { return offset_; }   ///< read so far
+    const losses_t& losses() const { return losses_; }
+
+private:
+    bool refill();
+    void skip(std::uint64_t n);
+    void finish();
+
+    input_file_t& source_;
+    raw_t& raw_;
+    std::vector<std::uint8_t> block_;
+    std::size_t at_ = 0, end_ = 0;   // unread part of the block
+    std::uint64_t offset_ = 0;       // of block_[at_] in the log
+    std::uint64_t frame_end_ = 0;    // where the last frame or dropped header ended
+    losses_t losses_;
+};
+
+}   // namespace kvx
+
+#endif

@@ -1,0 +1,172 @@
+#include <array>
+#include <cmath>
+#include <cstdio>
+#include <filesystem>
+#include <memory>
+#include <string>
+
+#include "common/arguments.h"
+#include "common/command.h"
+#include "common/error.h"
+#include "common/gps_time.h"
+#include "common/interrupt.h"
+#include "common/output_file.h"
+#include "common/progress.h"
+#include "common/systems.h"
+#include "sky/damage.h"
+#include "sky/simulator.h"
+
+namespace kvx {
+
+namespace {
+
+struct options_t {
+    sky::scenario_t scenario;
+    std::string output;
+    std::string start = "2024-03-10 12:00:00";
+    std::string systems = "GRECJS";
+    std::array<double, 3> position = {31.2, 121.5, 30.0};
+    int range = sky::kFullRange;
+    std::int64_t faults = 0;
+};
+
+/// Reads the time of the first epoch, within the weeks that are simulated.
+bool read_start(const std::string& text, sky::scenario_t& scenario)
+{
+    const auto time = parse_gps_time(text);
+    if (!time || time->week < sky::kFirstWeek || time->week > sky::kLastWeek) return false;
+    scenario.week = time->week;
+    scenario.tow = std::round(time->tow * 1000.0) / 1000.0;
+    return true;
+}
+
+struct result_t {
+    std::int64_t epochs = 0;
+    std::uint64_t bytes = 0;
+};
+
+std::string log_name(const options_t& options)
+{
+    return options.output == "-" ? "standard output" : options.output;
+}
+
+/// @throws error_t when the bytes cannot be written
+result_t write_log(const options_t& options, std::FILE* out)
+{
+    sky::simulator simulator(options.scenario);
+    sky::damage damage(options.faults, simulator.epochs(), options.scenario.seed);
+    std::vector<sky::fault_t> faults;
+    result_t result;
+    {
+        progress_t progress("simulating", static_cast<std::uint64_t>(simulator.epochs()));
+        for (sky::bytes_t epoch; !interrupted() && simulator.next(epoch); epoch.clear()) {
+            const auto struck = damage.apply(epoch);
+            faults.insert(faults.end(), struck.begin(), struck.end());
+            if (std::fwrite(epoch.data(), 1, epoch.size(), out) != epoch.size()) break;
+            result.bytes += epoch.size();
+            progress.at(static_cast<std::uint64_t>(++result.epochs));
+        }
+    }
+    if (std::fflush(out) != 0 || std::ferror(out) != 0) throw system_error(log_name(options), "writing the log");
+    for (const sky::fault_t& f : faults)
+        std::fprintf(stderr, "damage at byte %lld: %s\n", static_cast<long long>(f.offset), f.what.c_str());
+    return result;
+}
+
+/// The file takes its name when it is whole; an interrupted one is named as partial, a failed one goes.
+int write_file(const options_t& options)
+{
+    const std::filesystem::path path(options.output);
+    if (std::filesystem::is_directory(path)) throw error_t(options.output, "is a directory", "name the file to write");
+    output_file_t file(path.has_parent_path() ? path.parent_path().string() : ".");
+    const result_t result = write_log(options, file.stream());
+    const std::string name = path.filename().string() + (interrupted() ? ".partial" : "");
+    const std::string published = file.publish(name);
+    if (interrupted())
+        throw error_t(options.output, "interrupted", std::to_string(result.epochs) + " epochs are in " + published);
+    std::printf("%s: %lld epochs, %llu bytes\n", options.output.c_str(), static_cast<long long>(result.epochs),
+                static_cast<unsigned long long>(result.bytes));
+    return kDone;
+}
+
+/// For standard output and devices, which take no other name.
+int write_stream(const options_t& options, std::FILE* out)
+{
+    if (out == nullptr) throw system_error(options.output, "opening");
+    const result_t result = write_log(options, out);
+    std::fprintf(stderr, "%lld epochs, %llu bytes\n", static_cast<long long>(result.epochs),
+                 static_cast<unsigned long long>(result.bytes));
+    return interrupted() ? kFailed : kDone;
+}
+
+int simulate(const options_t& options)
+{
+    catch_interrupts();
+    if (options.output == "-") return write_stream(options, stdout);
+    if (is_device(options.output)) {
+        const std::unique_ptr<std::FILE, int (*)(std::FILE*)> out(std::fopen(options.output.c_str(), "wb"),
+                                                                  std::fclose);
+        return write_stream(options, out.get());
+    }
+    return write_file(options);
+}
+
+/// Puts the texts and lists of the command line into the scenario.
+void complete(options_t& options)
+{
+    sky::scenario_t& s = options.scenario;
+    read_start(options.start, s);   // the option's own check has passed
+    s.systems = systems_of(options.systems);
+    s.range = static_cast<sky::range_form_t>(options.range);
+    s.lat = options.position[0], s.lon = options.position[1], s.height = options.position[2];
+    if (!(std::fabs(s.lat) <= 90.0 && std::fabs(s.lon) <= 360.0 && s.height >= -1000.0 && s.height <= 20000.0))
+        throw CLI::ValidationError("--position", "degrees are within 90 and 360, heights -1000 to 20000 m");
+}
+
+std::string check_start(const std::string& text)
+{
+    sky::scenario_t scenario;
+    return read_start(text, scenario) ? "" : "not a date from 2009 on in the form YYYY-MM-DD HH:MM:SS: " + text;
+}
+
+}   // namespace
+
+command_t simulate_command(CLI::App& program)
+{
+    auto options = std::make_shared<options_t>();
+    sky::scenario_t& s = options->scenario;
+    CLI::App* app = program.add_subcommand("simulate", "Make a log of a receiver under a built-in sky");
+    app->add_option("-o,--output", options->output, "File to write; - is the standard output")->required();
+    app->add_option("--start", options->start, "GPS time of the first epoch, YYYY-MM-DD HH:MM:SS")
+        ->check(CLI::Validator(check_start, "TIME", "start"))
+        ->capture_default_str();
+    app->add_option("--duration", s.duration, "Length (s)")->check(within(0.05, 366 * 86400.0))->capture_default_str();
+    app->add_option("--rate", s.rate, "Epochs per second; below 1 the interval is rounded to whole seconds")
+        ->check(within(0.0001, 20.0))
+        ->capture_default_str();
+    app->add_option("--position", options->position, "Antenna: latitude and longitude (degrees), height (m)")
+        ->delimiter(',')
+        ->type_name("LAT,LON,H")
+        ->capture_default_str();
+    app->add_option("--systems", options->systems, "Systems: G GPS, R GLONASS, E Galileo, C BeiDou, J QZSS, S SBAS")
+        ->check(system_letters())
+        ->capture_default_str();
+    app->add_option("--range", options->range, "Message with the observations: 43, or 140 (compressed)")
+        ->check(CLI::IsMember({43, 140}))
+        ->capture_default_str();
+    app->add_option("--elevation-mask", s.mask, "Least elevation of a satellite (degrees)")
+        ->check(within(0.0, 80.0))
+        ->capture_default_str();
+    app->add_option("--ephemeris-interval", s.ephemeris_interval, "Repetition of unchanged ephemerides (s)")
+        ->check(within(1.0, 86400.0))
+        ->capture_default_str();
+    app->add_option("--damage", options->faults, "Bit errors, lost and foreign bytes to put in; each is listed")
+        ->check(CLI::Range(0, 1000000))
+        ->capture_default_str();
+    app->add_option("--seed", s.seed, "Of noise and damage: the same arguments give the same bytes")
+        ->capture_default_str();
+    app->final_callback([options] { complete(*options); });
+    return {app, [options] { return simulate(*options); }};
+}
+
+}   // namespace kvx

@@ -1,0 +1,123 @@
+#include "log/summary.h"
+
+#include <algorithm>
+
+#include "common/gps_time.h"
+#include "common/systems.h"
+#include "common/text_format.h"
+
+namespace kvx {
+
+namespace {
+
+struct message_name_t {
+    int id;
+    const char* name;
+};
+
+constexpr message_name_t kMessageNames[] = {
+    {MSG_GPS_EPHEMERIS, "GPS ephemeris"},
+    {MSG_ION_UTC, "ionosphere and UTC"},
+    {MSG_VERSION, "receiver version"},
+    {MSG_RAW_GPS_EPHEMERIS, "raw GPS ephemeris"},
+    {MSG_POSITION, "geodetic position"},
+    {MSG_RANGE, "range observations"},
+    {MSG_RANGE_COMPRESSED, "compressed range"},
+    {MSG_MARK_TIME, "mark time"},
+    {MSG_ECEF_POSITION, "ECEF position"},
+    {MSG_SBAS_EPHEMERIS, "SBAS ephemeris"},
+    {MSG_GLONASS_EPHEMERIS, "GLONASS ephemeris"},
+    {MSG_VISIBILITY, "satellite visibility"},
+    {MSG_BDS_EPHEMERIS2, "BeiDou ephemeris, second form"},
+    {MSG_GAL_EPHEMERIS, "Galileo ephemeris"},
+    {MSG_GAL_INAV_EPHEMERIS, "Galileo I/NAV ephemeris"},
+    {MSG_QZSS_EPHEMERIS, "QZSS ephemeris"},
+    {MSG_ANTENNA, "antenna type"},
+    {MSG_BDS_EPHEMERIS, "BeiDou ephemeris"},
+    {MSG_STOP_AND_GO, "stop-and-go"},
+};
+
+}   // namespace
+
+const char* message_name(int id)
+{
+    for (const message_name_t& m : kMessageNames) {
+        if (m.id == id) return m.name;
+    }
+    return "not used";
+}
+
+void epoch_count_t::add(double gps_seconds)
+{
+    if (epochs == 0) {
+        first = gps_seconds;
+    } else {
+        steps.add(gps_seconds - last);
+    }
+    last = gps_seconds;
+    ++epochs;
+}
+
+void summary_t::count(const frame_t& frame)
+{
+    // A frame with a wrong checksum may carry any number: it counts as lost, not as a message.
+    if (!frame.checksum_ok) return;
+    message_count_t& m = messages[frame.id];
+    ++m.frames;
+    m.bytes += static_cast<std::uint64_t>(frame.size);
+    m.new_data += frame.result > 0;
+    m.refused += frame.result == DECODE_REFUSED;
+}
+
+void summary_t::count_epoch(const raw_t& epoch)
+{
+    epochs.add(gps_seconds(epoch.week, epoch.tow));
+    for (int i = 0; i < epoch.nobs; ++i) {
+        satellite_count_t& s = satellites[epoch.obs[i].sat];
+        ++s.epochs;
+        for (int slot = 0; slot < kNumSlots; ++slot) s.signals[slot] += epoch.obs[i].P[slot] != 0.0;
+    }
+}
+
+void summary_t::finish(const log_reader_t& reader, const input_file_t& file)
+{
+    log = file.name();
+    bytes = reader.bytes();
+    lost = reader.losses();
+    source_damage = file.damage();
+}
+
+bool summary_t::damaged() const
+{
+    return lost.any() || !source_damage.empty() || (outcome && outcome->out_of_order > 0);
+}
+
+std::string summary_t::why_no_epoch() const
+{
+    std::uint64_t frames = 0, ranges = 0, decoded = 0;
+    for (const auto& [id, m] : messages) {
+        frames += m.frames;
+        if (id != MSG_RANGE && id != MSG_RANGE_COMPRESSED) continue;
+        ranges += m.frames;
+        decoded += m.new_data;
+    }
+    if (frames == 0 && !source_damage.empty()) return source_damage;
+    if (frames == 0 && lost.bad_checksum > 0) return "every frame found has a wrong checksum";
+    if (frames == 0) return "no frame of the receiver's log was found";
+    if (ranges == 0) return "there is no range message (43 or 140) among " + plural(frames, "message");
+    if (decoded == 0) return plural(ranges, "range message") + ", none with a known time and in binary form";
+    return plural(decoded, "range message") + ", none with an observation that was asked for";
+}
+
+std::vector<std::pair<const char*, std::uint64_t>> summary_t::satellites_by_system() const
+{
+    std::vector<std::pair<const char*, std::uint64_t>> counts;
+    for (const system_name_t& s : kSystems) {
+        const auto n = std::count_if(satellites.begin(), satellites.end(),
+                                     [&s](const auto& sat) { return satsys(sat.first, nullptr) == s.sys; });
+        if (n > 0) counts.emplace_back(s.name, static_cast<std::uint64_t>(n));
+    }
+    return counts;
+}
+
+}   // namespace kvx

@@ -1,0 +1,90 @@
+/// @file summary.h  What a log held and what was made of it: messages, epochs, satellites, gaps, losses, files.
+#ifndef KVX_SUMMARY_H
+#define KVX_SUMMARY_H
+
+#include <rtk_gnss.h>
+
+#include <array>
+#include <cstdint>
+#include <map>
+#include <nlohmann/json.hpp>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "log/log_reader.h"
+#include "log/steps.h"
+
+namespace kvx {
+
+struct message_count_t {
+    std::uint64_t frames = 0, bytes = 0;
+    std::uint64_t new_data = 0;   ///< that told something new
+    std::uint64_t refused = 0;    ///< with contents that cannot be right
+};
+
+struct satellite_count_t {
+    std::uint64_t epochs = 0;
+    std::array<std::uint64_t, kNumSlots> signals{};   ///< pseudoranges by slot
+};
+
+struct epoch_count_t {
+    std::uint64_t epochs = 0;
+    double first = 0.0, last = 0.0;   ///< GPS seconds
+    step_counter_t steps;
+
+    void add(double gps_seconds);
+};
+
+struct navigation_count_t {
+    std::uint64_t found = 0;     ///< ephemerides of the log without repetitions
+    std::uint64_t written = 0;   ///< records
+};
+
+/// What a conversion made of the log.
+struct outcome_t {
+    std::uint64_t epochs_written = 0;
+    std::uint64_t left_out = 0;       ///< satellite observations that the version cannot name
+    std::uint64_t out_of_order = 0;   ///< epochs not later than the one before
+    std::optional<navigation_count_t> navigation;
+    std::vector<std::string> files;   ///< paths
+};
+
+struct summary_t {
+    std::string log;
+    std::uint64_t bytes = 0;
+    std::map<int, message_count_t> messages;       ///< by number
+    std::map<int, satellite_count_t> satellites;   ///< by satellite number
+    epoch_count_t epochs;
+    losses_t lost;
+    std::string source_damage;   ///< why a compressed log could not be read to its end
+    std::optional<outcome_t> outcome;
+
+    void count(const frame_t& frame);
+    void count_epoch(const raw_t& epoch);
+
+    /// Takes what the reader has told by the end of the log.
+    void finish(const log_reader_t& reader, const input_file_t& log);
+
+    bool damaged() const;
+
+    /// Why no epoch was usable, for a log without any.
+    std::string why_no_epoch() const;
+
+    /// Satellites by system, in the order of kSystems.
+    std::vector<std::pair<const char*, std::uint64_t>> satellites_by_system() const;
+};
+
+/// What the message of a number is called.
+const char* message_name(int id);
+
+/// For people.
+/// @param tables  with one line per message and per satellite
+std::string summary_text(const summary_t& summary, bool tables);
+
+/// For programs: one object.
+nlohmann::ordered_json summary_json(const summary_t& summary);
+
+}   // namespace kvx
+
+#endif

@@ -1,0 +1,73 @@
+// The summary for programs.
+#include "common/gps_time.h"
+#include "common/systems.h"
+#include "log/summary.h"
+
+namespace kvx {
+
+namespace {
+
+using nlohmann::ordered_json;
+
+ordered_json messages_json(const summary_t& s)
+{
+    ordered_json rows = ordered_json::array();
+    for (const auto& [id, m] : s.messages) {
+        rows.push_back({{"id", id},
+                        {"name", message_name(id)},
+                        {"frames", m.frames},
+                        {"bytes", m.bytes},
+                        {"new", m.new_data},
+                        {"refused", m.refused}});
+    }
+    return rows;
+}
+
+ordered_json satellites_json(const summary_t& s)
+{
+    ordered_json rows = ordered_json::array();
+    for (const auto& [sat, n] : s.satellites) {
+        rows.push_back({{"satellite", satellite_name(sat)}, {"epochs", n.epochs}, {"signals", n.signals}});
+    }
+    return rows;
+}
+
+ordered_json losses_json(const summary_t& s)
+{
+    ordered_json j = {{"skipped_bytes", s.lost.skipped_bytes}, {"skipped_runs", s.lost.skipped_runs},
+                      {"bad_checksum", s.lost.bad_checksum},   {"refused", s.lost.refused},
+                      {"too_long", s.lost.too_long},           {"torn_bytes", s.lost.torn_bytes}};
+    if (!s.source_damage.empty()) j["source"] = s.source_damage;
+    return j;
+}
+
+void add_outcome(ordered_json& j, const outcome_t& o)
+{
+    j["epochs_written"] = o.epochs_written;
+    if (o.left_out > 0) j["observations_left_out"] = o.left_out;
+    if (o.out_of_order > 0) j["epochs_out_of_order"] = o.out_of_order;
+    if (o.navigation) j["navigation"] = {{"ephemerides", o.navigation->found}, {"written", o.navigation->written}};
+    j["files"] = o.files;
+}
+
+}   // namespace
+
+ordered_json summary_json(const summary_t& s)
+{
+    ordered_json j = {{"log", s.log}, {"bytes", s.bytes}, {"messages", messages_json(s)}, {"epochs", s.epochs.epochs}};
+    if (s.epochs.epochs > 0) {
+        j["first_epoch"] = date_text(s.epochs.first);
+        j["last_epoch"] = date_text(s.epochs.last);
+        j["interval"] = s.epochs.steps.usual();
+        j["gaps"] = s.epochs.steps.gaps();
+        j["missing_epochs"] = s.epochs.steps.missing();
+    }
+    auto& systems = j["satellites_by_system"] = ordered_json::object();
+    for (const auto& [name, n] : s.satellites_by_system()) systems[name] = n;
+    j["satellites"] = satellites_json(s);
+    j["lost"] = losses_json(s);
+    if (s.outcome) add_outcome(j, *s.outcome);
+    return j;
+}
+
+}   // namespace kvx

@@ -1,0 +1,100 @@
+// The summary for people.
+#include "common/gps_time.h"
+#include "common/systems.h"
+#include "common/text_format.h"
+#include "log/summary.h"
+
+namespace kvx {
+
+namespace {
+
+std::string tables_text(const summary_t& s)
+{
+    std::string out = "     id  message                          frames       bytes         new  refused\n";
+    for (const auto& [id, m] : s.messages) {
+        out += text("  %5d  %-30s", id, message_name(id)) + right(m.frames, 9) + right(m.bytes, 12) +
+               right(m.new_data, 12) + right(m.refused, 9) + "\n";
+    }
+    out += "  satellite   epochs   pseudoranges by slot 0..4\n";
+    for (const auto& [sat, n] : s.satellites) {
+        out += text("  %-9s", satellite_name(sat).c_str()) + right(n.epochs, 9) + "  ";
+        for (const std::uint64_t signals : n.signals) out += right(signals, 9);
+        out += '\n';
+    }
+    return out;
+}
+
+std::string messages_text(const summary_t& s)
+{
+    std::string out;
+    for (const auto& [id, m] : s.messages)
+        out += "  " + right(m.frames, 8) + text(" x %s (%d)\n", message_name(id), id);
+    return out;
+}
+
+std::string epochs_text(const epoch_count_t& e)
+{
+    std::string out = "  " + plural(e.epochs, "epoch");
+    if (e.epochs == 0) return out + "\n";
+    out += " from " + date_text(e.first) + " to " + date_text(e.last) + " (GPS)";
+    out += text(", every %.2f s, ", e.steps.usual()) + plural(e.steps.gaps(), "gap");
+    if (e.steps.missing() > 0) out += " (" + plural(e.steps.missing(), "epoch") + " missing)";
+    return out + "\n";
+}
+
+std::string losses_text(const summary_t& s)
+{
+    struct loss_t {
+        std::uint64_t n;
+        const char* what;
+    };
+    const loss_t losses[] = {
+        {s.lost.bad_checksum, "frame(s) with a wrong checksum"},
+        {s.lost.refused, "frame(s) with contents that cannot be right"},
+        {s.lost.too_long, "header(s) that announce more than a frame can hold"},
+        {s.lost.skipped_bytes, "byte(s) between frames"},
+        {s.lost.torn_bytes, "byte(s) of a frame that the end of the log cuts off"},
+    };
+    std::string out;
+    for (const loss_t& loss : losses) {
+        if (loss.n > 0) out += "  lost: " + std::to_string(loss.n) + " " + loss.what + "\n";
+    }
+    if (!s.source_damage.empty()) out += "  lost: " + s.source_damage + "\n";
+    return out.empty() ? "  nothing lost\n" : out;
+}
+
+std::string navigation_text(const navigation_count_t& n)
+{
+    if (n.found == 0) return "  no ephemerides in the log, no navigation file\n";
+    return "  ephemerides: " + std::to_string(n.found) + ", records written: " + std::to_string(n.written) +
+           (n.written == 0 ? ", no navigation file\n" : "\n");
+}
+
+std::string outcome_text(const outcome_t& o)
+{
+    std::string out;
+    if (o.left_out > 0) {
+        out += "  left out: " + std::to_string(o.left_out) +
+               " satellite observation(s) that this RINEX version cannot name here\n";
+    }
+    if (o.navigation) out += navigation_text(*o.navigation);
+    if (o.out_of_order > 0) {
+        out += "  left out: " + std::to_string(o.out_of_order) + " epoch(s) that are not later than the one before\n";
+    }
+    for (const std::string& file : o.files) out += "  wrote " + file + "\n";
+    return out;
+}
+
+}   // namespace
+
+std::string summary_text(const summary_t& s, bool tables)
+{
+    std::uint64_t frames = 0;
+    for (const auto& [id, m] : s.messages) frames += m.frames;
+    std::string out = s.log + ":\n  " + plural(s.bytes, "byte") + ", " + plural(frames, "message") + "\n";
+    out += (tables ? tables_text(s) : messages_text(s)) + epochs_text(s.epochs) + "  satellites:";
+    for (const auto& [name, n] : s.satellites_by_system()) out += " " + (name + (" " + std::to_string(n)));
+    return out + "\n" + losses_text(s) + (s.outcome ? outcome_text(*s.outcome) : "");
+}
+
+}   // namespace kvx

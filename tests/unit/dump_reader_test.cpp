@@ -202,13 +202,13 @@ TEST(dump_reader_t, FalseHeadersCostLittle)
     EXPECT_THAT(items_of(file), ElementsAre(Item{dump_damage_t::bad_checksum, 0, file.size()}));
 }
 
-TEST(StretchChecksums, AgreeWithTheSumOfTheBytes)
+TEST(stretch_checksums_t, AgreeWithTheSumOfTheBytes)
 {
     std::mt19937 random(7);
     std::string window(20000, '\0');
     for (char& byte : window) byte = static_cast<char>(random());
     const auto* bytes = reinterpret_cast<const std::uint8_t*>(window.data());
-    kvx::StretchChecksums checksums;
+    kvx::stretch_checksums_t checksums;
     for (int k = 0; k < 300; ++k) {
         const std::size_t end = random() % (window.size() + 1), begin = random() % (end + 1);
         EXPECT_EQ(bitwise_crc32(bytes + begin, static_cast<int>(end - begin)), checksums.of(bytes, begin, end));

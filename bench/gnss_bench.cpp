@@ -8,9 +8,9 @@
 #include <cstring>
 #include <span>
 
+#include "gnss/rinex/text.h"
 #include "gnss_data.h"
 #include "gnss_plain.h"
-#include "gnss/rinex/text.h"
 
 namespace {
 

@@ -23,7 +23,7 @@ inline int feed_log(raw_t& raw, const sky::bytes_t& log)
 template <class Each>
 void feed_scenario(raw_t& raw, const sky::scenario_t& scenario, const Each& each)
 {
-    sky::simulator sim(scenario);
+    sky::simulator_t sim(scenario);
     for (sky::bytes_t log; sim.next(log); log.clear()) {
         feed_log(raw, log, [](int result) { EXPECT_LE(0, result); });
         each(sim);

@@ -6,8 +6,8 @@
 #include <functional>
 #include <numeric>
 
-#include "gnss_plain.h"
 #include "gnss/rinex/text.h"
+#include "gnss_plain.h"
 #include "sky/frame.h"
 #include "sky/random.h"
 #include "support/frame_builder.h"

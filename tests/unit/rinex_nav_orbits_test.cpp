@@ -14,7 +14,7 @@ namespace {
 
 using vec_t = std::array<double, 3>;
 
-double distance(const vec_t& a, const sky::vec3& b)
+double distance(const vec_t& a, const sky::vec3_t& b)
 {
     return std::hypot(a[0] - b.x, a[1] - b.y, a[2] - b.z);
 }
@@ -100,7 +100,7 @@ vec_t glonass_position(const state_t& at_toe, double dt)
 }
 
 /// A satellite's message through the decoder and the writer of its system.
-nav_fields_t read_back(raw_t& raw, const sky::vehicle& v, const sky::time_base_t& base, double t, int number)
+nav_fields_t read_back(raw_t& raw, const sky::vehicle_t& v, const sky::time_base_t& base, double t, int number)
 {
     const sky::week_time_t now = sky::split(base, t);
     sky::bytes_t log;
@@ -149,7 +149,7 @@ void expect_true_orbits(const sky_case_t& where, int number)
         } else if (v->system() == SYS_SBS) {
             EXPECT_LT(distance(state_of(f).p, v->at(reference).position), 0.001);
         } else {
-            const sky::kepler_set_t& sent = dynamic_cast<const sky::kepler_vehicle&>(*v).broadcast();
+            const sky::kepler_set_t& sent = dynamic_cast<const sky::kepler_vehicle_t&>(*v).broadcast();
             const bool geo = sky::is_beidou_geo(v->system(), v->prn());
             for (const double tk : {0.0, -3600.0, 1800.0}) {
                 const double limit = tk == 0.0 ? 0.001 : 0.002;   // rates have twelve digits, too

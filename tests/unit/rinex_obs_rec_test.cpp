@@ -1,5 +1,5 @@
-#include <gtest/gtest.h>
 #include <gnss/rinex/options.h>
+#include <gtest/gtest.h>
 #include <unistd.h>
 
 #include <algorithm>

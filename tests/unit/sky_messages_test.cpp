@@ -61,7 +61,7 @@ TEST_F(SkyMessages, KeplerianEphemeridesArriveToTheBit)
     using Values = std::vector<double>;
     std::map<int, int> kinds;
     for (const auto& v : make_constellation(SYS_GPS | SYS_QZS | SYS_BDS | SYS_GAL, {2305, 18}, 43200)) {
-        const kepler_set_t& sent = dynamic_cast<const kepler_vehicle&>(*v).broadcast();
+        const kepler_set_t& sent = dynamic_cast<const kepler_vehicle_t&>(*v).broadcast();
         SCOPED_TRACE(std::to_string(sent.system) + " " + std::to_string(sent.prn));
         ASSERT_EQ(DECODE_EPH, Feed(v->ephemeris(43200)));
         ++kinds[raw->buff[4] | raw->buff[5] << 8];
@@ -94,7 +94,7 @@ TEST_F(SkyMessages, GlonassAndSbasEphemeridesArrive)
     for (const auto& v : make_constellation(SYS_GLO | SYS_SBS, {2305, 18}, 43210)) {
         SCOPED_TRACE(v->prn());
         ASSERT_EQ(DECODE_EPH, Feed(v->ephemeris(43210)));
-        if (const auto* g = dynamic_cast<const glonass_vehicle*>(v.get())) {
+        if (const auto* g = dynamic_cast<const glonass_vehicle_t*>(v.get())) {
             const glonass_set_t sent = g->broadcast(43210);
             const geph_t& stored = raw->geph[sent.slot - 1];
             EXPECT_EQ(11 * 3600 + 45 * 60 + 10800, stored.toe);   // 12:00:10 GPS time is 11:59:52 UTC
@@ -107,7 +107,7 @@ TEST_F(SkyMessages, GlonassAndSbasEphemeridesArrive)
             }
             EXPECT_TRUE(sent.taun == stored.taun && sent.gamn == stored.gamn && sent.dtaun == stored.dtaun);
         } else {
-            const seph_t sent = dynamic_cast<const sbas_vehicle&>(*v).broadcast();
+            const seph_t sent = dynamic_cast<const sbas_vehicle_t&>(*v).broadcast();
             const seph_t& stored = raw->seph[sent.index - 1];
             EXPECT_EQ(43200 / 16, stored.t0);
             EXPECT_TRUE(sent.pos[0] == stored.pos[0] && sent.vel[2] == stored.vel[2]);
@@ -179,8 +179,8 @@ TEST_F(SkyMessages, DamageStrikesAsOftenAsAsked)
 {
     scenario_t scenario;
     scenario.duration = 50;
-    simulator sim(scenario);
-    damage line(12, sim.epochs(), 1);
+    simulator_t sim(scenario);
+    damage_t line(12, sim.epochs(), 1);
     bytes_t log, epoch;
     std::size_t faults = 0;
     while (epoch.clear(), sim.next(epoch)) {

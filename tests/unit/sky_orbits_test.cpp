@@ -20,10 +20,10 @@ TEST(SkyTrigonometry, AgreesWithTheLibrary)
 }
 
 /// Velocity in axes that do not turn, by differences.
-vec3 InertialVelocity(const vehicle& v, double t)
+vec3_t InertialVelocity(const vehicle_t& v, double t)
 {
-    const vec3 p = v.at(t).position;
-    const vec3 d = v.at(t + 0.5).position - v.at(t - 0.5).position;
+    const vec3_t p = v.at(t).position;
+    const vec3_t d = v.at(t + 0.5).position - v.at(t - 0.5).position;
     return {d.x - kEarthRate * p.y, d.y + kEarthRate * p.x, d.z};
 }
 
@@ -48,7 +48,7 @@ TEST(SkyOrbits, HaveTheHeightInclinationAndEnergyOfTheRealOnes)
         int seen = 0;
         for (const auto& v : make_constellation(o.system, kBase, 43200)) {
             if (v->prn() < o.first_prn || v->prn() > o.last_prn) continue;
-            const vec3 p = v->at(43200).position, u = InertialVelocity(*v, 43200);
+            const vec3_t p = v->at(43200).position, u = InertialVelocity(*v, 43200);
             const double mu = 3.986005e14;
             const double a = 1.0 / (2.0 / norm(p) - dot(u, u) / mu);
             EXPECT_NEAR(a, o.semi_major, 0.002 * o.semi_major) << v->prn();
@@ -79,7 +79,7 @@ TEST(SkyOrbits, DataSetsFollowEachOtherWithoutJumps)
 TEST(SkyOrbits, BroadcastSetsDescribeTheTruthToDecimetres)
 {
     for (const auto& v : make_constellation(SYS_GPS | SYS_GAL | SYS_BDS | SYS_QZS, kBase, 0)) {
-        const auto& k = dynamic_cast<const kepler_vehicle&>(*v);
+        const auto& k = dynamic_cast<const kepler_vehicle_t&>(*v);
         for (double t = 0; t < 86400; t += 500) {
             v->renew(t);
             const orbit_point_t truth = v->at(t), told = evaluate(k.broadcast(), t);
@@ -123,7 +123,7 @@ TEST(SkySimulator, EpochsFollowTheRate)
         scenario.rate = r.rate, scenario.duration = r.duration, scenario.tow = 0;
         const auto raw = new_record();
         std::int64_t made = 0;
-        feed_scenario(*raw, scenario, [&](const simulator& sim) {
+        feed_scenario(*raw, scenario, [&](const simulator_t& sim) {
             EXPECT_EQ(++made, sim.done());
             EXPECT_EQ(r.epochs, sim.epochs()) << r.rate;
         });

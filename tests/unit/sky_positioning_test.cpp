@@ -8,7 +8,7 @@
 
 namespace {
 
-using sky::vec3;
+using sky::vec3_t;
 
 constexpr double kC = 299792458.0;
 constexpr double kOmega = 7.2921151467e-5;
@@ -35,8 +35,8 @@ sky::orbit_point_t FromKepler(const Eph& e, double A, const gal_clock_t& clock, 
     const double i = e.i0 + e.idot * tk + e.cis * s2 + e.cic * c2;
     const double O = e.omega0 + e.omega_dot * tk - rate * e.toe - (geo ? 0.0 : rate * tk);
     const double x = r * std::cos(u), y = r * std::sin(u);
-    vec3 p = {x * std::cos(O) - y * std::cos(i) * std::sin(O), x * std::sin(O) + y * std::cos(i) * std::cos(O),
-              y * std::sin(i)};
+    vec3_t p = {x * std::cos(O) - y * std::cos(i) * std::sin(O), x * std::sin(O) + y * std::cos(i) * std::cos(O),
+                y * std::sin(i)};
     if (geo) {
         const double c5 = std::cos(-5 * kSemicircle / 180), s5 = std::sin(-5 * kSemicircle / 180);
         const double ca = std::cos(rate * tk), sa = std::sin(rate * tk), tilted = c5 * p.y + s5 * p.z;
@@ -48,19 +48,19 @@ sky::orbit_point_t FromKepler(const Eph& e, double A, const gal_clock_t& clock, 
 /// The equations of motion of the GLONASS interface document, by the midpoint rule in steps short enough for it.
 sky::orbit_point_t FromGlonass(const geph_t& g, double tow)
 {
-    const auto force = [&g](const vec3& p, const vec3& v) {
+    const auto force = [&g](const vec3_t& p, const vec3_t& v) {
         const double r = norm(p), a = -3.986004418e14 / (r * r * r), z = 5 * p.z * p.z / r / r;
         const double b = 1.5 * 1.08262575e-3 * -a * 6378136.0 * 6378136.0 / r / r;
-        return vec3{(a - b * (1 - z) + kOmega * kOmega) * p.x + 2 * kOmega * v.y + g.acc[0],
-                    (a - b * (1 - z) + kOmega * kOmega) * p.y - 2 * kOmega * v.x + g.acc[1],
-                    (a - b * (3 - z)) * p.z + g.acc[2]};
+        return vec3_t{(a - b * (1 - z) + kOmega * kOmega) * p.x + 2 * kOmega * v.y + g.acc[0],
+                      (a - b * (1 - z) + kOmega * kOmega) * p.y - 2 * kOmega * v.x + g.acc[1],
+                      (a - b * (3 - z)) * p.z + g.acc[2]};
     };
     const double dt = timediff(gpst2glot(tow, nullptr), g.toe);
     const int steps = 1 + static_cast<int>(std::fabs(dt) / 2.0);
     const double h = dt / steps;
-    vec3 p = {g.pos[0], g.pos[1], g.pos[2]}, v = {g.vel[0], g.vel[1], g.vel[2]};
+    vec3_t p = {g.pos[0], g.pos[1], g.pos[2]}, v = {g.vel[0], g.vel[1], g.vel[2]};
     for (int i = 0; i < steps; ++i) {
-        const vec3 middle = p + h / 2 * v, speed = v + h / 2 * force(p, v);
+        const vec3_t middle = p + h / 2 * v, speed = v + h / 2 * force(p, v);
         p = p + h * speed, v = v + h * force(middle, speed);
     }
     return {p, -g.taun + g.gamn * dt};
@@ -105,7 +105,7 @@ struct Site {
         north = {-std::sin(lat) * std::cos(lon), -std::sin(lat) * std::sin(lon), std::cos(lat)};
     }
     double lat, lon, height;
-    vec3 antenna, up, east, north;
+    vec3_t antenna, up, east, north;
 };
 
 /// Klobuchar's algorithm in the steps of IS-GPS-200 20.3.3.5.2.5, at L1 (m).
@@ -130,40 +130,40 @@ double Troposphere(double height, double el)
            std::sqrt(0.002 + std::pow(std::sin(el), 2));
 }
 
-vec3 cross(const vec3& a, const vec3& b)
+vec3_t cross(const vec3_t& a, const vec3_t& b)
 {
     return {a.y * b.z - a.z * b.y, a.z * b.x - a.x * b.z, a.x * b.y - a.y * b.x};
 }
 
 struct Row {
-    vec3 direction;
+    vec3_t direction;
     double residual;
 };
 
 /// Least squares for a position. What all rows of a system have in common is the receiver's clock: the mean takes it
 /// out.
-vec3 Solve(const std::map<int, std::vector<Row>>& systems)
+vec3_t Solve(const std::map<int, std::vector<Row>>& systems)
 {
-    vec3 column[3] = {}, right = {};
+    vec3_t column[3] = {}, right = {};
     for (const auto& [system, rows] : systems) {
         Row mean = {};
         for (const Row& row : rows) mean = {mean.direction + row.direction, mean.residual + row.residual};
         const double part = 1.0 / static_cast<double>(rows.size());
         for (const Row& row : rows) {
-            const vec3 d = row.direction - part * mean.direction;
+            const vec3_t d = row.direction - part * mean.direction;
             column[0] = column[0] + d.x * d, column[1] = column[1] + d.y * d, column[2] = column[2] + d.z * d;
             right = right + (row.residual - part * mean.residual) * d;
         }
     }
-    const vec3 yz = cross(column[1], column[2]);
+    const vec3_t yz = cross(column[1], column[2]);
     return 1 / dot(column[0], yz) *
-           vec3{dot(right, yz), dot(column[0], cross(right, column[2])), dot(column[0], cross(column[1], right))};
+           vec3_t{dot(right, yz), dot(column[0], cross(right, column[2])), dot(column[0], cross(column[1], right))};
 }
 
 /// Single-point positioning on slot 0, from the middle of the Earth.
-vec3 Position(const raw_t& raw, int systems, const Site& site)
+vec3_t Position(const raw_t& raw, int systems, const Site& site)
 {
-    vec3 x = {};
+    vec3_t x = {};
     for (int round = 0; round < 10; ++round) {
         std::map<int, std::vector<Row>> rows;
         for (int i = 0; i < raw.nobs; ++i) {
@@ -173,9 +173,9 @@ vec3 Position(const raw_t& raw, int systems, const Site& site)
             sky::orbit_point_t s{};
             if ((systems & sys) == 0 || o.P[0] == 0 || !Broadcast(raw, o.sat, sent, &s)) continue;
             Broadcast(raw, o.sat, sent - s.clock, &s);
-            const vec3& p = s.position;
+            const vec3_t& p = s.position;
             const double turn = kOmega * norm(p - x) / kC;
-            const vec3 d = vec3{p.x + turn * p.y, p.y - turn * p.x, p.z} - x;
+            const vec3_t d = vec3_t{p.x + turn * p.y, p.y - turn * p.x, p.z} - x;
             const double range = norm(d);
             const double el = std::asin(dot(d, site.up) / range),
                          az = std::atan2(dot(d, site.east), dot(d, site.north));
@@ -211,7 +211,7 @@ TEST(SkyPositioning, FindsTheAntennaWithTheBroadcastData)
         scenario.lat = c.lat, scenario.lon = c.lon, scenario.height = c.height, scenario.range = c.range;
         const Site site(scenario);
         const auto raw = new_record();
-        feed_scenario(*raw, scenario, [&](const sky::simulator& sim) {
+        feed_scenario(*raw, scenario, [&](const sky::simulator_t& sim) {
             if (sim.done() % 3 != 1) return;
             for (const int systems : {int{SYS_GPS}, int{SYS_GAL}, int{SYS_BDS}, int{SYS_GLO}, sky::kAllSystems}) {
                 const double error = norm(Position(*raw, systems, site) - site.antenna);
@@ -281,7 +281,7 @@ TEST(SkyPositioning, PhasesRunSmoothlyWithTheirDopplerThroughEphemerisChanges)
     const auto raw = new_record();
     std::map<std::pair<int, int>, std::pair<double, double>> before;   // satellite and slot: phase, Doppler
     int compared = 0;
-    feed_scenario(*raw, scenario, [&](const sky::simulator&) {
+    feed_scenario(*raw, scenario, [&](const sky::simulator_t&) {
         for (int i = 0; i < raw->nobs; ++i) {
             const obsd_t& o = raw->obs[i];
             for (int slot = 0; slot < kNumSlots; ++slot) {

@@ -7,11 +7,13 @@
 
 namespace sky {
 
-using fleet_t = std::vector<std::unique_ptr<vehicle>>;
+using fleet_t = std::vector<std::unique_ptr<vehicle_t>>;
+
+namespace {
 
 constexpr double kDegree = kPi / 180.0;
 
-/// Satellites in circular orbits, spread evenly over planes and within each (J. G. Walker, 1984).
+// Satellites in circular orbits, spread evenly over planes and within each (J. G. Walker, 1984).
 struct walker_t {
     int system;
     std::span<const int> prns;   // plane by plane in turn
@@ -20,7 +22,7 @@ struct walker_t {
     double first_node;           // degrees
 };
 
-/// Satellites that turn once a day.
+// Satellites that turn once a day.
 struct geosynchronous_t {
     int system, prn;
     double longitude;               // degrees east, of the track's centre
@@ -28,16 +30,15 @@ struct geosynchronous_t {
     double phase;                   // degrees, argument of latitude at the beginning of the week
 };
 
-static const int kGpsPrns[] = {1,  2,  3,  4,  5,  6,  7,  8,  9,  10, 11, 12, 13, 14, 15, 16,
-                               17, 18, 19, 20, 21, 22, 23, 24, 25, 26, 27, 28, 29, 30, 31};
-static const int kGalileoPrns[] = {1,  2,  3,  4,  5,  6,  7,  8,  9,  10, 11, 12,
-                                   13, 14, 15, 18, 19, 21, 24, 25, 26, 27, 30, 31};
-static const int kBeidou3Prns[] = {19, 20, 21, 22, 23, 24, 25, 26, 27, 28, 29, 30,
-                                   32, 33, 34, 35, 36, 37, 41, 42, 43, 44, 45, 46};
-static const int kBeidou2Prns[] = {11, 12, 14};
+const int kGpsPrns[] = {1,  2,  3,  4,  5,  6,  7,  8,  9,  10, 11, 12, 13, 14, 15, 16,
+                        17, 18, 19, 20, 21, 22, 23, 24, 25, 26, 27, 28, 29, 30, 31};
+const int kGalileoPrns[] = {1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15, 18, 19, 21, 24, 25, 26, 27, 30, 31};
+const int kBeidou3Prns[] = {19, 20, 21, 22, 23, 24, 25, 26, 27, 28, 29, 30,
+                            32, 33, 34, 35, 36, 37, 41, 42, 43, 44, 45, 46};
+const int kBeidou2Prns[] = {11, 12, 14};
 
 // clang-format off
-static const walker_t kWalkers[] = {
+const walker_t kWalkers[] = {
     // system  PRNs  planes, in each  sqrt(A)  inclination, first node
     {SYS_GPS, kGpsPrns,     6, 6, 5153.65, 55.0, 10.0},
     {SYS_GAL, kGalileoPrns, 3, 8, 5440.60, 56.0, 35.0},
@@ -45,7 +46,7 @@ static const walker_t kWalkers[] = {
     {SYS_BDS, kBeidou2Prns, 3, 1, 5282.63, 55.0, 20.0},
 };
 
-static const geosynchronous_t kGeosynchronous[] = {
+const geosynchronous_t kGeosynchronous[] = {
     // system, PRN, longitude, inclination, e, omega, phase
     {SYS_BDS,   1, 140.00,  5.0, 0.0004, 120.0,   0.0},   // geostationary: 5 degrees to the tilted plane
     {SYS_BDS,   2,  80.00,  5.0, 0.0003,  30.0,   0.0},
@@ -72,10 +73,10 @@ struct sbas_t {
     double longitude;   // degrees east
 };
 
-static const sbas_t kSbas[] = {{120, -15.5}, {123, 31.5}, {127, 55.0}, {128, 83.0}, {136, 5.0}, {137, 145.0}};
+const sbas_t kSbas[] = {{120, -15.5}, {123, 31.5}, {127, 55.0}, {128, 83.0}, {136, 5.0}, {137, 145.0}};
 
-/// What differs from satellite to satellite: clock and group delays, all on the grids of the messages.
-static void add_individual_terms(kepler_plan_t& p)
+// What differs from satellite to satellite: clock and group delays, all on the grids of the messages.
+void add_individual_terms(kepler_plan_t& p)
 {
     random_t random(static_cast<unsigned>(p.system) * 256u + static_cast<unsigned>(p.prn));
     const auto spread = [&random](int n) {
@@ -103,15 +104,15 @@ static void add_individual_terms(kepler_plan_t& p)
     p.cis = std::ldexp(spread(100), -29), p.cic = std::ldexp(spread(100), -29);
 }
 
-static void add_kepler(fleet_t& fleet, const time_base_t& base, kepler_plan_t plan)
+void add_kepler(fleet_t& fleet, const time_base_t& base, kepler_plan_t plan)
 {
     plan.sqrtA = on_grid(plan.sqrtA, -19);
     plan.e = on_grid(plan.e, -33);
     add_individual_terms(plan);
-    fleet.push_back(std::make_unique<kepler_vehicle>(base, plan));
+    fleet.push_back(std::make_unique<kepler_vehicle_t>(base, plan));
 }
 
-static void add_walker(fleet_t& fleet, const time_base_t& base, const walker_t& w)
+void add_walker(fleet_t& fleet, const time_base_t& base, const walker_t& w)
 {
     int i = 0;
     for (int prn : w.prns) {
@@ -128,7 +129,7 @@ static void add_walker(fleet_t& fleet, const time_base_t& base, const walker_t& 
     }
 }
 
-static void add_geosynchronous(fleet_t& fleet, const time_base_t& base, const geosynchronous_t& g)
+void add_geosynchronous(fleet_t& fleet, const time_base_t& base, const geosynchronous_t& g)
 {
     kepler_plan_t p{};
     const double rate = earth_rate(g.system);
@@ -144,8 +145,8 @@ static void add_geosynchronous(fleet_t& fleet, const time_base_t& base, const ge
     add_kepler(fleet, base, p);
 }
 
-/// A nearly circular GLONASS orbit, its state on the grid of the message.
-static glonass_state_t glonass_start(int slot, double t)
+// A nearly circular GLONASS orbit, its state on the grid of the message.
+glonass_state_t glonass_start(int slot, double t)
 {
     constexpr double kRadius = 25508e3;   // m
     constexpr double kSpeed = 3952.96;    // m/s, inertial
@@ -153,14 +154,16 @@ static glonass_state_t glonass_start(int slot, double t)
     const int plane = (slot - 1) / 8;
     const sin_cos_t u = sin_cos((45.0 * ((slot - 1) % 8) + 15.0 * plane) * kDegree + kSpeed / kRadius * t);
     const double node = (100.0 + 120.0 * plane) * kDegree - kEarthRate * t;
-    const vec3 p = turn_z({kRadius * u.cos, kRadius * u.sin * incline.cos, kRadius * u.sin * incline.sin}, -node);
-    const vec3 v = turn_z({-kSpeed * u.sin, kSpeed * u.cos * incline.cos, kSpeed * u.cos * incline.sin}, -node);
-    const auto grid = [](const vec3& a, int exponent) {   // km in the message
+    const vec3_t p = turn_z({kRadius * u.cos, kRadius * u.sin * incline.cos, kRadius * u.sin * incline.sin}, -node);
+    const vec3_t v = turn_z({-kSpeed * u.sin, kSpeed * u.cos * incline.cos, kSpeed * u.cos * incline.sin}, -node);
+    const auto grid = [](const vec3_t& a, int exponent) {   // km in the message
         const auto one = [exponent](double x) { return 1000.0 * on_grid(x / 1000.0, exponent); };
-        return vec3{one(a.x), one(a.y), one(a.z)};
+        return vec3_t{one(a.x), one(a.y), one(a.z)};
     };
     return {grid(p, -11), grid({v.x + kEarthRate * p.y, v.y - kEarthRate * p.x, v.z}, -20)};
 }
+
+}   // namespace
 
 fleet_t make_constellation(int systems, const time_base_t& base, double t)
 {
@@ -170,9 +173,9 @@ fleet_t make_constellation(int systems, const time_base_t& base, double t)
     for (const geosynchronous_t& g : kGeosynchronous)
         if ((systems & g.system) != 0) add_geosynchronous(fleet, base, g);
     for (int slot = 1; slot <= 24 && (systems & SYS_GLO) != 0; ++slot)
-        fleet.push_back(std::make_unique<glonass_vehicle>(base, slot, t, glonass_start(slot, t)));
+        fleet.push_back(std::make_unique<glonass_vehicle_t>(base, slot, t, glonass_start(slot, t)));
     for (const sbas_t& s : kSbas)
-        if ((systems & SYS_SBS) != 0) fleet.push_back(std::make_unique<sbas_vehicle>(s.prn, s.longitude * kDegree));
+        if ((systems & SYS_SBS) != 0) fleet.push_back(std::make_unique<sbas_vehicle_t>(s.prn, s.longitude * kDegree));
     for (const auto& v : fleet) v->renew(t);
     return fleet;
 }

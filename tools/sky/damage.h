@@ -15,11 +15,11 @@ struct fault_t {
 };
 
 /// Spreads a number of faults over a log that is made epoch by epoch.
-class damage {
+class damage_t {
 public:
     /// @param faults  how many
     /// @param epochs  of the whole log, at least 1
-    damage(std::int64_t faults, std::int64_t epochs, std::uint64_t seed);
+    damage_t(std::int64_t faults, std::int64_t epochs, std::uint64_t seed);
 
     /// Damages the bytes of the next epoch, of which there must be some.
     ///
@@ -29,10 +29,10 @@ public:
 private:
     std::string strike(bytes_t& out, bytes_t::const_iterator& from, bytes_t::const_iterator end);
 
-    random_t m_random;
-    std::vector<std::int64_t> m_epochs;   // of the faults, the last one first
-    std::int64_t m_epoch = 0;
-    std::int64_t m_offset = 0;   // bytes so far
+    random_t random_;
+    std::vector<std::int64_t> epochs_;   // of the faults, the last one first
+    std::int64_t epoch_ = 0;
+    std::int64_t offset_ = 0;   // bytes so far
 };
 
 }   // namespace sky

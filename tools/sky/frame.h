@@ -33,7 +33,7 @@ public:
     }
     frame_t& text(std::size_t offset, std::string_view value);
 
-    std::uint8_t* body() { return m_bytes.data() + kFrameHeader; }
+    std::uint8_t* body() { return bytes_.data() + kFrameHeader; }
 
     /// Completes header and checksum and appends the frame.
     ///
@@ -44,7 +44,7 @@ public:
 
 private:
     frame_t& put(std::size_t at, std::uint64_t value, int size);
-    bytes_t m_bytes;
+    bytes_t bytes_;
 };
 
 }   // namespace sky

@@ -7,6 +7,8 @@
 
 namespace sky {
 
+namespace {
+
 struct double_field_t {
     std::size_t offset;
     double kepler_set_t::*value;
@@ -15,41 +17,41 @@ struct double_field_t {
 using K = kepler_set_t;
 
 // Orbit of messages 7, 1336 and 1047.
-static const double_field_t kGpsOrbit[] = {
+const double_field_t kGpsOrbit[] = {
     {32, &K::toe}, {40, &K::A},     {48, &K::delta_n}, {56, &K::M0},         {64, &K::e},    {72, &K::omega},
     {80, &K::cuc}, {88, &K::cus},   {96, &K::crc},     {104, &K::crs},       {112, &K::cic}, {120, &K::cis},
     {128, &K::i0}, {136, &K::idot}, {144, &K::omega0}, {152, &K::omega_dot}, {164, &K::toc}, {172, &K::tgd}};
-static const double_field_t kGpsClock[] = {{180, &K::af0}, {188, &K::af1}, {196, &K::af2}};
-static const double_field_t kBeidou2Clock[] = {{180, &K::tgd2}, {188, &K::af0}, {196, &K::af1}, {204, &K::af2}};
+const double_field_t kGpsClock[] = {{180, &K::af0}, {188, &K::af1}, {196, &K::af2}};
+const double_field_t kBeidou2Clock[] = {{180, &K::tgd2}, {188, &K::af0}, {196, &K::af1}, {204, &K::af2}};
 
 // Orbit of message 1309; message 1122 has it 8 bytes further on.
-static const double_field_t kGalileoOrbit[] = {{20, &K::sqrtA}, {28, &K::delta_n}, {36, &K::M0},        {44, &K::e},
-                                               {52, &K::omega}, {60, &K::cuc},     {68, &K::cus},       {76, &K::crc},
-                                               {84, &K::crs},   {92, &K::cic},     {100, &K::cis},      {108, &K::i0},
-                                               {116, &K::idot}, {124, &K::omega0}, {132, &K::omega_dot}};
-static const double_field_t kGalileoInavClock[] = {
+const double_field_t kGalileoOrbit[] = {{20, &K::sqrtA}, {28, &K::delta_n}, {36, &K::M0},        {44, &K::e},
+                                        {52, &K::omega}, {60, &K::cuc},     {68, &K::cus},       {76, &K::crc},
+                                        {84, &K::crs},   {92, &K::cic},     {100, &K::cis},      {108, &K::i0},
+                                        {116, &K::idot}, {124, &K::omega0}, {132, &K::omega_dot}};
+const double_field_t kGalileoInavClock[] = {
     {144, &K::af0}, {152, &K::af1}, {160, &K::af2}, {168, &K::tgd}, {176, &K::tgd2}};
-static const double_field_t kGalileoClocks[] = {{152, &K::fnav_af0}, {160, &K::af1}, {168, &K::af2}, {180, &K::af0},
-                                                {188, &K::af1},      {196, &K::af2}, {204, &K::tgd}, {212, &K::tgd2}};
+const double_field_t kGalileoClocks[] = {{152, &K::fnav_af0}, {160, &K::af1}, {168, &K::af2}, {180, &K::af0},
+                                         {188, &K::af1},      {196, &K::af2}, {204, &K::tgd}, {212, &K::tgd2}};
 
-static const double_field_t kBeidouFields[] = {
-    {20, &K::tgd},     {28, &K::tgd2},       {44, &K::af0},   {52, &K::af1},      {60, &K::af2},
-    {76, &K::sqrtA},   {84, &K::e},          {92, &K::omega}, {100, &K::delta_n}, {108, &K::M0},
-    {116, &K::omega0}, {124, &K::omega_dot}, {132, &K::i0},   {140, &K::idot},    {148, &K::cuc},
-    {156, &K::cus},    {164, &K::crc},       {172, &K::crs},  {180, &K::cic},     {188, &K::cis}};
+const double_field_t kBeidouFields[] = {{20, &K::tgd},      {28, &K::tgd2},  {44, &K::af0},     {52, &K::af1},
+                                        {60, &K::af2},      {76, &K::sqrtA}, {84, &K::e},       {92, &K::omega},
+                                        {100, &K::delta_n}, {108, &K::M0},   {116, &K::omega0}, {124, &K::omega_dot},
+                                        {132, &K::i0},      {140, &K::idot}, {148, &K::cuc},    {156, &K::cus},
+                                        {164, &K::crc},     {172, &K::crs},  {180, &K::cic},    {188, &K::cis}};
 
 constexpr double kAccuracy = 2.0;   // m, index kAccuracyIndex
 constexpr unsigned kSisa = 107;     // Galileo accuracy index of 3.12 m
 constexpr int kBeidouWeek = 1356;   // GPS week in which BeiDou time began
 
-static frame_t& put(frame_t& frame, const K& set, std::span<const double_field_t> fields, std::size_t shift = 0)
+frame_t& put(frame_t& frame, const K& set, std::span<const double_field_t> fields, std::size_t shift = 0)
 {
     for (const double_field_t& f : fields) frame.f64(f.offset + shift, set.*f.value);
     return frame;
 }
 
-/// What messages 7, 1336 and 1047 share.
-static frame_t gps_like(std::uint16_t id, std::size_t body, int prn, const K& set)
+// What messages 7, 1336 and 1047 share.
+frame_t gps_like(std::uint16_t id, std::size_t body, int prn, const K& set)
 {
     frame_t frame(id, body);
     const auto issue = static_cast<std::uint32_t>(set.issue);
@@ -58,10 +60,12 @@ static frame_t gps_like(std::uint16_t id, std::size_t body, int prn, const K& se
     return put(frame, set, kGpsOrbit);
 }
 
-static frame_t with_gps_clock(frame_t frame, const K& set)
+frame_t with_gps_clock(frame_t frame, const K& set)
 {
     return put(frame, set, kGpsClock).u32(204, 1).f64(216, kAccuracy * kAccuracy);   // anti-spoofing on
 }
+
+}   // namespace
 
 frame_t gps_ephemeris(const K& set)
 {
@@ -97,7 +101,7 @@ frame_t glonass_ephemeris(const glonass_set_t& set)
     frame.u8(0, static_cast<unsigned>(set.slot + 37)).u16(2, static_cast<unsigned>(set.channel + 7)).u8(4, 1);
     frame.u16(6, static_cast<unsigned>(set.week)).u32(8, set.ms).u32(12, set.offset);
     frame.u32(20, static_cast<std::uint32_t>(set.issue));
-    const vec3* vectors[] = {&set.state.position, &set.state.velocity, &set.accel};
+    const vec3_t* vectors[] = {&set.state.position, &set.state.velocity, &set.accel};
     for (std::size_t i = 0; i < 3; ++i)
         frame.f64(28 + 24 * i, vectors[i]->x).f64(36 + 24 * i, vectors[i]->y).f64(44 + 24 * i, vectors[i]->z);
     return frame.f64(100, set.taun).f64(108, set.dtaun).f64(116, set.gamn).u32(124, set.frame_time);

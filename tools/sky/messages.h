@@ -20,7 +20,7 @@ struct glonass_set_t {
     std::uint32_t frame_time;   ///< second of the day, GLONASS time
     int issue;                  ///< number of the quarter-hour, 1..95
     glonass_state_t state;
-    vec3 accel;                 ///< m/s^2
+    vec3_t accel;               ///< m/s^2
     double taun, dtaun, gamn;   ///< s, s, relative
 };
 

@@ -4,15 +4,17 @@
 
 namespace sky {
 
+namespace {
+
 constexpr double kMu = 3.986004418e14;   // m^3/s^2
 constexpr double kEquator = 6378136.0;   // m
 constexpr double kJ2 = 1.08262575e-3;
 constexpr double kStep = 60.0;   // s
 
-static glonass_state_t derivative(const glonass_state_t& s, const vec3& accel)
+glonass_state_t derivative(const glonass_state_t& s, const vec3_t& accel)
 {
-    const vec3& p = s.position;
-    const vec3& v = s.velocity;
+    const vec3_t& p = s.position;
+    const vec3_t& v = s.velocity;
     const double r2 = dot(p, p);
     const double central = kMu / (r2 * std::sqrt(r2));
     const double zonal = 1.5 * kJ2 * central * kEquator * kEquator / r2;
@@ -24,12 +26,14 @@ static glonass_state_t derivative(const glonass_state_t& s, const vec3& accel)
              (-central - zonal * (3.0 - polar)) * p.z + accel.z}};
 }
 
-static glonass_state_t moved(const glonass_state_t& s, const glonass_state_t& d, double h)
+glonass_state_t moved(const glonass_state_t& s, const glonass_state_t& d, double h)
 {
     return {s.position + h * d.position, s.velocity + h * d.velocity};
 }
 
-glonass_state_t advance(const glonass_state_t& s, const vec3& accel, double step)
+}   // namespace
+
+glonass_state_t advance(const glonass_state_t& s, const vec3_t& accel, double step)
 {
     const glonass_state_t k1 = derivative(s, accel);
     const glonass_state_t k2 = derivative(moved(s, k1, 0.5 * step), accel);
@@ -40,25 +44,25 @@ glonass_state_t advance(const glonass_state_t& s, const vec3& accel, double step
             s.velocity + h * (k1.velocity + 2.0 * k2.velocity + 2.0 * k3.velocity + k4.velocity)};
 }
 
-glonass_arc::glonass_arc(double reference, const glonass_state_t& state, const vec3& accel)
-    : m_reference(reference), m_accel(accel)
+glonass_arc_t::glonass_arc_t(double reference, const glonass_state_t& state, const vec3_t& accel)
+    : reference_(reference), accel_(accel)
 {
-    m_states[kHalf] = state;
-    for (int i = kHalf; i > 0; --i) m_states[i - 1] = advance(m_states[i], accel, -kStep);
-    for (int i = kHalf; i < 2 * kHalf; ++i) m_states[i + 1] = advance(m_states[i], accel, kStep);
+    states_[kHalf] = state;
+    for (int i = kHalf; i > 0; --i) states_[i - 1] = advance(states_[i], accel, -kStep);
+    for (int i = kHalf; i < 2 * kHalf; ++i) states_[i + 1] = advance(states_[i], accel, kStep);
 }
 
-glonass_state_t glonass_arc::at(double t) const
+glonass_state_t glonass_arc_t::at(double t) const
 {
-    const double minutes = std::floor((t - m_reference) / kStep + 0.5);
+    const double minutes = std::floor((t - reference_) / kStep + 0.5);
     const int i = static_cast<int>(std::clamp(minutes, -1.0 * kHalf, 1.0 * kHalf));
-    return advance(m_states[i + kHalf], m_accel, t - m_reference - i * kStep);
+    return advance(states_[i + kHalf], accel_, t - reference_ - i * kStep);
 }
 
-glonass_state_t glonass_arc::next() const
+glonass_state_t glonass_arc_t::next() const
 {
-    glonass_state_t s = m_states.back();
-    for (int i = 0; i < kHalf; ++i) s = advance(s, m_accel, kStep);
+    glonass_state_t s = states_.back();
+    for (int i = 0; i < kHalf; ++i) s = advance(s, accel_, kStep);
     return s;
 }
 

@@ -9,8 +9,8 @@
 namespace sky {
 
 struct glonass_state_t {
-    vec3 position;   ///< m
-    vec3 velocity;   ///< m/s
+    vec3_t position;   ///< m
+    vec3_t velocity;   ///< m/s
 };
 
 /// State a time step later.
@@ -20,12 +20,12 @@ struct glonass_state_t {
 /// @param step   time step (s), of either sign; one minute keeps the error below a millimetre
 /// @note GLONASS interface control document 5.1, appendix A.3.1.2: fourth-order Runge-Kutta over central
 ///       gravity, second zonal harmonic and the rotation of the frame.
-glonass_state_t advance(const glonass_state_t& state, const vec3& accel, double step);
+glonass_state_t advance(const glonass_state_t& state, const vec3_t& accel, double step);
 
 /// States every minute through the half hour around a reference time.
-class glonass_arc {
+class glonass_arc_t {
 public:
-    glonass_arc(double reference, const glonass_state_t& state, const vec3& accel);
+    glonass_arc_t(double reference, const glonass_state_t& state, const vec3_t& accel);
 
     /// State at a time within 15 minutes (and a little) of the reference time.
     glonass_state_t at(double t) const;
@@ -33,15 +33,15 @@ public:
     /// State at the next reference time, half an hour later.
     glonass_state_t next() const;
 
-    double reference() const { return m_reference; }
-    const glonass_state_t& state() const { return m_states[kHalf]; }
-    const vec3& accel() const { return m_accel; }
+    double reference() const { return reference_; }
+    const glonass_state_t& state() const { return states_[kHalf]; }
+    const vec3_t& accel() const { return accel_; }
 
 private:
     static constexpr int kHalf = 15;
-    double m_reference;
-    vec3 m_accel;
-    std::array<glonass_state_t, 2 * kHalf + 1> m_states;
+    double reference_;
+    vec3_t accel_;
+    std::array<glonass_state_t, 2 * kHalf + 1> states_;
 };
 
 }   // namespace sky

@@ -4,7 +4,11 @@
 
 namespace sky {
 
+namespace {
+
 constexpr double kTilt = -5.0 * kPi / 180.0;   // of the plane that BeiDou's geostationary orbits refer to
+
+}   // namespace
 
 bool is_beidou_geo(int system, int prn)
 {
@@ -21,7 +25,9 @@ double earth_rate(int system)
     return system == SYS_BDS ? 7.2921150e-5 : kEarthRate;
 }
 
-static double eccentric_anomaly(double M, double e)
+namespace {
+
+double eccentric_anomaly(double M, double e)
 {
     double E = M;
     for (int i = 0; i < 10; ++i) {
@@ -32,6 +38,8 @@ static double eccentric_anomaly(double M, double e)
     }
     return E;
 }
+
+}   // namespace
 
 orbit_point_t evaluate(const kepler_set_t& set, double t)
 {
@@ -58,7 +66,7 @@ orbit_point_t evaluate(const kepler_set_t& set, double t)
 
     const bool geo = is_beidou_geo(set.system, set.prn);
     const sin_cos_t node = sin_cos(set.omega0 + (geo ? set.omega_dot : set.omega_dot - rate) * tk - rate * set.toe);
-    vec3 p = {x * node.cos - y * i.cos * node.sin, x * node.sin + y * i.cos * node.cos, y * i.sin};
+    vec3_t p = {x * node.cos - y * i.cos * node.sin, x * node.sin + y * i.cos * node.cos, y * i.sin};
     if (geo) {
         const sin_cos_t tilt = sin_cos(kTilt);
         p = {p.x, tilt.cos * p.y + tilt.sin * p.z, tilt.cos * p.z - tilt.sin * p.y};

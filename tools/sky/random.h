@@ -10,11 +10,11 @@ namespace sky {
 /// @note SplitMix64: Steele, Lea, Flood, Fast splittable pseudorandom number generators, 2014.
 class random_t {
 public:
-    explicit random_t(std::uint64_t seed) : m_state(seed) {}
+    explicit random_t(std::uint64_t seed) : state_(seed) {}
 
     std::uint64_t bits()
     {
-        std::uint64_t z = m_state += 0x9E3779B97F4A7C15u;
+        std::uint64_t z = state_ += 0x9E3779B97F4A7C15u;
         z = (z ^ (z >> 30)) * 0xBF58476D1CE4E5B9u;
         z = (z ^ (z >> 27)) * 0x94D049BB133111EBu;
         return z ^ (z >> 31);
@@ -36,7 +36,7 @@ public:
     }
 
 private:
-    std::uint64_t m_state;
+    std::uint64_t state_;
 };
 
 }   // namespace sky

@@ -5,8 +5,10 @@
 
 namespace sky {
 
-/// 44 bytes: all values as they are.
-static void put_full(frame_t& frame, std::size_t at, const range_t& r)
+namespace {
+
+// 44 bytes: all values as they are.
+void put_full(frame_t& frame, std::size_t at, const range_t& r)
 {
     frame.u16(at, static_cast<unsigned>(r.prn)).u16(at + 2, static_cast<unsigned>(r.channel + 7));
     frame.f64(at + 4, r.pseudorange).f32(at + 12, 0.3f);
@@ -15,8 +17,8 @@ static void put_full(frame_t& frame, std::size_t at, const range_t& r)
     frame.f32(at + 36, static_cast<float>(r.lock_time)).u32(at + 40, r.status);
 }
 
-/// 24 bytes: fixed-point values that share bytes, the phase without its multiples of 2^24 cycles.
-static void put_compressed(frame_t& frame, std::size_t at, const range_t& r)
+// 24 bytes: fixed-point values that share bytes, the phase without its multiples of 2^24 cycles.
+void put_compressed(frame_t& frame, std::size_t at, const range_t& r)
 {
     const auto doppler = static_cast<std::uint64_t>(std::llround(r.doppler * 256.0)) & 0xFFFFFFF;
     const auto range = static_cast<std::uint64_t>(std::llround(r.pseudorange * 128.0)) & 0xFFFFFFFFF;
@@ -35,6 +37,8 @@ struct layout_t {
     std::size_t record;
     void (*put)(frame_t&, std::size_t, const range_t&);
 };
+
+}   // namespace
 
 void append_ranges(bytes_t& log, range_form_t form, std::span<const range_t> ranges, int week, std::int64_t ms)
 {

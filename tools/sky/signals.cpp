@@ -4,6 +4,8 @@
 
 namespace sky {
 
+namespace {
+
 constexpr double kL1 = kFrequencyL1;
 constexpr double kL2 = 1227.60e6;
 constexpr double kL5 = 1176.45e6;
@@ -13,7 +15,7 @@ constexpr double kE6 = 1278.75e6;
 constexpr double kB1 = 1561.098e6;
 constexpr double kB3 = 1268.52e6;
 
-/// Group delays grow with the inverse square of the frequency.
+// Group delays grow with the inverse square of the frequency.
 constexpr double gamma(double f)
 {
     return (kL1 / f) * (kL1 / f);
@@ -26,7 +28,7 @@ enum { kAll = 0b1111, k0 = 0b0001, k1 = 0b0010, k2 = 0b0100, k3 = 0b1000 };
 // remains for E5a follows from the F/NAV clock describing the same satellite. BeiDou: the clock belongs to B3;
 // PRN 1..5 are geostationary, up to 10 inclined, up to 16 the rest of the second generation.
 // clang-format off
-static const signal_t kSignals[] = {
+const signal_t kSignals[] = {
     // system  type frequency step     delay1                delay2                  PRNs
     {SYS_GPS,  0, kL1,      0,       1,                    0,                      1,  32,  kAll},
     {SYS_GPS,  5, kL2,      0,       gamma(kL2),           0,                      1,  32,  k2},
@@ -60,6 +62,8 @@ static const signal_t kSignals[] = {
 };
 // clang-format on
 
+}   // namespace
+
 std::span<const signal_t> signals()
 {
     return kSignals;
@@ -71,7 +75,9 @@ bool sent_by(const signal_t& signal, int system, int prn)
            (signal.remainders >> prn % 4 & 1) != 0;
 }
 
-static std::uint32_t status_system(int system)
+namespace {
+
+std::uint32_t status_system(int system)
 {
     switch (system) {
         case SYS_GLO:
@@ -88,6 +94,8 @@ static std::uint32_t status_system(int system)
             return 0;
     }
 }
+
+}   // namespace
 
 std::uint32_t tracking_status(const signal_t& signal, int channel)
 {

@@ -6,15 +6,19 @@
 
 namespace sky {
 
+namespace {
+
 constexpr double kDegree = kPi / 180.0;
 
 // The receiver clock: offset from GPS time at t = 0 and drift.
 constexpr double kClockOffset = 1e-4;   // s
 constexpr double kClockDrift = 5e-10;
 
-/// Reception of one satellite.
-struct simulator::track_t {
-    const vehicle* sent_by;
+}   // namespace
+
+// Reception of one satellite.
+struct simulator_t::track_t {
+    const vehicle_t* sent_by;
     bool visible = false;
     double locked_since = 0.0;
     std::uint64_t lock = 0;   // seeds the phase ambiguities of this lock
@@ -26,9 +30,11 @@ struct simulator::track_t {
     double ionosphere = 0.0;   // at L1, m
 };
 
-simulator::~simulator() = default;
+simulator_t::~simulator_t() = default;
 
-static int leap_seconds(int week, double tow)
+namespace {
+
+int leap_seconds(int week, double tow)
 {
     const unsigned short kept = g_curleap;   // the conversion moves the process-wide count
     auto w = static_cast<unsigned short>(week);
@@ -37,38 +43,42 @@ static int leap_seconds(int week, double tow)
     return static_cast<int>(std::lround(leap));
 }
 
-static std::int64_t epoch_interval(double rate)
+std::int64_t epoch_interval(double rate)
 {
     return rate < 1.0 ? 1000 * std::llround(1.0 / rate) : std::llround(1000.0 / rate);
 }
 
-simulator::simulator(const scenario_t& s)
-    : m_scenario(s),
-      m_base{s.week, leap_seconds(s.week, s.tow)},
-      m_interval(epoch_interval(s.rate)),
-      m_epochs(std::max<std::int64_t>(1, (std::llround(s.duration * 1000.0) + m_interval - 1) / m_interval)),
-      m_vehicles(make_constellation(s.systems, m_base, s.tow)),
-      m_random(s.seed)
+}   // namespace
+
+simulator_t::simulator_t(const scenario_t& s)
+    : scenario_(s),
+      base_{s.week, leap_seconds(s.week, s.tow)},
+      interval_(epoch_interval(s.rate)),
+      epochs_(std::max<std::int64_t>(1, (std::llround(s.duration * 1000.0) + interval_ - 1) / interval_)),
+      vehicles_(make_constellation(s.systems, base_, s.tow)),
+      random_(s.seed)
 {
     const sin_cos_t lat = sin_cos(s.lat * kDegree), lon = sin_cos(s.lon * kDegree);
     const double geodetic[] = {s.lat * kDegree, s.lon * kDegree, s.height};
-    m_sine_of_mask = sin_cos(s.mask * kDegree).sin;
-    m_fix = {s.lat, s.lon, s.height, {}, 0};
-    pos2ecef(geodetic, m_fix.ecef);
-    m_antenna = {m_fix.ecef[0], m_fix.ecef[1], m_fix.ecef[2]};
-    m_east = {-lon.sin, lon.cos, 0.0};
-    m_north = {-lat.sin * lon.cos, -lat.sin * lon.sin, lat.cos};
-    m_up = {lat.cos * lon.cos, lat.cos * lon.sin, lat.sin};
-    for (const auto& v : m_vehicles) m_tracks.push_back(track_t{v.get()});
+    sine_of_mask_ = sin_cos(s.mask * kDegree).sin;
+    fix_ = {s.lat, s.lon, s.height, {}, 0};
+    pos2ecef(geodetic, fix_.ecef);
+    antenna_ = {fix_.ecef[0], fix_.ecef[1], fix_.ecef[2]};
+    east_ = {-lon.sin, lon.cos, 0.0};
+    north_ = {-lat.sin * lon.cos, -lat.sin * lon.sin, lat.cos};
+    up_ = {lat.cos * lon.cos, lat.cos * lon.sin, lat.sin};
+    for (const auto& v : vehicles_) tracks_.push_back(track_t{v.get()});
 }
 
-static double receiver_clock(double t)
+namespace {
+
+double receiver_clock(double t)
 {
     return kClockOffset + kClockDrift * t;
 }
 
-/// The satellite when it sent what arrives at t, in the Earth-fixed axes of the arrival (Sagnac effect).
-static orbit_point_t sent_before(const vehicle& v, const vec3& antenna, double t)
+// The satellite when it sent what arrives at t, in the Earth-fixed axes of the arrival (Sagnac effect).
+orbit_point_t sent_before(const vehicle_t& v, const vec3_t& antenna, double t)
 {
     orbit_point_t s{};
     double travel = 0.08;           // s
@@ -80,34 +90,36 @@ static orbit_point_t sent_before(const vehicle& v, const vec3& antenna, double t
     return s;
 }
 
-/// Finds the satellite, and whether it stands above the mask.
-void simulator::look(track_t& track) const
+}   // namespace
+
+// Finds the satellite, and whether it stands above the mask.
+void simulator_t::look(track_t& track) const
 {
-    const vehicle& v = *track.sent_by;
-    const double true_time = m_t - receiver_clock(m_t);
-    const orbit_point_t s = sent_before(v, m_antenna, true_time);
-    const vec3 line = s.position - m_antenna;
+    const vehicle_t& v = *track.sent_by;
+    const double true_time = t_ - receiver_clock(t_);
+    const orbit_point_t s = sent_before(v, antenna_, true_time);
+    const vec3_t line = s.position - antenna_;
     const double range = norm(line);
-    const double sine = dot(line, m_up) / range;
-    track.visible = sine >= m_sine_of_mask;
+    const double sine = dot(line, up_) / range;
+    track.visible = sine >= sine_of_mask_;
     if (!track.visible) return;
 
-    const double east = dot(line, m_east), north = dot(line, m_north), flat = std::sqrt(east * east + north * north);
+    const double east = dot(line, east_), north = dot(line, north_), flat = std::sqrt(east * east + north * north);
     track.to = {sine, std::asin(sine), flat > 0.0 ? east / flat : 0.0, flat > 0.0 ? north / flat : 1.0};
-    track.ionosphere = ionosphere_delay(m_scenario.lat * kDegree, m_scenario.lon * kDegree, track.to, m_now.seconds);
-    track.range = range + kLightSpeed * (receiver_clock(m_t) - s.clock) +
-                  troposphere_delay(m_scenario.lat * kDegree, m_scenario.height, sine);
-    const orbit_point_t before = sent_before(v, m_antenna, true_time - 0.5);
-    const orbit_point_t after = sent_before(v, m_antenna, true_time + 0.5);
-    track.range_rate = norm(after.position - m_antenna) - norm(before.position - m_antenna) +
+    track.ionosphere = ionosphere_delay(scenario_.lat * kDegree, scenario_.lon * kDegree, track.to, now_.seconds);
+    track.range = range + kLightSpeed * (receiver_clock(t_) - s.clock) +
+                  troposphere_delay(scenario_.lat * kDegree, scenario_.height, sine);
+    const orbit_point_t before = sent_before(v, antenna_, true_time - 0.5);
+    const orbit_point_t after = sent_before(v, antenna_, true_time + 0.5);
+    track.range_rate = norm(after.position - antenna_) - norm(before.position - antenna_) +
                        kLightSpeed * (kClockDrift - (after.clock - before.clock));
 }
 
-/// Measures all signals of a visible satellite.
-void simulator::measure(const track_t& track)
+// Measures all signals of a visible satellite.
+void simulator_t::measure(const track_t& track)
 {
-    const vehicle& v = *track.sent_by;
-    const int channel = static_cast<int>(&track - m_tracks.data());
+    const vehicle_t& v = *track.sent_by;
+    const int channel = static_cast<int>(&track - tracks_.data());
     random_t ambiguity(track.lock);
     for (const signal_t& signal : signals()) {
         if (!sent_by(signal, v.system(), v.prn())) continue;
@@ -117,45 +129,45 @@ void simulator::measure(const track_t& track)
         const double turns = static_cast<double>(ambiguity.below(100001)) - 50000.0;
         range_t r{};
         r.prn = v.prn(), r.channel = v.channel();
-        r.pseudorange = track.range + delay + kLightSpeed * v.delay(signal) + m_scenario.code_noise * m_random.normal();
-        r.phase = (track.range - delay) / wavelength + turns + m_scenario.phase_noise * m_random.normal();
+        r.pseudorange = track.range + delay + kLightSpeed * v.delay(signal) + scenario_.code_noise * random_.normal();
+        r.phase = (track.range - delay) / wavelength + turns + scenario_.phase_noise * random_.normal();
         r.doppler = -track.range_rate / wavelength;
-        r.cn0 = 36.0 + 15.0 * track.to.sin_elevation - (frequency < 1.3e9 ? 2.0 : 0.0) + 0.3 * m_random.normal();
-        r.lock_time = m_t - track.locked_since;
+        r.cn0 = 36.0 + 15.0 * track.to.sin_elevation - (frequency < 1.3e9 ? 2.0 : 0.0) + 0.3 * random_.normal();
+        r.lock_time = t_ - track.locked_since;
         r.status = tracking_status(signal, channel);
-        m_ranges.push_back(r);
+        ranges_.push_back(r);
     }
 }
 
-void simulator::observe()
+void simulator_t::observe()
 {
-    m_ranges.clear();
-    for (track_t& track : m_tracks) {
+    ranges_.clear();
+    for (track_t& track : tracks_) {
         const bool tracked = track.visible;
         look(track);
         if (!track.visible) continue;
-        if (!tracked) track.locked_since = m_t, track.lock = m_random.bits();
+        if (!tracked) track.locked_since = t_, track.lock = random_.bits();
         measure(track);
     }
 }
 
-void simulator::append(bytes_t& log, frame_t frame) const
+void simulator_t::append(bytes_t& log, frame_t frame) const
 {
-    frame.append_to(log, m_now.week, std::llround(m_now.seconds * 1000.0));
+    frame.append_to(log, now_.week, std::llround(now_.seconds * 1000.0));
 }
 
-/// True at the first epoch, and at the first one of each period (s) from there on.
-bool simulator::due(std::int64_t period) const
+// True at the first epoch, and at the first one of each period (s) from there on.
+bool simulator_t::due(std::int64_t period) const
 {
     const std::int64_t ms = 1000 * period;
-    return m_done == 0 || m_done * m_interval / ms != (m_done - 1) * m_interval / ms;
+    return done_ == 0 || done_ * interval_ / ms != (done_ - 1) * interval_ / ms;
 }
 
-std::vector<visible_t> simulator::visible_satellites() const
+std::vector<visible_t> simulator_t::visible_satellites() const
 {
     const auto hundredths = [](double angle) { return std::round(angle / kDegree * 100.0) / 100.0; };
     std::vector<visible_t> seen;
-    for (const track_t& track : m_tracks) {
+    for (const track_t& track : tracks_) {
         if (!track.visible) continue;
         const double azimuth = std::atan2(track.to.sin_azimuth, track.to.cos_azimuth);
         seen.push_back({track.sent_by->prn(), hundredths(track.to.elevation), hundredths(azimuth),
@@ -164,54 +176,54 @@ std::vector<visible_t> simulator::visible_satellites() const
     return seen;
 }
 
-void simulator::append_station_messages(bytes_t& log)
+void simulator_t::append_station_messages(bytes_t& log)
 {
-    m_fix.satellites = static_cast<int>(std::ranges::count_if(m_tracks, &track_t::visible));
+    fix_.satellites = static_cast<int>(std::ranges::count_if(tracks_, &track_t::visible));
     if (due(600)) {
         append(log, receiver_version());
         append(log, antenna_type());
     }
-    if (due(300)) append(log, ionosphere_utc(m_now.week, m_base.leap_seconds));
+    if (due(300)) append(log, ionosphere_utc(now_.week, base_.leap_seconds));
     if (due(10)) {
-        append(log, geodetic_position(m_fix));
-        append(log, ecef_position(m_fix));
+        append(log, geodetic_position(fix_));
+        append(log, ecef_position(fix_));
     }
     if (due(60)) append(log, visibility(visible_satellites()));
     if (due(45)) append(log, foreign_message());
-    if (m_done > 0 && due(97)) append(log, mark_time(m_now.week, std::max(0.0, m_now.seconds - 0.0125)));
-    if (m_done > 0 && m_stops < 4 && due(120)) append(log, stop_and_go(++m_stops % 2, m_fix));
+    if (done_ > 0 && due(97)) append(log, mark_time(now_.week, std::max(0.0, now_.seconds - 0.0125)));
+    if (done_ > 0 && stops_ < 4 && due(120)) append(log, stop_and_go(++stops_ % 2, fix_));
 }
 
-void simulator::append_ephemerides(bytes_t& log)
+void simulator_t::append_ephemerides(bytes_t& log)
 {
-    for (track_t& track : m_tracks) {
+    for (track_t& track : tracks_) {
         if (!track.visible) continue;
         const double reference = track.sent_by->reference();
-        if (reference == track.set_reference && m_t < track.set_sent + m_scenario.ephemeris_interval) continue;
-        append(log, track.sent_by->ephemeris(m_t));
+        if (reference == track.set_reference && t_ < track.set_sent + scenario_.ephemeris_interval) continue;
+        append(log, track.sent_by->ephemeris(t_));
         track.set_reference = reference;
-        track.set_sent = m_t;
+        track.set_sent = t_;
     }
 }
 
-bool simulator::next(bytes_t& log)
+bool simulator_t::next(bytes_t& log)
 {
-    if (m_done >= m_epochs) return false;
-    const std::int64_t start = std::llround(m_scenario.tow * 1000.0);
-    m_t = static_cast<double>(start + m_done * m_interval) / 1000.0;
-    m_now = split(m_base, m_t);
-    for (const auto& v : m_vehicles) v->renew(m_t);
+    if (done_ >= epochs_) return false;
+    const std::int64_t start = std::llround(scenario_.tow * 1000.0);
+    t_ = static_cast<double>(start + done_ * interval_) / 1000.0;
+    now_ = split(base_, t_);
+    for (const auto& v : vehicles_) v->renew(t_);
     observe();
     append_station_messages(log);
     append_ephemerides(log);
-    append_ranges(log, m_scenario.range, m_ranges, m_now.week, std::llround(m_now.seconds * 1000.0));
-    ++m_done;
+    append_ranges(log, scenario_.range, ranges_, now_.week, std::llround(now_.seconds * 1000.0));
+    ++done_;
     return true;
 }
 
 bytes_t make_log(const scenario_t& scenario)
 {
-    simulator sim(scenario);
+    simulator_t sim(scenario);
     bytes_t log;
     while (sim.next(log)) {
     }

@@ -37,19 +37,19 @@ constexpr int kFirstWeek = 1513;
 constexpr int kLastWeek = 65000;
 
 /// Makes the log of a scenario. Memory does not grow with its duration.
-class simulator {
+class simulator_t {
 public:
-    explicit simulator(const scenario_t& scenario);
-    ~simulator();
+    explicit simulator_t(const scenario_t& scenario);
+    ~simulator_t();
 
     /// Appends the messages of the next epoch.
     ///
     /// @return false, with nothing appended, when the duration is over
     bool next(bytes_t& log);
 
-    std::int64_t epochs() const { return m_epochs; }   ///< of the whole scenario
-    std::int64_t done() const { return m_done; }       ///< made so far
-    const std::vector<std::unique_ptr<vehicle>>& vehicles() const { return m_vehicles; }
+    std::int64_t epochs() const { return epochs_; }   ///< of the whole scenario
+    std::int64_t done() const { return done_; }       ///< made so far
+    const std::vector<std::unique_ptr<vehicle_t>>& vehicles() const { return vehicles_; }
 
 private:
     struct track_t;
@@ -63,20 +63,20 @@ private:
     void append(bytes_t& log, frame_t frame) const;
     bool due(std::int64_t period) const;
 
-    scenario_t m_scenario;
-    time_base_t m_base;
-    std::int64_t m_interval;   // ms
-    std::int64_t m_epochs, m_done = 0;
-    double m_t = 0.0;       // epoch
-    unsigned m_stops = 0;   // stop-and-go messages sent
-    week_time_t m_now{};
-    double m_sine_of_mask = 0.0;
-    fix_t m_fix{};
-    vec3 m_antenna{}, m_east{}, m_north{}, m_up{};
-    std::vector<std::unique_ptr<vehicle>> m_vehicles;
-    std::vector<track_t> m_tracks;   // one per vehicle
-    std::vector<range_t> m_ranges;   // of the epoch
-    random_t m_random;
+    scenario_t scenario_;
+    time_base_t base_;
+    std::int64_t interval_;   // ms
+    std::int64_t epochs_, done_ = 0;
+    double t_ = 0.0;       // epoch
+    unsigned stops_ = 0;   // stop-and-go messages sent
+    week_time_t now_{};
+    double sine_of_mask_ = 0.0;
+    fix_t fix_{};
+    vec3_t antenna_{}, east_{}, north_{}, up_{};
+    std::vector<std::unique_ptr<vehicle_t>> vehicles_;
+    std::vector<track_t> tracks_;   // one per vehicle
+    std::vector<range_t> ranges_;   // of the epoch
+    random_t random_;
 };
 
 /// The whole log of a scenario, for short ones.

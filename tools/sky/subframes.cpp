@@ -6,6 +6,8 @@
 
 namespace sky {
 
+namespace {
+
 struct field_t {
     int subframe;
     int bit, bits;   // within the subframe's 240 bits
@@ -15,7 +17,7 @@ struct field_t {
 };
 
 // clang-format off
-static const field_t kFields[] = {
+const field_t kFields[] = {
     // subframe, bit, bits, value,         exponent, angle
     {1, 160,  8, &kepler_set_t::tgd,       -31, false},
     {1, 176, 16, &kepler_set_t::toc,         4, false},
@@ -40,6 +42,8 @@ static const field_t kFields[] = {
     {3, 224, 14, &kepler_set_t::idot,      -43, true},
 };
 // clang-format on
+
+}   // namespace
 
 double on_grid(double value, int exponent)
 {

@@ -4,7 +4,9 @@
 
 namespace sky {
 
-static double sin_near_zero(double x)
+namespace {
+
+double sin_near_zero(double x)
 {
     const double z = x * x;
     const double p =
@@ -14,7 +16,7 @@ static double sin_near_zero(double x)
     return x + x * z * (-1.66666666666666324348e-01 + z * p);
 }
 
-static double cos_near_zero(double x)
+double cos_near_zero(double x)
 {
     const double z = x * x;
     const double p = 4.16666666666666019037e-02 +
@@ -24,6 +26,8 @@ static double cos_near_zero(double x)
                                     z * (2.08757232129817482790e-09 - z * 1.13596475577881948265e-11))));
     return 1.0 - (0.5 * z - z * z * p);
 }
+
+}   // namespace
 
 sin_cos_t sin_cos(double x)
 {

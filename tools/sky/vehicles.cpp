@@ -5,8 +5,12 @@
 
 namespace sky {
 
+namespace {
+
 constexpr double kWeek = 604800.0;   // s
 constexpr double kDay = 86400.0;     // s
+
+}   // namespace
 
 week_time_t split(const time_base_t& base, double t)
 {
@@ -14,7 +18,9 @@ week_time_t split(const time_base_t& base, double t)
     return {base.week + static_cast<int>(weeks), t - weeks * kWeek};
 }
 
-/// How the systems time their data sets.
+namespace {
+
+// How the systems time their data sets.
 struct issue_plan_t {
     double interval;      // s
     int ahead;            // sets by which the reference time lies in the future
@@ -23,7 +29,7 @@ struct issue_plan_t {
     int clock_exponent;   // of the clock bias in the message
 };
 
-static const issue_plan_t& issue_plan(int system)
+const issue_plan_t& issue_plan(int system)
 {
     static const issue_plan_t kGps = {7200, 1, 0, 240, -31};
     static const issue_plan_t kQzss = {3600, 1, 0, 240, -31};
@@ -41,16 +47,18 @@ static const issue_plan_t& issue_plan(int system)
     }
 }
 
-kepler_vehicle::kepler_vehicle(const time_base_t& base, const kepler_plan_t& plan)
-    : vehicle(plan.system, plan.prn, 0), m_base(base), m_plan(plan)
+}   // namespace
+
+kepler_vehicle_t::kepler_vehicle_t(const time_base_t& base, const kepler_plan_t& plan)
+    : vehicle_t(plan.system, plan.prn, 0), base_(base), plan_(plan)
 {
-    m_delay[0] = plan.tgd;
-    m_delay[1] = plan.tgd2;
+    delay_[0] = plan.tgd;
+    delay_[1] = plan.tgd2;
 }
 
-kepler_set_t kepler_vehicle::exact(double t, const week_time_t& toe) const
+kepler_set_t kepler_vehicle_t::exact(double t, const week_time_t& toe) const
 {
-    const kepler_plan_t& p = m_plan;
+    const kepler_plan_t& p = plan_;
     const double A = p.sqrtA * p.sqrtA;
     const double n = std::sqrt(gravity(p.system) / (A * A * A)) + p.delta_n;
     const double rate = earth_rate(p.system);
@@ -77,133 +85,141 @@ kepler_set_t kepler_vehicle::exact(double t, const week_time_t& toe) const
     return s;
 }
 
-void kepler_vehicle::renew(double t)
+void kepler_vehicle_t::renew(double t)
 {
     const issue_plan_t& plan = issue_plan(system());
     const double count = std::floor((t - plan.behind_gps) / plan.interval) + plan.ahead;
     const double toe = count * plan.interval;   // system time
-    if (m_exact.A > 0.0 && m_exact.t_toe == toe + plan.behind_gps) return;
-    m_exact = exact(toe + plan.behind_gps, split(m_base, toe));
-    m_exact.issue = static_cast<int>(m_exact.toe / plan.interval) % plan.numbers;
-    m_broadcast = m_exact;
+    if (exact_.A > 0.0 && exact_.t_toe == toe + plan.behind_gps) return;
+    exact_ = exact(toe + plan.behind_gps, split(base_, toe));
+    exact_.issue = static_cast<int>(exact_.toe / plan.interval) % plan.numbers;
+    broadcast_ = exact_;
     for (double kepler_set_t::*angle :
          {&kepler_set_t::M0, &kepler_set_t::omega0, &kepler_set_t::omega, &kepler_set_t::i0})
-        m_broadcast.*angle = angle_on_grid(m_exact.*angle, -31);
-    m_broadcast.af0 = on_grid(m_exact.af0, plan.clock_exponent);
-    m_broadcast.fnav_af0 = m_broadcast.af0 + m_broadcast.tgd - m_broadcast.tgd2;
+        broadcast_.*angle = angle_on_grid(exact_.*angle, -31);
+    broadcast_.af0 = on_grid(exact_.af0, plan.clock_exponent);
+    broadcast_.fnav_af0 = broadcast_.af0 + broadcast_.tgd - broadcast_.tgd2;
 }
 
-frame_t kepler_vehicle::ephemeris(double t) const
+frame_t kepler_vehicle_t::ephemeris(double t) const
 {
-    const week_time_t now = split(m_base, t);
+    const week_time_t now = split(base_, t);
     switch (system()) {   // every kind of message is used by some of the satellites
         case SYS_GAL:
-            return prn() % 2 == 1 ? galileo_ephemeris(m_broadcast) : galileo_inav_ephemeris(m_broadcast);
+            return prn() % 2 == 1 ? galileo_ephemeris(broadcast_) : galileo_inav_ephemeris(broadcast_);
         case SYS_BDS:
-            return prn() % 3 == 0 ? beidou_ephemeris2(m_broadcast) : beidou_ephemeris(m_broadcast);
+            return prn() % 3 == 0 ? beidou_ephemeris2(broadcast_) : beidou_ephemeris(broadcast_);
         case SYS_QZS:
-            return prn() == 195 ? gps_ephemeris(m_broadcast) : qzss_ephemeris(m_broadcast);
+            return prn() == 195 ? gps_ephemeris(broadcast_) : qzss_ephemeris(broadcast_);
         default:
-            return prn() % 3 == 0 ? gps_subframes(m_broadcast, now.week, now.seconds) : gps_ephemeris(m_broadcast);
+            return prn() % 3 == 0 ? gps_subframes(broadcast_, now.week, now.seconds) : gps_ephemeris(broadcast_);
     }
 }
+
+namespace {
 
 constexpr double kGlonassInterval = 1800.0;   // s
 constexpr double kGlonassFirst = 900.0;       // s after the hour, UTC
 constexpr double kMoscow = 10800.0;           // GLONASS time - UTC, s
 
-static double glonass_reference(const time_base_t& base, double t)
+double glonass_reference(const time_base_t& base, double t)
 {
     const double utc = t - base.leap_seconds;
     return kGlonassInterval * std::floor(utc / kGlonassInterval) + kGlonassFirst + base.leap_seconds;
 }
 
 // Default frequency channels of slots 1..24.
-static constexpr int kChannels[] = {1, -4, 5, 6, 1, -4, 5, 6, -2, -7, 0, -1, -2, -7, 0, -1, 4, -3, 3, 2, 4, -3, 3, 2};
+constexpr int kChannels[] = {1, -4, 5, 6, 1, -4, 5, 6, -2, -7, 0, -1, -2, -7, 0, -1, 4, -3, 3, 2, 4, -3, 3, 2};
 
-static vec3 luni_solar(int slot)
+vec3_t luni_solar(int slot)
 {
     const auto step = [](int k) { return std::ldexp(k % 3 - 1, -30) * 1000.0; };   // km/s^2 in the message
     return {step(slot), step(slot / 3), step(slot / 9)};
 }
 
-glonass_vehicle::glonass_vehicle(const time_base_t& base, int slot, double t, const glonass_state_t& state)
-    : vehicle(SYS_GLO, slot + 37, kChannels[slot - 1]),
-      m_base(base),
-      m_arc(glonass_reference(base, t), state, luni_solar(slot))
+}   // namespace
+
+glonass_vehicle_t::glonass_vehicle_t(const time_base_t& base, int slot, double t, const glonass_state_t& state)
+    : vehicle_t(SYS_GLO, slot + 37, kChannels[slot - 1]),
+      base_(base),
+      arc_(glonass_reference(base, t), state, luni_solar(slot))
 {
     random_t random(SYS_GLO * 256u + static_cast<unsigned>(slot));
-    m_af0 = std::ldexp(static_cast<double>(random.below(400000)) - 200000.0, -30);   // up to 0.2 ms
-    m_af1 = std::ldexp(static_cast<double>(random.below(9)) - 4.0, -40);
-    m_delay[0] = std::ldexp(static_cast<double>(random.below(11)) - 5.0, -30);
+    af0_ = std::ldexp(static_cast<double>(random.below(400000)) - 200000.0, -30);   // up to 0.2 ms
+    af1_ = std::ldexp(static_cast<double>(random.below(9)) - 4.0, -40);
+    delay_[0] = std::ldexp(static_cast<double>(random.below(11)) - 5.0, -30);
 }
 
-void glonass_vehicle::renew(double t)
+void glonass_vehicle_t::renew(double t)
 {
-    while (m_arc.reference() < glonass_reference(m_base, t))
-        m_arc = glonass_arc(m_arc.reference() + kGlonassInterval, m_arc.next(), m_arc.accel());
+    while (arc_.reference() < glonass_reference(base_, t))
+        arc_ = glonass_arc_t(arc_.reference() + kGlonassInterval, arc_.next(), arc_.accel());
 }
 
-orbit_point_t glonass_vehicle::at(double t) const
+orbit_point_t glonass_vehicle_t::at(double t) const
 {
-    return {m_arc.at(t).position, clock(t)};
+    return {arc_.at(t).position, clock(t)};
 }
 
-glonass_set_t glonass_vehicle::broadcast(double t) const
+glonass_set_t glonass_vehicle_t::broadcast(double t) const
 {
     constexpr double kFrame = 30.0;          // s
     constexpr double kQuarterHour = 900.0;   // s
-    const double offset = kMoscow - m_base.leap_seconds;
+    const double offset = kMoscow - base_.leap_seconds;
     const auto time_of_day = [offset](double gps) { return gps + offset - kDay * std::floor((gps + offset) / kDay); };
-    const week_time_t reference = split(m_base, m_arc.reference());
+    const week_time_t reference = split(base_, arc_.reference());
     glonass_set_t set{};
     set.slot = prn() - 37, set.channel = channel();
     set.week = reference.week, set.ms = static_cast<std::uint32_t>(std::llround(reference.seconds * 1000.0));
     set.offset = static_cast<std::uint32_t>(offset);
     set.frame_time = static_cast<std::uint32_t>(kFrame * std::floor(time_of_day(t) / kFrame));
-    set.issue = static_cast<int>(time_of_day(m_arc.reference()) / kQuarterHour);
-    set.state = m_arc.state(), set.accel = m_arc.accel();
-    set.taun = -clock(m_arc.reference()), set.gamn = m_af1, set.dtaun = m_delay[0];
+    set.issue = static_cast<int>(time_of_day(arc_.reference()) / kQuarterHour);
+    set.state = arc_.state(), set.accel = arc_.accel();
+    set.taun = -clock(arc_.reference()), set.gamn = af1_, set.dtaun = delay_[0];
     return set;
 }
 
+namespace {
+
 constexpr double kSbasInterval = 240.0;   // s, a multiple of the 16 s of the message
 
-sbas_vehicle::sbas_vehicle(int prn, double longitude) : vehicle(SYS_SBS, prn, 0)
+}   // namespace
+
+sbas_vehicle_t::sbas_vehicle_t(int prn, double longitude) : vehicle_t(SYS_SBS, prn, 0)
 {
     constexpr double kGeostationary = 42164172.0;   // m
     random_t random(SYS_SBS * 256u + static_cast<unsigned>(prn));
     const auto small = [&random] { return static_cast<double>(random.below(201)) - 100.0; };
     const sin_cos_t at = sin_cos(longitude);
-    m_position = {std::round(kGeostationary * at.cos), std::round(kGeostationary * at.sin), 40.0 * small()};
-    m_velocity = {0.000625 * small(), 0.000625 * small(), 0.004 * small()};
-    m_af0 = std::ldexp(small(), -31);
-    m_af1 = std::ldexp(small(), -47);
+    position_ = {std::round(kGeostationary * at.cos), std::round(kGeostationary * at.sin), 40.0 * small()};
+    velocity_ = {0.000625 * small(), 0.000625 * small(), 0.004 * small()};
+    af0_ = std::ldexp(small(), -31);
+    af1_ = std::ldexp(small(), -47);
 }
 
-void sbas_vehicle::renew(double t)
+void sbas_vehicle_t::renew(double t)
 {
-    m_reference = kSbasInterval * std::floor(t / kSbasInterval);
+    reference_ = kSbasInterval * std::floor(t / kSbasInterval);
 }
 
-orbit_point_t sbas_vehicle::at(double t) const
+orbit_point_t sbas_vehicle_t::at(double t) const
 {
-    return {m_position + t * m_velocity, m_af0 + m_af1 * t};
+    return {position_ + t * velocity_, af0_ + af1_ * t};
 }
 
-seph_t sbas_vehicle::broadcast() const
+seph_t sbas_vehicle_t::broadcast() const
 {
-    const orbit_point_t now = at(m_reference);
-    const double time_of_day = m_reference - kDay * std::floor(m_reference / kDay);
+    const orbit_point_t now = at(reference_);
+    const double time_of_day = reference_ - kDay * std::floor(reference_ / kDay);
     seph_t set{};
     set.index = static_cast<std::uint8_t>(prn() - 119);
     set.iodn = static_cast<std::uint8_t>(static_cast<int>(time_of_day / kSbasInterval) % 256);
     set.ura = 2;
     set.t0 = static_cast<std::uint16_t>(time_of_day / 16.0);
     const double position[] = {now.position.x, now.position.y, now.position.z};
-    const double velocity[] = {m_velocity.x, m_velocity.y, m_velocity.z};
+    const double velocity[] = {velocity_.x, velocity_.y, velocity_.z};
     for (int i = 0; i < 3; ++i) set.pos[i] = position[i], set.vel[i] = static_cast<float>(velocity[i]);
-    set.af0 = static_cast<float>(now.clock), set.af1 = static_cast<float>(m_af1);
+    set.af0 = static_cast<float>(now.clock), set.af1 = static_cast<float>(af1_);
     return set;
 }
 

@@ -27,15 +27,15 @@ struct week_time_t {
 /// Week and second of a time on the simulator's scale, or on a system's own scale beside it.
 week_time_t split(const time_base_t& base, double t);
 
-class vehicle {
+class vehicle_t {
 public:
-    vehicle(int system, int prn, int channel) : m_system(system), m_prn(prn), m_channel(channel) {}
-    virtual ~vehicle() = default;
+    vehicle_t(int system, int prn, int channel) : system_(system), prn_(prn), channel_(channel) {}
+    virtual ~vehicle_t() = default;
 
-    int system() const { return m_system; }     ///< gnss_system_t
-    int prn() const { return m_prn; }           ///< as the board numbers it: GLONASS slot + 37, QZSS from 193
-    int channel() const { return m_channel; }   ///< GLONASS frequency channel, else 0
-    double delay(const signal_t& s) const { return s.delay1 * m_delay[0] + s.delay2 * m_delay[1]; }   ///< s
+    int system() const { return system_; }     ///< gnss_system_t
+    int prn() const { return prn_; }           ///< as the board numbers it: GLONASS slot + 37, QZSS from 193
+    int channel() const { return channel_; }   ///< GLONASS frequency channel, else 0
+    double delay(const signal_t& s) const { return s.delay1 * delay_[0] + s.delay2 * delay_[1]; }   ///< s
 
     /// Makes the data set current that the satellite broadcasts at a time; times never go back.
     virtual void renew(double t) = 0;
@@ -50,10 +50,10 @@ public:
     virtual frame_t ephemeris(double t) const = 0;
 
 protected:
-    double m_delay[2] = {0.0, 0.0};   // group delays as broadcast, s
+    double delay_[2] = {0.0, 0.0};   // group delays as broadcast, s
 
 private:
-    int m_system, m_prn, m_channel;
+    int system_, prn_, channel_;
 };
 
 /// Elements at t = 0, apart from the rates constant. Perigee and anomaly turn as the mean motion says.
@@ -70,64 +70,64 @@ struct kepler_plan_t {
 };
 
 /// GPS, Galileo, BeiDou and QZSS satellites.
-class kepler_vehicle : public vehicle {
+class kepler_vehicle_t : public vehicle_t {
 public:
-    kepler_vehicle(const time_base_t& base, const kepler_plan_t& plan);
+    kepler_vehicle_t(const time_base_t& base, const kepler_plan_t& plan);
 
     void renew(double t) override;
-    double reference() const override { return m_exact.t_toe; }
-    orbit_point_t at(double t) const override { return evaluate(m_exact, t); }
+    double reference() const override { return exact_.t_toe; }
+    orbit_point_t at(double t) const override { return evaluate(exact_, t); }
     frame_t ephemeris(double t) const override;
-    const kepler_set_t& broadcast() const { return m_broadcast; }
+    const kepler_set_t& broadcast() const { return broadcast_; }
 
 private:
     kepler_set_t exact(double t_toe, const week_time_t& toe) const;
 
-    time_base_t m_base;
-    kepler_plan_t m_plan;
-    kepler_set_t m_exact{};   // not rounded
-    kepler_set_t m_broadcast{};
+    time_base_t base_;
+    kepler_plan_t plan_;
+    kepler_set_t exact_{};   // not rounded
+    kepler_set_t broadcast_{};
 };
 
 /// A GLONASS satellite. Its data sets are links of one integration.
-class glonass_vehicle : public vehicle {
+class glonass_vehicle_t : public vehicle_t {
 public:
     /// @param slot   1..24
     /// @param t      any time in the interval to begin with
     /// @param state  where it is at that interval's reference time
-    glonass_vehicle(const time_base_t& base, int slot, double t, const glonass_state_t& state);
+    glonass_vehicle_t(const time_base_t& base, int slot, double t, const glonass_state_t& state);
 
     void renew(double t) override;
-    double reference() const override { return m_arc.reference(); }
+    double reference() const override { return arc_.reference(); }
     orbit_point_t at(double t) const override;
     frame_t ephemeris(double t) const override { return glonass_ephemeris(broadcast(t)); }
     glonass_set_t broadcast(double t) const;
 
 private:
-    double clock(double t) const { return m_af0 + m_af1 * t; }
+    double clock(double t) const { return af0_ + af1_ * t; }
 
-    time_base_t m_base;
-    double m_af0, m_af1;
-    glonass_arc m_arc;
+    time_base_t base_;
+    double af0_, af1_;
+    glonass_arc_t arc_;
 };
 
 /// An SBAS satellite: it drifts slowly along a straight line.
-class sbas_vehicle : public vehicle {
+class sbas_vehicle_t : public vehicle_t {
 public:
     /// @param prn        from 120
     /// @param longitude  east (rad)
-    sbas_vehicle(int prn, double longitude);
+    sbas_vehicle_t(int prn, double longitude);
 
     void renew(double t) override;
-    double reference() const override { return m_reference; }
+    double reference() const override { return reference_; }
     orbit_point_t at(double t) const override;
     frame_t ephemeris(double) const override { return sbas_ephemeris(broadcast()); }
     seph_t broadcast() const;
 
 private:
-    vec3 m_position, m_velocity;   // at t = 0
-    double m_af0, m_af1;
-    double m_reference = 0.0;
+    vec3_t position_, velocity_;   // at t = 0
+    double af0_, af1_;
+    double reference_ = 0.0;
 };
 
 }   // namespace sky

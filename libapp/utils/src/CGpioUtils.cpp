@@ -14,21 +14,20 @@
 using logger_helper::kError;
 using logger_helper::source_t;
 
-static constexpr char kLogger[] = "RTK_LOG";
+namespace {
 
-static constexpr char kSource[] = "libapp/utils/src/CGpioUtils";
+constexpr char kLogger[] = "RTK_LOG";
+constexpr char kSource[] = "libapp/utils/src/CGpioUtils";
 
-/// Logs what failed and why.
-static void log_failure(const char* what, const source_t& where)
+// Logs what failed and why.
+void log_failure(const char* what, const source_t& where)
 {
     contained([&] { logger_helper::log(kLogger, where, kError, "%s : %s", what, std::strerror(errno)); });
 }
 
 // ---- character device ----
 
-namespace {
-
-/// What a line is requested for, and the words for what can go wrong with it.
+// What a line is requested for, and the words for what can go wrong with it.
 struct line_use_t {
     std::uint32_t flags;
     unsigned long request;
@@ -42,27 +41,25 @@ constexpr line_use_t kOutput = {GPIOHANDLE_REQUEST_OUTPUT, GPIOHANDLE_SET_LINE_V
 constexpr line_use_t kInput = {GPIOHANDLE_REQUEST_INPUT, GPIOHANDLE_GET_LINE_VALUES_IOCTL,
                                "Unable to get line handle from ioctl", "Unable to get line value using ioctl"};
 
-/// Path of the chip device that a global number lies on, 32 lines to a chip.
+// Path of the chip device that a global number lies on, 32 lines to a chip.
 struct chip_path_t {
     explicit chip_path_t(int gpio) { std::snprintf(text, sizeof text, "/dev/gpiochip%d", gpio >> 5); }
     char text[32];
 };
 
-}   // namespace
-
-static int line_of(int gpio)
+int line_of(int gpio)
 {
     return gpio & 31;
 }
 
-/// Obtains a line from its chip; the chip is closed again.
-static file_descriptor request_line(const char* chip, int line, const line_use_t& use, const source_t& where)
+// Obtains a line from its chip; the chip is closed again.
+file_descriptor_t request_line(const char* chip, int line, const line_use_t& use, const source_t& where)
 {
-    const file_descriptor device = file_descriptor::open(chip, O_RDONLY);
+    const file_descriptor_t device = file_descriptor_t::open(chip, O_RDONLY);
     if (!device) {
         contained(
             [&] { logger_helper::log(kLogger, where, kError, "Unabled to open %s: %s", chip, std::strerror(errno)); });
-        return file_descriptor();
+        return file_descriptor_t();
     }
     gpiohandle_request request = {};
     request.lines = 1;
@@ -70,20 +67,21 @@ static file_descriptor request_line(const char* chip, int line, const line_use_t
     request.flags = use.flags;
     if (::ioctl(device.get(), GPIO_GET_LINEHANDLE_IOCTL, &request) < 0) {
         log_failure(use.handle_error, where);
-        return file_descriptor();
+        return file_descriptor_t();
     }
-    return file_descriptor(request.fd);
+    return file_descriptor_t(request.fd);
 }
 
-/// Obtains a line and sets or gets its value. @return whether the line was obtained
-static bool transfer_value(const char* chip, int line, const line_use_t& use, gpiohandle_data& data,
-                           const source_t& where)
+// Obtains a line and sets or gets its value. @return whether the line was obtained
+bool transfer_value(const char* chip, int line, const line_use_t& use, gpiohandle_data& data, const source_t& where)
 {
-    const file_descriptor handle = request_line(chip == nullptr ? "" : chip, line, use, where);
+    const file_descriptor_t handle = request_line(chip == nullptr ? "" : chip, line, use, where);
     if (!handle) return false;
     if (::ioctl(handle.get(), use.request, &data) < 0) log_failure(use.value_error, where);
     return true;
 }
+
+}   // namespace
 
 void CGpioUtils::gpio_write(const char* chip, int line, unsigned char value)
 {
@@ -111,37 +109,35 @@ int CGpioUtils::GpioGetValByApi(int gpio)
     return value;
 }
 
-// ---- sysfs ----
-
-static constexpr char kSysfs[] = "/sys/class/gpio";
-
 namespace {
 
-/// Path of a file of an exported line; an empty name gives its directory.
+// ---- sysfs ----
+
+constexpr char kSysfs[] = "/sys/class/gpio";
+
+// Path of a file of an exported line; an empty name gives its directory.
 struct line_path_t {
     line_path_t(int gpio, const char* file) { std::snprintf(text, sizeof text, "%s/gpio%d%s", kSysfs, gpio, file); }
     char text[64];
 };
 
-}   // namespace
-
-static bool is_directory(const char* path)
+bool is_directory(const char* path)
 {
     struct stat status = {};
     errno = ENOTDIR;   // the reason when there is something, but no directory
     return ::stat(path, &status) == 0 && S_ISDIR(status.st_mode);
 }
 
-/// Writes a text and its NUL, as this interface has always been fed.
-static bool write_text(const char* path, const char* text)
+// Writes a text and its NUL, as this interface has always been fed.
+bool write_text(const char* path, const char* text)
 {
-    const file_descriptor file = file_descriptor::open(path, O_WRONLY);
+    const file_descriptor_t file = file_descriptor_t::open(path, O_WRONLY);
     return file && file.write(text, std::strlen(text) + 1);
 }
 
-/// Makes the line's directory appear. What counts is the directory: another program may have exported the line just
-/// now.
-static bool export_line(int gpio)
+// Makes the line's directory appear. What counts is the directory: another program may have exported the line just
+// now.
+bool export_line(int gpio)
 {
     const line_path_t directory(gpio, "");
     if (is_directory(directory.text)) return true;
@@ -150,7 +146,7 @@ static bool export_line(int gpio)
     const int length = std::snprintf(number, sizeof number, "%d", gpio);
     int refused = 0;
     {
-        const file_descriptor file = file_descriptor::open("/sys/class/gpio/export", O_WRONLY);
+        const file_descriptor_t file = file_descriptor_t::open("/sys/class/gpio/export", O_WRONLY);
         if (!file) return false;
         if (!file.write(number, length + 1)) refused = errno;
     }
@@ -158,6 +154,8 @@ static bool export_line(int gpio)
     if (refused != 0) errno = refused;   // says more than that the directory is missing
     return false;
 }
+
+}   // namespace
 
 int CGpioUtils::GpioSetValBySysfs(int gpio, int value)
 {
@@ -169,7 +167,7 @@ int CGpioUtils::GpioSetValBySysfs(int gpio, int value)
 int CGpioUtils::GpioGetValBySysfs(int gpio)
 {
     if (!export_line(gpio)) return -1;
-    const file_descriptor file = file_descriptor::open(line_path_t(gpio, "/value").text, O_RDWR);
+    const file_descriptor_t file = file_descriptor_t::open(line_path_t(gpio, "/value").text, O_RDWR);
     if (!file) return -1;
     char level[2] = {};
     if (::read(file.get(), level, 1) < 0) {

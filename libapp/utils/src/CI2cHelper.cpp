@@ -16,11 +16,13 @@ using logger_helper::kError;
 using logger_helper::kWarning;
 using logger_helper::source_t;
 
-static constexpr char kLogger[] = "RTK_LOG";
-static constexpr char kSource[] = "libapp/utils/src/CI2cHelper";
+namespace {
 
-/// Logs what failed and why. @return false, for the caller to pass on
-static bool failed(const char* what, const source_t& where)
+constexpr char kLogger[] = "RTK_LOG";
+constexpr char kSource[] = "libapp/utils/src/CI2cHelper";
+
+// Logs what failed and why. @return false, for the caller to pass on
+bool failed(const char* what, const source_t& where)
 {
     contained([&] { logger_helper::log(kLogger, where, kError, "%s: %s", what, std::strerror(errno)); });
     return false;
@@ -28,8 +30,8 @@ static bool failed(const char* what, const source_t& where)
 
 // ---- common steps of the four operations ----
 
-/// What is wrong with an operation, or null.
-static const char* fault_of(const I2cReg_t& reg)
+// What is wrong with an operation, or null.
+const char* fault_of(const I2cReg_t& reg)
 {
     if (reg.reglen == 0) return "i2c register address is not set";
     if (reg.reglen > 2) return "i2c register len is too long";
@@ -37,6 +39,8 @@ static const char* fault_of(const I2cReg_t& reg)
     if (reg.datalen == 0) return "i2c read or write data len is zero";
     return nullptr;
 }
+
+}   // namespace
 
 bool CI2cHelper::checkParams(I2cParam_t& param)
 {
@@ -48,16 +52,18 @@ bool CI2cHelper::checkParams(I2cParam_t& param)
     return false;
 }
 
-/// Opens the device and selects the slave.
-static file_descriptor open_slave(const I2cParam_t& param, const source_t& where)
+namespace {
+
+// Opens the device and selects the slave.
+file_descriptor_t open_slave(const I2cParam_t& param, const source_t& where)
 {
-    file_descriptor device = file_descriptor::open(param.device.c_str(), O_RDWR);
+    file_descriptor_t device = file_descriptor_t::open(param.device.c_str(), O_RDWR);
     if (!device) {
         contained([&] {
             logger_helper::log(kLogger, where, kError, "open i2c<%s> error: %s", param.device.c_str(),
                                std::strerror(errno));
         });
-        return file_descriptor();
+        return file_descriptor_t();
     }
     const unsigned long select = param.force != 0 ? I2C_SLAVE_FORCE : I2C_SLAVE;
     if (::ioctl(device.get(), select, static_cast<unsigned long>(param.address)) < 0) {
@@ -65,18 +71,18 @@ static file_descriptor open_slave(const I2cParam_t& param, const source_t& where
             logger_helper::log(kLogger, where, kError, "set i2c<%s> address<%0x> error: %s", param.device.c_str(),
                                static_cast<unsigned>(param.address), std::strerror(errno));
         });
-        return file_descriptor();
+        return file_descriptor_t();
     }
     return device;
 }
 
-/// Checks the request, opens the slave and does the transfer, `bool transfer(slave, where)`.
-/// Memory for messages is the only thing here that can throw; `no_memory` says what failed then.
+// Checks the request, opens the slave and does the transfer, `bool transfer(slave, where)`.
+// Memory for messages is the only thing here that can throw; `no_memory` says what failed then.
 template <class Transfer>
-static bool with_slave(I2cParam_t& param, const char* no_memory, const Transfer& transfer, const source_t& where)
+bool with_slave(I2cParam_t& param, const char* no_memory, const Transfer& transfer, const source_t& where)
 {
     if (!CI2cHelper::checkParams(param)) return false;
-    const file_descriptor slave = open_slave(param, where);
+    const file_descriptor_t slave = open_slave(param, where);
     if (!slave) return false;
     try {
         return param.regs.empty() || transfer(slave, where);
@@ -88,12 +94,14 @@ static bool with_slave(I2cParam_t& param, const char* no_memory, const Transfer&
 
 // ---- one transfer per step ----
 
-static constexpr char kAddressError[] = "write register address error";
-static constexpr char kDataError[] = "read register data error";
+constexpr char kAddressError[] = "write register address error";
+constexpr char kDataError[] = "read register data error";
+
+}   // namespace
 
 bool CI2cHelper::read_std(I2cParam_t& param)
 {
-    const auto transfer = [&param](const file_descriptor& slave, const source_t& where) {
+    const auto transfer = [&param](const file_descriptor_t& slave, const source_t& where) {
         for (const I2cReg_t& reg : param.regs) {
             if (!slave.write(reg.regaddr, reg.reglen)) return failed(kAddressError, where);
             if (!slave.read(reg.data, reg.datalen)) return failed(kDataError, where);
@@ -105,7 +113,7 @@ bool CI2cHelper::read_std(I2cParam_t& param)
 
 bool CI2cHelper::write_std(I2cParam_t& param)
 {
-    const auto transfer = [&param](const file_descriptor& slave, const source_t& where) {
+    const auto transfer = [&param](const file_descriptor_t& slave, const source_t& where) {
         std::vector<std::uint8_t> message;
         for (const I2cReg_t& reg : param.regs) {
             message.assign(reg.regaddr, reg.regaddr + reg.reglen);
@@ -118,12 +126,14 @@ bool CI2cHelper::write_std(I2cParam_t& param)
     return with_slave(param, kAddressError, transfer, here(kSource));
 }
 
+namespace {
+
 // ---- combined transfers ----
 
-static constexpr char kMessagesError[] = "ending messages failed";   // Deliberate: the text begins so.
+constexpr char kMessagesError[] = "ending messages failed";   // Deliberate: the text begins so.
 
-/// One I2C_RDWR. How many messages it takes is for the kernel to judge.
-static bool send_messages(const file_descriptor& slave, std::vector<i2c_msg>& messages, const source_t& where)
+// One I2C_RDWR. How many messages it takes is for the kernel to judge.
+bool send_messages(const file_descriptor_t& slave, std::vector<i2c_msg>& messages, const source_t& where)
 {
     i2c_rdwr_ioctl_data transfer = {messages.data(), static_cast<std::uint32_t>(messages.size())};
     const int count = static_cast<int>(transfer.nmsgs);
@@ -136,14 +146,14 @@ static bool send_messages(const file_descriptor& slave, std::vector<i2c_msg>& me
     return sent >= count;
 }
 
-/// Bytes of a written message. A message carries a length of 16 bits: of anything longer the low 16 bits remain.
-static std::uint16_t message_size(const I2cReg_t& reg)
+// Bytes of a written message. A message carries a length of 16 bits: of anything longer the low 16 bits remain.
+std::uint16_t message_size(const I2cReg_t& reg)
 {
     return static_cast<std::uint16_t>(reg.reglen + reg.datalen);
 }
 
-/// Fills a message of message_size bytes with the address and the data, as far as they fit.
-static void fill_message(const I2cReg_t& reg, std::uint8_t* message)
+// Fills a message of message_size bytes with the address and the data, as far as they fit.
+void fill_message(const I2cReg_t& reg, std::uint8_t* message)
 {
     const std::size_t size = message_size(reg);
     const std::size_t address = std::min<std::size_t>(reg.reglen, size);
@@ -151,7 +161,7 @@ static void fill_message(const I2cReg_t& reg, std::uint8_t* message)
     std::copy_n(reg.data, size - address, message + address);
 }
 
-static void log_first(const i2c_msg& message, const source_t& where)
+void log_first(const i2c_msg& message, const source_t& where)
 {
     std::uint8_t start[4] = {};   // a shorter message shows as followed by zeros
     std::copy_n(message.buf, std::min<std::size_t>(message.len, sizeof start), start);
@@ -162,9 +172,11 @@ static void log_first(const i2c_msg& message, const source_t& where)
     });
 }
 
+}   // namespace
+
 bool CI2cHelper::read_ctl(I2cParam_t& param)
 {
-    const auto transfer = [&param](const file_descriptor& slave, const source_t& where) {
+    const auto transfer = [&param](const file_descriptor_t& slave, const source_t& where) {
         std::vector<i2c_msg> messages;
         messages.reserve(2 * param.regs.size());
         for (I2cReg_t& reg : param.regs) {
@@ -178,7 +190,7 @@ bool CI2cHelper::read_ctl(I2cParam_t& param)
 
 bool CI2cHelper::write_ctl(I2cParam_t& param)
 {
-    const auto transfer = [&param](const file_descriptor& slave, const source_t& where) {
+    const auto transfer = [&param](const file_descriptor_t& slave, const source_t& where) {
         std::size_t total = 0;
         for (const I2cReg_t& reg : param.regs) total += message_size(reg);
         std::vector<std::uint8_t> bytes(total);

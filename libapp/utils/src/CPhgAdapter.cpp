@@ -182,10 +182,10 @@ void CPhgAdapter::InitPhgDllFunc() noexcept
 
 namespace {
 
-/// An entry point as its wrapper calls it.
+// An entry point as its wrapper calls it.
 template <class Result, class... Parameters>
-struct entry_point {
-    entry_point(const PhgFunc_t* table, Result (*PhgFunc_t::*slot)(Parameters...), const source_t& caller)
+struct entry_point_t {
+    entry_point_t(const PhgFunc_t* table, Result (*PhgFunc_t::*slot)(Parameters...), const source_t& caller)
         : address(table != nullptr ? table->*slot : nullptr), where(caller)
     {}
 
@@ -220,10 +220,10 @@ struct entry_point {
 
 }   // namespace
 
-#define DEFINE_forwards(name, parameters, arguments)                                  \
-    int CPhgAdapter::Ptr##name parameters                                             \
-    {                                                                                 \
-        return entry_point(m_pFunc.get(), &PhgFunc_t::name, here(kSource)) arguments; \
+#define DEFINE_forwards(name, parameters, arguments)                                    \
+    int CPhgAdapter::Ptr##name parameters                                               \
+    {                                                                                   \
+        return entry_point_t(m_pFunc.get(), &PhgFunc_t::name, here(kSource)) arguments; \
     }
 #define DEFINE_records(name, parameters, arguments)   // written out below
 #define DEFINE_WRAPPER(rank, unload, wrapper, result, name, parameters, arguments) \
@@ -233,21 +233,21 @@ PHG_ENTRY_POINTS(DEFINE_WRAPPER)
 int CPhgAdapter::PtrPhgLibUpdateCfg(const DrCfg_tag* config)
 {
     dump(config, kConfigSize, kPhgConfig);
-    return entry_point(m_pFunc.get(), &PhgFunc_t::PhgLibUpdateCfg, here(kSource))(config);
+    return entry_point_t(m_pFunc.get(), &PhgFunc_t::PhgLibUpdateCfg, here(kSource))(config);
 }
 
 int CPhgAdapter::PtrPhgLibSetGnss(const PosRaw_tag* position)
 {
     if (position == nullptr) return kNullRecord;
     dump(position, kGnssSize, kPhgGnss);
-    return entry_point(m_pFunc.get(), &PhgFunc_t::PhgLibSetGnss, here(kSource))(position);
+    return entry_point_t(m_pFunc.get(), &PhgFunc_t::PhgLibSetGnss, here(kSource))(position);
 }
 
 int CPhgAdapter::PtrPhgLibSetImu(const ImuRawData_tag* sample)
 {
     if (sample == nullptr) return kNullRecord;
     dump(sample, kImuSize, kPhgImu);
-    return entry_point(m_pFunc.get(), &PhgFunc_t::PhgLibSetImu, here(kSource))(sample);
+    return entry_point_t(m_pFunc.get(), &PhgFunc_t::PhgLibSetImu, here(kSource))(sample);
 }
 
 int CPhgAdapter::PtrPhgLibCalibStart(const TiltCalibReq_t* request, unsigned int perItem, PhgCalibCB callback)
@@ -262,7 +262,7 @@ int CPhgAdapter::PtrPhgLibCalibStart(const TiltCalibReq_t* request, unsigned int
 
 int CPhgAdapter::PtrPhgLibReset()
 {
-    const entry_point reset(m_pFunc.get(), &PhgFunc_t::PhgLibReset, here(kSource));
+    const entry_point_t reset(m_pFunc.get(), &PhgFunc_t::PhgLibReset, here(kSource));
     constexpr unsigned char kMarker = 1;
     if (reset.address != nullptr) dump(&kMarker, sizeof kMarker, kPhgReset);
     return reset();
@@ -270,7 +270,7 @@ int CPhgAdapter::PtrPhgLibReset()
 
 int CPhgAdapter::PtrPhgLibEnableVisualOdometer(int enable)
 {
-    const entry_point odometer(m_pFunc.get(), &PhgFunc_t::PhgLibEnableVisualOdometer, here(kSource));
+    const entry_point_t odometer(m_pFunc.get(), &PhgFunc_t::PhgLibEnableVisualOdometer, here(kSource));
     if (odometer.address != nullptr) dump(&enable, sizeof enable, kPhgVisualOdometer);
     return odometer(enable);
 }

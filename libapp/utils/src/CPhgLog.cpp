@@ -13,12 +13,16 @@
 
 std::string CPhgLog::m_logName;
 
-static constexpr char kSource[] = "libapp/utils/src/CPhgLog";
+namespace {
+
+constexpr char kSource[] = "libapp/utils/src/CPhgLog";
+
+}   // namespace
 
 // ---- on the worker ----
 
-/// The file of a log. The tasks share it with their log, so that they may outlive that. One worker at a time uses it
-/// unless the host replaces a worker that still has tasks to run; only then the lock is ever waited for.
+// The file of a log. The tasks share it with their log, so that they may outlive that. One worker at a time uses it
+// unless the host replaces a worker that still has tasks to run; only then the lock is ever waited for.
 class CPhgLog::dump_file {
 public:
     dump_file() = default;
@@ -85,16 +89,20 @@ private:
     std::string m_logger;   // as it was when the operation was queued: the host may set another name meanwhile
 };
 
+namespace {
+
 // ---- on the caller's thread ----
 
 // Hands an operation to the worker unless it is stopping. Nobody waits for an operation and none of them throws, so
 // that a packaged task around it would only cost: two more allocations a record, half as much again as all the rest.
 template <class Operation>
-static void enqueue(aht::thread_task& worker, Operation operation)
+void enqueue(aht::thread_task& worker, Operation operation)
 {
     if (worker.isStopThread()) return;
     worker.taskQueue().push(aht::task_type(aht::function_wrapper(std::move(operation))));
 }
+
+}   // namespace
 
 CPhgLog::CPhgLog() noexcept
 {

@@ -13,14 +13,16 @@ namespace logger_helper {
 // Made when this library is loaded, so that it is still there when objects made later say goodbye at process exit.
 [[maybe_unused]] static const auto* const kRegistry = spdlog::default_logger_raw();
 
-static std::shared_ptr<spdlog::logger> logger_named(const char* name)
+namespace {
+
+std::shared_ptr<spdlog::logger> logger_named(const char* name)
 {
     if (auto registered = spdlog::get(name)) return registered;
     const auto fallback = spdlog::default_logger();
     return fallback ? fallback->clone(name) : nullptr;   // its level and sinks, under this name
 }
 
-static std::string formatted(const char* format, va_list arguments)
+std::string formatted(const char* format, va_list arguments)
 {
     va_list again;
     va_copy(again, arguments);
@@ -34,6 +36,8 @@ static std::string formatted(const char* format, va_list arguments)
     va_end(again);
     return message;
 }
+
+}   // namespace
 
 void log(const char* logger, const source_t& where, int level, const char* format, ...) noexcept
 {

@@ -11,7 +11,11 @@
 
 namespace kvx {
 
-static constexpr char kLogger[] = "RTK_LOG";   // the name under which the hardware classes log
+namespace {
+
+constexpr char kLogger[] = "RTK_LOG";   // the name under which the hardware classes log
+
+}   // namespace
 
 class hardware_log_t::sink_t : public spdlog::sinks::base_sink<std::mutex> {
 public:

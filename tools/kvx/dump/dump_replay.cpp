@@ -22,7 +22,7 @@ constexpr char kLogger[] = "kvx dump";
 constexpr int kNotBound = -14;
 constexpr std::uint32_t kCalibValues = 3;   // as many doubles of a request as the dump keeps
 
-/// How records of one type get to the library.
+// How records of one type get to the library.
 struct feed_t {
     int type;
     int (*feed)(CPhgAdapter&, const std::uint8_t* payload);
@@ -67,7 +67,7 @@ constexpr feed_t kFeeds[] = {
     {kPhgVisualOdometer, enable_odometer},
 };
 
-/// The library while it is bound to the adapter.
+// The library while it is bound to the adapter.
 class bound_library_t {
 public:
     explicit bound_library_t(const std::string& library)
@@ -95,7 +95,7 @@ private:
     void* handle_;
 };
 
-/// Lets as many records a second pass as asked for.
+// Lets as many records a second pass as asked for.
 class pace_t {
 public:
     explicit pace_t(double rate) : interval_(rate > 0 ? 1 / rate : 0) {}

@@ -9,11 +9,15 @@
 
 namespace kvx {
 
-static void count(dump_totals_t::count_t& counter, const dump_item_t& item)
+namespace {
+
+void count(dump_totals_t::count_t& counter, const dump_item_t& item)
 {
     ++counter.items;
     counter.bytes += item.bytes;
 }
+
+}   // namespace
 
 dump_totals_t scan_dump(const std::string& path, const std::function<void(const dump_item_t&)>& on_item)
 {

@@ -30,7 +30,7 @@ struct options_t {
     std::int64_t faults = 0;
 };
 
-/// Reads the time of the first epoch, within the weeks that are simulated.
+// Reads the time of the first epoch, within the weeks that are simulated.
 bool read_start(const std::string& text, sky::scenario_t& scenario)
 {
     const auto time = parse_gps_time(text);
@@ -50,11 +50,11 @@ std::string log_name(const options_t& options)
     return options.output == "-" ? "standard output" : options.output;
 }
 
-/// @throws error_t when the bytes cannot be written
+// @throws error_t when the bytes cannot be written
 result_t write_log(const options_t& options, std::FILE* out)
 {
-    sky::simulator simulator(options.scenario);
-    sky::damage damage(options.faults, simulator.epochs(), options.scenario.seed);
+    sky::simulator_t simulator(options.scenario);
+    sky::damage_t damage(options.faults, simulator.epochs(), options.scenario.seed);
     std::vector<sky::fault_t> faults;
     result_t result;
     {
@@ -73,7 +73,7 @@ result_t write_log(const options_t& options, std::FILE* out)
     return result;
 }
 
-/// The file takes its name when it is whole; an interrupted one is named as partial, a failed one goes.
+// The file takes its name when it is whole; an interrupted one is named as partial, a failed one goes.
 int write_file(const options_t& options)
 {
     const std::filesystem::path path(options.output);
@@ -89,7 +89,7 @@ int write_file(const options_t& options)
     return kDone;
 }
 
-/// For standard output and devices, which take no other name.
+// For standard output and devices, which take no other name.
 int write_stream(const options_t& options, std::FILE* out)
 {
     if (out == nullptr) throw system_error(options.output, "opening");
@@ -111,7 +111,7 @@ int simulate(const options_t& options)
     return write_file(options);
 }
 
-/// Puts the texts and lists of the command line into the scenario.
+// Puts the texts and lists of the command line into the scenario.
 void complete(options_t& options)
 {
     sky::scenario_t& s = options.scenario;

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 
+#include "gnss/foundation/time_scales.h"
 #include "sky/vec3.h"
 
 namespace sky {
@@ -20,7 +21,7 @@ double ionosphere_delay(double lat, double lon, const direction_t& to, double to
     const double lambda = lon / kPi + psi * to.sin_azimuth / sin_cos(phi * kPi).cos;
     const double magnetic = phi + 0.064 * sin_cos((lambda - 1.617) * kPi).cos;
     const double day = 43200.0 * lambda + tow;
-    const double local = day - 86400.0 * std::floor(day / 86400.0);
+    const double local = day - kDay * std::floor(day / kDay);
     const auto cubic = [magnetic](const double* c) {
         return c[0] + magnetic * (c[1] + magnetic * (c[2] + magnetic * c[3]));
     };

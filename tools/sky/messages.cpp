@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "gnss/foundation/satellites.h"
+#include "gnss/foundation/time_scales.h"
 #include "sky/atmosphere.h"
 #include "sky/subframes.h"
 
@@ -42,7 +44,6 @@ const double_field_t kBeidouFields[] = {{20, &K::tgd},      {28, &K::tgd2},  {44
 
 constexpr double kAccuracy = 2.0;   // m, index kAccuracyIndex
 constexpr unsigned kSisa = 107;     // Galileo accuracy index of 3.12 m
-constexpr int kBeidouWeek = 1356;   // GPS week in which BeiDou time began
 
 frame_t& put(frame_t& frame, const K& set, std::span<const double_field_t> fields, std::size_t shift = 0)
 {
@@ -69,25 +70,25 @@ frame_t with_gps_clock(frame_t frame, const K& set)
 
 frame_t gps_ephemeris(const K& set)
 {
-    const int prn = set.system == SYS_QZS ? set.prn - 192 + 32 : set.prn;
-    return with_gps_clock(gps_like(7, 224, prn, set), set);
+    const int prn = set.system == SYS_QZS ? set.prn - system_of(SYS_QZS).prn_before + kLastGps : set.prn;
+    return with_gps_clock(gps_like(MSG_GPS_EPHEMERIS, 224, prn, set), set);
 }
 
 frame_t qzss_ephemeris(const K& set)
 {
-    return with_gps_clock(gps_like(1336, 228, set.prn, set), set);
+    return with_gps_clock(gps_like(MSG_QZSS_EPHEMERIS, 228, set.prn, set), set);
 }
 
 frame_t beidou_ephemeris2(const K& set)
 {
-    frame_t frame = gps_like(1047, 232, set.prn, set);
+    frame_t frame = gps_like(MSG_BDS_EPHEMERIS2, 232, set.prn, set);
     return put(frame, set, kBeidou2Clock).f64(224, kAccuracy * kAccuracy);
 }
 
 frame_t gps_subframes(const K& set, int week, double tow)
 {
     const int second = static_cast<int>(tow);
-    frame_t frame(41, 102);
+    frame_t frame(MSG_RAW_GPS_EPHEMERIS, 102);
     frame.u32(0, static_cast<std::uint32_t>(set.prn)).u32(4, static_cast<std::uint32_t>(week));
     frame.u32(8, static_cast<std::uint32_t>(second));
     const auto packed = pack_subframes(set, second - second % 30);
@@ -97,8 +98,10 @@ frame_t gps_subframes(const K& set, int week, double tow)
 
 frame_t glonass_ephemeris(const glonass_set_t& set)
 {
-    frame_t frame(723, 144);
-    frame.u8(0, static_cast<unsigned>(set.slot + 37)).u16(2, static_cast<unsigned>(set.channel + 7)).u8(4, 1);
+    frame_t frame(MSG_GLONASS_EPHEMERIS, 144);
+    frame.u8(0, static_cast<unsigned>(set.slot + system_of(SYS_GLO).prn_before))
+        .u16(2, static_cast<unsigned>(set.channel + 7))
+        .u8(4, 1);
     frame.u16(6, static_cast<unsigned>(set.week)).u32(8, set.ms).u32(12, set.offset);
     frame.u32(20, static_cast<std::uint32_t>(set.issue));
     const vec3_t* vectors[] = {&set.state.position, &set.state.velocity, &set.accel};
@@ -110,7 +113,7 @@ frame_t glonass_ephemeris(const glonass_set_t& set)
 frame_t galileo_ephemeris(const K& set)
 {
     const auto toe = static_cast<std::uint32_t>(set.toe);
-    frame_t frame(1122, 220);
+    frame_t frame(MSG_GAL_EPHEMERIS, 220);
     frame.u32(0, static_cast<std::uint32_t>(set.prn)).u32(4, 1).u32(8, 1).u8(18, kSisa);
     frame.u32(20, static_cast<std::uint32_t>(set.issue)).u32(24, toe).u32(148, toe).u32(176, toe);
     put(frame, set, kGalileoOrbit, 8);
@@ -120,7 +123,7 @@ frame_t galileo_ephemeris(const K& set)
 frame_t galileo_inav_ephemeris(const K& set)
 {
     const auto toe = static_cast<std::uint32_t>(set.toe);
-    frame_t frame(1309, 184);
+    frame_t frame(MSG_GAL_INAV_EPHEMERIS, 184);
     frame.u32(0, static_cast<std::uint32_t>(set.prn)).u8(8, kSisa);
     frame.u32(12, static_cast<std::uint32_t>(set.issue)).u32(16, toe).u32(140, toe);
     put(frame, set, kGalileoOrbit);
@@ -131,15 +134,15 @@ frame_t beidou_ephemeris(const K& set)
 {
     const auto toe = static_cast<std::uint32_t>(set.toe);
     const auto issue = static_cast<std::uint32_t>(set.issue);
-    frame_t frame(1696, 196);
-    frame.u32(0, static_cast<std::uint32_t>(set.prn)).u32(4, static_cast<std::uint32_t>(set.week - kBeidouWeek));
+    frame_t frame(MSG_BDS_EPHEMERIS, 196);
+    frame.u32(0, static_cast<std::uint32_t>(set.prn)).u32(4, static_cast<std::uint32_t>(set.week - kBdsWeekOffset));
     frame.f64(8, kAccuracy).u32(36, issue).u32(40, toe).u32(68, issue).u32(72, toe);
     return put(frame, set, kBeidouFields);
 }
 
 frame_t sbas_ephemeris(const seph_t& set)
 {
-    frame_t frame(601, 63);
+    frame_t frame(MSG_SBAS_EPHEMERIS, 63);
     frame.u8(0, set.index).u8(1, set.iodn).u8(2, set.ura).u16(3, set.t0);
     for (std::size_t i = 0; i < 3; ++i)
         frame.f64(7 + 8 * i, set.pos[i]).f32(31 + 4 * i, set.vel[i]).f32(43 + 4 * i, set.acc[i]);
@@ -148,7 +151,7 @@ frame_t sbas_ephemeris(const seph_t& set)
 
 frame_t ionosphere_utc(int week, int leap_seconds)
 {
-    frame_t frame(8, 108);
+    frame_t frame(MSG_ION_UTC, 108);
     for (std::size_t i = 0; i < 8; ++i) frame.f64(8 * i, kIonosphere[i]);
     const auto leap = static_cast<std::uint32_t>(leap_seconds);
     return frame.u32(64, static_cast<std::uint32_t>(week)).u32(96, leap).u32(100, leap);
@@ -156,14 +159,14 @@ frame_t ionosphere_utc(int week, int leap_seconds)
 
 frame_t receiver_version()
 {
-    frame_t frame(37, 108);
+    frame_t frame(MSG_VERSION, 108);
     return frame.u32(0, 1).text(4, "KV4A0").text(24, "SIM00000000001").text(48, "1.00");
 }
 
 frame_t antenna_type()
 {
     constexpr std::uint32_t kAntenna2100 = 6;
-    return frame_t(1421, 12).u32(0, kAntenna2100).f32(8, 1.5f);   // 1.5 m above the mark
+    return frame_t(MSG_ANTENNA, 12).u32(0, kAntenna2100).f32(8, 1.5f);   // 1.5 m above the mark
 }
 
 constexpr std::uint32_t kSinglePosition = 16;
@@ -171,7 +174,7 @@ constexpr std::uint32_t kSinglePosition = 16;
 frame_t geodetic_position(const fix_t& fix)
 {
     constexpr float kUndulation = 10.0f;   // geoid above the ellipsoid, m
-    frame_t frame(42, 72);
+    frame_t frame(MSG_POSITION, 72);
     frame.u32(4, kSinglePosition).f64(8, fix.lat).f64(16, fix.lon).f64(24, fix.height - double{kUndulation});
     frame.f32(32, kUndulation).f32(40, 1.0f).f32(44, 1.0f).f32(48, 2.0f);
     const auto used = static_cast<unsigned>(fix.satellites);
@@ -180,7 +183,7 @@ frame_t geodetic_position(const fix_t& fix)
 
 frame_t ecef_position(const fix_t& fix)
 {
-    frame_t frame(241, 112);
+    frame_t frame(MSG_ECEF_POSITION, 112);
     frame.u32(4, kSinglePosition);
     for (std::size_t i = 0; i < 3; ++i) frame.f64(8 + 8 * i, fix.ecef[i]).f32(32 + 4 * i, 1.5f);
     const auto used = static_cast<unsigned>(fix.satellites);
@@ -189,12 +192,12 @@ frame_t ecef_position(const fix_t& fix)
 
 frame_t mark_time(int week, double tow)
 {
-    return frame_t(231, 40).u32(0, static_cast<std::uint32_t>(week)).f64(4, tow);
+    return frame_t(MSG_MARK_TIME, 40).u32(0, static_cast<std::uint32_t>(week)).f64(4, tow);
 }
 
 frame_t stop_and_go(unsigned event, const fix_t& fix)
 {
-    frame_t frame(11111, 88);
+    frame_t frame(MSG_STOP_AND_GO, 88);
     if (event == 0) return frame;
     frame.u32(0, event).f64(4, fix.ecef[0]).f64(12, fix.ecef[1]).f64(20, fix.ecef[2]).u32(60, event);
     return frame.f64(64, 1.5).f64(72, 0.0).f64(80, 0.0);   // antenna height, east, north
@@ -202,7 +205,7 @@ frame_t stop_and_go(unsigned event, const fix_t& fix)
 
 frame_t visibility(std::span<const visible_t> satellites)
 {
-    frame_t frame(1043, 16 + 40 * satellites.size());
+    frame_t frame(MSG_VISIBILITY, 16 + 40 * satellites.size());
     frame.u32(4, 1).u32(8, 1).u32(12, static_cast<std::uint32_t>(satellites.size()));
     std::size_t at = 16;
     for (const visible_t& s : satellites) {

@@ -4,6 +4,7 @@
 
 #include <span>
 
+#include "rtk_gnss.h"
 #include "sky/frame.h"
 
 namespace sky {
@@ -21,8 +22,8 @@ struct range_t {
 };
 
 enum range_form_t : int {
-    kFullRange = 43,
-    kCompressedRange = 140,
+    kFullRange = MSG_RANGE,
+    kCompressedRange = MSG_RANGE_COMPRESSED,
 };
 
 /// Appends the range messages of an epoch: as many as the frame size asks for, one when there are no records.

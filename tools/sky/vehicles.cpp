@@ -1,16 +1,11 @@
 #include "sky/vehicles.h"
 
+#include "gnss/foundation/satellites.h"
+#include "gnss/foundation/time_scales.h"
 #include "sky/random.h"
 #include "sky/subframes.h"
 
 namespace sky {
-
-namespace {
-
-constexpr double kWeek = 604800.0;   // s
-constexpr double kDay = 86400.0;     // s
-
-}   // namespace
 
 week_time_t split(const time_base_t& base, double t)
 {
@@ -120,7 +115,6 @@ namespace {
 
 constexpr double kGlonassInterval = 1800.0;   // s
 constexpr double kGlonassFirst = 900.0;       // s after the hour, UTC
-constexpr double kMoscow = 10800.0;           // GLONASS time - UTC, s
 
 double glonass_reference(const time_base_t& base, double t)
 {
@@ -129,7 +123,6 @@ double glonass_reference(const time_base_t& base, double t)
 }
 
 // Default frequency channels of slots 1..24.
-constexpr int kChannels[] = {1, -4, 5, 6, 1, -4, 5, 6, -2, -7, 0, -1, -2, -7, 0, -1, 4, -3, 3, 2, 4, -3, 3, 2};
 
 vec3_t luni_solar(int slot)
 {
@@ -140,7 +133,7 @@ vec3_t luni_solar(int slot)
 }   // namespace
 
 glonass_vehicle_t::glonass_vehicle_t(const time_base_t& base, int slot, double t, const glonass_state_t& state)
-    : vehicle_t(SYS_GLO, slot + 37, kChannels[slot - 1]),
+    : vehicle_t(SYS_GLO, slot + system_of(SYS_GLO).prn_before, kGlonassChannels[slot - 1]),
       base_(base),
       arc_(glonass_reference(base, t), state, luni_solar(slot))
 {
@@ -165,11 +158,11 @@ glonass_set_t glonass_vehicle_t::broadcast(double t) const
 {
     constexpr double kFrame = 30.0;          // s
     constexpr double kQuarterHour = 900.0;   // s
-    const double offset = kMoscow - base_.leap_seconds;
+    const double offset = kMoscowTime - base_.leap_seconds;
     const auto time_of_day = [offset](double gps) { return gps + offset - kDay * std::floor((gps + offset) / kDay); };
     const week_time_t reference = split(base_, arc_.reference());
     glonass_set_t set{};
-    set.slot = prn() - 37, set.channel = channel();
+    set.slot = prn() - system_of(SYS_GLO).prn_before, set.channel = channel();
     set.week = reference.week, set.ms = static_cast<std::uint32_t>(std::llround(reference.seconds * 1000.0));
     set.offset = static_cast<std::uint32_t>(offset);
     set.frame_time = static_cast<std::uint32_t>(kFrame * std::floor(time_of_day(t) / kFrame));
@@ -212,7 +205,7 @@ seph_t sbas_vehicle_t::broadcast() const
     const orbit_point_t now = at(reference_);
     const double time_of_day = reference_ - kDay * std::floor(reference_ / kDay);
     seph_t set{};
-    set.index = static_cast<std::uint8_t>(prn() - 119);
+    set.index = static_cast<std::uint8_t>(prn() - system_of(SYS_SBS).prn_before);
     set.iodn = static_cast<std::uint8_t>(static_cast<int>(time_of_day / kSbasInterval) % 256);
     set.ura = 2;
     set.t0 = static_cast<std::uint16_t>(time_of_day / 16.0);

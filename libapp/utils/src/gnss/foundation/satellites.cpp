@@ -19,10 +19,6 @@ struct fdma_band_t {
 
 constexpr fdma_band_t kGlonassBands[] = {{1.602e9, 562500.0}, {1.246e9, 437500.0}};
 
-// Usual frequency channel of each orbital slot.
-constexpr signed char kGlonassChannels[] = {1,  -4, 5, 6,  1, -4, 5, 6, -2, -7, 0, -1,
-                                            -2, -7, 0, -1, 4, -3, 3, 2, 4,  -3, 3, 2};
-
 double glonass_wavelength(int orbital_slot, int band, signed char channel)
 {
     if (band < 0 || band > 1) return 0.0;

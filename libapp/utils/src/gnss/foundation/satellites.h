@@ -57,6 +57,10 @@ inline constexpr int kLastGps = system_of(SYS_GPS).last;   // higher PRNs of a G
 inline constexpr int kBdsHighPrn = 160;                    // what some messages add to the PRNs of BeiDou
 inline constexpr int kLastBds2 = 16;                       // BeiDou PRNs above send B2a and B1C instead of B2
 
+/// Usual frequency channel of each orbital slot of GLONASS.
+inline constexpr signed char kGlonassChannels[] = {1,  -4, 5, 6,  1, -4, 5, 6, -2, -7, 0, -1,
+                                                   -2, -7, 0, -1, 4, -3, 3, 2, 4,  -3, 3, 2};
+
 /// Number within its system of a receiver PRN, from 1; 0 when it lies before the first or far behind the last.
 constexpr int number_in_system(int sys, std::uint32_t prn)
 {

@@ -24,7 +24,18 @@ struct I2cParam_t {
     std::vector<I2cReg_t> regs;   ///< carried out in this order
 };
 
-/// Register access through the Linux I2C device interface, in two styles: one transfer per step (`read_std`,
+/// Register access on an I2C slave.
+///
+///     std::uint8_t bytes[2];
+///     I2cReg_t temperature;
+///     temperature.regaddr[0] = 0x05;
+///     temperature.reglen = 1;
+///     temperature.datalen = sizeof bytes;
+///     temperature.data = bytes;
+///     I2cParam_t request{"/dev/i2c-1", 0x18, 0, {temperature}};
+///     if (CI2cHelper::read_ctl(request)) ...
+///
+/// It goes through the Linux I2C device interface, in two styles: one transfer per step (`read_std`,
 /// `write_std`), or all operations as one combined transfer with repeated starts (`read_ctl`, `write_ctl`).
 ///
 /// The members hold no state, keep nothing open, never throw and may be called from any thread. Each checks the

@@ -1,4 +1,17 @@
 /// @file CPhgAdapter.h  Binding of the vision and sensor-fusion library at run time.
+///
+/// The vision library is not linked. It is named by the environment variable "VISION_PHG_LIB_NAME", loaded by
+/// CPhgAdapter::Start and called through CPhgAdapter; what goes into it can be recorded in a dump file on the way,
+/// see CPhgLog.h. A host in short:
+///
+///     auto worker = std::make_shared<aht::thread_task>("dump");
+///     CPhgAdapter& vision = CPhgAdapter::instance();
+///     vision.Start("VISION");                                   // logger's name
+///     vision.RegisterDumpThread(worker);
+///     vision.OpenDump("/data", "fusion.kvx", &hardware, &config);
+///     if (vision.PtrPhgLibInit(&options) < 0) ...               // -14: no library, or it lacks this entry point
+///     vision.PtrPhgLibSetImu(&sample);                          // dumped, then handed on
+///     vision.Stop();
 #ifndef CPHGADAPTER_H
 #define CPHGADAPTER_H
 
@@ -7,26 +20,39 @@
 
 #include "rtk_utils_api.h"
 
-// Records of the vision library's own header; its users include that.
-struct PhgLibInitOptions;
-struct DrCfg_tag;
-struct DrHwCfg_tag;
-struct FusionData_tag;
-struct PosRaw_tag;
-struct ImuRawData_tag;
-struct ImageData_t;
-struct FrameData_t;
-struct ImageGroupInfo_t;
-struct TiltStat_tag;
-struct TiltCalibReq_t;
-struct CameraParameters;
+// Records of the vision library's own header; its users include that. Here they are opaque but for what is said below.
 
-// Callbacks of the vision library.
+struct PhgLibInitOptions;
+struct DrCfg_tag;          ///< fusion configuration, 88 bytes
+struct DrHwCfg_tag;        ///< hardware configuration, 24 bytes
+struct FusionData_tag;     ///< fusion input, 88 bytes and 32 for each element that the byte at 5 counts
+struct PosRaw_tag;         ///< GNSS sample, 128 bytes
+struct ImuRawData_tag;     ///< IMU sample, 52 bytes
+struct ImageData_t;        ///< camera image
+struct FrameData_t;        ///< frame result, 32 bytes and 24 for each element behind the first; u16 count at 6
+struct ImageGroupInfo_t;   ///< group of images
+struct TiltStat_tag;       ///< state of the tilt
+struct TiltCalibReq_t;     ///< tilt calibration request: u32 count, values (double) from byte 8 on
+struct CameraParameters;   ///< result of a camera calibration
+
+// Callbacks of the vision library. They run on its threads, and what they are handed is valid during the call only.
+
+/// Told of an image: its number and what became of it.
 using PhgImageInfoCB = int (*)(unsigned int, unsigned char);
+
+/// Told of the tilt's state whenever that changes.
 using PhgTiltStatCB = int (*)(TiltStat_tag*);
+
+/// Told of the progress of a calibration: its state, a text and the text's size.
 using PhgCalibCB = int (*)(int, char*, int);
+
+/// Told of a block of memory: its handle, its size (bytes) and its bytes.
 using PhgMemoryTransferCB = int (*)(unsigned long, int, const void*);
+
+/// Told of a frame's result.
 using PhgFrameDataCB = int (*)(const FrameData_t*);
+
+/// Told of a group of images.
 using PhgImageGroupInfoCB = int (*)(const ImageGroupInfo_t*);
 
 class CPhgLog;
@@ -36,52 +62,75 @@ class thread_task;
 
 /// The entry points of the vision library: the loader's handle, then one pointer an entry point, in this order.
 ///
-/// A pointer is null until a library has been loaded that offers the entry point. What the calls mean, and the
-/// records that they take, is for the vision library's own header to say.
+/// A pointer is null until a library has been loaded that offers the entry point. The lines here say what an entry
+/// point is for; arguments, units and results are for the vision library's own header to say.
 struct RTK_UTILS_API PhgFunc_t {
     void* handle = nullptr;   ///< from dlopen, null: not loaded
 
-    // Life of the library and its configuration.
+    /// Prepares the library.
     int (*PhgLibInit)(const PhgLibInitOptions* options) = nullptr;
+    /// Ends its work; hands the configuration back.
     int (*PhgLibDestroy)(DrCfg_tag* config) = nullptr;
+    /// Prepares the visual odometer.
     void (*PhgLibVosInit)() = nullptr;
+    /// Takes a fusion input.
     int (*PhgLibSetFusionData)(const FusionData_tag* data) = nullptr;
+    /// Takes a fusion configuration.
     int (*PhgLibUpdateCfg)(const DrCfg_tag* config) = nullptr;
+    /// Takes the hardware configuration.
     int (*PhgLibSetHwCfg)(const DrHwCfg_tag* config) = nullptr;
+    /// Opens the library's own log: folder, level, size.
     int (*PhgLibLogInit)(const char* folder, int level, int size) = nullptr;
+    /// Closes it.
     int (*PhgLibLogShutdown)() = nullptr;
-
-    // Camera images, tilt, calibration.
+    /// Takes a camera image.
     int (*PhgLibSetImageData)(const ImageData_t* image) = nullptr;
+    /// Who is told of images.
     int (*PhgLibSetImageInfoCB)(PhgImageInfoCB callback) = nullptr;
+    /// Who is told of the tilt.
     int (*PhgLibRegisterCB)(PhgTiltStatCB callback) = nullptr;
+    /// Starts the fusion anew.
     int (*PhgLibReset)() = nullptr;
+    /// Starts a tilt calibration with so many values.
     void (*PhgLibCalibStart)(const double* values, unsigned int length, PhgCalibCB callback) = nullptr;
+    /// Writes the version into a text of that size.
     void (*PhgLibVerInfo)(char* text, int size) = nullptr;
-
-    // Blocks of memory that the library hands out.
+    /// Kind of a block of memory that the library hands out.
     int (*PhgLibMemoryTransferGetType)(unsigned long transfer) = nullptr;
+    /// Number of its data.
     int (*PhgLibMemoryTransferGetDataID)(unsigned long transfer) = nullptr;
+    /// Height of the image in it (pixels).
     int (*PhgLibMemoryTransferGetImageHeight)(unsigned long transfer) = nullptr;
+    /// Width of the image in it (pixels).
     int (*PhgLibMemoryTransferGetImageWidth)(unsigned long transfer) = nullptr;
+    /// Type of its pixels, by OpenCV's numbers.
     int (*PhgLibMemoryTransferGetOpenCVType)(unsigned long transfer) = nullptr;
+    /// Who is handed such blocks.
     int (*PhgLibSetMemoryTransferCB)(PhgMemoryTransferCB callback) = nullptr;
+    /// Gives a block back.
     int (*PhgLibFreeMemoryTransfer)(unsigned long transfer) = nullptr;
-
-    // Frames, keyframes, odometer.
+    /// Who is told of frame results. Keeps its address after the library is unloaded.
     int (*PhgLibSetFrameDataCB)(PhgFrameDataCB callback) = nullptr;
+    /// Switches the visual odometer on or off. Keeps its address after the library is unloaded.
     int (*PhgLibEnableVisualOdometer)(int enable) = nullptr;
+    /// Opens a group of images taken before.
     int (*PhgLibOpenOldImageGroup)(const ImageGroupInfo_t* group) = nullptr;
+    /// Who is told of groups of images.
     int (*PhgLibSetImageGroupInfoCB)(PhgImageGroupInfoCB callback) = nullptr;
+    /// Folder of the keyframes.
     int (*PhgLibSetKeyframeFolderPath)(const char* path) = nullptr;
-
-    // Camera calibration, accuracy check, poses, sensor samples.
+    /// Calibrates a camera: images, board, folder of the result.
     int (*PhgLibCalibCamera)(const char* images, const char* board, const char* result,
                              CameraParameters* parameters) = nullptr;
+    /// Checks the accuracy by AprilTags in images.
     int (*PhgLibCheckAccuracyApriltags)(const char* images, int* count, double* accuracy) = nullptr;
+    /// Position and attitude of a target seen in an image.
     int (*PhgLibGetTargetPose)(unsigned int target, const double* image, double* position, double* attitude) = nullptr;
+    /// Place of the GNSS antenna in the camera frame.
     void (*PhgLibGetGnssExtrinsics)(double* extrinsics) = nullptr;
+    /// Takes a GNSS sample.
     int (*PhgLibSetGnss)(const PosRaw_tag* position) = nullptr;
+    /// Takes an IMU sample.
     int (*PhgLibSetImu)(const ImuRawData_tag* sample) = nullptr;
 
     /// Unloads what is loaded, loads the library named by "VISION_PHG_LIB_NAME" and looks up every entry point.
@@ -105,26 +154,41 @@ struct RTK_UTILS_API PhgFunc_t {
 /// -22 for a null record where it says so. Wrappers that dump their input copy it first, see CPhgLog; the record must
 /// be as long as its type or its own count says.
 ///
-/// Start and Stop must not run while other threads are in wrappers; dumping is safe from any thread.
+/// Start and Stop must not run while other threads are in wrappers; dumping is safe from any thread. No member throws.
+/// A thread that the host cancels inside an entry point ends as it would without this class.
 class RTK_UTILS_API CPhgAdapter {
 public:
-    /// The adapter, made on first use and unloaded at process exit.
+    /// The adapter.
+    ///
+    /// @return the one of the process, made on first use by whichever thread comes first, unloaded at process exit
     static CPhgAdapter& instance();
 
+    /// Stop(). At process exit, when the adapter was used at all.
     ~CPhgAdapter();
     CPhgAdapter(const CPhgAdapter&) = delete;
     CPhgAdapter& operator=(const CPhgAdapter&) = delete;
 
-    /// Loads the library; one that is loaded already is unloaded first.
+    /// Loads the library that "VISION_PHG_LIB_NAME" names; one that is loaded already is unloaded first.
+    ///
+    /// Whether that worked is logged, with the address of every entry point, and shown by the wrappers' results. With
+    /// the variable unset the running program itself is searched for the entry points.
     ///
     /// @param logName  logger for this class and for the dump
     void Start(const std::string& logName) noexcept;
 
-    /// Unloads the library, closes the dump and forgets its worker.
+    /// Unloads the library, closes the dump and forgets its worker. Records that wait are still written.
     void Stop() noexcept;
 
-    void InitPhgDll() noexcept;       ///< Loads the library, as Start does.
-    void InitPhgDllFunc() noexcept;   ///< Unloads the library.
+    /// Loads the library, as Start does, and leaves the names of the loggers alone.
+    void InitPhgDll() noexcept;
+
+    /// Unloads the library. Two slots of the table keep their addresses, see PhgFunc_t::UnloadPhgDll.
+    void InitPhgDllFunc() noexcept;
+
+    // One wrapper an entry point, in the order of PhgFunc_t, whose lines say what each is for. Results:
+    //     that of the entry point, 0 where it has none
+    //     -14  no library, not in the library, or it threw an exception
+    //     -22  the record is null, where a line says so
 
     int PtrPhgLibInit(const PhgLibInitOptions* options);
     int PtrPhgLibDestroy(DrCfg_tag* config);
@@ -159,7 +223,9 @@ public:
     int PtrPhgLibSetGnss(const PosRaw_tag* position);    ///< Dumped; -22 for null.
     int PtrPhgLibSetImu(const ImuRawData_tag* sample);   ///< Dumped; -22 for null.
 
-    /// Starts a tilt calibration from a request and dumps its head.
+    // Beside them:
+
+    /// Starts a tilt calibration from a request, and dumps the first 32 bytes of it in any case.
     ///
     /// @param request   the values of its items follow its head
     /// @param perItem   values of one item
@@ -167,24 +233,52 @@ public:
     /// @return as the other wrappers; -22 for a null request
     int PtrPhgLibCalibStart(const TiltCalibReq_t* request, unsigned int perItem, PhgCalibCB callback);
 
-    /// Opens a dump file, see CPhgLog::openDump, and dumps both configurations; null ones are left out.
+    // The dump. Without a worker, with the flag off or without memory these do nothing, without a word.
+
+    /// Opens a dump file, see CPhgLog::openDump, and dumps both configurations.
+    ///
+    /// @param dir       folder, which must exist
+    /// @param name      file name in it
+    /// @param hardware  null: not dumped
+    /// @param config    null: not dumped
     void OpenDump(const std::string& dir, const std::string& name, const DrHwCfg_tag* hardware,
                   const DrCfg_tag* config) noexcept;
-    void CloseDump() noexcept;                                                           ///< CPhgLog::closeDump
-    void RegisterDumpThread(const std::shared_ptr<aht::thread_task>& thread) noexcept;   ///< CPhgLog::registerThread
-    void UnregisterDumpThread() noexcept;                                                ///< CPhgLog::unregisterThread
-    void SetDumpFlag(bool on) noexcept;                                                  ///< CPhgLog::setDumpFlag
 
-    void DumpMeasureStat(bool stat) noexcept;                   ///< Dumps whether a measurement runs.
-    void DumpFrameData(const FrameData_t* frame) noexcept;      ///< Dumps a frame result; null: nothing.
-    void DumpFusionData(const FusionData_tag* data) noexcept;   ///< Dumps a fusion input; null: nothing.
-
-    /// Length of a fusion input.
+    /// CPhgLog::closeDump: the file is whole once the worker has come to it.
     ///
+    /// @note Without effect when no file is open.
+    void CloseDump() noexcept;
+
+    /// CPhgLog::registerThread: names the worker that writes the file. It is not kept alive.
+    void RegisterDumpThread(const std::shared_ptr<aht::thread_task>& thread) noexcept;
+
+    /// CPhgLog::unregisterThread: nothing more is dumped, and what waits is still written.
+    void UnregisterDumpThread() noexcept;
+
+    /// CPhgLog::setDumpFlag: off stops opening and recording, not closing.
+    void SetDumpFlag(bool on) noexcept;
+
+    /// Dumps whether a measurement runs.
+    ///
+    /// @param stat  true: from now on
+    void DumpMeasureStat(bool stat) noexcept;
+
+    /// Dumps a frame result, mostly from the callback that PtrPhgLibSetFrameDataCB has named.
+    ///
+    /// @param frame  with as many elements as it counts; null: nothing is dumped
+    void DumpFrameData(const FrameData_t* frame) noexcept;
+
+    /// Dumps a fusion input, which PtrPhgLibSetFusionData does not, with as many elements as it counts; null: nothing.
+    void DumpFusionData(const FusionData_tag* data) noexcept;
+
+    /// Length of a fusion input as its own count says.
+    ///
+    /// @param data  its first 6 bytes are read
     /// @return 88 + 32 x its count byte (bytes); 0 for null
     static int GetFusionDataLen(const FusionData_tag* data) noexcept;
 
-    /// Name of the logger, set by Start.
+    /// Name of the logger, set by Start. Lines: level 1 loading and unloading, 2 addresses of entry points, 4 calls
+    /// that could not be made.
     static std::string m_logName;
 
 private:

@@ -1,6 +1,15 @@
 /// @file CPhgLog.h  Binary dump of what the vision library is fed with.
 ///
-/// A dump file is a sequence of records, each a LogKvx_tag and its payload; docs/formats/dump-file.md describes it.
+/// A dump file is a sequence of records without header or trailer, each a LogKvx_tag and its payload;
+/// docs/formats/dump-file.md describes it, `kvx dump` lists, checks and replays it. Hosts mostly dump through
+/// CPhgAdapter, which owns one of these logs:
+///
+///     auto worker = std::make_shared<aht::thread_task>("dump", 10000);   // at most so many records wait
+///     CPhgLog log;
+///     log.registerThread(worker);
+///     log.openDump("/data", "fusion.kvx");
+///     log.dumpData(bytes, size, kPhgImu);
+///     log.closeDump();                                                   // all of it done on the worker
 #ifndef CPHGLOG_H
 #define CPHGLOG_H
 
@@ -25,7 +34,8 @@ struct LogKvx_tag {
 };
 static_assert(sizeof(LogKvx_tag) == 16, "written to files as it stands");
 
-/// Types of dump records.
+/// Types of dump records: what the payload is and how long. Records of other types are written all the same; a
+/// header keeps the low 8 bits of a type.
 enum phg_record_t : int {
     kPhgFusionData = 16,       ///< FusionData_tag, 88 + 32 x its count byte
     kPhgConfig = 17,           ///< DrCfg_tag, 88 bytes
@@ -39,6 +49,8 @@ enum phg_record_t : int {
     kPhgVisualOdometer = 51,   ///< int32, the argument that enables or disables it
 };
 
+/// One dump at a time.
+///
 /// Writes records to one file at a time on the worker thread that the host registers; the caller only copies and
 /// queues. Operations reach the file in the order in which they were queued.
 ///
@@ -47,6 +59,7 @@ enum phg_record_t : int {
 /// closed is closed with the last of them.
 class RTK_UTILS_API CPhgLog {
 public:
+    /// With the dump flag on, and without a worker: everything is refused until one is registered.
     CPhgLog() noexcept;
 
     /// Queues a close if the worker is still there.
@@ -54,7 +67,10 @@ public:
     CPhgLog(const CPhgLog&) = delete;
     CPhgLog& operator=(const CPhgLog&) = delete;
 
-    /// Names the worker. The log does not keep it alive.
+    /// Names the worker in place of an earlier one. The log does not keep it alive: a worker that has gone takes
+    /// nothing any more.
+    ///
+    /// @param thread  runs the tasks one at a time and in their order; null: as unregisterThread
     void registerThread(const std::shared_ptr<aht::thread_task>& thread) noexcept;
 
     /// Forgets the worker; what is queued still runs.
@@ -65,10 +81,12 @@ public:
 
     /// Queues the opening of dir + "/" + name; a file of that name is emptied. Without effect while a file is open.
     ///
+    /// @param dir   folder, which must exist; the slash is put in even behind an empty one
+    /// @param name  file name in it
     /// @note Logged as "open fusion log file" whether or not it succeeded; records are lost until one does.
     void openDump(const std::string& dir, const std::string& name) noexcept;
 
-    /// Queues the closing of the file.
+    /// Queues the closing of the file, whatever the dump flag is. Until then its last records may wait in memory.
     void closeDump() noexcept;
 
     /// Queues one record.
@@ -86,6 +104,11 @@ public:
     static unsigned int Crc32(const unsigned char* data, int len) noexcept;
 
     /// Fills in the header that goes before a payload.
+    ///
+    /// @param data  payload, of which the header carries the checksum
+    /// @param len   its length in bytes
+    /// @param type  phg_record_t, of which the header carries the low 8 bits
+    /// @param head  out: all 16 bytes
     static void buildLogHead(const unsigned char* data, int len, int type, LogKvx_tag* head) noexcept;
 
     /// Name of the logger that is told of files opened, closed and failed. Set it before dumping starts.

@@ -250,7 +250,8 @@ RTK_UTILS_API float ant_height(const raw_t* raw);
 // 2. Foundation
 // ===================================================================================================
 //
-// Pure functions: satellite numbers, checksums, bit fields, time scales, dates, positions.
+// Pure functions: satellite numbers, checksums, bit fields, time scales, dates, positions. None of them fails; what is
+// outside its range gives the result that its lines say. Only the leap-second count is shared by the process.
 
 // ---- Satellites ----
 
@@ -338,10 +339,20 @@ RTK_UTILS_API double timediff(double sec1, double sec2);
 /// BeiDou time is GPS time - 14 s, GLONASS time UTC + 3 h.
 /// @note Leap seconds as published in IERS Bulletin C.
 RTK_UTILS_API double bdt2gpst(double sec, unsigned short* week);
+
+/// GPS time to BeiDou time.
 RTK_UTILS_API double gpst2bdt(double sec, unsigned short* week);
+
+/// GPS time to UTC.
 RTK_UTILS_API double gpst2utc(double sec, unsigned short* week);
+
+/// UTC to GPS time.
 RTK_UTILS_API double utc2gpst(double sec, unsigned short* week);
+
+/// GPS time to GLONASS time.
 RTK_UTILS_API double gpst2glot(double sec, unsigned short* week);
+
+/// GLONASS time to GPS time.
 RTK_UTILS_API double glot2gpst(double sec, unsigned short* week);
 
 /// Calendar date of a GPS time.
@@ -390,6 +401,18 @@ RTK_UTILS_API void pos2ecef(const double* pos, double* ecef);
 // ===================================================================================================
 //
 // The receiver's log, byte by byte, block by block or from a file, into the record.
+//
+//     auto raw = std::make_unique<raw_t>();
+//     Initial_raw(raw.get(), 0);
+//     for (int n = size; n > 0;) {                                // bytes that a port has given
+//         const int kind = input_korvexb(raw.get(), data + size - n, &n);
+//         if (kind == DECODE_OBS) ...                             // raw->obs, before the next epoch's first message
+//         if (kind == DECODE_EPH) ...                             // of raw->eph_sat
+//     }
+//
+// A frame is refused for its checksum, its length or impossible contents; of the record only the time may have moved
+// then. Messages are kept as the record has room for: a number is narrowed as its field says, a satellite that has no
+// number here is dropped.
 
 /// Messages of the log by their number in the frame's header. docs/formats/log-frame.md describes the frame.
 enum log_message_t : int {
@@ -460,6 +483,18 @@ RTK_UTILS_API void decode_satvisb(raw_t* raw);
 // ===================================================================================================
 //
 // Observation files, navigation files and the position listing, written from the record.
+//
+//     rnx_t options{};
+//     Initial_Rnx(&options);                                      // once a file, before its header
+//     options.version = 304;
+//     options.rcvkind = 9;                                        // no default: the host's to set
+//     WriteRinexObsHeader(file, raw, &options);                   // file opened with "w+b": headers are patched
+//     WriteRinexObsRec(file, raw, &options, 0.0);                 // each epoch
+//     WriteRinexObsApppos(file, raw, &options);                   // at the end
+//     WriteRinexObsLastEpoch(file, &options);
+//
+// Writers check no write: look at ferror() before fclose(), which hides errors. Texts come out in ASCII columns with
+// control characters as blanks, numbers with a decimal point whatever the locale.
 
 // ---- Observation files ----
 
@@ -540,10 +575,20 @@ RTK_UTILS_API int cmpobs(const void* p1, const void* p2);
 /// @return 1; 0 when a pointer is null. Write errors are the stream's to report (ferror)
 /// @note RINEX 2.11 and 3.02-3.04, International GNSS Service / RTCM SC-104. The date is the system's, UTC.
 RTK_UTILS_API int WriteRinexGpsEphHeader(std::FILE* fp, const rnx_t* opt);
+
+/// The same for QZSS.
 RTK_UTILS_API int WriteRinexQzssEphHeader(std::FILE* fp, const rnx_t* opt);
+
+/// The same for GLONASS; the one header that tells g_curleap.
 RTK_UTILS_API int WriteRinexGloEphHeader(std::FILE* fp, const rnx_t* opt);
+
+/// The same for Galileo.
 RTK_UTILS_API int WriteRinexGalEphHeader(std::FILE* fp, const rnx_t* opt);
+
+/// The same for BeiDou.
 RTK_UTILS_API int WriteRinexBDsEphHeader(std::FILE* fp, const rnx_t* opt);
+
+/// The same for a file of all systems.
 RTK_UTILS_API int WriteRinexALLEphHeader(std::FILE* fp, const rnx_t* opt);
 
 /// Patches the two ionospheric lines of a GPS header.
@@ -586,9 +631,17 @@ RTK_UTILS_API int WriteRinexNavNum(std::FILE* fp, double value, int digits);
 /// @note Epochs: GPS and QZSS toe; BeiDou toc in BeiDou time; Galileo toc (of the I/NAV clock unless only
 ///       F/NAV was received); GLONASS and SBAS the reference time, GLONASS in UTC.
 RTK_UTILS_API int WriteRinexGpsEphRec(std::FILE* fp, const raw_t* raw, const rnx_t* opt);
+
+/// The same for QZSS.
 RTK_UTILS_API int WriteRinexQzssEphRec(std::FILE* fp, const raw_t* raw, const rnx_t* opt);
+
+/// The same for GLONASS.
 RTK_UTILS_API int WriteRinexGloEphRec(std::FILE* fp, const raw_t* raw, const rnx_t* opt);
+
+/// The same for Galileo.
 RTK_UTILS_API int WriteRinexGalEphRec(std::FILE* fp, const raw_t* raw, const rnx_t* opt);
+
+/// The same for SBAS, which has a place in files of all systems only.
 RTK_UTILS_API int WriteRinexSBASEphRec(std::FILE* fp, const raw_t* raw, const rnx_t* opt);
 
 /// The same for BeiDou.

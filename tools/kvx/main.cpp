@@ -2,6 +2,7 @@
 #include <csignal>
 #include <cstdio>
 #include <exception>
+#include <new>
 
 #include "common/command.h"
 
@@ -14,28 +15,8 @@ constexpr command_t (*kCommands[])(CLI::App&) = {
     kvx::frame_command,   kvx::gpio_command, kvx::i2c_command,
 };
 
-int run_chosen(const std::vector<command_t>& commands)
+int run(int argc, char** argv)
 {
-    for (const command_t& command : commands) {
-        if (!command.app->parsed()) continue;
-        try {
-            return kvx::finished(command.run());
-        } catch (const CLI::ParseError& e) {   // a value that only the command itself could judge
-            std::fprintf(stderr, "kvx: error: %s\n", e.what());
-            return kvx::kUsage;
-        } catch (const std::exception& e) {
-            std::fprintf(stderr, "kvx: error: %s\n", e.what());
-            return kvx::kFailed;
-        }
-    }
-    return kvx::kUsage;
-}
-
-}   // namespace
-
-int main(int argc, char** argv)
-{
-    std::signal(SIGPIPE, SIG_IGN);   // a reader that has gone is an error like any other
     CLI::App app("Logs, RINEX files, messages and hardware of GNSS RTK receivers.", "kvx");
     app.set_version_flag("--version", KVX_VERSION);
     app.require_subcommand(1);
@@ -50,5 +31,30 @@ int main(int argc, char** argv)
     } catch (const CLI::ParseError& e) {
         return app.exit(e) == 0 ? kvx::kDone : kvx::kUsage;
     }
-    return run_chosen(commands);
+    for (const command_t& command : commands) {
+        if (command.app->parsed()) return kvx::finished(command.run());
+    }
+    return kvx::kUsage;
+}
+
+int failed(const char* what, int code)
+{
+    std::fprintf(stderr, "kvx: error: %s\n", what);
+    return code;
+}
+
+}   // namespace
+
+int main(int argc, char** argv)
+{
+    std::signal(SIGPIPE, SIG_IGN);   // a reader that has gone is an error like any other
+    try {
+        return run(argc, argv);
+    } catch (const CLI::ParseError& e) {   // a value that only the command itself could judge
+        return failed(e.what(), kvx::kUsage);
+    } catch (const std::bad_alloc&) {
+        return failed("out of memory", kvx::kFailed);
+    } catch (const std::exception& e) {
+        return failed(e.what(), kvx::kFailed);
+    }
 }

@@ -220,6 +220,7 @@ struct entry_point_t {
 
 }   // namespace
 
+// NOLINTBEGIN(bugprone-macro-parentheses): parameters and arguments come in parentheses
 #define DEFINE_forwards(name, parameters, arguments)                                    \
     int CPhgAdapter::Ptr##name parameters                                               \
     {                                                                                   \
@@ -229,6 +230,7 @@ struct entry_point_t {
 #define DEFINE_WRAPPER(rank, unload, wrapper, result, name, parameters, arguments) \
     DEFINE_##wrapper(name, parameters, arguments)
 PHG_ENTRY_POINTS(DEFINE_WRAPPER)
+// NOLINTEND(bugprone-macro-parentheses)
 
 int CPhgAdapter::PtrPhgLibUpdateCfg(const DrCfg_tag* config)
 {

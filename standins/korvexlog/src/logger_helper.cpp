@@ -22,7 +22,7 @@ std::shared_ptr<spdlog::logger> logger_named(const char* name)
     return fallback ? fallback->clone(name) : nullptr;   // its level and sinks, under this name
 }
 
-std::string formatted(const char* format, va_list arguments)
+[[gnu::format(printf, 1, 0)]] std::string formatted(const char* format, va_list arguments)
 {
     va_list again;
     va_copy(again, arguments);

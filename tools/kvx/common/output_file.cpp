@@ -72,7 +72,7 @@ void output_file_t::check(const std::string& what)
 std::string output_file_t::publish(const std::string& name)
 {
     check(name);
-    const std::string target = folder_ + "/" + name;
+    std::string target = folder_ + "/" + name;
     if (!claim(target)) {
         throw error_t(target, "another log of this run has made this file",
                       "give the logs different names with --marker, or convert them one by one with --name");
@@ -80,9 +80,10 @@ std::string output_file_t::publish(const std::string& name)
     const int closed = std::fclose(stream_);
     stream_ = nullptr;
     if (closed != 0 || ::rename(path_.c_str(), target.c_str()) != 0) {
-        const error_t error = system_error(target, "closing");
+        const int reason = errno;
         ::unlink(path_.c_str());
-        throw error;
+        errno = reason;
+        throw system_error(target, "closing");
     }
     return target;
 }

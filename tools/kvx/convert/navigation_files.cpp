@@ -136,7 +136,10 @@ std::vector<std::string> navigation_files_t::finish(const raw_t& raw, const std:
     if (raw.leaps > 0 && raw.leaps <= kMostLeaps) g_curleap = raw.leaps;
     std::vector<std::string> paths;
     for (std::size_t kind = 0; kind < kKinds; ++kind) {
-        if (files_[kind] != nullptr) paths.push_back(publish(kind, raw, stem + kFiles[kind].ending + suffix));
+        if (files_[kind] == nullptr) continue;
+        std::string name = stem;
+        name.append(kFiles[kind].ending).append(suffix);
+        paths.push_back(publish(kind, raw, name));
     }
     return paths;
 }

@@ -53,11 +53,11 @@ private:
         void (*destroy)(void* place) noexcept;
     };
 
-    static constexpr std::size_t kRoom = 6 * sizeof(void*);
+    static constexpr std::size_t kRoom = 6 * sizeof(void*), kAlignment = alignof(void*);
 
-    template <class F>
-    static constexpr bool fits = sizeof(F) <= kRoom &&
-                                 alignof(F) <= alignof(void*) && std::is_nothrow_move_constructible_v<F>;
+    template <class F>   // NOLINTNEXTLINE(misc-redundant-expression): size and alignment are not the same
+    static constexpr bool fits = (sizeof(F) <= kRoom) &&
+                                 (alignof(F) <= kAlignment) && std::is_nothrow_move_constructible_v<F>;
 
     template <class F>
     static F& as(void* place) noexcept
@@ -93,7 +93,7 @@ private:
         if (const operations_t* held = std::exchange(m_operations, nullptr)) held->destroy(m_place);
     }
 
-    alignas(void*) unsigned char m_place[kRoom];
+    alignas(kAlignment) unsigned char m_place[kRoom];
     const operations_t* m_operations = nullptr;
 };
 

@@ -123,7 +123,7 @@ void note_glonass_channel(raw_t* raw, int sat, const range_t& r)
 double strength(const range_t& r, bool compressed)
 {
     if (!(r.cn0 >= 0.0 && r.cn0 < 255.0)) return 0.0;
-    return compressed ? static_cast<std::uint8_t>(r.cn0 * 4.0 + 0.5) : r.cn0 * 4.0;
+    return compressed ? static_cast<std::uint8_t>(std::trunc(r.cn0 * 4.0 + 0.5)) : r.cn0 * 4.0;
 }
 
 // The record keeps single precision. What the plain message sends so is kept bit for bit: on the way through a double

@@ -59,7 +59,7 @@ constexpr const signal_t* find(int sys, int type)
 struct place_t {
     double wavelength;
     std::uint8_t code;
-    std::int8_t slot;
+    int slot;
 };
 
 // The rows unfolded: index is system (3 bits) and signal type (5 bits).

@@ -13,7 +13,7 @@ struct signal_t {
     const char* name;    // as the systems name it
     const char* rinex;   // band and attribute of its RINEX 3 observation codes
     std::uint8_t code;   // observation code number of the record
-    std::int8_t slot;    // signal slot of the record
+    int slot;            // signal slot of the record
     double wavelength;   // m; kByChannel: GLONASS, by the frequency channel
 };
 

@@ -31,16 +31,17 @@ struct header_t {
     std::uint32_t ms;   // of the week
 };
 
-// clang-format off: a layout table
+// A layout table: field, place in the frame.
+// clang-format off
 inline header_t read_header(const std::uint8_t* frame)
 {
     header_t h;
-    h.id = wire::u16(frame + 4);
-    h.format = frame[6] >> 4 & 3;
-    h.body_size = wire::u16(frame + kAtBodySize);
+    h.id          = wire::u16(frame +  4);
+    h.format      = frame[6] >> 4 & 3;
+    h.body_size   = wire::u16(frame +  kAtBodySize);
     h.time_status = frame[13];
-    h.week = wire::u16(frame + 14);
-    h.ms = wire::u32(frame + 16);
+    h.week        = wire::u16(frame + 14);
+    h.ms          = wire::u32(frame + 16);   // ms of the week
     return h;
 }
 // clang-format on

@@ -19,29 +19,30 @@ void read_vector(const std::uint8_t* p, double (&v)[3])
 
 }   // namespace
 
-// clang-format off: a layout table
+// Each reader is a layout table: field, place in the body, unit.
+// clang-format off
 glonass_t read_glonass_ephemeris(const std::uint8_t* b)
 {
     glonass_t g;
-    g.prn = b[0];
-    g.channel = wire::u16(b + 2) - 7;
-    g.type = b[4];
-    g.week = wire::u16(b + 6);
-    g.ms = wire::u32(b + 8);             // ms of the week
-    g.time_offset = wire::u32(b + 12);   // s
-    g.day = wire::u16(b + 16);
-    g.issue = wire::u32(b + 20);
-    g.health = wire::u32(b + 24);
-    read_vector(b + 28, g.pos);     // m
-    read_vector(b + 52, g.vel);     // m/s
-    read_vector(b + 76, g.acc);     // m/s^2
-    g.taun = wire::f64(b + 100);    // s
-    g.dtaun = wire::f64(b + 108);   // s
-    g.gamn = wire::f64(b + 116);
-    g.frame_time = wire::u32(b + 124);   // s of day
-    g.flags = wire::u32(b + 128);
+    g.prn            = b[0];
+    g.channel        = wire::u16(b +   2) - 7;
+    g.type           = b[4];
+    g.week           = wire::u16(b +   6);
+    g.ms             = wire::u32(b +   8);    // ms of the week
+    g.time_offset    = wire::u32(b +  12);    // s
+    g.day            = wire::u16(b +  16);
+    g.issue          = wire::u32(b +  20);
+    g.health         = wire::u32(b +  24);
+    read_vector(                 b +  28, g.pos);   // m
+    read_vector(                 b +  52, g.vel);   // m/s
+    read_vector(                 b +  76, g.acc);   // m/s^2
+    g.taun           = wire::f64(b + 100);    // s
+    g.dtaun          = wire::f64(b + 108);    // s
+    g.gamn           = wire::f64(b + 116);
+    g.frame_time     = wire::u32(b + 124);    // s of day
+    g.flags          = wire::u32(b + 128);
     g.accuracy_index = wire::u32(b + 132);
-    g.age = wire::u32(b + 136);   // days
+    g.age            = wire::u32(b + 136);    // days
     return g;
 }
 // clang-format on

@@ -8,19 +8,22 @@
 
 namespace korvex {
 
-// clang-format off: a layout table
+// Each reader is a layout table: field, place in the body, unit.
+// clang-format off
 sbas_t read_sbas_ephemeris(const std::uint8_t* b)
 {
     sbas_t s;
     s.index = b[0];
-    s.iodn = b[1];
-    s.ura = b[2];
-    s.t0 = wire::u16(b + 3);                                            // 16 s
-    for (int i = 0; i < 3; ++i) s.pos[i] = wire::f64(b + 7 + 8 * i);    // m
-    for (int i = 0; i < 3; ++i) s.vel[i] = wire::f32(b + 31 + 4 * i);   // m/s
-    for (int i = 0; i < 3; ++i) s.acc[i] = wire::f32(b + 43 + 4 * i);   // m/s^2
-    s.af0 = wire::f32(b + 55);                                          // s
-    s.af1 = wire::f32(b + 59);                                          // s/s
+    s.iodn  = b[1];
+    s.ura   = b[2];
+    s.t0    = wire::u16(b + 3);   // 16 s
+    for (int i = 0; i < 3; ++i) {
+        s.pos[i] = wire::f64(b +  7 + 8 * i);   // m
+        s.vel[i] = wire::f32(b + 31 + 4 * i);   // m/s
+        s.acc[i] = wire::f32(b + 43 + 4 * i);   // m/s^2
+    }
+    s.af0   = wire::f32(b + 55);   // s
+    s.af1   = wire::f32(b + 59);   // s/s
     return s;
 }
 // clang-format on

@@ -9,19 +9,22 @@
 
 namespace korvex {
 
-// clang-format off: layout tables
+// Each reader is a layout table: field, place in the body, unit.
+// clang-format off
 ion_utc_t read_ion_utc(const std::uint8_t* b)
 {
     ion_utc_t u;
-    for (int i = 0; i < 4; ++i) u.alpha[i] = wire::f64(b + 0 + 8 * i);   // s, s/semicircle, ...
-    for (int i = 0; i < 4; ++i) u.beta[i] = wire::f64(b + 32 + 8 * i);   // s, s/semicircle, ...
-    u.utc_week = wire::u32(b + 64);
-    u.utc_second = wire::u32(b + 68);   // s of week
-    u.a0 = wire::f64(b + 72);           // s
-    u.a1 = wire::f64(b + 80);           // s/s
-    u.leap_week = wire::u32(b + 88);
-    u.leap_day = wire::u32(b + 92);
-    u.leaps = wire::u32(b + 96);           // s
+    for (int i = 0; i < 4; ++i) {
+        u.alpha[i] = wire::f64(b +  0 + 8 * i);   // s, s/semicircle, ...
+        u.beta[i]  = wire::f64(b + 32 + 8 * i);   // s, s/semicircle, ...
+    }
+    u.utc_week     = wire::u32(b +  64);
+    u.utc_second   = wire::u32(b +  68);   // s of week
+    u.a0           = wire::f64(b +  72);   // s
+    u.a1           = wire::f64(b +  80);   // s/s
+    u.leap_week    = wire::u32(b +  88);
+    u.leap_day     = wire::u32(b +  92);
+    u.leaps        = wire::u32(b +  96);   // s
     u.future_leaps = wire::u32(b + 100);   // s
     return u;
 }
@@ -38,31 +41,31 @@ version_t read_version(const std::uint8_t* b)
 position_t read_position(const std::uint8_t* b)
 {
     position_t p;
-    p.status = wire::u32(b + 0);
-    p.type = wire::u32(b + 4);
-    p.coordinates[0] = wire::f64(b + 8);    // degrees
+    p.status         = wire::u32(b +  0);
+    p.type           = wire::u32(b +  4);
+    p.coordinates[0] = wire::f64(b +  8);   // degrees
     p.coordinates[1] = wire::f64(b + 16);   // degrees
     p.coordinates[2] = wire::f64(b + 24);   // m
-    p.undulation = wire::f32(b + 32);       // m
+    p.undulation     = wire::f32(b + 32);   // m
     return p;
 }
 
 position_t read_ecef_position(const std::uint8_t* b)
 {
     position_t p;
-    p.status = wire::u32(b + 0);
-    p.type = wire::u32(b + 4);
-    p.coordinates[0] = wire::f64(b + 8);    // m
+    p.status         = wire::u32(b +  0);
+    p.type           = wire::u32(b +  4);
+    p.coordinates[0] = wire::f64(b +  8);   // m
     p.coordinates[1] = wire::f64(b + 16);   // m
     p.coordinates[2] = wire::f64(b + 24);   // m
-    p.undulation = 0.0;
+    p.undulation     = 0.0;
     return p;
 }
 
 mark_time_t read_mark_time(const std::uint8_t* b)
 {
     mark_time_t m;
-    m.tow = wire::f64(b + 4);   // s of week
+    m.tow          = wire::f64(b +  4);   // s of week
     m.clock_status = wire::u32(b + 36);
     return m;
 }
@@ -70,7 +73,7 @@ mark_time_t read_mark_time(const std::uint8_t* b)
 antenna_t read_antenna(const std::uint8_t* b)
 {
     antenna_t a;
-    a.type = wire::u32(b + 0);
+    a.type     = wire::u32(b + 0);
     a.words[0] = wire::u32(b + 4);
     a.words[1] = wire::u32(b + 8);
     return a;
@@ -82,7 +85,7 @@ stop_and_go_record_t read_stop_and_go(const std::uint8_t* b, int size)
     s.word = wire::u32(b);
     if (size < kStopAndGoFullSize) return s;
     for (int i = 0; i < 7; ++i) s.values[i] = wire::f64(b + 4 + 8 * i);
-    s.last_word = wire::u32(b + 60);
+    s.last_word        = wire::u32(b + 60);
     s.antenna_delta[0] = wire::f64(b + 64);   // m, height
     s.antenna_delta[1] = wire::f64(b + 72);   // m, east
     s.antenna_delta[2] = wire::f64(b + 80);   // m, north

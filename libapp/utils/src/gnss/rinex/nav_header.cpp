@@ -26,7 +26,8 @@ constexpr program_t kNameAllSystems = {"Korvex", '0', " UTC PGM / RUN BY / DATE 
 
 constexpr char kLeapCount[] = "";   // stands for the line with the process's leap-second count
 
-// clang-format off: lines as they stand in the file
+// Lines as they stand in the file.
+// clang-format off
 constexpr char kFixedLeaps[] = "    18    18  1929     7                                    LEAP SECONDS\n";
 constexpr char kLeaps18[] = "    18                                                      LEAP SECONDS        \n";
 constexpr char kIonAlpha[] = "     .0000E+00   .0000E+00   .0000E+00   .0000E+00          ION ALPHA           \n";

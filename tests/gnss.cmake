@@ -1,5 +1,5 @@
-rtk_add_test(foundation_test SOURCES unit/satellites_test.cpp unit/checksums_test.cpp unit/time_scales_test.cpp LABELS gnss)
-rtk_add_test(korvex_test SOURCES unit/korvex_framing_test.cpp unit/korvex_decode_test.cpp LABELS gnss)
+rtk_add_test(foundation_test SOURCES unit/foundation_test.cpp LABELS gnss)
+rtk_add_test(log_test SOURCES unit/log_test.cpp LABELS gnss)
 rtk_add_test(rinex_obs_test
   SOURCES unit/rinex_obs_header_test.cpp unit/rinex_obs_rec_test.cpp unit/rinex_obs_patch_test.cpp
   WRAP time LABELS gnss)
@@ -12,3 +12,13 @@ endfunction()
 wing_without(foundation "log|rinex")
 wing_without(log rinex)
 wing_without(rinex log)
+
+# Digests of everything. The texts are made under a locale with a decimal comma and in a time zone off by odd minutes.
+rtk_add_test(digest_test SOURCES unit/log_digest_test.cpp unit/text_digest_test.cpp WRAP time LABELS gnss)
+target_include_directories(digest_test PRIVATE ${PROJECT_SOURCE_DIR}/tools)
+set(locales ${CMAKE_CURRENT_BINARY_DIR}/locale)
+file(MAKE_DIRECTORY ${locales})
+add_test(NAME comma_locale COMMAND localedef -i de_DE -f UTF-8 ${locales}/de_DE.UTF-8)
+set_tests_properties(comma_locale PROPERTIES FIXTURES_SETUP comma_locale)
+set_tests_properties(digest_test PROPERTIES FIXTURES_REQUIRED comma_locale
+                     ENVIRONMENT "LOCPATH=${locales};LC_ALL=de_DE.UTF-8;TZ=ODD-3:37")

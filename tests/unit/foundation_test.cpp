@@ -1,0 +1,163 @@
+// Foundation functions against what is known of them from elsewhere; over their whole ranges they are kept by digests.
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <cmath>
+
+#include "support/frame_builder.h"
+
+namespace {
+
+// Puts the process's leap seconds back to what they were.
+struct KeepLeaps {
+    unsigned short before = g_curleap;
+    ~KeepLeaps() { g_curleap = before; }
+};
+
+std::uint32_t bitwise_crc32(const std::uint8_t* p, int len)
+{
+    std::uint32_t crc = 0;
+    for (; len > 0; --len) {
+        crc ^= *p++;
+        for (int bit = 0; bit < 8; ++bit) crc = crc >> 1 ^ (crc & 1 ? 0xEDB88320u : 0u);
+    }
+    return crc;
+}
+
+}   // namespace
+
+TEST(Checksums, KnownValuesEveryLengthAndAlignment)
+{
+    const auto* digits = reinterpret_cast<const unsigned char*>("123456789");
+    EXPECT_EQ(0x2DFD2D88u, crc32(digits, 9));
+    EXPECT_EQ(0xCDE703u, crc24q(digits, 9));   // check value of the same parameters in LTE
+    EXPECT_EQ(0u, crc32(nullptr, 0) + crc24q(nullptr, -1));
+    const Bytes frame = range_frame(std::vector<Signal>(15, {0, 0, 5})).bytes();
+    EXPECT_EQ(0u, crc32(frame.data(), static_cast<int>(frame.size())));   // with its checksum
+    for (int at = 0; at < 16; ++at) {
+        for (int len = 0; at + len <= static_cast<int>(frame.size()); ++len) {
+            ASSERT_EQ(bitwise_crc32(&frame[at], len), crc32(&frame[at], len)) << at << ' ' << len;
+        }
+    }
+}
+
+TEST(BitFields, WrittenFieldsReadBack)
+{
+    for (int len = 1; len <= 32; ++len) {
+        for (int pos = 0; pos + len <= 64; ++pos) {
+            unsigned char buff[8] = {};
+            const unsigned value = 0x9E3779B9u * static_cast<unsigned>(len + pos);
+            setbitu(buff, pos, len, value);
+            ASSERT_EQ(value << (32 - len) >> (32 - len), getbitu(buff, pos, len));
+            ASSERT_EQ(0u, getbitu(buff, 0, pos) + getbitu(buff, pos + len, 64 - pos - len));
+        }
+    }
+    const unsigned char ones[] = {0xFF, 0xFF, 0xFF, 0xFF, 0xFF}, high[] = {0x80, 0, 0, 0, 0};
+    EXPECT_EQ(-1, getbits(ones, 3, 5));
+    EXPECT_EQ(static_cast<int>(0x80000000u), getbits(high, 0, 32));
+    EXPECT_EQ(-1, getbitg(ones, 0, 2));
+    EXPECT_EQ(0, getbitg(high, 0, 2));
+    EXPECT_EQ(-2147483648.0 * 64, getbits_38(high, 0));
+}
+
+TEST(Satellites, WavelengthsBelongToTheCarriersFrequencies)
+{
+    struct Case {
+        int sat, slot, channel;
+        double mhz;
+    };
+    constexpr Case kCases[] = {{1, 0, 0, 1575.42},    {1, 1, 0, 1227.60},   {1, 2, 0, 1176.45},
+                               {33, 0, 0, 1561.098},  {33, 1, 0, 1207.14},  {33, 2, 0, 1268.52},
+                               {103, 1, 0, 1207.14},  {103, 2, 0, 1176.45}, {79, 0, -3, 1600.3125},
+                               {88, 1, 0, 1242.9375}, {89, 0, 0, 1602}};
+    for (const Case& c : kCases) {
+        const double wavelength = satwavelen(c.sat, c.slot, static_cast<signed char>(c.channel));
+        EXPECT_NEAR(299792458.0 / (c.mhz * 1e6), wavelength, 1e-15) << c.sat << " slot " << c.slot;
+    }
+}
+
+TEST(TimeScales, LeapSecondsFollowTheTimeConverted)
+{
+    const KeepLeaps keep;
+    struct Case {
+        unsigned short before, week;
+        double sec;
+        unsigned short leaps;
+    };
+    constexpr Case kCases[] = {{18, 1511, 604000, 18}, {18, 1512, 345618, 14}, {18, 1512, 345619, 15},
+                               {15, 1695, 0, 15},   // 15 s before the start of that week
+                               {15, 1695, 20, 16},     {16, 1851, 259216, 16}, {16, 1851, 259217, 17},
+                               {17, 1929, 604000, 17}, {17, 1930, 17, 18},     {18, 2400, 0, 18}};
+    for (const Case& c : kCases) {
+        g_curleap = c.before;
+        unsigned short week = c.week;
+        gpst2utc(c.sec, &week);
+        EXPECT_EQ(c.leaps, g_curleap) << c.week << " " << c.sec;
+    }
+    for (const double sec : {0.5, 5.0, 15.0, 300000.5, 604799.0}) {
+        unsigned short week = 2200;
+        EXPECT_EQ(sec, bdt2gpst(gpst2bdt(sec, &week), &week));
+        const double glonass = gpst2glot(sec, &week);
+        EXPECT_NEAR(0.0, timediff(glonass, sec + 10800 - 18), 1e-9);
+        EXPECT_NEAR(0.0, timediff(glot2gpst(glonass, &week), sec), 1e-9);
+        EXPECT_EQ(2200, week);
+    }
+    unsigned short week = 0;   // 2020 is the first year of interval 7; noon of 1 February in Moscow is 09:00:18
+    EXPECT_NEAR(6 * 86400 + 9 * 3600 + 18, glot2ws(7, 32, 43200, &week), 1e-6);
+    EXPECT_EQ(2090, week);
+}
+
+TEST(Calendar, EveryDayOfACentury)
+{
+    using namespace std::chrono;
+    const sys_days epoch = year{1980} / January / 6;
+    for (sys_days day = year{1981} / January / 1; day < sys_days{year{2081} / January / 1}; day += days{1}) {
+        const auto count = static_cast<int>((day - epoch).count());
+        int y = 0, mon = 0, d = 0, h = 0, min = 0, week = 0;
+        double s = 0.0, tow = 0.0;
+        const double expected_tow = count % 7 * 86400.0 + 13 * 3600 + 47 * 60 + 29.95;
+        ASSERT_EQ(1, GetCommonTime(count / 7, expected_tow, 0.0, &y, &mon, &d, &h, &min, &s));
+        ASSERT_EQ(year_month_day{day}, year{y} / mon / d) << count;
+        ASSERT_EQ(13 * 60 + 47, h * 60 + min);
+        ASSERT_EQ(29.95, s);
+        ASSERT_EQ(1, GetGpsTime(y, mon, d, h, min, s, &week, &tow));
+        ASSERT_EQ(count / 7, week);
+        ASSERT_NEAR(expected_tow, tow, 1e-9);
+    }
+}
+
+TEST(Calendar, OddTimes)
+{
+    double s = 0.0, tow = -5.0;
+    int min = 0, week = -5;
+    GetCommonTime(2200, 59.996, 0.0, nullptr, nullptr, nullptr, nullptr, &min, &s);
+    EXPECT_EQ(60.0, s);   // rounding never carries into the minute
+    EXPECT_EQ(0, min);
+    for (const double odd : {std::nan(""), HUGE_VAL, -1e300, 1e18}) {
+        for (const int w : {0, -1, 65535, INT_MAX, INT_MIN})
+            EXPECT_EQ(1, GetCommonTime(w, odd, 0.0, nullptr, nullptr, nullptr, nullptr, &min, &s));
+    }
+    EXPECT_EQ(0, GetGpsTime(2020, 1, 1, 0, 0, std::nan(""), &week, &tow));
+    EXPECT_EQ(-5, week);
+    EXPECT_EQ(1, GetGpsTime(2020, 1, 6, -3, -1, 0.5, &week, &tow));   // counted back from the date
+    EXPECT_EQ(86400.0 - 3 * 3600 - 60 + 0.5, tow);
+}
+
+TEST(Geodesy, PointsWithKnownCoordinates)
+{
+    struct Case {
+        double lat, lon, h, xyz[3];   // degrees, m
+    };
+    constexpr Case kCases[] = {{0, 0, 0, {6378137, 0, 0}},
+                               {0, 90, 100, {0, 6378237, 0}},
+                               {0, 180, 50, {-6378187, 0, 0}},
+                               {90, 0, 0, {0, 0, 6356752.314245}},
+                               {-90, 0, 10, {0, 0, -6356762.314245}},
+                               {45, 60, 1000, {2259148.993, 3912960.837, 4488055.516}}};
+    for (const Case& c : kCases) {
+        const double degree = std::acos(-1.0) / 180, geodetic[3] = {c.lat * degree, c.lon * degree, c.h};
+        double ecef[3];
+        pos2ecef(geodetic, ecef);
+        for (int i = 0; i < 3; ++i) EXPECT_NEAR(c.xyz[i], ecef[i], 5e-4);
+    }
+}

@@ -1,0 +1,341 @@
+// What the decoder makes of every message, of every byte of it turned, of every shorter body and of damage: the record
+// after each frame, by three ways in that must agree.
+#include <gtest/gtest.h>
+
+#include <cmath>
+
+#include "gnss/foundation/wire.h"
+#include "gnss/log/galileo.h"
+#include "gnss/log/glonass.h"
+#include "gnss/log/kepler.h"
+#include "gnss/log/range.h"
+#include "gnss/log/sbas.h"
+#include "gnss/log/signals.h"
+#include "gnss/log/station.h"
+#include "gnss/log/subframes.h"
+#include "sky/random.h"
+#include "support/digest.h"
+#include "support/frame_builder.h"
+#include "support/temporary_folder.h"
+
+namespace {
+
+using sky::random_t;
+
+constexpr std::size_t kHeader = 28, kCrc = 4;
+
+std::size_t size_of(const Bytes& log, std::size_t at)
+{
+    return kHeader + (log[at + 8] | log[at + 9] << 8) + kCrc;
+}
+
+// One frame of each message, made by the simulator.
+std::vector<Bytes> every_message()
+{
+    const std::string log = contents_of(RTK_UTILS_TEST_DATA "/every_message.log");
+    const Bytes bytes(log.begin(), log.end());
+    std::vector<Bytes> frames;
+    for (std::size_t at = 0; at < bytes.size(); at += size_of(bytes, at)) {
+        frames.emplace_back(bytes.begin() + static_cast<std::ptrdiff_t>(at),
+                            bytes.begin() + static_cast<std::ptrdiff_t>(at + size_of(bytes, at)));
+    }
+    return frames;
+}
+
+int id_of(const Bytes& frame)
+{
+    return frame[4] | frame[5] << 8;
+}
+
+void repair_checksum(Bytes& frame)
+{
+    const std::uint32_t crc = crc32(frame.data(), static_cast<int>(frame.size() - kCrc));
+    for (std::size_t i = 0; i < kCrc; ++i) frame[frame.size() - kCrc + i] = static_cast<std::uint8_t>(crc >> 8 * i);
+}
+
+Bytes with_turned_byte(Bytes frame, std::size_t at)
+{
+    frame[at] ^= 0xFF;
+    if (at < frame.size() - kCrc) repair_checksum(frame);
+    return frame;
+}
+
+Bytes with_shorter_body(Bytes frame, std::size_t size)
+{
+    frame.resize(kHeader + size + kCrc);
+    frame[8] = static_cast<std::uint8_t>(size);
+    frame[9] = static_cast<std::uint8_t>(size >> 8);
+    repair_checksum(frame);
+    return frame;
+}
+
+// ---- Ways in ----
+
+struct Step {
+    int result;
+    std::uint64_t record;   // digest behind it
+
+    bool operator==(const Step&) const = default;
+};
+
+/// Collects what a frame made of the record. The frame buffer is left out, and of the position what a last digit of the
+/// processor's sine may move.
+struct Steps {
+    std::vector<Step> steps;
+    std::unique_ptr<raw_t> raw = new_record();
+
+    void add(int result)
+    {
+        const bool too_long = result == DECODE_REFUSED && raw->len > 8188;   // to which the block form says 0
+        if (result == 0 || too_long) return;
+        Digest d;
+        d.bytes(raw.get(), offsetof(raw_t, pos)).bytes(raw->sng_f, offsetof(raw_t, nbyte) - offsetof(raw_t, sng_f));
+        for (const double x : raw->pos) d.values(std::isfinite(x) ? std::floor(x * 100.0) : 0.0);
+        steps.push_back({result, d.values(g_curleap).value()});
+    }
+};
+
+Steps by_byte(const Bytes& log)
+{
+    Steps s;
+    for (const std::uint8_t byte : log) s.add(input_korvex(s.raw.get(), byte));
+    return s;
+}
+
+Steps by_block(const Bytes& log, random_t& random)
+{
+    Steps s;
+    for (std::size_t at = 0; at < log.size();) {
+        const int given = static_cast<int>(std::min<std::size_t>(log.size() - at, 1 + random.below(3000)));
+        int left = given;
+        s.add(input_korvexb(s.raw.get(), log.data() + at, &left));
+        at += static_cast<std::size_t>(given - left);
+    }
+    return s;
+}
+
+Steps by_file(Bytes log)
+{
+    Steps s;
+    std::FILE* file = fmemopen(log.data(), log.size(), "rb");
+    for (int result; (result = input_korvexf(s.raw.get(), file, 0)) != DECODE_EOF;) s.add(result);
+    std::fclose(file);
+    return s;
+}
+
+// Takes the steps of a log into a digest when all ways in agree on them.
+void add_log(Digest& digest, const Bytes& log)
+{
+    random_t random(log.size());
+    g_curleap = 18;
+    const Steps bytes = by_byte(log);
+    for (const Step& step : bytes.steps) digest.values(step.result, step.record);
+    digest.values(bytes.steps.size());
+    g_curleap = 18;
+    ASSERT_EQ(bytes.steps, by_block(log, random).steps);
+    g_curleap = 18;
+    ASSERT_EQ(bytes.steps, by_file(log).steps);
+    g_curleap = 18;
+}
+
+TEST(LogDigest, EveryMessageWithEveryByteTurned)
+{
+    for (const Bytes& frame : every_message()) {
+        Digest digest;
+        add_log(digest, frame + frame);   // the second time it is known
+        for (std::size_t at = 0; at < frame.size(); ++at) add_log(digest, frame + with_turned_byte(frame, at));
+        expect_digest("turned_" + std::to_string(id_of(frame)) + "_" + std::to_string(frame[kHeader]), digest);
+    }
+}
+
+TEST(LogDigest, EveryMessageWithEveryShorterBody)
+{
+    for (const Bytes& frame : every_message()) {
+        Digest digest;
+        for (std::size_t size = 0; size < frame.size() - kHeader - kCrc; ++size) {
+            add_log(digest, with_shorter_body(frame, size));
+        }
+        expect_digest("shorter_" + std::to_string(id_of(frame)) + "_" + std::to_string(frame[kHeader]), digest);
+    }
+}
+
+// ---- Range messages ----
+
+Signal any_signal(random_t& random)
+{
+    constexpr int kFirstPrns[] = {1, 38, 120, 1, 1, 193, 0, 0};
+    Signal s{static_cast<int>(random.below(8)), static_cast<int>(random.below(32)), 0};
+    s.prn = kFirstPrns[s.system] + static_cast<int>(random.below(random.below(4) == 0 ? 200 : 30));
+    s.pseudorange = static_cast<double>(random.below(1u << 31)) / 64.0;
+    s.adr = static_cast<double>(static_cast<int>(random.below(1u << 31)) - (1 << 30)) / 128.0;
+    s.locktime = static_cast<float>(random.below(1u << 20)) / 32.0f;
+    for (const int bit : {10, 11, 12}) s.flags &= ~(std::uint32_t{random.below(8) == 0} << bit);
+    s.flags |= std::uint32_t{random.below(4) == 0} << 19 | std::uint32_t{random.below(4) == 0} << 28;
+    s.channel = static_cast<int>(random.below(14)) - 7;
+    s.doppler = static_cast<float>(static_cast<int>(random.below(1u << 20)) - (1 << 19)) / 256.0f;
+    s.cn0 = static_cast<float>(20 + random.below(32));
+    return s;
+}
+
+// Signals of all kinds under all options; some messages join the epoch before, some are late, damaged or full.
+TEST(LogDigest, RangeMessagesOfAnySignals)
+{
+    for (int options = 0; options < 4; ++options) {
+        random_t random(options);
+        const auto raw = new_record();
+        raw->opt_nosigmap = options & 1;
+        raw->opt_rawprn = options > 1;
+        Digest digest;
+        std::uint32_t ms = 5000;
+        for (int i = 0; i < 300; ++i) {
+            constexpr std::uint32_t kSteps[] = {0, 0, 0, 1, 2, 1000, 604800000u - 1000};
+            ms = (ms + kSteps[random.below(std::size(kSteps))]) % 604800000u;
+            std::vector<Signal> signals(random.below(random.below(8) == 0 ? 170 : 20));
+            for (Signal& s : signals) s = any_signal(random);
+            FrameBuilder frame = random.below(2) == 0 ? range_frame(signals) : compressed_frame(signals);
+            digest.values(feed(raw.get(), frame.ms(ms))).bytes(raw.get(), offsetof(raw_t, nbyte));
+        }
+        expect_digest("signals_" + std::to_string(options), digest);
+    }
+}
+
+TEST(LogDigest, DamagedLog)
+{
+    Bytes log;
+    for (int round = 0; round < 40; ++round)
+        for (const Bytes& frame : every_message()) log = log + frame;
+    random_t random(9);
+    for (std::size_t at = random.below(700); at < log.size(); at += random.below(700)) {
+        switch (random.below(3)) {
+            case 0:
+                log[at] ^= static_cast<std::uint8_t>(1u << random.below(8));
+                break;
+            case 1:
+                log.erase(log.begin() + static_cast<std::ptrdiff_t>(at));
+                break;
+            default:
+                log.insert(log.begin() + static_cast<std::ptrdiff_t>(at), static_cast<std::uint8_t>(0xAA));
+        }
+    }
+    Digest digest;
+    add_log(digest, log);
+    expect_digest("damaged_log", digest);
+}
+
+// ---- Messages as sent ----
+
+void add(Digest& d, const korvex::orbit_t& o)
+{
+    d.values(o.toe, o.e, o.i0, o.omega0, o.omega, o.M0, o.delta_n, o.omega_dot, o.idot);
+    d.values(o.crc, o.crs, o.cuc, o.cus, o.cic, o.cis);
+}
+void add(Digest& d, const korvex::kepler_t& k)
+{
+    d.values(k.prn, k.week, k.tow, k.health, k.iode, k.iodc, k.A, k.sqrt_A, k.toc, k.af0, k.af1, k.af2, k.tgd, k.tgd2);
+    add(d.values(k.ura, k.fit), k.orbit);
+}
+void add(Digest& d, const korvex::subframes_t& s)
+{
+    d.values(s.prn, s.reference_week, s.reference_second, s.ten_bit_week, s.tow, s.codes_on_l2, s.accuracy_index);
+    d.values(s.health, s.iodc, s.l2p_flag, s.iode, s.iode3, s.fit_flag, s.aodo, s.sqrt_A, s.toc, s.af0, s.af1, s.af2);
+    add(d.values(s.tgd), s.orbit);
+}
+void add(Digest& d, const korvex::glonass_t& g)
+{
+    d.values(g.prn, g.channel, g.type, g.week, g.ms, g.time_offset, g.day, g.issue, g.health, g.taun, g.dtaun, g.gamn);
+    d.values(g.frame_time, g.flags, g.accuracy_index, g.age).bytes(g.pos, 24).bytes(g.vel, 24).bytes(g.acc, 24);
+}
+void add(Digest& d, const korvex::galileo_t& g)
+{
+    d.values(g.prn, g.fnav, g.inav, g.sisa, g.iodnav, g.sqrt_A, g.bgd_e5a, g.bgd_e5b);
+    for (const auto& c : {g.fnav_clock, g.inav_clock}) d.values(c.toc, c.af0, c.af1, c.af2);
+    add(d.bytes(g.health, 3).bytes(g.validity, 3), g.orbit);
+}
+void add(Digest& d, const korvex::sbas_t& s)
+{
+    d.values(s.index, s.iodn, s.ura, s.t0, s.af0, s.af1).bytes(s.pos, 24).bytes(s.vel, 12).bytes(s.acc, 12);
+}
+void add(Digest& d, const korvex::range_t& r)
+{
+    d.values(r.prn, r.channel, r.pseudorange, r.pseudorange_sigma, r.adr, r.adr_sigma, r.doppler, r.cn0, r.locktime);
+    d.values(r.status);
+}
+void add(Digest& d, const korvex::trackstat_t& t)
+{
+    d.values(t.sys, t.type, t.slot, t.code, t.tracking_state, t.phase_lock, t.parity_known, t.code_lock, t.half_cycle);
+    d.values(t.slot_override, t.wavelength);
+}
+void add(Digest& d, const korvex::ion_utc_t& u)
+{
+    d.bytes(u.alpha, 32).bytes(u.beta, 32).values(u.utc_week, u.utc_second, u.a0, u.a1, u.leap_week, u.leap_day);
+    d.values(u.leaps, u.future_leaps);
+}
+void add(Digest& d, const korvex::version_t& v)
+{
+    d.bytes(v.text1, 8).bytes(v.text2, 4).bytes(v.text3, 19);
+}
+void add(Digest& d, const korvex::position_t& p)
+{
+    d.values(p.status, p.type, p.undulation, p.is_known()).bytes(p.coordinates, 24);
+}
+void add(Digest& d, const korvex::mark_time_t& m)
+{
+    d.values(m.tow, m.clock_status);
+}
+void add(Digest& d, const korvex::antenna_t& a)
+{
+    d.values(a.type, a.words[0], a.words[1]);
+}
+void add(Digest& d, const korvex::stop_and_go_record_t& s)
+{
+    d.values(s.word, s.last_word).bytes(s.values, 56).bytes(s.antenna_delta, 24);
+}
+
+// A message of other bytes in every place, and what each of its bytes changes.
+template <typename Read>
+void expect_reader(const std::string& name, std::size_t size, const Read& read)
+{
+    Bytes body(size);
+    for (std::size_t i = 0; i < size; ++i) body[i] = static_cast<std::uint8_t>(i * 11 + 7);   // no exponent of a NaN
+    Digest digest;
+    for (std::size_t at = 0; at < size; ++at) {
+        body[at] ^= 0x11;
+        add(digest, read(body.data()));
+    }
+    expect_digest("read_" + name, digest);
+}
+
+TEST(LogDigest, ReadersReturnTheMessageAsSent)
+{
+    using namespace korvex;
+    expect_reader("range", kRangeSize, read_range);
+    expect_reader("compressed_range", kRangeCompressedSize, read_compressed_range);
+    expect_reader("status", 4, [](const std::uint8_t* p) { return read_trackstat(wire::u32(p)); });
+    expect_reader("gps", kGpsEphemerisSize, read_gps_ephemeris);
+    expect_reader("qzss", kQzssEphemerisSize, read_qzss_ephemeris);
+    expect_reader("bds", kBdsEphemerisSize, read_bds_ephemeris);
+    expect_reader("bds2", kBdsEphemeris2Size, read_bds_ephemeris2);
+    expect_reader("subframes", kRawEphemerisSize, read_subframes);
+    expect_reader("glonass", kGlonassEphemerisSize, read_glonass_ephemeris);
+    expect_reader("galileo", kGalEphemerisSize, read_galileo_ephemeris);
+    expect_reader("galileo_inav", kGalInavEphemerisSize, read_galileo_inav_ephemeris);
+    expect_reader("sbas", kSbasEphemerisSize, read_sbas_ephemeris);
+    expect_reader("ion_utc", kIonUtcSize, read_ion_utc);
+    expect_reader("version", kVersionSize, read_version);
+    expect_reader("position", kPositionSize, read_position);
+    expect_reader("ecef_position", kEcefPositionSize, read_ecef_position);
+    expect_reader("mark_time", kMarkTimeSize, read_mark_time);
+    expect_reader("antenna", kAntennaSize, read_antenna);
+    expect_reader("stop_and_go", 88, [](const std::uint8_t* p) { return read_stop_and_go(p, 88); });
+
+    Digest signals;
+    for (int sys = 1; sys <= SYS_SBS; sys *= 2) {
+        for (int type = 0; type < 32; ++type) {
+            const signal_t* s = find_signal(sys, type);
+            signals.text(s == nullptr ? "" : std::string(s->name) + s->rinex + std::to_string(s->slot));
+        }
+    }
+    expect_digest("signal_names", signals);
+}
+
+}   // namespace

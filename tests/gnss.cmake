@@ -1,8 +1,8 @@
 rtk_add_test(foundation_test SOURCES unit/foundation_test.cpp LABELS gnss)
 rtk_add_test(log_test SOURCES unit/log_test.cpp LABELS gnss)
-rtk_add_test(rinex_obs_test
-  SOURCES unit/rinex_obs_header_test.cpp unit/rinex_obs_rec_test.cpp unit/rinex_obs_patch_test.cpp
-  WRAP time LABELS gnss)
+rtk_add_test(rinex_obs_test SOURCES unit/rinex_obs_test.cpp WRAP time LABELS gnss)
+rtk_add_test(rinex_nav_test SOURCES unit/rinex_nav_test.cpp WRAP time LABELS gnss)
+rtk_add_test(rinex_number_test SOURCES unit/rinex_number_test.cpp LABELS gnss)
 
 # The wings of the house know nothing of each other, and the foundation of neither.
 function(wing_without wing others)

@@ -1,9 +1,4 @@
-# Navigation files: the number format, headers, records, and the orbits that are read back from them.
-rtk_add_test(rinex_nav_test
-  SOURCES unit/rinex_nav_number_test.cpp unit/rinex_nav_header_test.cpp unit/rinex_nav_rec_test.cpp
-  WRAP time LABELS gnss)
-rtk_add_test(rinex_nav_orbits_test SOURCES unit/rinex_nav_orbits_test.cpp LIBS kvx_sky LABELS gnss sky)
-
+# Navigation files of the tool, made of a simulated log and of recordings.
 if(TARGET kvx)
   add_test(NAME navigation_files
            COMMAND ${Python3_EXECUTABLE} -B ${CMAKE_CURRENT_SOURCE_DIR}/cli/navigation_test.py ${kvx_command})

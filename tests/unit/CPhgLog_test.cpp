@@ -29,9 +29,6 @@ extern "C" std::size_t __wrap_fwrite(const void* data, std::size_t size, std::si
 
 namespace {
 
-constexpr int kTypes[] = {kPhgFusionData, kPhgConfig, kPhgHardwareConfig, kPhgMeasureStat, kPhgCalibRequest,
-                          kPhgGnss,       kPhgImu,    kPhgFrameData,      kPhgReset,       kPhgVisualOdometer};
-
 const std::string kFailed = "2 libapp/utils/src/CPhgLog dumpData: Fusion Write Failed.\n";
 const std::string kClosed = "2 libapp/utils/src/CPhgLog closeDump: close fusion log file\n";
 
@@ -109,27 +106,18 @@ TEST_F(PhgLog, RefusesWhatCannotBeARecord)
     EXPECT_THAT(messages(), IsEmpty());
 }
 
-TEST_F(PhgLog, FlagStopsOpeningAndWritingButNotClosing)
+TEST_F(PhgLog, OneFileAtATimeAndNothingWhileTheFlagIsDown)
 {
     log->setDumpFlag(false);
     open("refused");
     log->setDumpFlag(true);
     open("a");
-    dump("kept");
+    open("b");   // the first one stays
+    dump("into a");
     log->setDumpFlag(false);
     EXPECT_EQ(-1, dump("refused"));
     log->closeDump();
-    EXPECT_THAT(messages(), ElementsAre(opened("a"), kClosed));
-    EXPECT_THAT(records("a"), ElementsAre(DumpRecord{kPhgImu, "kept"}));
-    EXPECT_FALSE(std::filesystem::exists(folder.file("refused")));
-}
-
-TEST_F(PhgLog, SecondOpenKeepsTheFirstFileAndOneOpenAtATime)
-{
-    open("a");
-    open("b");
-    dump("into a");
-    log->closeDump();
+    log->setDumpFlag(true);
     dump("lost");
     open("/b");   // the slash is always inserted
     dump("into b");
@@ -190,39 +178,38 @@ TEST_F(PhgLog, WithoutAWorkerNothingHappens)
     }
 }
 
-TEST_F(PhgLog, TasksOutliveTheirLog)
+TEST_F(PhgLog, TasksOutliveTheirLogAndItsFileIsClosed)
 {
-    Gate gate(*worker);
-    open("a");
-    dump("one");
-    dump("two");
-    log.reset();
-    gate.open();
+    {
+        Gate gate(*worker);
+        open("a");
+        dump("one");
+        dump("two");
+        log.reset();
+    }
     EXPECT_THAT(records("a"), ElementsAre(DumpRecord{kPhgImu, "one"}, DumpRecord{kPhgImu, "two"}));
     EXPECT_THAT(messages(), ElementsAre(opened("a"), kClosed));
-}
-
-TEST_F(PhgLog, FileNeverClosedIsClosedWithTheLog)
-{
+    log.emplace();
+    log->registerThread(worker);
     open("a");
     dump("kept");
     wait_for(*worker);
     log->unregisterThread();
-    log.reset();
+    log.reset();   // never closed
     EXPECT_THAT(records("a"), ElementsAre(DumpRecord{kPhgImu, "kept"}));
 }
 
 TEST_F(PhgLog, EightThreadsLoseNothingAndKeepTheirOrder)
 {
     constexpr int kThreads = 8, kEach = 2000;
+    const auto payload = [](int t, int k) {
+        return std::to_string(t) + " " + std::to_string(k) + std::string(static_cast<std::size_t>(k % 64), '.');
+    };
     open("a");
     std::vector<std::thread> threads;
     for (int t = 0; t < kThreads; ++t) {
-        threads.emplace_back([this, t] {
-            for (int k = 0; k < kEach; ++k) {
-                const std::string payload = std::to_string(t) + " " + std::to_string(k) + std::string(k % 64, '.');
-                EXPECT_EQ(0, dump(payload, kTypes[(t + k) % std::size(kTypes)]));
-            }
+        threads.emplace_back([&, t] {
+            for (int k = 0; k < kEach; ++k) EXPECT_EQ(0, dump(payload(t, k), t + 1));
         });
     }
     for (std::thread& thread : threads) thread.join();
@@ -233,9 +220,8 @@ TEST_F(PhgLog, EightThreadsLoseNothingAndKeepTheirOrder)
     ASSERT_EQ(std::size_t{kThreads * kEach}, found.size());
     int next[kThreads] = {};
     for (const DumpRecord& record : found) {
-        const int t = record.payload[0] - '0', k = next[t]++;
-        EXPECT_EQ(record.payload, std::to_string(t) + " " + std::to_string(k) + std::string(k % 64, '.'));
-        EXPECT_EQ(kTypes[(t + k) % std::size(kTypes)], record.type);
+        const int t = record.type - 1;
+        ASSERT_EQ(payload(t, next[t]++), record.payload);
     }
 }
 
@@ -293,50 +279,15 @@ TEST_F(PhgLog, FailedWriteIsReportedAndEndsTheFile)
     }
 }
 
-TEST_F(PhgLog, FullDeviceIsReported)
+TEST_F(PhgLog, FullDeviceIsReportedAtTheCloseAtTheLatest)
 {
     std::filesystem::create_symlink("/dev/full", folder.file("full"));
-    for (int count = 1; count <= 100; count += 3) {
-        SCOPED_TRACE(count);
+    for (const int count : {1, 100}) {
         open("full");
         for (int k = 0; k < count; ++k) dump(std::string(500, 'x'));
         log->closeDump();
-        const auto said = messages();
-        EXPECT_EQ(opened("full"), said.front());
-        EXPECT_THAT(said, testing::Contains(kFailed));
-        open("a");
-        dump("again");
-        log->closeDump();
-        EXPECT_THAT(records("a"), ElementsAre(DumpRecord{kPhgImu, "again"}));
-        messages();
+        EXPECT_THAT(messages(), testing::Contains(kFailed)) << count;
     }
-}
-
-TEST_F(PhgLog, FullFileSystemEndsInOneTornRecord)
-{
-    const std::string disk = folder.file("disk");
-    std::filesystem::create_directory(disk);
-    if (mount("none", disk.c_str(), "tmpfs", 0, "size=64k") != 0) GTEST_SKIP() << "mounting needs root";
-    for (int free_pages = 0; free_pages < 12; ++free_pages) {
-        SCOPED_TRACE(free_pages);
-        write_file(disk + "/ballast", std::string(65536 - 4096 * (free_pages + 1), 'b'));
-        log->openDump(disk, "a");
-        for (int k = 0; k < 400; ++k) dump("record " + std::to_string(k) + std::string(150, '.'));
-        log->closeDump();
-        EXPECT_THAT(messages(), testing::Contains(kFailed));
-        std::string rest;
-        const auto found = dump_records(contents_of(disk + "/a"), &rest);
-        EXPECT_LT(rest.size(), 16u + 160u);
-        for (std::size_t k = 0; k < found.size(); ++k)
-            EXPECT_EQ("record " + std::to_string(k) + std::string(150, '.'), found[k].payload);
-        std::filesystem::remove(disk + "/ballast");
-        log->openDump(disk, "a");
-        dump("again");
-        log->closeDump();
-        wait_for(*worker);
-        EXPECT_THAT(dump_records(contents_of(disk + "/a")), ElementsAre(DumpRecord{kPhgImu, "again"}));
-    }
-    umount(disk.c_str());
 }
 
 TEST_F(PhgLog, NoMemoryIsARefusal)
@@ -350,53 +301,28 @@ TEST_F(PhgLog, NoMemoryIsARefusal)
     EXPECT_GE(fail_allocations([&] { open(long_name); }), 3);
     CPhgLog::m_logName = long_name;
     EXPECT_GE(fail_allocations([&] { log->closeDump(); }), 1);
-    int made = 0;
-    EXPECT_GE(fail_allocations([&] {
-                  CPhgLog other;
-                  other.registerThread(worker);
-                  other.openDump("/missing", "a");
-                  made++;
-              }),
-              2);
-    EXPECT_GE(made, 3);
 }
 
-// Producers, a host that opens, closes, switches and replaces the worker of its own log, and logs that come and go.
+// Producers, a host that opens, closes and switches its own log, and logs with workers that come and go.
 TEST_F(PhgLog, SurvivesRandomSchedules)
 {
     std::atomic<bool> done{false};
     std::vector<std::thread> producers;
     for (int t = 0; t < 4; ++t) {
-        producers.emplace_back([&, t] {
-            for (int k = 0; !done; ++k) {
-                dump("record", kTypes[(k + t) % std::size(kTypes)]);
-                if (k % 256 == 255) std::this_thread::yield();
-            }
+        producers.emplace_back([&] {
+            while (!done) dump("record"), std::this_thread::yield();
         });
     }
     std::mt19937 random(1);
-    for (int k = 0; k < 1000; ++k) {
+    for (int k = 0; k < 500; ++k) {
         auto other_worker = std::make_shared<aht::thread_task>("short-lived", 8);
         auto other = std::make_unique<CPhgLog>();
-        other->registerThread(other_worker);
+        other->registerThread(random() % 2 == 0 ? other_worker : worker);
         other->openDump(folder.path(), "b");
         other->dumpData(reinterpret_cast<const unsigned char*>("x"), 1, kPhgReset);
-        switch (random() % 5) {
-            case 0:
-                open("a");
-                break;
-            case 1:
-                log->closeDump();
-                break;
-            case 2:
-                log->setDumpFlag(random() % 4 != 0);
-                break;
-            case 3:
-                other_worker.reset();
-                break;
-            default:
-                other->registerThread(worker);
-        }
+        if (random() % 2 == 0) open("a");
+        if (random() % 2 == 0) log->closeDump();
+        log->setDumpFlag(random() % 4 != 0);
         if (random() % 2 == 0) other_worker.reset();
         other.reset();
     }

@@ -52,7 +52,7 @@ RECORDS = [
     (21, filled(128, 7), "PhgLibSetGnss " + filled(128, 7).hex()),
     (22, filled(52, 8), "PhgLibSetImu " + filled(52, 8).hex()),
     (22, filled(52, 9), "PhgLibSetImu " + filled(52, 9).hex()),
-    (20, CALIB, "PhgLibCalibStart 3 callback 0x1p+0 0x1p+0 0x1p+0"),
+    (20, CALIB, "PhgLibCalibStart 000000000000f03f 3 callback"),
     (49, FRAME, None),
     (51, (-2).to_bytes(4, "little", signed=True), "PhgLibEnableVisualOdometer -2"),
     (50, b"\x01", "PhgLibReset"),

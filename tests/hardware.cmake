@@ -1,15 +1,7 @@
 # Tests of the hardware access: here at the link seam; on a real kernel by guest/run.
 find_package(spdlog REQUIRED)
-set(system_calls open __open_2 close ioctl write read stat)
-rtk_add_test(CGpioUtils_test SOURCES unit/CGpioUtils_test.cpp fakes/fake_kernel.cpp
-             LIBS spdlog::spdlog WRAP ${system_calls} LABELS hardware)
-rtk_add_test(CI2cHelper_test SOURCES unit/CI2cHelper_test.cpp fakes/failing_new.cpp fakes/fake_kernel.cpp
-             LIBS spdlog::spdlog WRAP ${system_calls} LABELS hardware)
-
-# Runs as a host would, with the shared library, inside the guest.
-add_executable(rtk_guest_test guest/guest_test.cpp)
-target_include_directories(rtk_guest_test PRIVATE ${CMAKE_CURRENT_SOURCE_DIR})
-target_link_libraries(rtk_guest_test PRIVATE rtk_utils spdlog::spdlog)
+rtk_add_test(hardware_test SOURCES unit/hardware_test.cpp fakes/fake_kernel.cpp fakes/failing_new.cpp
+             LIBS spdlog::spdlog WRAP open __open_2 close ioctl write read stat LABELS hardware)
 
 # Command lines that kvx refuses, and why; nothing is opened for them.
 function(refused message)

@@ -1,93 +1,103 @@
 #include "fake_kernel.h"
 
 #include <fcntl.h>
+#include <linux/gpio.h>
 #include <linux/i2c-dev.h>
 #include <linux/i2c.h>
 
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
-#include <filesystem>
 
-extern "C" {
-int __real_open(const char* path, int flags, mode_t mode);
-int __real_close(int fd);
-int __real_ioctl(int fd, unsigned long request, void* argument);
-ssize_t __real_write(int fd, const void* data, std::size_t size);
-ssize_t __real_read(int fd, void* data, std::size_t size);
-int __real_stat(const char* path, struct stat* status);
-}
+#include "failing_new.h"
 
 FakeKernel* FakeKernel::active = nullptr;
+
+namespace {
+
+std::string hex(const void* data, std::size_t size)
+{
+    constexpr std::size_t kShown = 16;
+    std::string text;
+    for (std::size_t k = 0; k < std::min(size, kShown); ++k) {
+        char digits[4];
+        std::snprintf(digits, sizeof digits, " %02x", static_cast<const unsigned char*>(data)[k]);
+        text += digits;
+    }
+    return text + (size > kShown ? " ... " + std::to_string(size) + " bytes" : "");
+}
+
+}   // namespace
 
 FakeKernel::~FakeKernel()
 {
     active = nullptr;
-    for (const int fd : m_descriptors) __real_close(fd);
+    fail_allocation(-1);
 }
 
-void FakeKernel::fail(std::size_t nth, ssize_t result, int error)
+void FakeKernel::fail(int nth, ssize_t result, int error)
 {
-    m_fail_at = m_counted + nth;
-    m_fail_result = result;
-    m_fail_errno = error;
+    fail_at_ = nth;
+    fail_result_ = result;
+    fail_errno_ = error;
 }
 
 std::optional<ssize_t> FakeKernel::failure(const std::string& call, std::optional<int> fd)
 {
-    if (fd && m_descriptors.count(*fd) == 0) return errno = EBADF, -1;
-    calls.push_back(call);
-    if (++m_counted != m_fail_at) return {};
-    if (m_fail_errno != 0) errno = m_fail_errno;
-    return m_fail_result;
-}
-
-int FakeKernel::descriptor()
-{
-    return *m_descriptors.insert(__real_open("/dev/null", O_RDWR, 0)).first;
+    if (fd && descriptors_.count(*fd) == 0) return errno = EBADF, -1;
+    account += "  " + call + "\n";
+    if (++counted_ != fail_at_) return {};
+    failed_ = call;
+    if (fail_errno_ != 0) errno = fail_errno_;
+    return fail_result_;
 }
 
 int FakeKernel::open(const char* path, int access)
 {
-    static const char* const kAccess[] = {" r", " w", " rw"};
-    if (const auto failed = failure("open " + std::string(path) + kAccess[access & O_ACCMODE])) return int(*failed);
-    return descriptor();
+    static const char* const kAccess[] = {"r", "w", "rw"};
+    const std::string how = kAccess[access & O_ACCMODE] + std::string(access & O_CLOEXEC ? "" : ", inherited");
+    if (const auto failed = failure("open " + std::string(path).substr(0, 40) + " " + how)) return int(*failed);
+    return *descriptors_.insert(next_descriptor_++).first;
 }
 
 int FakeKernel::close(int fd)
 {
-    calls.emplace_back("close");
-    m_stray_close = m_stray_close || m_descriptors.erase(fd) == 0;
-    __real_close(fd);
+    account += "  close\n";
+    stray_close_ = stray_close_ || descriptors_.erase(fd) == 0;
     errno = EBADMSG;   // a close may overwrite the errno that is still to be reported
     return 0;
 }
 
 int FakeKernel::ioctl(int fd, unsigned long call, void* argument)
 {
-    char name[32];
-    std::snprintf(name, sizeof name, "ioctl 0x%lx", call);
+    const auto number = reinterpret_cast<std::uintptr_t>(argument);
+    const auto* data = static_cast<gpiohandle_data*>(argument);
+    std::string name;
+    if (call == GPIO_GET_LINEHANDLE_IOCTL) name = "get line handle";
+    if (call == GPIOHANDLE_SET_LINE_VALUES_IOCTL) name = "set line values" + hex(data, 2);
+    if (call == GPIOHANDLE_GET_LINE_VALUES_IOCTL) name = "get line values";
+    if (call == I2C_SLAVE) name = "select slave " + std::to_string(number);
+    if (call == I2C_SLAVE_FORCE) name = "select slave by force " + std::to_string(number);
+    if (call == I2C_RDWR) name = "transfer";
     if (const auto failed = failure(name, fd)) return int(*failed);
-    switch (call) {
-        case GPIO_GET_LINEHANDLE_IOCTL:
-            request = *static_cast<gpiohandle_request*>(argument);
-            return static_cast<gpiohandle_request*>(argument)->fd = descriptor(), 0;
-        case GPIOHANDLE_SET_LINE_VALUES_IOCTL:
-            level = static_cast<gpiohandle_data*>(argument)->values[0];
-            return 0;
-        case GPIOHANDLE_GET_LINE_VALUES_IOCTL:
-            static_cast<gpiohandle_data*>(argument)->values[0] = static_cast<std::uint8_t>(level);
-            return 0;
-        case I2C_SLAVE:
-        case I2C_SLAVE_FORCE:
-            slave = reinterpret_cast<unsigned long>(argument);
-            on_select();
-            return 0;
-        case I2C_RDWR:
-            return transfer(argument);
-        default:
-            return errno = ENOTTY, -1;
-    }
+    if (call == GPIO_GET_LINEHANDLE_IOCTL) return request_line(argument);
+    if (call == GPIOHANDLE_GET_LINE_VALUES_IOCTL)
+        static_cast<gpiohandle_data*>(argument)->values[0] = static_cast<std::uint8_t>(level);
+    if (call == I2C_SLAVE || call == I2C_SLAVE_FORCE) fail_allocation(allocations_left);
+    return call == I2C_RDWR ? transfer(argument) : 0;
+}
+
+int FakeKernel::request_line(void* argument)
+{
+    auto* request = static_cast<gpiohandle_request*>(argument);
+    gpiohandle_request plain = {};
+    plain.lines = 1;
+    plain.lineoffsets[0] = request->lineoffsets[0];
+    plain.flags = request->flags;
+    const bool odd = std::memcmp(&plain, request, sizeof plain) != 0;
+    account += "    line " + std::to_string(static_cast<int>(plain.lineoffsets[0])) + " flags " +
+               std::to_string(plain.flags) + (odd ? " and more\n" : "\n");
+    return request->fd = *descriptors_.insert(next_descriptor_++).first, 0;
 }
 
 int FakeKernel::transfer(void* argument)
@@ -96,27 +106,25 @@ int FakeKernel::transfer(void* argument)
     if (wanted->nmsgs > I2C_RDWR_IOCTL_MAX_MSGS) return errno = EINVAL, -1;
     for (std::uint32_t k = 0; k < wanted->nmsgs; k++) {
         const i2c_msg& message = wanted->msgs[k];
-        messages.push_back({message.addr, message.flags, message.len, {}});
-        if ((message.flags & I2C_M_RD) == 0)
-            messages.back().bytes.assign(message.buf, message.buf + message.len);
-        else
-            std::memset(message.buf, 0x5A, message.len);
+        const bool reads = (message.flags & I2C_M_RD) != 0;
+        if (reads) std::memset(message.buf, 0x5A, message.len);
+        account += "    slave " + std::to_string(message.addr) + " flags " + std::to_string(message.flags) +
+                   " length " + std::to_string(message.len) + (reads ? "" : hex(message.buf, message.len)) + "\n";
     }
     return static_cast<int>(wanted->nmsgs);
 }
 
 ssize_t FakeKernel::write(int fd, const void* data, std::size_t size)
 {
-    if (const auto failed = failure("write", fd)) return *failed;
-    written.emplace_back(static_cast<const char*>(data), size);
-    if (calls.size() > 1 && calls[calls.size() - 2] == "open /sys/class/gpio/export w")
-        paths["/sys/class/gpio/gpio" + std::string(written.back().c_str())] = S_IFDIR;
+    if (const auto failed = failure("write" + hex(data, size), fd)) return *failed;
+    if (account.find("/export w") != account.npos)
+        paths["/sys/class/gpio/gpio" + std::string(static_cast<const char*>(data))] = S_IFDIR;
     return static_cast<ssize_t>(size);
 }
 
 ssize_t FakeKernel::read(int fd, void* data, std::size_t size)
 {
-    if (const auto failed = failure("read", fd)) return *failed;
+    if (const auto failed = failure("read " + std::to_string(size), fd)) return *failed;
     return static_cast<ssize_t>(to_read.copy(static_cast<char*>(data), size));
 }
 
@@ -128,48 +136,28 @@ int FakeKernel::stat(const char* path, struct stat* status)
     return 0;
 }
 
-int open_descriptor_count()
-{
-    const std::filesystem::directory_iterator folder("/proc/self/fd");
-    return static_cast<int>(std::distance(begin(folder), end(folder)));
-}
-
 // ---- where the linker sends the calls ----
 
-extern "C" {
-int __wrap_open(const char* path, int flags, mode_t mode)
+#define WRAP(result, name, parameters, arguments)                                                            \
+    extern "C" result __real_##name parameters;                                                              \
+    extern "C" result __wrap_##name parameters                                                               \
+    {                                                                                                        \
+        return FakeKernel::active != nullptr ? FakeKernel::active->name arguments : __real_##name arguments; \
+    }
+WRAP(int, close, (int fd), (fd))
+WRAP(int, ioctl, (int fd, unsigned long call, void* argument), (fd, call, argument))
+WRAP(ssize_t, write, (int fd, const void* data, std::size_t size), (fd, data, size))
+WRAP(ssize_t, read, (int fd, void* data, std::size_t size), (fd, data, size))
+WRAP(int, stat, (const char* path, struct stat* status), (path, status))
+
+extern "C" int __real_open(const char* path, int flags, mode_t mode);
+extern "C" int __wrap_open(const char* path, int flags, mode_t mode)
 {
-    return FakeKernel::active ? FakeKernel::active->open(path, flags) : __real_open(path, flags, mode);
+    return FakeKernel::active != nullptr ? FakeKernel::active->open(path, flags) : __real_open(path, flags, mode);
 }
 
 // What an open with flags unknown to the compiler becomes in a fortified build.
-int __wrap___open_2(const char* path, int flags)
+extern "C" int __wrap___open_2(const char* path, int flags)
 {
     return __wrap_open(path, flags, 0);
-}
-
-int __wrap_close(int fd)
-{
-    return FakeKernel::active ? FakeKernel::active->close(fd) : __real_close(fd);
-}
-
-int __wrap_ioctl(int fd, unsigned long call, void* argument)
-{
-    return FakeKernel::active ? FakeKernel::active->ioctl(fd, call, argument) : __real_ioctl(fd, call, argument);
-}
-
-ssize_t __wrap_write(int fd, const void* data, std::size_t size)
-{
-    return FakeKernel::active ? FakeKernel::active->write(fd, data, size) : __real_write(fd, data, size);
-}
-
-ssize_t __wrap_read(int fd, void* data, std::size_t size)
-{
-    return FakeKernel::active ? FakeKernel::active->read(fd, data, size) : __real_read(fd, data, size);
-}
-
-int __wrap_stat(const char* path, struct stat* status)
-{
-    return FakeKernel::active ? FakeKernel::active->stat(path, status) : __real_stat(path, status);
-}
 }

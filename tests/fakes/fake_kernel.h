@@ -1,22 +1,15 @@
-/// @file fake_kernel.h  A kernel with one GPIO chip, GPIO sysfs and one I2C slave, whose every call can be made to
-/// fail.
+/// @file fake_kernel.h  A kernel with GPIO chips, GPIO sysfs and I2C slaves, whose every call can be made to fail.
 #ifndef FAKE_KERNEL_H
 #define FAKE_KERNEL_H
 
-#include <linux/gpio.h>
 #include <sys/stat.h>
 
-#include <cstdint>
-#include <functional>
 #include <map>
 #include <optional>
 #include <set>
 #include <string>
-#include <vector>
 
 /// Takes the calls that the linker sends to __wrap_open and its kin while it lives; all others pass through.
-///
-/// The descriptors it hands out are real ones (of /dev/null), so that a leak also shows in /proc/self/fd.
 class FakeKernel {
 public:
     FakeKernel() { active = this; }
@@ -24,29 +17,19 @@ public:
     FakeKernel(const FakeKernel&) = delete;
     FakeKernel& operator=(const FakeKernel&) = delete;
 
-    /// An I2C message as it went over the bus; of a read its length only.
-    struct Message {
-        int address, flags, length;
-        std::vector<std::uint8_t> bytes;
-        bool operator==(const Message&) const = default;
-    };
-
-    /// Makes the n-th call from now on (1: the next) give this result instead of its own; errno 0 leaves errno alone.
-    /// Calls that close a descriptor are not counted.
-    void fail(std::size_t nth, ssize_t result, int error);
+    /// Makes the n-th call (from 1) give this result instead of its own; errno 0 leaves errno alone. Calls that close a
+    /// descriptor are not counted.
+    void fail(int nth, ssize_t result, int error);
+    std::string failed_call() const { return failed_; }   ///< empty: none
 
     /// Whether every descriptor handed out has been closed, and nothing else.
-    bool all_closed() const { return m_descriptors.empty() && !m_stray_close; }
+    bool all_closed() const { return descriptors_.empty() && !stray_close_; }
 
-    std::vector<std::string> calls;        ///< in call order, as "open /dev/gpiochip1", "ioctl 0xc16cb403", "close"
-    std::vector<std::string> written;      ///< every block given to write
-    std::vector<Message> messages;         ///< of every I2C_RDWR
+    std::string account;                   ///< a line for each call
     std::map<std::string, mode_t> paths;   ///< what stat finds: S_IFDIR or S_IFREG
-    std::string to_read;                   ///< what read finds, from its start at each call
-    int level = 0;                         ///< of every GPIO line
-    gpiohandle_request request = {};       ///< the last line request
-    unsigned long slave = 0;               ///< address last selected
-    std::function<void()> on_select = [] {};
+    std::string to_read = "1";             ///< what read finds, from its start at each call
+    int level = 1;                         ///< of every GPIO line
+    long allocations_left = -1;            ///< memory runs out after so many, once a slave is selected; -1: never
 
     static FakeKernel* active;
 
@@ -60,17 +43,14 @@ public:
 
 private:
     std::optional<ssize_t> failure(const std::string& call, std::optional<int> fd = {});
-    int descriptor();
+    int request_line(void* argument);
     int transfer(void* argument);
 
-    std::size_t m_counted = 0, m_fail_at = 0;
-    ssize_t m_fail_result = 0;
-    int m_fail_errno = 0;
-    std::set<int> m_descriptors;   // handed out and not closed
-    bool m_stray_close = false;
+    int counted_ = 0, fail_at_ = 0, fail_errno_ = 0, next_descriptor_ = 1000;
+    ssize_t fail_result_ = 0;
+    std::string failed_;
+    std::set<int> descriptors_;   // handed out and not closed
+    bool stray_close_ = false;
 };
-
-/// Descriptors that this process has open.
-int open_descriptor_count();
 
 #endif

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: GPL-2.0
 /*
- * Hardware for the guest: two GPIO chips of 32 lines and one I2C adapter, with faults on demand.
+ * Hardware for the guest: a GPIO chip of 32 lines and an I2C adapter, with faults on demand.
  *
- * GPIO: gpiochip1 (numbers 32..63) and gpiochip2 (64..95), behind the board's own gpiochip0. An input shows what was
- * last written to it. Line 7 of each cannot be read, line 9 takes no direction.
+ * GPIO: gpiochip1 (numbers 32..63), behind the board's own gpiochip0. An input shows what was last written to it; line 3
+ * is held high from outside, line 7 cannot be read, line 9 takes no direction.
  * I2C: slaves 0x50 (16-bit register address), 0x48 (8-bit) and 0x51 (8-bit, claimed by a kernel driver).
  */
 #include <linux/gpio/driver.h>
@@ -23,99 +23,43 @@ static struct platform_device *board;
 
 /* ---- GPIO ---- */
 
-enum { LINE_UNREADABLE = 7, LINE_FIXED = 9, LINES = 32 };
+enum { LINE_HIGH = 3, LINE_UNREADABLE = 7, LINE_FIXED = 9, LINES = 32 };
 
-struct chip {
-	struct gpio_chip gpio;
-	u32 levels;
-	u32 outputs;
-	bool plugged;
-};
-
-static struct chip chips[2];
+static u32 levels = BIT(LINE_HIGH);
 
 static int chip_get(struct gpio_chip *gpio, unsigned int line)
 {
-	struct chip *chip = gpiochip_get_data(gpio);
-
-	return line == LINE_UNREADABLE ? -EIO : !!(chip->levels & BIT(line));
+	return line == LINE_UNREADABLE ? -EIO : !!(levels & BIT(line));
 }
 
 static void chip_set(struct gpio_chip *gpio, unsigned int line, int value)
 {
-	struct chip *chip = gpiochip_get_data(gpio);
-
-	chip->levels = value ? chip->levels | BIT(line) : chip->levels & ~BIT(line);
-}
-
-static int chip_get_direction(struct gpio_chip *gpio, unsigned int line)
-{
-	struct chip *chip = gpiochip_get_data(gpio);
-
-	return chip->outputs & BIT(line) ? GPIO_LINE_DIRECTION_OUT : GPIO_LINE_DIRECTION_IN;
+	levels = value ? levels | BIT(line) : levels & ~BIT(line);
 }
 
 static int chip_input(struct gpio_chip *gpio, unsigned int line)
 {
-	struct chip *chip = gpiochip_get_data(gpio);
-
-	if (line == LINE_FIXED)
-		return -EIO;
-	chip->outputs &= ~BIT(line);
-	return 0;
+	return line == LINE_FIXED ? -EIO : 0;
 }
 
 static int chip_output(struct gpio_chip *gpio, unsigned int line, int value)
 {
-	struct chip *chip = gpiochip_get_data(gpio);
-
 	if (line == LINE_FIXED)
 		return -EIO;
-	chip->outputs |= BIT(line);
 	chip_set(gpio, line, value);
 	return 0;
 }
 
-static int chip_add(struct chip *chip, const char *label, int base)
-{
-	int error;
-
-	chip->gpio.label = label;
-	chip->gpio.parent = &board->dev;
-	chip->gpio.owner = THIS_MODULE;
-	chip->gpio.base = base;
-	chip->gpio.ngpio = LINES;
-	chip->gpio.get = chip_get;
-	chip->gpio.set = chip_set;
-	chip->gpio.get_direction = chip_get_direction;
-	chip->gpio.direction_input = chip_input;
-	chip->gpio.direction_output = chip_output;
-	error = gpiochip_add_data(&chip->gpio, chip);
-	chip->plugged = !error;
-	return error;
-}
-
-static void chip_remove(struct chip *chip)
-{
-	if (chip->plugged)
-		gpiochip_remove(&chip->gpio);
-	chip->plugged = false;
-}
-
-/* Writing a chip's index, 0 or 1, takes the chip away as if it were pulled out. */
-static int unplug(const char *text, const struct kernel_param *param)
-{
-	unsigned int index;
-	int error = kstrtouint(text, 0, &index);
-
-	if (error || index >= ARRAY_SIZE(chips))
-		return -EINVAL;
-	chip_remove(&chips[index]);
-	return 0;
-}
-
-static const struct kernel_param_ops unplug_ops = { .set = unplug };
-module_param_cb(unplug, &unplug_ops, NULL, 0200);
+static struct gpio_chip chip = {
+	.label = "rtk guest",
+	.owner = THIS_MODULE,
+	.base = LINES,
+	.ngpio = LINES,
+	.get = chip_get,
+	.set = chip_set,
+	.direction_input = chip_input,
+	.direction_output = chip_output,
+};
 
 /* ---- I2C ---- */
 
@@ -127,7 +71,6 @@ struct slave {
 };
 
 static struct slave slaves[] = { { 0x50, 2 }, { 0x48, 1 }, { 0x51, 1 } };
-static struct i2c_client *claimed;
 
 static struct slave *slave_at(u16 address)
 {
@@ -187,17 +130,7 @@ static struct i2c_adapter adapter = {
 	.algo = &algorithm,
 };
 
-/* ---- coming and going ---- */
-
-static void remove_all(void)
-{
-	if (!IS_ERR_OR_NULL(claimed))
-		i2c_unregister_device(claimed);
-	i2c_del_adapter(&adapter);
-	chip_remove(&chips[1]);
-	chip_remove(&chips[0]);
-	platform_device_unregister(board);
-}
+/* ---- loading; the guest never unloads it ---- */
 
 static int __init guest_init(void)
 {
@@ -206,31 +139,13 @@ static int __init guest_init(void)
 	board = platform_device_register_simple("rtk_guest", -1, NULL, 0);
 	if (IS_ERR(board))
 		return PTR_ERR(board);
-	error = chip_add(&chips[0], "rtk-bank1", LINES);
-	if (!error)
-		error = chip_add(&chips[1], "rtk-bank2", 2 * LINES);
+	chip.parent = &board->dev;
+	error = gpiochip_add_data(&chip, NULL);
 	if (!error)
 		error = i2c_add_adapter(&adapter);
-	if (error) {
-		chip_remove(&chips[1]);
-		chip_remove(&chips[0]);
-		platform_device_unregister(board);
-		return error;
-	}
-	claimed = i2c_new_dummy_device(&adapter, 0x51);
-	if (IS_ERR(claimed)) {
-		error = PTR_ERR(claimed);
-		remove_all();
-	}
-	return error;
-}
-
-static void __exit guest_exit(void)
-{
-	remove_all();
+	return error ? error : PTR_ERR_OR_ZERO(i2c_new_dummy_device(&adapter, 0x51));
 }
 
 module_init(guest_init);
-module_exit(guest_exit);
 MODULE_LICENSE("GPL");
 MODULE_DESCRIPTION("GPIO and I2C of the test guest");

@@ -52,7 +52,7 @@ int get_line(const gpio_settings_t& settings)
     int value = -1;
     if (settings.sysfs) {
         value = CGpioUtils::GpioGetValBySysfs(*settings.number);
-        if (value == -1) throw system_error(settings.device(), where);
+        if (value == -1 || log.has_message()) throw system_error(settings.device(), where);
     } else {
         CGpioUtils::gpio_read(settings.chip.c_str(), settings.line, value);
     }

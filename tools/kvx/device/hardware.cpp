@@ -43,9 +43,14 @@ hardware_log_t::~hardware_log_t()
     spdlog::drop(kLogger);
 }
 
+bool hardware_log_t::has_message() const
+{
+    return !sink_->first.empty();
+}
+
 void hardware_log_t::check(const std::string& device, const std::string& where) const
 {
-    if (!sink_->first.empty()) throw error_t(device, sink_->first, where);
+    if (has_message()) throw error_t(device, sink_->first, where);
 }
 
 unsigned parse_number(const std::string& text, unsigned max, const std::string& what, unsigned min)

@@ -15,6 +15,9 @@ public:
     hardware_log_t(const hardware_log_t&) = delete;
     hardware_log_t& operator=(const hardware_log_t&) = delete;
 
+    /// A warning or error has come.
+    bool has_message() const;
+
     /// @throw error_t with the first warning or error, if there was one
     void check(const std::string& device, const std::string& where) const;
 

@@ -37,12 +37,6 @@ rtk_add_test(dump_reader_test SOURCES unit/dump_reader_test.cpp
              ${PROJECT_SOURCE_DIR}/tools/kvx/dump/dump_reader.cpp ${PROJECT_SOURCE_DIR}/tools/kvx/dump/dump_checksums.cpp LABELS device)
 target_include_directories(dump_reader_test PRIVATE ${PROJECT_SOURCE_DIR}/tools/kvx)
 
-if(TARGET kvx AND NOT CMAKE_CROSSCOMPILING)
-  add_test(NAME device_commands COMMAND ${Python3_EXECUTABLE} ${CMAKE_CURRENT_SOURCE_DIR}/cli/device_commands_test.py
-                                        ${kvx_command} $<TARGET_FILE:fake_vision>)
-  set_tests_properties(device_commands PROPERTIES LABELS "device;cli;threads" TIMEOUT 300)
-endif()
-
 # The library against a second pair of platform libraries, by the build option alone.
 if(NOT CMAKE_CROSSCOMPILING)
   add_test(NAME platform_libraries

@@ -11,5 +11,5 @@ int main(int, char** argv)
     adapter.RegisterDumpThread(worker);
     adapter.OpenDump(argv[1], "adapter_at_exit.dump", nullptr, nullptr);
     adapter.DumpMeasureStat(true);
-    return adapter.PtrPhgLibReset() == 12 ? 0 : 1;
+    return adapter.PtrPhgLibReset() == 5 ? 0 : 1;
 }

@@ -8,6 +8,7 @@
 #include <nlohmann/json.hpp>
 #include <optional>
 
+#include "common/arguments.h"
 #include "common/command.h"
 #include "common/error.h"
 #include "common/input_file.h"
@@ -162,8 +163,8 @@ command_t frame_command(CLI::App& program)
     frame->require_subcommand(1);
 
     CLI::App* pack_app = frame->add_subcommand("pack", "Put a payload into a frame, printed as hexadecimal digits");
-    pack_app->add_option("--id", options->id, "Message ID, 0 to 65535")->required();
-    pack_app->add_option("--extra", options->extra, "Extra word, 0 to 65535 (default: 0)");
+    pack_app->add_option("--id", options->id, "Message ID")->check(within(0, 65535))->required();
+    pack_app->add_option("--extra", options->extra, "Extra word (default: 0)")->check(within(0, 65535));
     pack_app->add_option("-o,--output", options->output, "Write the frame itself to a file; - is standard output");
 
     CLI::App* parse_app = frame->add_subcommand("parse", "Find the frames in a stream, one line for each");

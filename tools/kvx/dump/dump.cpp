@@ -4,6 +4,7 @@
 #include <memory>
 #include <nlohmann/json.hpp>
 
+#include "common/arguments.h"
 #include "common/command.h"
 #include "common/text_format.h"
 #include "dump/dump_scan.h"
@@ -135,7 +136,7 @@ command_t dump_command(CLI::App& program)
     for (CLI::App* app : {info_app, verify_app}) app->add_flag("--json", options->json, "Print as JSON");
     replay_app->add_option("--library", options->library, "Vision library (default: $VISION_PHG_LIB_NAME)");
     replay_app->add_option("--rate", options->rate, "Records a second (default: as fast as the library takes them)")
-        ->check(CLI::PositiveNumber);
+        ->check(within(0.001, 1e6));
 
     return {dump, [options, info_app, verify_app, cat_app] {
                 if (info_app->parsed()) return info(*options);

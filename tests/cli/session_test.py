@@ -1,0 +1,207 @@
+"""A session at the command line: every command below, and what came of it, is compared with data/session.golden.
+
+Of a file that was written, or of a long output, the account has size and checksum, without the date of its making. With
+RTK_UTILS_UPDATE_GOLDEN=1 the golden file is written anew; review the change like code.
+"""
+
+import gzip
+import os
+import pathlib
+import shlex
+import subprocess
+import sys
+import tempfile
+import zlib
+
+import logs
+
+KVX, FAKE_VISION = sys.argv[1:3]
+GOLDEN = pathlib.Path(__file__).parent.parent / "data" / "session.golden"
+LONG = 2500   # bytes of output that are shown
+
+SESSION = """
+--help
+--version
+nonsense
+simulate -o log --duration 120
+simulate -o 140 --duration 20 --range 140 --start '2024-03-10 12:00:00.5' --position 35.7,139.8,60 --seed 3
+simulate -o fast --duration 12 --rate 5 --systems GEC --elevation-mask 30 --ephemeris-interval 5
+simulate -o - --duration 1 --rate 20
+simulate -o day --duration 86400 --rate 0.001 --start '2024-12-31 12:00:00'
+simulate -o damaged --duration 60 --damage 30 --seed 2
+simulate -o x --rate 21
+simulate -o missing/x
+simulate -o x --position 91,0,0
+simulate -o x --start 2009-01-01
+info log
+info log --json
+info damaged day torn gaps twice log.gz
+info damaged --json
+info nothing
+info log missing
+info - < log.gz
+convert log -o log.out
+show log.out/LOG000XXX_R_20240701200_02M_01S_MO.rnx
+show log.out/LOG000XXX_R_20240701200_02M_MN.rnx
+convert log -o log.out
+convert log -o json --json
+convert log.gz 140 fast day -o many
+convert damaged -o damaged.out
+convert torn gaps twice -o out --json
+convert log missing 140 -o some
+convert other -o none
+convert empty -o none
+convert /proc -o none
+convert noise -o none
+convert bad.gz flip.gz again -o bad
+convert - -o stdin --name pipe < log
+convert split -o joined
+convert 211 log -o two --rinex 2.11
+show two/LOG000XXX_R_20240701200_02M_01S_MO.rnx
+show two/LOG000XXX_R_20240701200_02M_RN.rnx
+convert log fast -o 302 --rinex 3.02 --nav split
+convert log -o 303 --rinex 3.03 --nav none --xyz --plain-header
+convert log day -o plain --plain-header --nav split --rinex 2.11
+convert log -o systems --systems RJS --nav-repeats
+convert day -o window --interval 3000 --start '2024-12-31 13:00:00' --end '2025-01-01 03:20:00' --nav-repeats
+convert log -o kv3 --receiver-type KV3A0 --receiver-kind 6 --no-signal-map --raw-prn
+convert log -o words --receiver-type other --name Base --marker 'Point 7' --marker-number 12 --observer Ada
+convert log -o antenna --marker 'A b' --agency Office --run-by me --antenna-type TYPE --antenna-delta 1.5,0.25,-0.125
+convert log -o receiver --receiver-number R9 --receiver-version 2.0 --antenna-number A1 --marker-type GEODYNAMIC
+convert leap noeph sbas0 -o changed --nav mixed
+convert
+convert log --rinex 3.05
+convert log --systems GX
+convert log --start yesterday
+convert log --start 2024-02-30
+convert log fast --name one
+convert log --rinex 2.11 --nav mixed
+convert log --interval nan
+convert log --antenna-delta 1,2
+dump info dump
+dump info dump --json
+dump verify dump
+dump verify dump.gz
+dump verify broken
+dump verify broken --json
+dump verify - < dump
+dump verify empty
+dump cat broken
+dump verify bad.gz
+dump info missing
+dump cat /proc
+dump replay --library $VISION dump
+dump replay --library $VISION --rate 1000 broken
+dump replay --library text dump
+dump replay dump
+dump replay --rate -1 dump
+dump
+frame pack --id 513 --extra 7 text
+frame pack --id 2 --hex 01:Ab
+frame pack --id 65535 -o frame dump
+frame parse frames
+frame parse frames --json
+frame parse --hex 'aa 44 cc 10 01 00 00 00 03 00 00 00 00 00 00 00 6f 6e 65 8f 08 64 41'
+frame pack --id 65536
+frame pack --id 1 --hex 0g
+frame pack --id 1 --hex 012
+frame pack --id 1 log
+frame pack --id 1 -o text/out text
+frame parse --hex 00 text
+gpio
+gpio get x
+gpio get :5
+gpio get 1:
+gpio get 99:0
+gpio get 3200 --json
+gpio set 1:5 1 --sysfs
+gpio set 37 2
+i2c read /dev/i2c-99 0x50 0x100:16 4 --plain
+i2c read /dev/i2c-0 0x80 0
+i2c read /dev/i2c-0 0x50 256
+i2c read /dev/i2c-0 0x50 1:12
+i2c read /dev/i2c-0 0x50 0 8193
+i2c read /dev/i2c-0 0x50 0 0
+i2c write /dev/i2c-0 0x50 0 1 0x100
+frame pack --help
+dump replay --help
+gpio get --help
+i2c write --help
+"""
+
+
+def prepare(after):
+    """Files that are made of others, as soon as the command that makes those has run."""
+    if after.startswith("simulate -o damaged"):
+        log, fast, day = (pathlib.Path(name).read_bytes() for name in ("log", "fast", "day"))
+        packed = gzip.compress(log, 0)   # with blocks that every version of zlib cuts alike
+        made = {"log.gz": packed, "torn": b"rubbish" + log[:-7], "twice": fast * 2, "211": fast[:-1],
+                "gaps": logs.without_epochs(fast, lambda n: n in (3, 10, 11, 20) or 30 < n < 41),
+                "split": logs.split_epochs(log), "leap": logs.with_leap_seconds(log, 16),
+                "noeph": logs.without_ephemerides(log), "sbas0": logs.with_sbas_index(log, 0),
+                "nothing": bytes(range(256)) * 100, "empty": b"", "text": b"not a library", "noise": log[:40] + log[41:60],
+                "other": logs.only(log, 1999), "bad.gz": packed[:90000], "flip.gz": packed[:70000] + b"?" + packed[70001:],
+                "again": log + day + log,
+                "dump": logs.DUMP, "dump.gz": gzip.compress(logs.DUMP, 0), "broken": logs.BROKEN_DUMP,
+                "frames": (logs.frame(1, b"one") + b"junk" + logs.frame(2, b"")) * 3}
+        for name, data in made.items():
+            pathlib.Path(name).write_bytes(data)
+
+
+def shown(data):
+    """An output: text as it is, long ones by their start, size and checksum."""
+    text = data.decode("ascii", "replace").replace(FAKE_VISION, "$VISION")
+    if len(data) <= LONG:
+        return text
+    start = text[:300].rstrip() + " ...\n" if text.isascii() else ""
+    return f"{start}({len(data)} bytes, {zlib.crc32(data):08x})\n"
+
+
+def header(name):
+    lines = pathlib.Path(name).read_text().splitlines(True)
+    end = next(number for number, line in enumerate(lines) if "END OF HEADER" in line)
+    return f"$ head {name}\n" + "".join(line for line in lines[: end + 1] if "PGM / RUN BY / DATE" not in line)
+
+
+def state_of(path, known):
+    """When the file was written, and its size and checksum, which are read anew only then."""
+    written = path.stat().st_mtime_ns
+    if str(path) in known and known[str(path)][0] == written:
+        return known[str(path)]
+    data = b"".join(line for line in path.read_bytes().splitlines(True) if b"PGM / RUN BY / DATE" not in line)
+    return written, f"{len(data)} {zlib.crc32(data):08x}"
+
+
+def states(known):
+    return {str(path): state_of(path, known) for path in sorted(pathlib.Path().rglob("*")) if path.is_file()}
+
+
+def account():
+    text, before = "", {}
+    for command in SESSION.strip().splitlines():
+        if command.startswith("show "):
+            text += header(command.removeprefix("show "))
+            continue
+        arguments, _, source = command.replace("$VISION", FAKE_VISION).partition(" < ")
+        with open(source or os.devnull, "rb") as stdin:
+            run = subprocess.run([KVX, *shlex.split(arguments)], stdin=stdin, capture_output=True, timeout=300,
+                                 env={**os.environ, "VISION_PHG_LIB_NAME": "", "FAKE_VISION_RECORD": "calls"})
+        text += f"$ kvx {command}\n{shown(run.stdout)}{shown(run.stderr)}-> {run.returncode}\n"
+        if os.path.exists("calls"):
+            text += pathlib.Path("calls").read_text()
+            os.remove("calls")
+        after = states(before)
+        text += "".join(f"   {name} {state}\n" for name, (_, state) in after.items() if before.get(name, "  ")[1] != state)
+        prepare(command)
+        before = states(after)
+    return text
+
+
+with tempfile.TemporaryDirectory() as folder:
+    os.chdir(folder)
+    seen = account()
+if os.environ.get("RTK_UTILS_UPDATE_GOLDEN"):
+    GOLDEN.write_text(seen)
+for number, (is_now, was) in enumerate(zip((seen + "(end)").splitlines(), (GOLDEN.read_text() + "(end)").splitlines()), 1):
+    if is_now != was:
+        sys.exit(f"{GOLDEN}:{number}\n  was: {was}\n  is:  {is_now}")

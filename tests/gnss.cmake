@@ -1,8 +1,9 @@
-rtk_add_test(foundation_test SOURCES unit/foundation_test.cpp LABELS gnss)
-rtk_add_test(log_test SOURCES unit/log_test.cpp LABELS gnss)
+rtk_add_test(foundation_test SOURCES unit/foundation_test.cpp LIBS kvx_sky LABELS gnss)
+rtk_add_test(log_test SOURCES unit/log_test.cpp LIBS kvx_sky LABELS gnss)
 rtk_add_test(rinex_obs_test SOURCES unit/rinex_obs_test.cpp WRAP time LABELS gnss)
 rtk_add_test(rinex_nav_test SOURCES unit/rinex_nav_test.cpp WRAP time LABELS gnss)
 rtk_add_test(rinex_number_test SOURCES unit/rinex_number_test.cpp LABELS gnss)
+rtk_add_test(sky_test SOURCES unit/sky_test.cpp LIBS kvx_sky LABELS gnss)
 
 # The wings of the house know nothing of each other, and the foundation of neither.
 function(wing_without wing others)
@@ -14,8 +15,8 @@ wing_without(log rinex)
 wing_without(rinex log)
 
 # Digests of everything. The texts are made under a locale with a decimal comma and in a time zone off by odd minutes.
-rtk_add_test(digest_test SOURCES unit/log_digest_test.cpp unit/text_digest_test.cpp WRAP time LABELS gnss)
-target_include_directories(digest_test PRIVATE ${PROJECT_SOURCE_DIR}/tools)
+rtk_add_test(digest_test SOURCES unit/log_digest_test.cpp unit/text_digest_test.cpp
+             LIBS kvx_sky WRAP time LABELS gnss)
 set(locales ${CMAKE_CURRENT_BINARY_DIR}/locale)
 file(MAKE_DIRECTORY ${locales})
 add_test(NAME comma_locale COMMAND localedef -i de_DE -f UTF-8 ${locales}/de_DE.UTF-8)

@@ -161,23 +161,24 @@ TEST(LogDigest, EveryMessageWithEveryShorterBody)
 
 // ---- Range messages ----
 
-Signal any_signal(random_t& random)
+sky::range_t any_signal(random_t& random)
 {
     constexpr int kFirstPrns[] = {1, 38, 120, 1, 1, 193, 0, 0};
-    Signal s{static_cast<int>(random.below(8)), static_cast<int>(random.below(32)), 0};
-    s.prn = kFirstPrns[s.system] + static_cast<int>(random.below(random.below(4) == 0 ? 200 : 30));
-    s.pseudorange = static_cast<double>(random.below(1u << 31)) / 64.0;
-    s.adr = static_cast<double>(static_cast<int>(random.below(1u << 31)) - (1 << 30)) / 128.0;
-    s.locktime = static_cast<float>(random.below(1u << 20)) / 32.0f;
-    for (const int bit : {10, 11, 12}) s.flags &= ~(std::uint32_t{random.below(8) == 0} << bit);
-    s.flags |= std::uint32_t{random.below(4) == 0} << 19 | std::uint32_t{random.below(4) == 0} << 28;
+    const auto system = static_cast<unsigned>(random.below(8));
+    sky::range_t s = signal(system, static_cast<unsigned>(random.below(32)), kFirstPrns[system]);
+    s.prn += static_cast<int>(random.below(random.below(4) == 0 ? 200 : 30));
     s.channel = static_cast<int>(random.below(14)) - 7;
-    s.doppler = static_cast<float>(static_cast<int>(random.below(1u << 20)) - (1 << 19)) / 256.0f;
-    s.cn0 = static_cast<float>(20 + random.below(32));
+    s.pseudorange = static_cast<double>(random.below(1u << 31)) / 64.0;
+    s.phase = static_cast<double>(random.below(1u << 31)) / 8.0 - 4e7;
+    s.doppler = static_cast<double>(random.below(1u << 20)) / 256.0 - 2000;
+    s.cn0 = static_cast<double>(20 + random.below(32));
+    s.lock_time = static_cast<double>(random.below(1u << 20)) / 32.0;
+    for (const int bit : {10, 11, 12}) s.status &= ~(std::uint32_t{random.below(8) == 0} << bit);
+    s.status |= std::uint32_t{random.below(4) == 0} << 19 | std::uint32_t{random.below(4) == 0} << 28;
     return s;
 }
 
-// Signals of all kinds under all options; some messages join the epoch before, some are late, damaged or full.
+// Signals of all kinds under all options; some messages join the epoch before, some are late or full.
 TEST(LogDigest, RangeMessagesOfAnySignals)
 {
     for (int options = 0; options < 4; ++options) {
@@ -190,10 +191,10 @@ TEST(LogDigest, RangeMessagesOfAnySignals)
         for (int i = 0; i < 300; ++i) {
             constexpr std::uint32_t kSteps[] = {0, 0, 0, 1, 2, 1000, 604800000u - 1000};
             ms = (ms + kSteps[random.below(std::size(kSteps))]) % 604800000u;
-            std::vector<Signal> signals(random.below(random.below(8) == 0 ? 170 : 20));
-            for (Signal& s : signals) s = any_signal(random);
-            FrameBuilder frame = random.below(2) == 0 ? range_frame(signals) : compressed_frame(signals);
-            digest.values(feed(raw.get(), frame.ms(ms))).bytes(raw.get(), offsetof(raw_t, nbyte));
+            std::vector<sky::range_t> signals(random.below(random.below(8) == 0 ? 170 : 20));
+            for (sky::range_t& s : signals) s = any_signal(random);
+            const auto form = random.below(2) == 0 ? sky::kFullRange : sky::kCompressedRange;
+            digest.values(feed(raw.get(), range_frame(signals, form).ms(ms))).bytes(raw.get(), offsetof(raw_t, nbyte));
         }
         expect_digest("signals_" + std::to_string(options), digest);
     }

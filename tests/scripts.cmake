@@ -1,9 +1,4 @@
-# The RINEX scripts in support/: their own tests, and what kvx makes of the recordings.
-find_package(Python3 REQUIRED COMPONENTS Interpreter)
-
-add_test(NAME rinex_scripts COMMAND ${Python3_EXECUTABLE} -B ${CMAKE_CURRENT_SOURCE_DIR}/support/test_rinex_scripts.py)
-set_tests_properties(rinex_scripts PROPERTIES TIMEOUT 60)
-
+# What kvx makes of the recordings, compared with the RINEX files they came from.
 if(TARGET kvx AND RTK_UTILS_RECORDINGS AND EXISTS ${RTK_UTILS_RECORDINGS})
   add_test(NAME recordings
            COMMAND ${Python3_EXECUTABLE} -B ${CMAKE_CURRENT_SOURCE_DIR}/support/compare_recordings.py

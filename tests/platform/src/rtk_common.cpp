@@ -13,33 +13,42 @@ unsigned long CCommFunc::Crc32(const void* data, std::size_t len, unsigned long 
 
 namespace aht {
 
-thread_task::thread_task()
+template <class T>
+void thread_safe_queue<T>::push(T&& item)
 {
-    queue.name = "platform";
-    pthread_create(&thread, nullptr, run, this);
+    const std::lock_guard lock(mutex);
+    items.push_back(std::move(item));
+    filled.notify_one();
 }
+
+template <class T>
+std::list<T> thread_safe_queue<T>::pop()
+{
+    std::unique_lock lock(mutex);
+    filled.wait(lock, [this] { return !items.empty(); });
+    std::list<T> first;
+    first.splice(first.end(), items, items.begin());
+    return first;
+}
+
+template class thread_safe_queue<task_type>;
+
+thread_task::thread_task()
+    : thread([this] {
+          while (!ended) queue.pop().front()();
+      })
+{}
 
 thread_task::~thread_task()
 {
     __atomic_store_n(&stopping, 1, __ATOMIC_SEQ_CST);
-    queue.push([this] { ended = true; });
-    pthread_join(thread, nullptr);
+    queue.push(task_type([this] { ended = true; }));
+    thread.join();
 }
 
 bool thread_task::isStopThread()
 {
     return __atomic_load_n(&stopping, __ATOMIC_SEQ_CST) != 0;
-}
-
-thread_safe_queue<task_type>& thread_task::taskQueue()
-{
-    return queue;
-}
-
-void* thread_task::run(void* self)
-{
-    for (auto* task = static_cast<thread_task*>(self); !task->ended;) task->queue.pop().front()();
-    return nullptr;
 }
 
 }   // namespace aht

@@ -3,7 +3,6 @@
 
 #include <cstdio>
 #include <string>
-#include <utility>
 
 namespace logger_helper {
 
@@ -15,18 +14,14 @@ struct source_t {
 
 inline constexpr int kDebug = 1, kInfo = 2, kWarning = 3, kError = 4;
 
-void append(const std::string& line) noexcept;
+[[noreturn]] void append(const std::string& line);
 
 template <class... Arguments>
 void log(const std::string& logger, const source_t& where, int level, const char* format, Arguments... arguments)
 {
     char text[4096];
-    if constexpr (sizeof...(arguments) == 0)
-        std::snprintf(text, sizeof text, "%s", format);
-    else
-        std::snprintf(text, sizeof text, format, arguments...);
+    std::snprintf(text, sizeof text, sizeof...(arguments) == 0 ? "%s" : format, arguments..., format);
     append(logger + "|" + std::to_string(level) + "|" + where.path + "|" + where.function + "|" + text);
-    throw 1;
 }
 
 }   // namespace logger_helper

@@ -1,24 +1,40 @@
 #pragma once
 
-#include <rtkcommon/task_type.h>
-#include <rtkcommon/thread_safe_queue.h>
+#include <condition_variable>
+#include <future>
+#include <list>
+#include <mutex>
+#include <thread>
 
 namespace aht {
+
+using function_wrapper = std::packaged_task<void()>;
+using task_type = function_wrapper;   // a task is its wrapper here
+
+template <class T>
+class thread_safe_queue {
+public:
+    void push(T&& item);
+    std::list<T> pop();   // one item, when there is one
+
+private:
+    std::mutex mutex;
+    std::condition_variable filled;
+    std::list<T> items;
+};
 
 class thread_task {
 public:
     thread_task();
     virtual ~thread_task();
     bool isStopThread();
-    thread_safe_queue<task_type>& taskQueue();
+    thread_safe_queue<task_type>& taskQueue() { return queue; }
 
 private:
-    static void* run(void* self);
-
     thread_safe_queue<task_type> queue;
     bool ended = false;
     int stopping = 0;
-    pthread_t thread;
+    std::thread thread;
 };
 
 }   // namespace aht

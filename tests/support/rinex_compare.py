@@ -1,13 +1,7 @@
-#!/usr/bin/env python3
-"""Compares two RINEX observation files (2.x or 3.x) value by value.
+"""Compares two RINEX observation files (2.x or 3.x) value by value: every value of B that A's types can carry stands in
+A within tolerance, and A has nothing that B lacks."""
 
-Exit code 0: every value of B that A's types can carry stands in A within tolerance, and A has nothing that B lacks.
-1: it does not. 2: a file cannot be read, or wrong usage.
-"""
-
-import argparse
 import fnmatch
-import sys
 from collections import Counter, defaultdict, namedtuple
 from decimal import Decimal
 
@@ -113,28 +107,3 @@ def compare(a, b, options=Options(), every_type=False):
     if not any(row["compared"] for row in report.rows.values()):
         report.mismatch("no value stands in both files: nothing was compared")
     return report
-
-
-def main(arguments=None):
-    parser = argparse.ArgumentParser(description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter)
-    parser.add_argument("files", nargs=2, metavar="FILE", help="A and B")
-    for kind, name in (("C", "pseudorange"), ("L", "phase"), ("D", "doppler"), ("S", "snr")):
-        parser.add_argument(f"--{name}-tol", dest=kind, type=Decimal, default=Decimal(0), metavar="T",
-                            help="0 (default): equal to the printed digit")
-    parser.add_argument("--systems", help="letters of the systems to compare, others are skipped")
-    parser.add_argument("--lli", action="store_true", help="compare bits 0 and 1 of the loss-of-lock digits too")
-    args = parser.parse_args(arguments)
-    loaded = []
-    for path in args.files:
-        try:
-            loaded.append(load(path, args.systems))
-        except (OSError, RinexError) as error:
-            print(f"rinex_compare: error: {path}: {error}", file=sys.stderr)
-            return 2
-    report = compare(*loaded, Options({kind: getattr(args, kind) for kind in "CLDS"}, args.lli))
-    print(report.text())
-    return 1 if report.mismatches else 0
-
-
-if __name__ == "__main__":
-    sys.exit(main())

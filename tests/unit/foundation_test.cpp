@@ -35,48 +35,6 @@ TEST(Checksums, KnownValuesEveryLengthAndAlignment)
     }
 }
 
-TEST(BitFields, WrittenFieldsReadBack)
-{
-    for (int len = 1; len <= 32; ++len) {
-        for (int pos = 0; pos + len <= 64; ++pos) {
-            unsigned char buff[8] = {};
-            const unsigned value = 0x9E3779B9u * static_cast<unsigned>(len + pos);
-            setbitu(buff, pos, len, value);
-            ASSERT_EQ(value << (32 - len) >> (32 - len), getbitu(buff, pos, len));
-            ASSERT_EQ(0u, getbitu(buff, 0, pos) + getbitu(buff, pos + len, 64 - pos - len));
-        }
-    }
-    const unsigned char ones[] = {0xFF, 0xFF, 0xFF, 0xFF, 0xFF}, high[] = {0x80, 0, 0, 0, 0};
-    EXPECT_EQ(-1, getbits(ones, 3, 5));
-    EXPECT_EQ(static_cast<int>(0x80000000u), getbits(high, 0, 32));
-    EXPECT_EQ(-1, getbitg(ones, 0, 2));
-    EXPECT_EQ(0, getbitg(high, 0, 2));
-    EXPECT_EQ(-2147483648.0 * 64, getbits_38(high, 0));
-}
-
-TEST(TimeScales, LeapSecondsFollowTheTimeConverted)
-{
-    struct Case {
-        unsigned short before, week;
-        double sec;
-        unsigned short leaps;
-    };
-    constexpr Case kCases[] = {{18, 1511, 604000, 18}, {18, 1512, 345618, 14}, {18, 1512, 345619, 15},
-                               {15, 1695, 0, 15},   // 15 s before the start of that week
-                               {15, 1695, 20, 16},     {16, 1851, 259216, 16}, {16, 1851, 259217, 17},
-                               {17, 1929, 604000, 17}, {17, 1930, 17, 18},     {18, 2400, 0, 18}};
-    for (const Case& c : kCases) {
-        g_curleap = c.before;
-        unsigned short week = c.week;
-        gpst2utc(c.sec, &week);
-        EXPECT_EQ(c.leaps, g_curleap) << c.week << " " << c.sec;
-    }
-    g_curleap = 18;
-    unsigned short week = 0;   // 2020 is the first year of interval 7; noon of 1 February in Moscow is 09:00:18
-    EXPECT_NEAR(6 * 86400 + 9 * 3600 + 18, glot2ws(7, 32, 43200, &week), 1e-6);
-    EXPECT_EQ(2090, week);
-}
-
 TEST(Calendar, EveryDayOfACentury)
 {
     using namespace std::chrono;

@@ -148,6 +148,37 @@ TEST(LogDigest, EveryMessageWithEveryByteTurned)
     }
 }
 
+// Odd values in every field of every message: whole numbers of all sizes, and doubles.
+TEST(LogDigest, EveryMessageWithOddFields)
+{
+    constexpr double kDoubles[] = {0.0, -1.0, 1.0, 2.8, 7.84, 604799.5, 604800.0, 1e8, 1e300, -HUGE_VAL, NAN, 4096.0};
+    constexpr std::uint64_t kWords[] = {0,     1,     2,     25,     26,     33,         39,         40,
+                                        62,    200,   255,   604,    1023,   1024,       10782,      20000,
+                                        20001, 65535, 86370, 604799, 604800, 0x7FFFFFFF, 0x80000001, 0xFFFFFFFF};
+    random_t random(2);
+    for (const Bytes& frame : every_message()) {
+        Digest digest;
+        const auto known = new_record();
+        feed(known.get(), frame);
+        for (std::size_t at = kHeader - 14; at < frame.size() - kCrc; ++at) {
+            for (int i = 0; i < 24; ++i) {
+                Bytes odd = frame;
+                const double x = kDoubles[i % 12];
+                const std::size_t size = i < 12 ? sizeof x : std::size_t{1} << random.below(3);
+                std::memcpy(&odd[at], i < 12 ? static_cast<const void*>(&x) : &kWords[random.below(std::size(kWords))],
+                            std::min(size, frame.size() - kCrc - at));
+                repair_checksum(odd);
+                const auto raw = std::make_unique<raw_t>(*known);
+                g_curleap = 18;
+                digest.values(feed(raw.get(), odd)).bytes(raw.get(), offsetof(raw_t, pos));
+                digest.bytes(raw->sng_f, offsetof(raw_t, nbyte) - offsetof(raw_t, sng_f)).values(g_curleap);
+            }
+        }
+        expect_digest("odd_" + std::to_string(id_of(frame)) + "_" + std::to_string(frame[kHeader]), digest);
+    }
+    g_curleap = 18;
+}
+
 TEST(LogDigest, EveryMessageWithEveryShorterBody)
 {
     for (const Bytes& frame : every_message()) {

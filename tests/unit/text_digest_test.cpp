@@ -124,6 +124,10 @@ TEST_F(TextDigest, ObservationFilesOfEveryVersionBoardAndSystem)
 
 TEST_F(TextDigest, PatchesAndEvents)
 {
+    rnx_t untouched;
+    std::memset(&untouched, 0x7E, sizeof untouched);
+    Initial_Rnx(&untouched);
+    expect_digest("options", Digest().bytes(&untouched, sizeof untouched));
     for (const int version : kVersions) {
         random_t random(version);
         Digest digest;
@@ -230,6 +234,27 @@ TEST_F(TextDigest, NavigationFiles)
         expect_digest("nav_header_" + std::to_string(version), headers);
         expect_digest("nav_record_" + std::to_string(version), records);
     }
+}
+
+// Every row of the accuracy tables, and times of transmission around those that are not given.
+TEST_F(TextDigest, NavigationAccuracies)
+{
+    const rnx_t opt = options(304);
+    const auto raw = std::make_unique<raw_t>();
+    Digest digest;
+    for (int i = 0; i < 256; ++i) {
+        raw->eph[0].ura_index = raw->eph[32].ura_index = raw->eph[78].ura_index = static_cast<std::uint16_t>(i);
+        raw->galeph[0].sisa = raw->seph[0].ura = static_cast<std::uint8_t>(i);
+        raw->tow = i < 128 ? i * 0.0001 - 0.002 : i * 2372.5;
+        digest.text(text_of([&](std::FILE* f) {
+            raw->eph_sat = 1, WriteRinexGpsEphRec(f, raw.get(), &opt);
+            raw->eph_sat = 33, write_padded(f, raw.get(), &opt);
+            raw->eph_sat = 103, WriteRinexGalEphRec(f, raw.get(), &opt);
+            raw->eph_sat = 139, WriteRinexQzssEphRec(f, raw.get(), &opt);
+            raw->eph_sat = 146, WriteRinexSBASEphRec(f, raw.get(), &opt);
+        }));
+    }
+    expect_digest("nav_accuracies", digest);
 }
 
 TEST_F(TextDigest, NavigationNumbers)

@@ -3,6 +3,7 @@
 #include <rtk_gnss.h>
 
 #include "fuzz.h"
+#include "support/log_ways.h"
 
 namespace {
 
@@ -25,45 +26,14 @@ void start(raw_t& raw, std::uint8_t options, int earlier_frame = 0)
     raw.te_week = (options & 0x20) != 0 ? 2147483647 : 2310;
 }
 
-void note(results_t& results, const raw_t& raw, int result)
+// Takes down the results of one way in.
+auto noting(results_t& results, const raw_t& raw)
 {
-    FUZZ_CHECK(result >= DECODE_REFUSED && result <= DECODE_STOP_AND_GO);
-    const bool too_long = result == DECODE_REFUSED && raw.len > kMaxLen;
-    if (result != DECODE_NOTHING && !too_long) results.push_back(result);
-}
-
-results_t feed_bytes(raw_t& raw, bytes_t log)
-{
-    results_t results;
-    for (const std::uint8_t byte : log) note(results, raw, input_korvex(&raw, byte));
-    return results;
-}
-
-results_t feed_blocks(raw_t& raw, bytes_t log, std::size_t block)
-{
-    results_t results;
-    in_pieces(log, block, [&](const std::uint8_t* data, std::size_t size) {
-        for (int left = static_cast<int>(size); left > 0;) {
-            const int before = left;
-            note(results, raw, input_korvexb(&raw, data + size - left, &left));
-            FUZZ_CHECK(left >= 0 && left < before);
-        }
-    });
-    return results;
-}
-
-results_t feed_file(raw_t& raw, bytes_t log, int mode)
-{
-    results_t results;
-    if (log.empty()) return results;
-    std::FILE* file = fmemopen(const_cast<std::uint8_t*>(log.data()), log.size(), "rb");
-    std::size_t calls = 0;
-    for (int result; (result = input_korvexf(&raw, file, mode)) != DECODE_EOF; ++calls) {
-        note(results, raw, result);
-        FUZZ_CHECK(calls <= log.size());   // every call reads something
-    }
-    std::fclose(file);
-    return results;
+    return [&](int result) {
+        FUZZ_CHECK(result >= DECODE_REFUSED && result <= DECODE_STOP_AND_GO);
+        const bool too_long = result == DECODE_REFUSED && raw.len > kMaxLen;
+        if (result != DECODE_NOTHING && !too_long) results.push_back(result);
+    };
 }
 
 void check_record(const raw_t& raw)
@@ -93,17 +63,22 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     constexpr int kDecode = 0, kSkip = 7;   // modes of input_korvexf()
     bytes_t input(data, size);
     const auto options = take<std::uint8_t>(input), block = take<std::uint8_t>(input);
-    static raw_t by_bytes, other;
-    start(by_bytes, options);
-    const results_t results = feed_bytes(by_bytes, input);
-    check_record(by_bytes);
+    static raw_t first, other;
+    results_t results, others[3];
+    start(first, options);
+    by_byte(first, input, noting(results, first));
+    check_record(first);
 
     start(other, options, 0xFF);
-    FUZZ_CHECK(feed_blocks(other, input, block * 4u) == results && same(other, by_bytes, true));
+    by_block(
+        other, input, [&] { return block * 4u + 1; }, noting(others[0], other));
+    FUZZ_CHECK(others[0] == results && same(other, first, true));
     start(other, options);
-    FUZZ_CHECK(feed_file(other, input, kDecode) == results && same(other, by_bytes, false));
+    by_file(other, input, kDecode, noting(others[1], other));
+    FUZZ_CHECK(others[1] == results && same(other, first, false));
     start(other, options);
-    start(by_bytes, options);
-    FUZZ_CHECK(feed_file(other, input, kSkip).empty() && same(other, by_bytes, false));
+    start(first, options);
+    by_file(other, input, kSkip, noting(others[2], other));
+    FUZZ_CHECK(others[2].empty() && same(other, first, false));
     return 0;
 }

@@ -43,37 +43,24 @@ private:
     std::uint64_t m_state = 1;
 };
 
-/// The kept digests; with RTK_UTILS_UPDATE_GOLDEN=1 they are written anew at the end of the program.
-class KeptDigests {
-public:
-    KeptDigests()
-    {
-        std::ifstream file(kPath);
-        std::string name;
-        for (std::uint64_t value; file >> name >> std::hex >> value;) m_kept[name] = value;
-    }
-    ~KeptDigests()
-    {
-        if (std::getenv("RTK_UTILS_UPDATE_GOLDEN") == nullptr) return;
-        std::ofstream file(kPath);
-        for (const auto& [name, value] : m_kept) file << name << ' ' << std::hex << value << '\n';
-    }
-    void expect(const std::string& name, const Digest& digest)
-    {
-        if (std::getenv("RTK_UTILS_UPDATE_GOLDEN") != nullptr) m_kept[name] = digest.value();
-        EXPECT_EQ(m_kept[name], digest.value()) << name;
-    }
-
-private:
-    static constexpr char kPath[] = RTK_UTILS_TEST_DATA "/digests.txt";
-    std::map<std::string, std::uint64_t> m_kept;
-};
-
+/// Compares with data/digests.txt; with RTK_UTILS_UPDATE_GOLDEN=1 that is written anew.
 /// Names hold no blanks.
 inline void expect_digest(const std::string& name, const Digest& digest)
 {
-    static KeptDigests kept;
-    kept.expect(name, digest);
+    static constexpr char kPath[] = RTK_UTILS_TEST_DATA "/digests.txt";
+    static std::map<std::string, std::uint64_t> kept = [] {
+        std::map<std::string, std::uint64_t> all;
+        std::ifstream file(kPath);
+        std::string key;
+        for (std::uint64_t value; file >> key >> std::hex >> value;) all[key] = value;
+        return all;
+    }();
+    if (std::getenv("RTK_UTILS_UPDATE_GOLDEN") != nullptr) {
+        kept[name] = digest.value();
+        std::ofstream file(kPath);
+        for (const auto& [key, value] : kept) file << key << ' ' << std::hex << value << '\n';
+    }
+    EXPECT_EQ(kept[name], digest.value()) << name;
 }
 
 #endif

@@ -208,25 +208,16 @@ TEST(Hardware, I2cRequestsAreCheckedInOrderBeforeTheDeviceIsOpened)
     std::uint8_t data = 0;
     const I2cReg_t good = {{1}, 1, 1, &data}, unset = {{1}, 0, 0, nullptr}, long_address = {{1}, 3, 0, nullptr},
                    null = {{1}, 2, 0, nullptr}, empty = {{1}, 2, 0, &data};
-    const struct {
-        const char* device;
-        std::vector<I2cReg_t> regs;
-        const char* message;
-    } kCases[] = {
-        {"", {unset}, "i2c device is empty"},
-        {"/dev/i2c-9", {good, unset, long_address}, "i2c register address is not set"},
-        {"/dev/i2c-9", {long_address, unset}, "i2c register len is too long"},
-        {"/dev/i2c-9", {good, good, null, empty}, "i2c data buffer is null"},
-        {"/dev/i2c-9", {empty, null}, "i2c read or write data len is zero"},
-    };
-    for (const auto& c : kCases) {
-        CapturedLog log;
-        FakeKernel kernel;
-        I2cParam_t request = {c.device, 0x50, 0, c.regs};
-        EXPECT_FALSE(CI2cHelper::checkParams(request));
-        for (const auto& member : kMembers) EXPECT_FALSE(member.run(request));
-        EXPECT_EQ(std::vector<std::string>(5, "4 libapp/utils/src/CI2cHelper checkParams: " + std::string(c.message)),
-                  log.take());
-        EXPECT_EQ("", kernel.account);
+    I2cParam_t requests[] = {{"", 0x50, 0, {unset}},
+                             {"/dev/i2c-9", 0x50, 0, {good, unset, long_address}},
+                             {"/dev/i2c-9", 0x50, 0, {long_address, unset}},
+                             {"/dev/i2c-9", 0x50, 0, {good, good, null, empty}},
+                             {"/dev/i2c-9", 0x50, 0, {empty, null}}};
+    std::string text;
+    for (I2cParam_t& request : requests) {
+        text += plain_account({"checkParams", [&] { return std::to_string(CI2cHelper::checkParams(request)); }});
+        for (const auto& member : kMembers)
+            text += plain_account({member.name, [&] { return std::to_string(member.run(request)); }});
     }
+    expect_golden("hardware_i2c_refused.golden", text);
 }

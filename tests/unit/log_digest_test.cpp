@@ -16,6 +16,7 @@
 #include "sky/random.h"
 #include "support/digest.h"
 #include "support/frame_builder.h"
+#include "support/log_ways.h"
 #include "support/temporary_folder.h"
 
 namespace {
@@ -95,47 +96,24 @@ struct Steps {
     }
 };
 
-Steps by_byte(const Bytes& log)
-{
-    Steps s;
-    for (const std::uint8_t byte : log) s.add(input_korvex(s.raw.get(), byte));
-    return s;
-}
-
-Steps by_block(const Bytes& log, random_t& random)
-{
-    Steps s;
-    for (std::size_t at = 0; at < log.size();) {
-        const int given = static_cast<int>(std::min<std::size_t>(log.size() - at, 1 + random.below(3000)));
-        int left = given;
-        s.add(input_korvexb(s.raw.get(), log.data() + at, &left));
-        at += static_cast<std::size_t>(given - left);
-    }
-    return s;
-}
-
-Steps by_file(Bytes log)
-{
-    Steps s;
-    std::FILE* file = fmemopen(log.data(), log.size(), "rb");
-    for (int result; (result = input_korvexf(s.raw.get(), file, 0)) != DECODE_EOF;) s.add(result);
-    std::fclose(file);
-    return s;
-}
-
 // Takes the steps of a log into a digest when all ways in agree on them.
 void add_log(Digest& digest, const Bytes& log)
 {
     random_t random(log.size());
+    Steps ways[3];
+    const auto into = [](Steps& steps) { return [&](int result) { steps.add(result); }; };
     g_curleap = 18;
-    const Steps bytes = by_byte(log);
-    for (const Step& step : bytes.steps) digest.values(step.result, step.record);
-    digest.values(bytes.steps.size());
+    by_byte(*ways[0].raw, log, into(ways[0]));
     g_curleap = 18;
-    ASSERT_EQ(bytes.steps, by_block(log, random).steps);
+    by_block(
+        *ways[1].raw, log, [&] { return 1 + random.below(3000); }, into(ways[1]));
     g_curleap = 18;
-    ASSERT_EQ(bytes.steps, by_file(log).steps);
+    by_file(*ways[2].raw, log, 0, into(ways[2]));
     g_curleap = 18;
+    ASSERT_EQ(ways[0].steps, ways[1].steps);
+    ASSERT_EQ(ways[0].steps, ways[2].steps);
+    for (const Step& step : ways[0].steps) digest.values(step.result, step.record);
+    digest.values(ways[0].steps.size());
 }
 
 TEST(LogDigest, EveryMessageWithEveryByteTurned)

@@ -103,20 +103,6 @@ void navigation_file(raw_t& raw, const rnx_t& opt)
     std::fclose(file);
 }
 
-// A patch of a file of any content overwrites so many bytes at most, and never shortens it.
-void patches(const raw_t& raw, rnx_t& opt, bytes_t text)
-{
-    std::FILE* file = memory_file();
-    if (!text.empty()) std::fwrite(text.data(), 1, text.size(), file);
-    FUZZ_CHECK(WriteRinexObsApppos(file, &raw, &opt) == 1 && WriteRinexObsLastEpoch(file, &opt) == 1);
-    const std::string after = content(file);
-    FUZZ_CHECK(after.size() >= text.size());
-    std::size_t changed = after.size() - text.size();
-    for (std::size_t i = 0; i < text.size(); ++i) changed += static_cast<std::uint8_t>(after[i]) != text[i];
-    FUZZ_CHECK(changed <= 8 * 81);   // eight lines
-    std::fclose(file);
-}
-
 }   // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
@@ -131,7 +117,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     if ((choice & 0x80) != 0) raw.nobs %= kMaxObs + 1;
 
     if ((choice & 0x40) != 0) navigation_file(raw, opt);
-    if ((choice & 0x20) != 0) patches(raw, opt, input);
     observation_file(raw, opt, choice, input);
     return 0;
 }

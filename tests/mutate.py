@@ -16,20 +16,14 @@ import re
 import subprocess
 import sys
 
-PARTS = {"library": ["libapp/utils/src"], "tool": ["tools/kvx"]}
+PARTS = {"library": "libapp/utils/src", "tool": "tools/kvx"}
 SWAPS = {"<": "<=", "<=": "<", ">": ">=", ">=": ">", "==": "!=", "!=": "==", "&&": "||", "||": "&&", "+": "-", "-": "+",
          "*": "/", "/": "*", "<<": ">>", ">>": "<<", "+=": "-=", "-=": "+=", "true": "false", "false": "true"}
-OPERATOR = re.compile(r" (<=?|>=?|==|!=|&&|\|\||\+=|-=|<<|>>|[-+*/]) |\b(true|false)\b")
+OPERATOR = re.compile(r"(?<= )(<=?|>=?|==|!=|&&|\|\||\+=|-=|<<|>>|[-+*/])(?= )|\b(?:true|false)\b")
 NUMBER = re.compile(r"(?<![\w.\"'])(0[xX][0-9A-Fa-f]+|\d+(?:\.\d+)?(?:e[-+]?\d+)?)(?![\w.\"'])")
 STATEMENT = re.compile(r"^\s+(?!return|break|continue|using|const |static|case|default|public|private|\w+ \w+;|struct|}|#)"
-                       r"[\w*&:(+-].*;$")
+                       r"([\w*&:(+-].*;)$")
 NEIGHBOURS = re.compile(r"(?<=[(,{ ])([\w.>\[\]-]+), ([\w.>\[\]-]+)(?=[),}])")
-QUICK = "_test$"   # most mutants die in the unit tests
-
-
-def code_of(line):
-    """The line without its comment; nothing of it lies in a text."""
-    return re.split(r"\s*//", line)[0]
 
 
 def changed_number(text):
@@ -38,44 +32,26 @@ def changed_number(text):
     return str(int(text) + 1) if text.isdigit() else str(float(text) * 1.5 + 0.5)
 
 
-def mutations(lines):
-    """Every mutation of a file: (kind, index, the line, what it becomes)."""
-    for i, line in enumerate(lines):
-        code = code_of(line)
-        if line.lstrip().startswith(("//", "#", "static_assert", "template", "constexpr int kAt")) or '"' in code:
-            continue
-        for m in OPERATOR.finditer(code):
-            group = 1 if m.group(1) else 2
-            yield "operator", i, line, line[:m.start(group)] + SWAPS[m.group(group)] + line[m.end(group):]
-        for m in NUMBER.finditer(code):
-            yield "constant", i, line, line[:m.start()] + changed_number(m.group()) + line[m.end():]
-        if STATEMENT.match(code):
-            yield "deletion", i, line, re.match(r"\s*", line).group() + ";"
-        for m in NEIGHBOURS.finditer(code):
-            yield "swap", i, line, line[:m.start()] + f"{m.group(2)}, {m.group(1)}" + line[m.end():]
+MUTATIONS = {"operator": (OPERATOR, lambda m: SWAPS[m[0]]), "constant": (NUMBER, lambda m: changed_number(m[0])),
+             "deletion": (STATEMENT, lambda m: m[0].replace(m[1], ";")), "swap": (NEIGHBOURS, lambda m: f"{m[2]}, {m[1]}")}
 
 
 def fresh(tree, part, count, seed):
     """A sample: every kind as likely as any other, whatever their numbers."""
-    by_kind = {}
-    for folder in PARTS[part]:
-        for path in sorted((tree / folder).rglob("*")):
-            if path.suffix not in (".cpp", ".h"):
+    by_kind = {kind: [] for kind in sorted(MUTATIONS)}
+    for path in sorted((tree / PARTS[part]).rglob("*.[ch]*")):
+        for number, line in enumerate(path.read_text().split("\n") if path.suffix in (".cpp", ".h") else [], 1):
+            code = re.split(r"\s*//", line)[0]
+            if code.lstrip().startswith(("#", "static_assert", "template", "constexpr int kAt")) or '"' in code:
                 continue
-            for kind, i, old, new in mutations(path.read_text().split("\n")):
-                mutant = {"part": part, "file": str(path.relative_to(tree)), "line": i + 1, "old": old, "new": new}
-                by_kind.setdefault(kind, []).append(mutant)
+            for kind, (pattern, change) in MUTATIONS.items():
+                for m in pattern.finditer(code):
+                    by_kind[kind].append({"part": part, "file": str(path.relative_to(tree)), "line": number, "old": line,
+                                          "new": line[:m.start()] + change(m) + line[m.end():]})
     chance = random.Random(seed)
     for rows in by_kind.values():
         chance.shuffle(rows)
-    kinds = sorted(by_kind)
-    return [by_kind[kinds[k % len(kinds)]].pop() for k in range(4 * count)]
-
-
-def place(lines, mutant):
-    """Where the mutant's line stands now: the place nearest to where it stood."""
-    found = [i for i, line in enumerate(lines) if line == mutant["old"]]
-    return min(found, key=lambda i: abs(i + 1 - mutant["line"]), default=None)
+    return [rows.pop() for _ in range(count) for rows in by_kind.values()]
 
 
 class Bench:
@@ -92,11 +68,10 @@ class Bench:
             return -1
 
     def test(self):
-        for choice in ("-R", "-E"):
+        for choice in ("-R", "-E"):   # most mutants die in the unit tests
             log = self.build / "mutant.log"
-            command = ["ctest", "--test-dir", self.build, choice, QUICK, "-j2", "--stop-on-failure", "--timeout", "60",
-                       "-O", log]
-            if self.run(*command) != 0:
+            if self.run("ctest", "--test-dir", self.build, choice, "_test$", "-j2", "--stop-on-failure", "--timeout", "60",
+                        "-O", log) != 0:
                 failed = re.findall(r"^\s+\d+ - (.+) \(", log.read_text(), re.M)
                 return f"died in {failed[0] if failed else 'a test'}"
         return "lived"
@@ -105,10 +80,10 @@ class Bench:
         path = self.tree / mutant["file"]
         text = path.read_text()
         lines = text.split("\n")
-        at = place(lines, mutant)
-        if at is None:
+        places = [i for i, line in enumerate(lines) if line == mutant["old"]]
+        if not places:
             return "gone"
-        lines[at] = mutant["new"]
+        lines[min(places, key=lambda i: abs(i + 1 - mutant["line"]))] = mutant["new"]
         before = {o: o.read_bytes() for o in self.build.rglob(path.name + ".o")}
         path.write_text("\n".join(lines))
         try:
@@ -132,28 +107,27 @@ def main():
 
     bench = Bench(options.tree, options.build)
     kept = [json.loads(line) for line in options.list.read_text().splitlines()] if options.list.exists() else []
-    again = not options.new
-    todo = [m for m in kept if "equivalent" not in m] if again else fresh(options.tree, options.part, options.new, options.seed)
-    died = lived = worse = 0
+    todo = [m for m in kept if "equivalent" not in m]
+    if options.new:
+        todo = fresh(options.tree, options.part, options.new, options.seed)
+    count = {"died": 0, "lived": 0, "lived that had died": 0}
     for mutant in todo:
-        if not again and died + lived == options.new:
+        if options.new and count["died"] + count["lived"] == options.new:
             break
         verdict = bench.verdict(mutant)
-        resurrected = verdict == "lived" and mutant.get("verdict", "lived") != "lived"
-        print(f"{mutant['file']}:{mutant['line']}: {verdict}{', died before' if resurrected else ''}\n"
+        worse = verdict == "lived" and mutant.get("verdict", "lived") != "lived"
+        print(f"{mutant['file']}:{mutant['line']}: {verdict}{', died before' if worse else ''}\n"
               f"  - {mutant['old'].strip()}\n  + {mutant['new'].strip()}", flush=True)
-        if verdict in ("does not build", "same code", "gone"):
+        if not verdict.startswith(("died", "lived")):
             continue
-        died += verdict.startswith("died")
-        lived += verdict == "lived"
-        worse += resurrected
-        if not again:
+        count[verdict.split()[0]] += 1
+        count["lived that had died"] += worse
+        if options.new:
             kept.append(mutant)
-        if not resurrected:
-            mutant["verdict"] = verdict
+        mutant["verdict"] = mutant["verdict"] if worse else verdict
         options.list.write_text("".join(json.dumps(m) + "\n" for m in kept))
-    print(f"{died} died, {lived} lived, {worse} of them had died before")
-    return 0 if worse == 0 else 1
+    print(", ".join(f"{n} {what}" for what, n in count.items()))
+    return 1 if count["lived that had died"] else 0
 
 
 if __name__ == "__main__":

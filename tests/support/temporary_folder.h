@@ -1,4 +1,4 @@
-/// @file temporary_folder.h  A folder of a test's own, gone with it.
+/// @file temporary_folder.h  A folder of a test's own, gone with it, and whole files.
 #ifndef TEMPORARY_FOLDER_H
 #define TEMPORARY_FOLDER_H
 
@@ -6,22 +6,12 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
-#include <stdexcept>
 #include <string>
 
 class TemporaryFolder {
 public:
-    TemporaryFolder()
-    {
-        std::string name = (std::filesystem::temp_directory_path() / "rtk_utils.XXXXXX").string();
-        if (mkdtemp(name.data()) == nullptr) throw std::runtime_error("no temporary folder");
-        m_path = name;
-    }
-    ~TemporaryFolder()
-    {
-        std::error_code ignored;
-        std::filesystem::remove_all(m_path, ignored);
-    }
+    TemporaryFolder() { mkdtemp(m_path.data()); }
+    ~TemporaryFolder() { std::filesystem::remove_all(m_path); }
     TemporaryFolder(const TemporaryFolder&) = delete;
     TemporaryFolder& operator=(const TemporaryFolder&) = delete;
 
@@ -29,7 +19,7 @@ public:
     std::string file(const std::string& name) const { return m_path + "/" + name; }
 
 private:
-    std::string m_path;
+    std::string m_path = std::filesystem::temp_directory_path() / "rtk_utils.XXXXXX";
 };
 
 inline std::string contents_of(const std::string& path)

@@ -5,12 +5,11 @@
 #include <gtest/gtest.h>
 
 #include <cstdio>
-#include <cstdlib>
-#include <fstream>
 #include <memory>
 #include <sstream>
-#include <string>
 #include <vector>
+
+#include "support/temporary_folder.h"
 
 struct CloseFile {
     void operator()(std::FILE* file) const { std::fclose(file); }
@@ -26,11 +25,10 @@ inline FilePtr new_file()
 inline std::string contents(std::FILE* file)
 {
     const long position = std::ftell(file);
+    std::fseek(file, 0, SEEK_END);
+    std::string text(static_cast<std::size_t>(std::ftell(file)), '\0');
     std::rewind(file);
-    std::string text;
-    char block[4096];
-    std::size_t n = 0;
-    while ((n = std::fread(block, 1, sizeof block, file)) > 0) text.append(block, n);
+    EXPECT_EQ(text.size(), std::fread(text.data(), 1, text.size(), file));
     std::fseek(file, position, SEEK_SET);
     return text;
 }
@@ -47,11 +45,8 @@ inline std::vector<std::string> lines(const std::string& text)
 inline void expect_golden(const std::string& name, const std::string& text)
 {
     const std::string path = std::string(RTK_UTILS_TEST_DATA) + "/" + name;
-    if (std::getenv("RTK_UTILS_UPDATE_GOLDEN") != nullptr) std::ofstream(path, std::ios::binary) << text;
-    std::ifstream file(path, std::ios::binary);
-    std::stringstream golden;
-    golden << file.rdbuf();
-    EXPECT_EQ(golden.str(), text) << path;
+    if (std::getenv("RTK_UTILS_UPDATE_GOLDEN") != nullptr) write_file(path, text);
+    EXPECT_EQ(contents_of(path), text) << path;
 }
 
 #endif

@@ -16,7 +16,6 @@
 #include "phg_entry_points.h"
 #include "support/dump_records.h"
 #include "support/gate.h"
-#include "support/temporary_folder.h"
 #include "support/text_file.h"
 
 using testing::ElementsAre;

@@ -6,7 +6,6 @@
 
 #include "fakes/fake_clock.h"
 #include "support/rinex_records.h"
-#include "support/temporary_folder.h"
 #include "support/text_file.h"
 
 namespace {
@@ -167,25 +166,6 @@ TEST(RinexNavPatch, BothLayoutsAndCoefficientsThatDoNotFit)
         all += contents(file.get());
     }
     expect_golden("nav_patched.golden", all);
-}
-
-TEST(RinexNavPatch, StreamsThatCannotBePatchedStayAsTheyAre)
-{
-    const TemporaryFolder folder;
-    const std::string whole = header(WriteRinexGpsEphHeader, 304), path = folder.file("nav.rnx");
-    const rnx_t opt = options(304);
-    double ion[8] = {};
-    struct {
-        const char* mode;
-        std::string text;
-    } const kCases[] = {{"r+", ""}, {"r+", "a file of another kind\n"}, {"r+", std::string(5000, 'x')}, {"a+", whole}};
-    for (const auto& c : kCases) {
-        write_file(path, c.text);
-        FilePtr file(std::fopen(path.c_str(), c.mode));
-        EXPECT_EQ(2, WriteRinexGpsEphIonPara(file.get(), ion, &opt) + WriteRinexGloEphCurleap(file.get()));
-        file.reset();
-        EXPECT_EQ(c.text, contents_of(path)) << c.mode;
-    }
 }
 
 // ---- Records ----

@@ -12,7 +12,6 @@
 #include "fakes/fake_clock.h"
 #include "gnss/rinex/options.h"
 #include "support/rinex_records.h"
-#include "support/temporary_folder.h"
 #include "support/text_file.h"
 
 namespace {

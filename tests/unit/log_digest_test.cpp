@@ -25,40 +25,35 @@ using sky::random_t;
 
 constexpr std::size_t kHeader = 28, kCrc = 4;
 
-std::size_t size_of(const Bytes& log, std::size_t at)
-{
-    return kHeader + (log[at + 8] | log[at + 9] << 8) + kCrc;
-}
-
 // One frame of each message, made by the simulator.
 std::vector<Bytes> every_message()
 {
     const std::string log = contents_of(RTK_UTILS_TEST_DATA "/every_message.log");
-    const Bytes bytes(log.begin(), log.end());
     std::vector<Bytes> frames;
-    for (std::size_t at = 0; at < bytes.size(); at += size_of(bytes, at)) {
-        frames.emplace_back(bytes.begin() + static_cast<std::ptrdiff_t>(at),
-                            bytes.begin() + static_cast<std::ptrdiff_t>(at + size_of(bytes, at)));
+    for (auto at = log.begin(); at != log.end();) {
+        const auto end = at + kHeader + ((at[8] & 0xFF) | (at[9] & 0xFF) << 8) + kCrc;
+        frames.emplace_back(at, end);
+        at = end;
     }
     return frames;
 }
 
-int id_of(const Bytes& frame)
+// "7_31" of GPS ephemeris 31.
+std::string name_of(const Bytes& frame)
 {
-    return frame[4] | frame[5] << 8;
+    return std::to_string(frame[4] | frame[5] << 8) + "_" + std::to_string(frame[kHeader]);
 }
 
-void repair_checksum(Bytes& frame)
+// With the right checksum.
+Bytes sealed(const Bytes& frame)
 {
-    const std::uint32_t crc = crc32(frame.data(), static_cast<int>(frame.size() - kCrc));
-    for (std::size_t i = 0; i < kCrc; ++i) frame[frame.size() - kCrc + i] = static_cast<std::uint8_t>(crc >> 8 * i);
+    return FrameBuilder(frame).bytes();
 }
 
 Bytes with_turned_byte(Bytes frame, std::size_t at)
 {
     frame[at] ^= 0xFF;
-    if (at < frame.size() - kCrc) repair_checksum(frame);
-    return frame;
+    return at < frame.size() - kCrc ? sealed(frame) : frame;
 }
 
 Bytes with_shorter_body(Bytes frame, std::size_t size)
@@ -66,33 +61,28 @@ Bytes with_shorter_body(Bytes frame, std::size_t size)
     frame.resize(kHeader + size + kCrc);
     frame[8] = static_cast<std::uint8_t>(size);
     frame[9] = static_cast<std::uint8_t>(size >> 8);
-    repair_checksum(frame);
-    return frame;
+    return sealed(frame);
 }
 
-// ---- Ways in ----
-
-struct Step {
-    int result;
-    std::uint64_t record;   // digest behind it
-
-    bool operator==(const Step&) const = default;
-};
-
-/// Collects what a frame made of the record. The frame buffer is left out, and of the position what a last digit of the
-/// processor's sine may move.
+// What frames made of the record, with their results. The frame buffer is left out, and of the position what a last
+// digit of the processor's sine may move.
 struct Steps {
-    std::vector<Step> steps;
+    std::vector<std::pair<int, std::uint64_t>> seen;
     std::unique_ptr<raw_t> raw = new_record();
 
-    void add(int result)
+    Steps() { g_curleap = 18; }
+
+    void operator()(int result)
     {
         const bool too_long = result == DECODE_REFUSED && raw->len > 8188;   // to which the block form says 0
-        if (result == 0 || too_long) return;
+        if (result != 0 && !too_long) seen.emplace_back(result, record().value());
+    }
+    Digest record() const
+    {
         Digest d;
         d.bytes(raw.get(), offsetof(raw_t, pos)).bytes(raw->sng_f, offsetof(raw_t, nbyte) - offsetof(raw_t, sng_f));
         for (const double x : raw->pos) d.values(std::isfinite(x) ? std::floor(x * 100.0) : 0.0);
-        steps.push_back({result, d.values(g_curleap).value()});
+        return d.values(g_curleap);
     }
 };
 
@@ -100,20 +90,18 @@ struct Steps {
 void add_log(Digest& digest, const Bytes& log)
 {
     random_t random(log.size());
-    Steps ways[3];
-    const auto into = [](Steps& steps) { return [&](int result) { steps.add(result); }; };
-    g_curleap = 18;
-    by_byte(*ways[0].raw, log, into(ways[0]));
-    g_curleap = 18;
+    Steps bytes;
+    by_byte(*bytes.raw, log, std::ref(bytes));
+    Steps blocks;
     by_block(
-        *ways[1].raw, log, [&] { return 1 + random.below(3000); }, into(ways[1]));
+        *blocks.raw, log, [&] { return 1 + random.below(3000); }, std::ref(blocks));
+    Steps file;
+    by_file(*file.raw, log, 0, std::ref(file));
+    ASSERT_EQ(bytes.seen, blocks.seen);
+    ASSERT_EQ(bytes.seen, file.seen);
+    for (const auto& [result, record] : bytes.seen) digest.values(result, record);
+    digest.values(bytes.seen.size());
     g_curleap = 18;
-    by_file(*ways[2].raw, log, 0, into(ways[2]));
-    g_curleap = 18;
-    ASSERT_EQ(ways[0].steps, ways[1].steps);
-    ASSERT_EQ(ways[0].steps, ways[2].steps);
-    for (const Step& step : ways[0].steps) digest.values(step.result, step.record);
-    digest.values(ways[0].steps.size());
 }
 
 TEST(LogDigest, EveryMessageWithEveryByteTurned)
@@ -122,7 +110,7 @@ TEST(LogDigest, EveryMessageWithEveryByteTurned)
         Digest digest;
         add_log(digest, frame + frame);   // the second time it is known
         for (std::size_t at = 0; at < frame.size(); ++at) add_log(digest, frame + with_turned_byte(frame, at));
-        expect_digest("turned_" + std::to_string(id_of(frame)) + "_" + std::to_string(frame[kHeader]), digest);
+        expect_digest("turned_" + name_of(frame), digest);
     }
 }
 
@@ -136,8 +124,9 @@ TEST(LogDigest, EveryMessageWithOddFields)
     random_t random(2);
     for (const Bytes& frame : every_message()) {
         Digest digest;
-        const auto known = new_record();
-        feed(known.get(), frame);
+        Steps steps;
+        feed(steps.raw.get(), frame);
+        const raw_t known = *steps.raw;
         for (std::size_t at = kHeader - 14; at < frame.size() - kCrc; ++at) {
             for (int i = 0; i < 24; ++i) {
                 Bytes odd = frame;
@@ -145,14 +134,12 @@ TEST(LogDigest, EveryMessageWithOddFields)
                 const std::size_t size = i < 12 ? sizeof x : std::size_t{1} << random.below(3);
                 std::memcpy(&odd[at], i < 12 ? static_cast<const void*>(&x) : &kWords[random.below(std::size(kWords))],
                             std::min(size, frame.size() - kCrc - at));
-                repair_checksum(odd);
-                const auto raw = std::make_unique<raw_t>(*known);
+                *steps.raw = known;
                 g_curleap = 18;
-                digest.values(feed(raw.get(), odd)).bytes(raw.get(), offsetof(raw_t, pos));
-                digest.bytes(raw->sng_f, offsetof(raw_t, nbyte) - offsetof(raw_t, sng_f)).values(g_curleap);
+                digest.values(feed(steps.raw.get(), sealed(odd)), steps.record().value());
             }
         }
-        expect_digest("odd_" + std::to_string(id_of(frame)) + "_" + std::to_string(frame[kHeader]), digest);
+        expect_digest("odd_" + name_of(frame), digest);
     }
     g_curleap = 18;
 }
@@ -164,7 +151,7 @@ TEST(LogDigest, EveryMessageWithEveryShorterBody)
         for (std::size_t size = 0; size < frame.size() - kHeader - kCrc; ++size) {
             add_log(digest, with_shorter_body(frame, size));
         }
-        expect_digest("shorter_" + std::to_string(id_of(frame)) + "_" + std::to_string(frame[kHeader]), digest);
+        expect_digest("shorter_" + name_of(frame), digest);
     }
 }
 

@@ -5,20 +5,7 @@
 #include <cmath>
 
 #include "support/frame_builder.h"
-
-namespace {
-
-std::uint32_t bitwise_crc32(const std::uint8_t* p, int len)
-{
-    std::uint32_t crc = 0;
-    for (; len > 0; --len) {
-        crc ^= *p++;
-        for (int bit = 0; bit < 8; ++bit) crc = crc >> 1 ^ (crc & 1 ? 0xEDB88320u : 0u);
-    }
-    return crc;
-}
-
-}   // namespace
+#include "support/plain_message_parser.h"
 
 TEST(Checksums, KnownValuesEveryLengthAndAlignment)
 {

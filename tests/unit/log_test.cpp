@@ -11,13 +11,6 @@ FrameBuilder position(double x)
     return FrameBuilder(MSG_ECEF_POSITION, 112).body<std::uint32_t>(4, 16).body(8, x).body(16, 2.0).body(24, 3.0);
 }
 
-FrameBuilder glonass(int slot, std::uint32_t ms)
-{
-    FrameBuilder frame(MSG_GLONASS_EPHEMERIS, 144);
-    frame.body<std::uint8_t>(0, static_cast<std::uint8_t>(slot + 37)).body<std::uint16_t>(2, 3);
-    return frame.body<std::uint16_t>(6, 2200).body(8, ms).body(12, 10782u).body(20, 0x1FFu).body(24, 4u);
-}
-
 FrameBuilder ranges(int prn, bool compressed)
 {
     return range_frame({signal(0, 0, prn)}, compressed ? sky::kCompressedRange : sky::kFullRange);
@@ -178,29 +171,6 @@ TEST(LogEphemeris, TheTransmittedWeekLiesNearTheReference)
         auto raw = new_record();
         ASSERT_EQ(DECODE_EPH, feed(raw.get(), frame.body(19, static_cast<std::uint8_t>(c.ten_bits << 6))));
         EXPECT_EQ(c.week, raw->eph[8].week) << c.reference << " " << c.ten_bits;
-    }
-}
-
-TEST(LogEphemeris, GlonassTimesAreMoscowTime)
-{
-    struct Case {
-        std::uint32_t ms, frame_time;
-        double toe, tof;
-        int week;
-    };
-    constexpr Case kCases[] = {
-        {900000, 11700, 11682, 11700, 2200},      // reference 00:15 UTC
-        {900000, 86370, 11682, -30, 2200},        // frame of the evening before
-        {604799500, 10800, 10782, 10800, 2201},   // rounds up into the next week
-        {86400000 - 10782000 + 30000, 86370, 86430, 86370, 2200},
-    };
-    for (const Case& c : kCases) {
-        auto raw = new_record();
-        ASSERT_EQ(DECODE_EPH, feed(raw.get(), glonass(1, c.ms).body(124, c.frame_time)));
-        const geph_t& stored = raw->geph[0];
-        EXPECT_TRUE(stored.toe == c.toe && stored.tof == c.tof && stored.week == c.week) << c.ms;
-        EXPECT_EQ(0, feed(raw.get(), glonass(1, c.ms)));
-        EXPECT_EQ(DECODE_EPH, feed(raw.get(), glonass(1, c.ms).body(24, 3u)));   // health is news
     }
 }
 

@@ -3,23 +3,20 @@
 
 Every ephemeris of a log must come out once, in the order of the log, and every field must have the digits of its
 source. What a message cannot carry is listed below with its reason and checked against what it does carry.
-Exit code 0: all as it must be; 1: not; 77: the recordings are not there.
+Exit code 0: all as it must be; 77: the recordings are not there.
 """
 
-import argparse
 import datetime
 import json
 import subprocess
 import sys
-import tempfile
 from collections import Counter, namedtuple
 from decimal import Decimal
-from pathlib import Path
 
+from compare_recordings import SKIPPED, arguments
 from navigation_reader import read_navigation
 from rinex_reader import RinexError
 
-SKIPPED = 77
 Recording = namedtuple("Recording", "log sources")
 RECORDINGS = {
     "japan_1hz": Recording("japan_1hz.log", ["SEPT078M.21P", "30340780.21q"]),
@@ -189,37 +186,30 @@ def compare_file(file, frames, sources, lost):
     return len(satellites)
 
 
+def compare_run(kvx, folder, log, workdir, version, kind, frames, sources):
+    """Converts a log and compares all its files; the number of ephemerides and what is lost, by reason."""
+    lost, count = Counter(), 0
+    expected = SYSTEMS["2.11" if version == "2.11" else kind]
+    for system, file in convert(kvx, folder / log, workdir / f"{log}-{version}-{kind}", version, kind):
+        count += compare_file(file, [f for f in frames if f["sat"][0] in (system or expected)], sources, lost)
+    if count != sum(f["sat"][0] in expected for f in frames):
+        raise RinexError(0, "files", "a file is missing")
+    return count, lost
+
+
 def main():
-    parser = argparse.ArgumentParser(description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter)
-    parser.add_argument("--kvx", required=True, help="the program")
-    parser.add_argument("--recordings", required=True, type=Path, help="folder of the recordings")
-    parser.add_argument("--workdir", type=Path, help="where the converted files are kept (default: a temporary folder)")
-    args = parser.parse_args()
+    args = arguments(__doc__)
     there = {name: it for name, it in RECORDINGS.items() if (args.recordings / name / it.log).exists()}
-    good = True
-    with tempfile.TemporaryDirectory() as temporary:
-        for name, recording in there.items():
-            folder = args.recordings / name
-            sources = [r for file in recording.sources for r in read_navigation(folder / file).records]
-            frames = read_index(folder / recording.log)
-            for version, kind in RUNS:
-                lost, count = Counter(), 0
-                try:
-                    workdir = (args.workdir or Path(temporary)) / f"{name}-{version}-{kind}"
-                    expected = SYSTEMS["2.11" if version == "2.11" else kind]
-                    for system, file in convert(args.kvx, folder / recording.log, workdir, version, kind):
-                        wanted = [f for f in frames if f["sat"][0] in (system or expected)]
-                        count += compare_file(file, wanted, sources, lost)
-                    if count != sum(f["sat"][0] in expected for f in frames):
-                        raise RinexError(0, "files", "a file is missing")
-                except (OSError, RinexError, subprocess.SubprocessError) as error:
-                    print(f"{name}, RINEX {version}, {kind}: {error}")
-                    good = False
-                    continue
-                print(f"{name}, RINEX {version}, {kind}: {count} ephemerides as in their sources")
-                for reason, times in sorted(lost.items()):
-                    print(f"    not carried in {times}: {reason}")
-    return SKIPPED if not there else 0 if good else 1
+    for name, recording in there.items():
+        folder = args.recordings / name
+        sources = [r for file in recording.sources for r in read_navigation(folder / file).records]
+        frames = read_index(folder / recording.log)
+        for version, kind in RUNS:
+            count, lost = compare_run(args.kvx, folder, recording.log, args.workdir, version, kind, frames, sources)
+            print(f"{name}, RINEX {version}, {kind}: {count} ephemerides as in their sources")
+            for reason, times in sorted(lost.items()):
+                print(f"    not carried in {times}: {reason}")
+    return 0 if there else SKIPPED
 
 
 if __name__ == "__main__":

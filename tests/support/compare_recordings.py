@@ -137,15 +137,17 @@ def compare_one(kvx, folder, name, recording, version, workdir):
     return not report.mismatches
 
 
-def main():
-    parser = argparse.ArgumentParser(description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter)
+def arguments(description):
+    parser = argparse.ArgumentParser(description=description, formatter_class=argparse.RawDescriptionHelpFormatter)
     parser.add_argument("--kvx", required=True, help="the program")
     parser.add_argument("--recordings", required=True, type=Path, help="folder of the recordings")
     parser.add_argument("--workdir", required=True, type=Path, help="where the converted files are kept")
-    args = parser.parse_args()
+    return parser.parse_args()
+
+
+def main():
+    args = arguments(__doc__)
     there = {name: it for name, it in RECORDINGS.items() if (args.recordings / name / it.log).exists()}
-    for name in RECORDINGS.keys() - there.keys():
-        print(f"{name} is not in {args.recordings}: not compared")
     good = [compare_one(args.kvx, args.recordings / name, name, recording, version, args.workdir)
             for name, recording in there.items() for version in LAYOUTS]
     return SKIPPED if not there else 0 if all(good) else 1

@@ -29,8 +29,6 @@ public:
         m_open.set_value();
         m_passed.get_future().wait();
     }
-    Gate(const Gate&) = delete;
-    Gate& operator=(const Gate&) = delete;
 
 private:
     std::promise<void> m_reached, m_open, m_passed;

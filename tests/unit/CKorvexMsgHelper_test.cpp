@@ -4,9 +4,7 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <string>
-#include <vector>
 
 #include "support/plain_message_parser.h"
 
@@ -26,29 +24,6 @@ std::string packed(unsigned short id, const std::string& payload, unsigned short
     std::string frame;
     CKorvexMsgHelper().Pack(bytes(payload), size(payload), id, extra, frame);
     return frame;
-}
-
-// Everything a caller sees: one line per call, and one for each frame.
-std::vector<std::string> account(const std::string& stream, const std::vector<std::size_t>& pieces)
-{
-    CKorvexMsgHelper parser;
-    std::vector<std::string> seen;
-    std::size_t at = 0;
-    for (const std::size_t size : pieces) {
-        const auto* data = bytes(stream) + at;
-        auto len = static_cast<unsigned>(std::min(size, stream.size() - at));
-        at += len;
-        unsigned short id = 0;
-        unsigned char* payload = nullptr;
-        unsigned n = 0;
-        while (parser.Parse(data, len, id, &payload, n)) {
-            seen.push_back(std::to_string(at) + ": " + std::to_string(id) + (payload == nullptr ? " null " : " ") +
-                           std::string(reinterpret_cast<char*>(payload), payload == nullptr ? 0 : n));
-            data = nullptr;
-            len = 0;
-        }
-    }
-    return seen;
 }
 
 }   // namespace
@@ -84,26 +59,6 @@ TEST(KorvexMsgHelper, PackLaysOutTheFrame)
     ASSERT_TRUE(CKorvexMsgHelper().Pack(bytes(text) + 16, 7, 1, text));
     EXPECT_EQ(packed(1, "payload"), text);
     EXPECT_EQ(0x2DFD2D88u, CKorvexMsgHelper().Crc32(bytes("123456789"), 9));
-}
-
-TEST(KorvexMsgHelper, ParseFindsFramesInTheStream)
-{
-    struct Case {
-        const char* why;
-        std::string stream;
-        std::vector<std::size_t> pieces;
-        std::vector<std::string> seen;
-    };
-    const std::string one = packed(1, "first"), two = packed(2, "second");
-    const Case kCases[] = {
-        {"split in three", one, {10, 10, 5}, {"25: 1 first"}},
-        {"two in one piece", one + two, {1000}, {"51: 1 first", "51: 2 second"}},
-        {"garbage before", "garbage\xAA\x44" + one, {1000}, {"34: 1 first"}},
-        {"a piece larger than the buffer", std::string(9000, 'g') + two, {9010, 16}, {"9026: 2 second"}},
-    };
-    for (const Case& c : kCases) {
-        EXPECT_EQ(c.seen, account(c.stream, c.pieces)) << c.why;
-    }
 }
 
 TEST(KorvexMsgHelper, PayloadStaysUntilTheNextCallAndMayBeHandedBack)

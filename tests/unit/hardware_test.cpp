@@ -124,29 +124,6 @@ std::string account_of(FakeKernel& kernel, const operation_t& operation)
     return said;
 }
 
-// The calls, then what becomes of the operation when one of them fails, or moves too little.
-std::string account_of_failures(const operation_t& operation)
-{
-    std::string text = operation.name + "\n";
-    {
-        FakeKernel kernel;
-        const std::string said = account_of(kernel, operation);
-        text += kernel.account + said;
-    }
-    for (int nth = 1;; ++nth) {
-        bool moves = true;
-        for (const auto& [result, error] : {std::pair{-1, EACCES}, {0, 0}, {1, 0}}) {
-            if (!moves) continue;
-            FakeKernel kernel;
-            kernel.fail(nth, result, error);
-            const std::string said = account_of(kernel, operation), call = kernel.failed_call();
-            if (call.empty()) return text;
-            text += " " + call + " gives " + std::to_string(result) + "\n" + said;
-            moves = call.starts_with("write") || call.starts_with("read") || call.starts_with("transfer");
-        }
-    }
-}
-
 template <class Setup>
 std::string account_with(const operation_t& operation, const std::string& how, const Setup& setup)
 {
@@ -159,6 +136,24 @@ std::string account_with(const operation_t& operation, const std::string& how, c
 std::string plain_account(const operation_t& operation)
 {
     return account_with(operation, "", [](FakeKernel&) {});
+}
+
+// The calls, then what becomes of the operation when one of them fails, or moves too little.
+std::string account_of_failures(const operation_t& operation)
+{
+    std::string text = plain_account(operation);
+    for (int nth = 1;; ++nth) {
+        bool moves = true;
+        for (const auto& [result, error] : {std::pair{-1, EACCES}, {0, 0}, {1, 0}}) {
+            if (!moves) continue;
+            FakeKernel kernel;
+            kernel.fail(nth, result, error);
+            const std::string said = account_of(kernel, operation), call = kernel.failed_call();
+            if (call.empty()) return text;
+            text += " " + call + " gives " + std::to_string(result) + "\n" + said;
+            moves = call.starts_with("write") || call.starts_with("read") || call.starts_with("transfer");
+        }
+    }
 }
 
 }   // namespace

@@ -3,7 +3,6 @@ find_package(spdlog REQUIRED)
 set(vision_headers ${PROJECT_SOURCE_DIR}/standins/vision/include)
 
 rtk_add_test(CKorvexMsgHelper_test SOURCES unit/CKorvexMsgHelper_test.cpp LABELS device)
-rtk_add_test(thread_safe_queue_test SOURCES unit/thread_safe_queue_test.cpp LIBS spdlog::spdlog LABELS device threads)
 rtk_add_test(CPhgLog_test SOURCES unit/CPhgLog_test.cpp fakes/failing_new.cpp LIBS spdlog::spdlog WRAP fwrite LABELS device threads)
 
 # The fake vision library, and variants that lack some and all of the entry points.

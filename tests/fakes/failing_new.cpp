@@ -17,35 +17,18 @@ bool allocation_failed()
     return g_failed;
 }
 
-static void* allocate(std::size_t size) noexcept
-{
-    if (g_left >= 0 && g_left-- == 0) {
-        g_failed = true;
-        return nullptr;
-    }
-    return std::malloc(size);
-}
-
 void* operator new(std::size_t size)
 {
-    void* block = allocate(size);
-    if (block == nullptr) throw std::bad_alloc();
-    return block;
-}
-
-void* operator new(std::size_t size, const std::nothrow_t&) noexcept
-{
-    return allocate(size);
+    g_failed = g_failed || g_left == 0;
+    if (g_left >= 0 && g_left-- == 0) throw std::bad_alloc();
+    if (void* block = std::malloc(size)) return block;
+    throw std::bad_alloc();
 }
 void operator delete(void* block) noexcept
 {
     std::free(block);
 }
 void operator delete(void* block, std::size_t) noexcept
-{
-    std::free(block);
-}
-void operator delete(void* block, const std::nothrow_t&) noexcept
 {
     std::free(block);
 }

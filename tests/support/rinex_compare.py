@@ -16,8 +16,8 @@ Observations = namedtuple("Observations", "epochs types duplicates")  # epochs: 
 Options = namedtuple("Options", "tolerances lli extra", defaults=({}, False, ()))
 
 
-def load(path, systems=None):
-    """All observations of a file; satellites of other systems than those named are left out."""
+def load(path):
+    """All observations of a file."""
     lines = read_lines(path)
     header = Header(lines)
     if header.kind != "O":
@@ -33,10 +33,9 @@ def load(path, systems=None):
             system = satellite.name[0]
             if satellite.name in satellites:
                 raise RinexError(satellite.line, "satellite-twice", f"{satellite.name} twice in one epoch")
-            if not systems or system in systems:
-                codes = header.types_of(system)
-                result.types[system].update(codes)
-                satellites[satellite.name] = dict(values(satellite, codes))
+            codes = header.types_of(system)
+            result.types[system].update(codes)
+            satellites[satellite.name] = dict(values(satellite, codes))
     return result
 
 

@@ -13,11 +13,7 @@
 
 static int stop_after = -1;
 module_param(stop_after, int, 0644);
-MODULE_PARM_DESC(stop_after, "messages of a transfer that go through, -1: all");
-
-static int fail_with;
-module_param(fail_with, int, 0644);
-MODULE_PARM_DESC(fail_with, "errno of every transfer, 0: none");
+MODULE_PARM_DESC(stop_after, "messages of a transfer that go through, 0: the bus times out, -1: all");
 
 static struct platform_device *board;
 
@@ -105,8 +101,8 @@ static int transfer(struct i2c_adapter *adapter, struct i2c_msg *messages, int c
 {
 	int i;
 
-	if (fail_with)
-		return -fail_with;
+	if (!stop_after)
+		return -ETIMEDOUT;
 	for (i = 0; i < count && i != stop_after; i++) {
 		struct slave *slave = slave_at(messages[i].addr);
 

@@ -185,16 +185,13 @@ TEST(RinexNavRec, OnlyTheOwnSystemIsWritten)
 {
     const auto raw = ephemerides();
     const rnx_t opt = options(304);
-    for (int sat = 0; sat <= 70000; sat += sat < 300 ? 1 : 997) {
+    for (const int sat : {0, 171, 184, 200, 256 + 5, 65535}) {
         raw->eph_sat = static_cast<std::uint16_t>(sat);
-        int writers = 0;
         const FilePtr file = new_file();
         for (const nav_case_t& c : kRecords) {
-            writers += c.write(file.get(), raw.get(), &opt);
-            EXPECT_EQ(0, c.write(nullptr, raw.get(), &opt) + c.write(file.get(), nullptr, &opt) +
-                             c.write(file.get(), raw.get(), nullptr));
+            EXPECT_EQ(0, c.write(file.get(), raw.get(), &opt) + c.write(nullptr, raw.get(), &opt) +
+                             c.write(file.get(), nullptr, &opt) + c.write(file.get(), raw.get(), nullptr));
         }
-        EXPECT_EQ(sat >= 1 && sat <= 170 ? 1 : 0, writers) << sat;
-        EXPECT_EQ(writers == 0, std::ftell(file.get()) == 0);
+        EXPECT_EQ("", contents(file.get())) << sat;
     }
 }

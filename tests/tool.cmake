@@ -4,10 +4,10 @@ if(TARGET kvx)
   if(CMAKE_CROSSCOMPILING)
     set(emulated 1)
   endif()
+  string(JOIN " " example ${CMAKE_CROSSCOMPILING_EMULATOR} $<TARGET_FILE:example_convert_log>)
   add_test(NAME kvx_session COMMAND ${Python3_EXECUTABLE} -B ${CMAKE_CURRENT_SOURCE_DIR}/cli/session_test.py
                                     ${kvx_command} $<TARGET_FILE:fake_vision>)
-  set_tests_properties(kvx_session PROPERTIES TIMEOUT 600 LABELS tool)
   add_test(NAME kvx COMMAND ${Python3_EXECUTABLE} -B ${CMAKE_CURRENT_SOURCE_DIR}/cli/kvx_test.py)
-  set_tests_properties(kvx PROPERTIES TIMEOUT 600 LABELS tool
-    ENVIRONMENT "KVX=${kvx_command};KVX_EMULATED=${emulated};EXAMPLE=$<TARGET_FILE:example_convert_log>")
+  set_tests_properties(kvx kvx_session PROPERTIES TIMEOUT 600 LABELS tool
+    ENVIRONMENT "KVX=${kvx_command};KVX_EMULATED=${emulated};EXAMPLE=${example}")
 endif()

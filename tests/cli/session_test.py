@@ -105,7 +105,7 @@ dump info missing
 dump cat /proc
 dump replay --library $VISION dump
 dump replay --library $VISION --rate 1000 broken
-dump replay --library text dump
+dump replay --library ./text dump
 dump replay dump
 dump replay --rate -1 dump
 dump

@@ -50,29 +50,16 @@ struct layout_t {
 };
 
 // Deliberate: the label of the QZSS title in RINEX 2 stands one column further right than the others.
-constexpr layout_t kGpsRinex2 = {"           N: GPS NAV DATA                         RINEX VERSION / TYPE\n",
-                                 kCapitalsRinex2,
-                                 {kIonAlpha, kIonBeta}};
-constexpr layout_t kGpsRinex3 = {
-    "           N: GNSS NAV DATA    G: GPS              RINEX VERSION / TYPE\n", kCapitalsRinex3, {kGpsA, kGpsB}};
-constexpr layout_t kQzsRinex2 = {"           N: GNSS NAV DATA                         RINEX VERSION / TYPE\n",
-                                 kNameRinex2,
-                                 {kIonAlpha, kIonBeta, kFixedLeaps}};
-constexpr layout_t kQzsRinex3 = {"           N: GNSS NAV DATA    J: QZSS             RINEX VERSION / TYPE\n",
-                                 kCapitalsRinex3,
-                                 {kQzsA, kQzsB, kFixedLeaps}};
-constexpr layout_t kGloRinex2 = {
-    "           GLONASS NAV DATA                        RINEX VERSION / TYPE\n", kNameRinex2, {kLeapCount}};
-constexpr layout_t kGloRinex3 = {
-    "           N: GNSS NAV DATA    R: GLONASS          RINEX VERSION / TYPE\n", kNameRinex3, {kLeapCount}};
-constexpr layout_t kGalRinex3 = {
-    "           N: GNSS NAV DATA    E: GALILEO          RINEX VERSION / TYPE\n", kNameRinex3, {kGal, kGalUtc}};
-constexpr layout_t kBdsRinex2 = {
-    "           N: BDS NAV DATA                         RINEX VERSION / TYPE\n", kNameRinex2, {kIonAlpha, kIonBeta}};
-constexpr layout_t kBdsRinex3 = {
-    "           N: GNSS NAV DATA    C: BeiDou           RINEX VERSION / TYPE\n", kNameRinex3, {kBdsA, kBdsB}};
-constexpr layout_t kAllRinex3 = {
-    "           NAVIGATION DATA     M (Mixed)           RINEX VERSION / TYPE\n", kNameAllSystems, {kLeaps18}};
+constexpr layout_t kGpsRinex2 = {"           N: GPS NAV DATA                         RINEX VERSION / TYPE\n",   kCapitalsRinex2, {kIonAlpha, kIonBeta}};
+constexpr layout_t kGpsRinex3 = {"           N: GNSS NAV DATA    G: GPS              RINEX VERSION / TYPE\n",   kCapitalsRinex3, {kGpsA, kGpsB}};
+constexpr layout_t kQzsRinex2 = {"           N: GNSS NAV DATA                         RINEX VERSION / TYPE\n",  kNameRinex2,     {kIonAlpha, kIonBeta, kFixedLeaps}};
+constexpr layout_t kQzsRinex3 = {"           N: GNSS NAV DATA    J: QZSS             RINEX VERSION / TYPE\n",   kCapitalsRinex3, {kQzsA, kQzsB, kFixedLeaps}};
+constexpr layout_t kGloRinex2 = {"           GLONASS NAV DATA                        RINEX VERSION / TYPE\n",   kNameRinex2,     {kLeapCount}};
+constexpr layout_t kGloRinex3 = {"           N: GNSS NAV DATA    R: GLONASS          RINEX VERSION / TYPE\n",   kNameRinex3,     {kLeapCount}};
+constexpr layout_t kGalRinex3 = {"           N: GNSS NAV DATA    E: GALILEO          RINEX VERSION / TYPE\n",   kNameRinex3,     {kGal, kGalUtc}};
+constexpr layout_t kBdsRinex2 = {"           N: BDS NAV DATA                         RINEX VERSION / TYPE\n",   kNameRinex2,     {kIonAlpha, kIonBeta}};
+constexpr layout_t kBdsRinex3 = {"           N: GNSS NAV DATA    C: BeiDou           RINEX VERSION / TYPE\n",   kNameRinex3,     {kBdsA, kBdsB}};
+constexpr layout_t kAllRinex3 = {"           NAVIGATION DATA     M (Mixed)           RINEX VERSION / TYPE\n",   kNameAllSystems, {kLeaps18}};
 constexpr layout_t kNone = {nullptr, {}, {}};
 // clang-format on
 

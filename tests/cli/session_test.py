@@ -58,6 +58,7 @@ convert gaps -o out
 convert twice -o out
 forks convert log missing 140 -o some
 forks convert log log.gz -o same
+forks convert log damaged -o mixed
 convert other -o none
 convert empty -o none
 convert /proc -o none

@@ -2,6 +2,8 @@
 // digests.
 #include <gtest/gtest.h>
 
+#include <cmath>
+
 #include "support/frame_builder.h"
 
 namespace {
@@ -174,6 +176,22 @@ TEST(LogEphemeris, TheTransmittedWeekLiesNearTheReference)
     }
 }
 
+// Deliberate: the bounds with a fraction are single precision.
+TEST(LogEphemeris, AccuracyIndexes)
+{
+    constexpr double kBounds[] = {1, 2.8f, 4, 5.7f, 8, 11.3f, 16, 32, 64, 128, 256, 512, 1024, 2048, 4096};
+    const auto index = [](double sigma) {
+        auto raw = new_record();
+        FrameBuilder frame(MSG_BDS_EPHEMERIS, 196);
+        EXPECT_EQ(DECODE_EPH, feed(raw.get(), frame.body(0, 7u).body(8, sigma)));
+        return raw->eph[38].ura_index;
+    };
+    for (int row = 0; row < 15; ++row) {
+        EXPECT_EQ(row, index(kBounds[row]));
+        EXPECT_EQ(row + 1, index(std::nextafter(kBounds[row], 1e9)));
+    }
+}
+
 TEST(RawRecord, ModesKeepWhatTheyShould)
 {
     auto raw = std::make_unique<raw_t>();
@@ -181,7 +199,8 @@ TEST(RawRecord, ModesKeepWhatTheyShould)
         std::memset(static_cast<void*>(raw.get()), 0x11, sizeof *raw);
         Initial_raw(raw.get(), mode);
         EXPECT_EQ(0, raw->nobs + raw->obs[79].code[4] + raw->nbyte + raw->buff[8191] + raw->eph_sat + raw->flag);
-        EXPECT_EQ(mode == 2, raw->week != 0 && raw->tow != 0.0);
+        EXPECT_EQ(mode == 2, raw->week != 0);
+        EXPECT_EQ(mode == 2, raw->tow != 0.0);
         EXPECT_EQ(mode == 0, raw->eph[3].toe == 0.0 && raw->te_tow == 0.0);
         EXPECT_EQ(mode == 0, std::strcmp(raw->ant_type, "KVRCVMODLA") == 0);
     }

@@ -1,4 +1,4 @@
-/// @file gnss_plain.h  The hot paths in their straightforward form: the benchmarks' baseline, the tests' oracle.
+/// @file gnss_plain.h  The hot paths in their straightforward form: the benchmarks' baseline.
 ///
 /// Written for itself and sharing no code with the library but the record, the calendar and satsys().
 #ifndef GNSS_PLAIN_H

@@ -7,7 +7,7 @@ set(CMAKE_POSITION_INDEPENDENT_CODE ON)
 add_compile_options(
   -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wno-sign-conversion -Wnon-virtual-dtor -Wformat=2
   $<$<CXX_COMPILER_ID:GNU>:-Wno-restrict>   # GCC 12 warns of overlaps in std::string that cannot be
-  $<$<CXX_COMPILER_ID:GNU>:-fno-gnu-unique>   # the library exports no symbols of the standard library's making
+  $<$<CXX_COMPILER_ID:GNU>:-fno-gnu-unique>   # unique symbols would keep the library from being unloaded
   -ffp-contract=off)      # fused multiply-adds would print other last digits on Arm than on x86
 add_link_options(-Wl,-z,relro,-z,now,-z,noexecstack)
 

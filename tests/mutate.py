@@ -51,7 +51,7 @@ def fresh(tree, part, count, seed):
     chance = random.Random(seed)
     for rows in by_kind.values():
         chance.shuffle(rows)
-    return [rows.pop() for _ in range(count) for rows in by_kind.values()]
+    return [rows.pop() for _ in range(count) for rows in by_kind.values() if rows]
 
 
 class Bench:
@@ -107,6 +107,8 @@ def main():
 
     bench = Bench(options.tree, options.build)
     kept = [json.loads(line) for line in options.list.read_text().splitlines()] if options.list.exists() else []
+    if not kept and not options.new:
+        sys.exit(f"mutate: {options.list}: no mutants")
     todo = [m for m in kept if "equivalent" not in m]
     if options.new:
         todo = fresh(options.tree, options.part, options.new, options.seed)

@@ -7,15 +7,16 @@ import re
 import subprocess
 import sys
 
+BASIC = set("bool char const double float for guard int long name short signed typeinfo unsigned variable void vtable".split())
+
 
 def exported(nm, library):
     symbols = subprocess.run([nm, "-DC", "--defined-only", library], check=True, stdout=subprocess.PIPE, text=True).stdout
     names = set()
     for line in symbols.splitlines():
         _, kind, name = line.split(" ", 2)
-        standard = re.match(r"__|(typeinfo (name )?for |vtable for |\w+ )*(std|__gnu_cxx)::", name)
-        ours = re.search(r"\b(C[A-Z]\w+|aht|korvex|rinex)\b", name)
-        if standard and not ours and kind != "u":
+        words = set(re.findall(r"[A-Za-z_]\w*", re.sub(r"\b(std|__gnu_cxx)(::\w+)+|::\w+", "", name)))
+        if kind != "u" and (name.startswith("__") or words <= BASIC):
             continue   # the toolchain's own; a unique symbol would keep the library from being unloaded
         names.add(name)
     return names

@@ -314,7 +314,7 @@ TEST(LogDigest, ReadersReturnTheMessageAsSent)
     expect_reader("gps", kGpsEphemerisSize, read_gps_ephemeris);
     expect_reader("qzss", kQzssEphemerisSize, read_qzss_ephemeris);
     expect_reader("bds", kBdsEphemerisSize, read_bds_ephemeris);
-    expect_reader("bds2", kBdsEphemeris2Size, read_bds_ephemeris2);
+    expect_reader("bds2", kBdsEphemerisSecondSize, read_bds_ephemeris_second);
     expect_reader("subframes", kRawEphemerisSize, read_subframes);
     expect_reader("glonass", kGlonassEphemerisSize, read_glonass_ephemeris);
     expect_reader("galileo", kGalEphemerisSize, read_galileo_ephemeris);

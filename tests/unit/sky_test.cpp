@@ -1,6 +1,7 @@
 // The built-in sky: its broadcast data tell the truth. Its bytes are kept by the session of kvx.
 #include <gtest/gtest.h>
 
+#include "gnss/foundation/satellites.h"
 #include "sky/simulator.h"
 
 using namespace sky;

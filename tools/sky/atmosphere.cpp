@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 
+#include "gnss/foundation/satellites.h"
 #include "gnss/foundation/time_scales.h"
 #include "sky/vec3.h"
 

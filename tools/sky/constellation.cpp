@@ -2,6 +2,8 @@
 
 #include <span>
 
+#include "gnss/foundation/satellites.h"
+#include "gnss/log/subframes.h"
 #include "sky/random.h"
 #include "sky/subframes.h"
 
@@ -96,9 +98,9 @@ void add_individual_terms(kepler_plan_t& p)
             break;
     }
     if (is_beidou_geo(p.system, p.prn)) return;   // its plane of reference changes with every set: no perturbations
-    p.delta_n = std::ldexp(11000 + spread(2000), -43) * kGpsPi;
-    p.omega_dot = std::ldexp(-22000 + spread(1500), -43) * kGpsPi;
-    p.idot = std::ldexp(spread(400), -43) * kGpsPi;
+    p.delta_n = std::ldexp(11000 + spread(2000), -43) * korvex::kSemicircle;
+    p.omega_dot = std::ldexp(-22000 + spread(1500), -43) * korvex::kSemicircle;
+    p.idot = std::ldexp(spread(400), -43) * korvex::kSemicircle;
     p.crs = std::ldexp(spread(2500), -5), p.crc = std::ldexp(7000 + spread(1500), -5);
     p.cus = std::ldexp(3500 + spread(1500), -29), p.cuc = std::ldexp(spread(2500), -29);
     p.cis = std::ldexp(spread(100), -29), p.cic = std::ldexp(spread(100), -29);
@@ -172,7 +174,7 @@ fleet_t make_constellation(int systems, const time_base_t& base, double t)
         if ((systems & w.system) != 0) add_walker(fleet, base, w);
     for (const geosynchronous_t& g : kGeosynchronous)
         if ((systems & g.system) != 0) add_geosynchronous(fleet, base, g);
-    for (int slot = 1; slot <= 24 && (systems & SYS_GLO) != 0; ++slot)
+    for (int slot = 1; slot <= kGlonassSlots && (systems & SYS_GLO) != 0; ++slot)
         fleet.push_back(std::make_unique<glonass_vehicle_t>(base, slot, t, glonass_start(slot, t)));
     for (const sbas_t& s : kSbas)
         if ((systems & SYS_SBS) != 0) fleet.push_back(std::make_unique<sbas_vehicle_t>(s.prn, s.longitude * kDegree));

@@ -1,21 +1,18 @@
 #include "sky/frame.h"
 
 #include <algorithm>
-
-#include "rtk_gnss.h"
+#include <iterator>
 
 namespace sky {
 
-frame_t::frame_t(std::uint16_t id, std::size_t body) : bytes_(kFrameHeader + body)
+frame_t::frame_t(std::uint16_t id, std::size_t body) : bytes_(korvex::kHeaderSize + body)
 {
     constexpr std::uint8_t kTimeKnown = 180;   // fine steering
-    bytes_[0] = 0xAA;
-    bytes_[1] = 0x44;
-    bytes_[2] = 0x12;
-    bytes_[3] = kFrameHeader;
+    std::copy(std::begin(korvex::kSync), std::end(korvex::kSync), bytes_.begin());
+    bytes_[3] = korvex::kHeaderSize;
     put(4, id, 2);
     bytes_[7] = 0x20;   // first serial port
-    put(8, body, 2);
+    put(korvex::kAtBodySize, body, 2);
     bytes_[13] = kTimeKnown;
 }
 
@@ -27,7 +24,7 @@ frame_t& frame_t::put(std::size_t at, std::uint64_t value, int size)
 
 frame_t& frame_t::text(std::size_t offset, std::string_view value)
 {
-    std::copy(value.begin(), value.end(), bytes_.begin() + static_cast<std::ptrdiff_t>(kFrameHeader + offset));
+    std::copy(value.begin(), value.end(), bytes_.begin() + static_cast<std::ptrdiff_t>(korvex::kHeaderSize + offset));
     return *this;
 }
 

@@ -4,6 +4,11 @@
 
 #include "gnss/foundation/satellites.h"
 #include "gnss/foundation/time_scales.h"
+#include "gnss/log/galileo.h"
+#include "gnss/log/glonass.h"
+#include "gnss/log/kepler.h"
+#include "gnss/log/sbas.h"
+#include "gnss/log/subframes.h"
 #include "sky/atmosphere.h"
 #include "sky/subframes.h"
 
@@ -24,7 +29,7 @@ const double_field_t kGpsOrbit[] = {
     {80, &K::cuc}, {88, &K::cus},   {96, &K::crc},     {104, &K::crs},       {112, &K::cic}, {120, &K::cis},
     {128, &K::i0}, {136, &K::idot}, {144, &K::omega0}, {152, &K::omega_dot}, {164, &K::toc}, {172, &K::tgd}};
 const double_field_t kGpsClock[] = {{180, &K::af0}, {188, &K::af1}, {196, &K::af2}};
-const double_field_t kBeidou2Clock[] = {{180, &K::tgd2}, {188, &K::af0}, {196, &K::af1}, {204, &K::af2}};
+const double_field_t kBeidouSecondClock[] = {{180, &K::tgd2}, {188, &K::af0}, {196, &K::af1}, {204, &K::af2}};
 
 // Orbit of message 1309; message 1122 has it 8 bytes further on.
 const double_field_t kGalileoOrbit[] = {{20, &K::sqrtA}, {28, &K::delta_n}, {36, &K::M0},        {44, &K::e},
@@ -71,24 +76,24 @@ frame_t with_gps_clock(frame_t frame, const K& set)
 frame_t gps_ephemeris(const K& set)
 {
     const int prn = set.system == SYS_QZS ? set.prn - system_of(SYS_QZS).prn_before + kLastGps : set.prn;
-    return with_gps_clock(gps_like(MSG_GPS_EPHEMERIS, 224, prn, set), set);
+    return with_gps_clock(gps_like(MSG_GPS_EPHEMERIS, korvex::kGpsEphemerisSize, prn, set), set);
 }
 
 frame_t qzss_ephemeris(const K& set)
 {
-    return with_gps_clock(gps_like(MSG_QZSS_EPHEMERIS, 228, set.prn, set), set);
+    return with_gps_clock(gps_like(MSG_QZSS_EPHEMERIS, korvex::kQzssEphemerisSize, set.prn, set), set);
 }
 
-frame_t beidou_ephemeris2(const K& set)
+frame_t beidou_ephemeris_second(const K& set)
 {
-    frame_t frame = gps_like(MSG_BDS_EPHEMERIS2, 232, set.prn, set);
-    return put(frame, set, kBeidou2Clock).f64(224, kAccuracy * kAccuracy);
+    frame_t frame = gps_like(MSG_BDS_EPHEMERIS_SECOND, korvex::kBdsEphemerisSecondSize, set.prn, set);
+    return put(frame, set, kBeidouSecondClock).f64(224, kAccuracy * kAccuracy);
 }
 
 frame_t gps_subframes(const K& set, int week, double tow)
 {
     const int second = static_cast<int>(tow);
-    frame_t frame(MSG_RAW_GPS_EPHEMERIS, 102);
+    frame_t frame(MSG_RAW_GPS_EPHEMERIS, korvex::kRawEphemerisSize);
     frame.u32(0, static_cast<std::uint32_t>(set.prn)).u32(4, static_cast<std::uint32_t>(week));
     frame.u32(8, static_cast<std::uint32_t>(second));
     const auto packed = pack_subframes(set, second - second % 30);
@@ -98,7 +103,7 @@ frame_t gps_subframes(const K& set, int week, double tow)
 
 frame_t glonass_ephemeris(const glonass_set_t& set)
 {
-    frame_t frame(MSG_GLONASS_EPHEMERIS, 144);
+    frame_t frame(MSG_GLONASS_EPHEMERIS, korvex::kGlonassEphemerisSize);
     frame.u8(0, static_cast<unsigned>(set.slot + system_of(SYS_GLO).prn_before))
         .u16(2, static_cast<unsigned>(set.channel + 7))
         .u8(4, 1);
@@ -113,7 +118,7 @@ frame_t glonass_ephemeris(const glonass_set_t& set)
 frame_t galileo_ephemeris(const K& set)
 {
     const auto toe = static_cast<std::uint32_t>(set.toe);
-    frame_t frame(MSG_GAL_EPHEMERIS, 220);
+    frame_t frame(MSG_GAL_EPHEMERIS, korvex::kGalEphemerisSize);
     frame.u32(0, static_cast<std::uint32_t>(set.prn)).u32(4, 1).u32(8, 1).u8(18, kSisa);
     frame.u32(20, static_cast<std::uint32_t>(set.issue)).u32(24, toe).u32(148, toe).u32(176, toe);
     put(frame, set, kGalileoOrbit, 8);
@@ -123,7 +128,7 @@ frame_t galileo_ephemeris(const K& set)
 frame_t galileo_inav_ephemeris(const K& set)
 {
     const auto toe = static_cast<std::uint32_t>(set.toe);
-    frame_t frame(MSG_GAL_INAV_EPHEMERIS, 184);
+    frame_t frame(MSG_GAL_INAV_EPHEMERIS, korvex::kGalInavEphemerisSize);
     frame.u32(0, static_cast<std::uint32_t>(set.prn)).u8(8, kSisa);
     frame.u32(12, static_cast<std::uint32_t>(set.issue)).u32(16, toe).u32(140, toe);
     put(frame, set, kGalileoOrbit);
@@ -134,7 +139,7 @@ frame_t beidou_ephemeris(const K& set)
 {
     const auto toe = static_cast<std::uint32_t>(set.toe);
     const auto issue = static_cast<std::uint32_t>(set.issue);
-    frame_t frame(MSG_BDS_EPHEMERIS, 196);
+    frame_t frame(MSG_BDS_EPHEMERIS, korvex::kBdsEphemerisSize);
     frame.u32(0, static_cast<std::uint32_t>(set.prn)).u32(4, static_cast<std::uint32_t>(set.week - kBdsWeekOffset));
     frame.f64(8, kAccuracy).u32(36, issue).u32(40, toe).u32(68, issue).u32(72, toe);
     return put(frame, set, kBeidouFields);
@@ -142,7 +147,7 @@ frame_t beidou_ephemeris(const K& set)
 
 frame_t sbas_ephemeris(const seph_t& set)
 {
-    frame_t frame(MSG_SBAS_EPHEMERIS, 63);
+    frame_t frame(MSG_SBAS_EPHEMERIS, korvex::kSbasEphemerisSize);
     frame.u8(0, set.index).u8(1, set.iodn).u8(2, set.ura).u16(3, set.t0);
     for (std::size_t i = 0; i < 3; ++i)
         frame.f64(7 + 8 * i, set.pos[i]).f32(31 + 4 * i, set.vel[i]).f32(43 + 4 * i, set.acc[i]);

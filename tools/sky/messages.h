@@ -45,7 +45,7 @@ frame_t galileo_ephemeris(const kepler_set_t& set);                     // 1122
 frame_t galileo_inav_ephemeris(const kepler_set_t& set);                // 1309
 frame_t qzss_ephemeris(const kepler_set_t& set);                        // 1336
 frame_t beidou_ephemeris(const kepler_set_t& set);                      // 1696
-frame_t beidou_ephemeris2(const kepler_set_t& set);                     // 1047
+frame_t beidou_ephemeris_second(const kepler_set_t& set);               // 1047
 frame_t sbas_ephemeris(const seph_t& set);                              // 601
 frame_t ionosphere_utc(int week, int leap_seconds);                     // 8
 frame_t receiver_version();                                             // 37

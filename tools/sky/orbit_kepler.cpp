@@ -1,6 +1,6 @@
 #include "sky/orbit_kepler.h"
 
-#include "rtk_gnss.h"
+#include "gnss/foundation/satellites.h"
 
 namespace sky {
 

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cmath>
 
+#include "gnss/log/range.h"
+
 namespace sky {
 
 namespace {
@@ -17,7 +19,7 @@ void put_full(frame_t& frame, std::size_t at, const range_t& r)
     frame.f32(at + 36, static_cast<float>(r.lock_time)).u32(at + 40, r.status);
 }
 
-// 24 bytes: fixed-point values that share bytes, the phase without its multiples of 2^24 cycles.
+// 24 bytes: fixed-point values that share bytes, the phase in 32 bits.
 void put_compressed(frame_t& frame, std::size_t at, const range_t& r)
 {
     const auto doppler = static_cast<std::uint64_t>(std::llround(r.doppler * 256.0)) & 0xFFFFFFF;
@@ -42,14 +44,15 @@ struct layout_t {
 
 void append_ranges(bytes_t& log, range_form_t form, std::span<const range_t> ranges, int week, std::int64_t ms)
 {
-    const layout_t layout = form == kFullRange ? layout_t{44, put_full} : layout_t{24, put_compressed};
-    const std::size_t most = (kMaxFrame - kFrameHeader - 4) / layout.record;
+    const layout_t layout = form == kFullRange ? layout_t{korvex::kRangeSize, put_full}
+                                               : layout_t{korvex::kRangeCompressedSize, put_compressed};
+    const std::size_t most = (korvex::kMaxLen - korvex::kHeaderSize - korvex::kCountSize) / layout.record;
     do {
         const std::span<const range_t> part = ranges.first(std::min(most, ranges.size()));
         ranges = ranges.subspan(part.size());
-        frame_t frame(static_cast<std::uint16_t>(form), 4 + layout.record * part.size());
+        frame_t frame(static_cast<std::uint16_t>(form), korvex::kCountSize + layout.record * part.size());
         frame.u32(0, static_cast<std::uint32_t>(part.size()));
-        std::size_t at = 4;
+        std::size_t at = korvex::kCountSize;
         for (const range_t& r : part) {
             layout.put(frame, at, r);
             at += layout.record;

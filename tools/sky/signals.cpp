@@ -1,6 +1,6 @@
 #include "sky/signals.h"
 
-#include "rtk_gnss.h"
+#include "gnss/foundation/satellites.h"
 
 namespace sky {
 
@@ -26,39 +26,41 @@ enum { kAll = 0b1111, k0 = 0b0001, k1 = 0b0010, k2 = 0b0100, k3 = 0b1000 };
 
 // Galileo: the I/NAV clock belongs to E1 with E5b, so E1 and E5b are corrected with BGD E1/E5b alone; what
 // remains for E5a follows from the F/NAV clock describing the same satellite. BeiDou: the clock belongs to B3;
-// PRN 1..5 are geostationary, up to 10 inclined, up to 16 the rest of the second generation.
+// PRN 1..5 are geostationary, up to 10 inclined, up to kLastBds2 the rest of the second generation.
+constexpr int kFirst = 0, kLast = 999;   // PRNs: every satellite
+
 // clang-format off
 const signal_t kSignals[] = {
     // system  type frequency step     delay1                delay2                  PRNs
-    {SYS_GPS,  0, kL1,      0,       1,                    0,                      1,  32,  kAll},
-    {SYS_GPS,  5, kL2,      0,       gamma(kL2),           0,                      1,  32,  k2},
-    {SYS_GPS,  9, kL2,      0,       gamma(kL2),           0,                      1,  32,  k0 | k3},
-    {SYS_GPS, 17, kL2,      0,       gamma(kL2),           0,                      1,  32,  k1},
-    {SYS_GPS, 14, kL5,      0,       gamma(kL5),           0,                      1,  32,  k0 | k2},
-    {SYS_GPS, 16, kL1,      0,       1,                    0,                      1,  32,  k0},
-    {SYS_GLO,  0, 1602e6,   562.5e3, 0,                    0,                      38, 61,  kAll},
-    {SYS_GLO,  1, 1246e6,   437.5e3, 1,                    0,                      38, 61,  kAll},
-    {SYS_GAL,  1, kL1,      0,       0,                    1,                      1,  36,  k0},
-    {SYS_GAL,  2, kL1,      0,       0,                    1,                      1,  36,  k1 | k2 | k3},
-    {SYS_GAL, 17, kE5b,     0,       0,                    gamma(kE5b),            1,  36,  kAll},
-    {SYS_GAL, 12, kL5,      0,       gamma(kL5) - 1,       1,                      1,  36,  kAll},
-    {SYS_GAL, 20, kE5,      0,       (gamma(kL5) - 1) / 2, (1 + gamma(kE5b)) / 2,  1,  36,  kAll},
-    {SYS_GAL,  7, kE6,      0,       0,                    gamma(kE6),             1,  36,  kAll},
-    {SYS_BDS,  4, kB1,      0,       1,                    0,                      1,   5,  kAll},
-    {SYS_BDS,  0, kB1,      0,       1,                    0,                      6,  46,  kAll},
-    {SYS_BDS,  5, kE5b,     0,       0,                    1,                      1,   5,  kAll},
-    {SYS_BDS, 17, kE5b,     0,       0,                    1,                      6,  10,  kAll},
-    {SYS_BDS,  1, kE5b,     0,       0,                    1,                      11, 16,  kAll},
-    {SYS_BDS, 12, kL5,      0,       0,                    1,                      17, 46,  kAll},
-    {SYS_BDS,  6, kB3,      0,       0,                    0,                      1,   5,  kAll},
-    {SYS_BDS, 21, kB3,      0,       0,                    0,                      6,  10,  kAll},
-    {SYS_BDS,  2, kB3,      0,       0,                    0,                      11, 46,  kAll},
-    {SYS_BDS,  7, kL1,      0,       1,                    0,                      17, 46,  kAll},
-    {SYS_QZS,  0, kL1,      0,       1,                    0,                      193, 202, kAll},
-    {SYS_QZS, 17, kL2,      0,       gamma(kL2),           0,                      193, 202, kAll},
-    {SYS_QZS, 14, kL5,      0,       gamma(kL5),           0,                      193, 202, kAll},
-    {SYS_QZS, 16, kL1,      0,       1,                    0,                      193, 202, kAll},
-    {SYS_SBS,  0, kL1,      0,       0,                    0,                      120, 158, kAll},
+    {SYS_GPS,  0, kL1,      0,       1,                    0,                      kFirst,        kLast,     kAll},
+    {SYS_GPS,  5, kL2,      0,       gamma(kL2),           0,                      kFirst,        kLast,     k2},
+    {SYS_GPS,  9, kL2,      0,       gamma(kL2),           0,                      kFirst,        kLast,     k0 | k3},
+    {SYS_GPS, 17, kL2,      0,       gamma(kL2),           0,                      kFirst,        kLast,     k1},
+    {SYS_GPS, 14, kL5,      0,       gamma(kL5),           0,                      kFirst,        kLast,     k0 | k2},
+    {SYS_GPS, 16, kL1,      0,       1,                    0,                      kFirst,        kLast,     k0},
+    {SYS_GLO,  0, 1602e6,   562.5e3, 0,                    0,                      kFirst,        kLast,     kAll},
+    {SYS_GLO,  1, 1246e6,   437.5e3, 1,                    0,                      kFirst,        kLast,     kAll},
+    {SYS_GAL,  1, kL1,      0,       0,                    1,                      kFirst,        kLast,     k0},
+    {SYS_GAL,  2, kL1,      0,       0,                    1,                      kFirst,        kLast,     k1 | k2 | k3},
+    {SYS_GAL, 17, kE5b,     0,       0,                    gamma(kE5b),            kFirst,        kLast,     kAll},
+    {SYS_GAL, 12, kL5,      0,       gamma(kL5) - 1,       1,                      kFirst,        kLast,     kAll},
+    {SYS_GAL, 20, kE5,      0,       (gamma(kL5) - 1) / 2, (1 + gamma(kE5b)) / 2,  kFirst,        kLast,     kAll},
+    {SYS_GAL,  7, kE6,      0,       0,                    gamma(kE6),             kFirst,        kLast,     kAll},
+    {SYS_BDS,  4, kB1,      0,       1,                    0,                      kFirst,        5,         kAll},
+    {SYS_BDS,  0, kB1,      0,       1,                    0,                      6,             kLast,     kAll},
+    {SYS_BDS,  5, kE5b,     0,       0,                    1,                      kFirst,        5,         kAll},
+    {SYS_BDS, 17, kE5b,     0,       0,                    1,                      6,             10,        kAll},
+    {SYS_BDS,  1, kE5b,     0,       0,                    1,                      11,            kLastBds2, kAll},
+    {SYS_BDS, 12, kL5,      0,       0,                    1,                      kLastBds2 + 1, kLast,     kAll},
+    {SYS_BDS,  6, kB3,      0,       0,                    0,                      kFirst,        5,         kAll},
+    {SYS_BDS, 21, kB3,      0,       0,                    0,                      6,             10,        kAll},
+    {SYS_BDS,  2, kB3,      0,       0,                    0,                      11,            kLast,     kAll},
+    {SYS_BDS,  7, kL1,      0,       1,                    0,                      kLastBds2 + 1, kLast,     kAll},
+    {SYS_QZS,  0, kL1,      0,       1,                    0,                      kFirst,        kLast,     kAll},
+    {SYS_QZS, 17, kL2,      0,       gamma(kL2),           0,                      kFirst,        kLast,     kAll},
+    {SYS_QZS, 14, kL5,      0,       gamma(kL5),           0,                      kFirst,        kLast,     kAll},
+    {SYS_QZS, 16, kL1,      0,       1,                    0,                      kFirst,        kLast,     kAll},
+    {SYS_SBS,  0, kL1,      0,       0,                    0,                      kFirst,        kLast,     kAll},
 };
 // clang-format on
 

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "gnss/foundation/satellites.h"
 #include "sky/atmosphere.h"
 
 namespace sky {

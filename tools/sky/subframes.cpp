@@ -2,6 +2,7 @@
 
 #include <cmath>
 
+#include "gnss/log/subframes.h"
 #include "rtk_gnss.h"
 
 namespace sky {
@@ -52,7 +53,7 @@ double on_grid(double value, int exponent)
 
 double angle_on_grid(double angle, int exponent)
 {
-    return on_grid(wrap(angle) / kGpsPi, exponent) * kGpsPi;
+    return on_grid(wrap(angle) / korvex::kSemicircle, exponent) * korvex::kSemicircle;
 }
 
 std::array<std::uint8_t, 3 * kSubframeBytes> pack_subframes(const kepler_set_t& set, int tow)
@@ -65,7 +66,7 @@ std::array<std::uint8_t, 3 * kSubframeBytes> pack_subframes(const kepler_set_t& 
         setbitu(frame, 43, 3, static_cast<unsigned>(id));
     }
     for (const field_t& f : kFields) {
-        const double scaled = std::ldexp(f.angle ? set.*f.value / kGpsPi : set.*f.value, -f.exponent);
+        const double scaled = std::ldexp(f.angle ? set.*f.value / korvex::kSemicircle : set.*f.value, -f.exponent);
         setbitu(out.data() + (f.subframe - 1) * kSubframeBytes, f.bit, f.bits,
                 static_cast<unsigned>(std::llround(scaled)));
     }

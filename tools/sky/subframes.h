@@ -13,7 +13,6 @@ constexpr int kSubframeBytes = 30;   // ten words of 24 bits, parity removed
 constexpr int kAccuracyIndex = 1;    // every satellite: 2 m
 
 /// The value of pi that navigation messages are defined with (IS-GPS-200 20.3.3.4.3.2).
-constexpr double kGpsPi = 3.1415926535898;
 
 /// Nearest multiple of 2^exponent.
 double on_grid(double value, int exponent);

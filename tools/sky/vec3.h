@@ -8,7 +8,6 @@
 
 namespace sky {
 
-constexpr double kLightSpeed = 299792458.0;      // m/s
 constexpr double kEarthRate = 7.2921151467e-5;   // rad/s, IS-GPS-200
 
 struct vec3_t {

@@ -29,7 +29,7 @@ const issue_plan_t& issue_plan(int system)
     static const issue_plan_t kGps = {7200, 1, 0, 240, -31};
     static const issue_plan_t kQzss = {3600, 1, 0, 240, -31};
     static const issue_plan_t kGalileo = {600, 0, 0, 1024, -34};
-    static const issue_plan_t kBeidou = {3600, 0, 14, 24, -33};
+    static const issue_plan_t kBeidou = {3600, 0, kBdsOffset, 24, -33};
     switch (system) {
         case SYS_QZS:
             return kQzss;
@@ -103,7 +103,7 @@ frame_t kepler_vehicle_t::ephemeris(double t) const
         case SYS_GAL:
             return prn() % 2 == 1 ? galileo_ephemeris(broadcast_) : galileo_inav_ephemeris(broadcast_);
         case SYS_BDS:
-            return prn() % 3 == 0 ? beidou_ephemeris2(broadcast_) : beidou_ephemeris(broadcast_);
+            return prn() % 3 == 0 ? beidou_ephemeris_second(broadcast_) : beidou_ephemeris(broadcast_);
         case SYS_QZS:
             return prn() == 195 ? gps_ephemeris(broadcast_) : qzss_ephemeris(broadcast_);
         default:
@@ -121,8 +121,6 @@ double glonass_reference(const time_base_t& base, double t)
     const double utc = t - base.leap_seconds;
     return kGlonassInterval * std::floor(utc / kGlonassInterval) + kGlonassFirst + base.leap_seconds;
 }
-
-// Default frequency channels of slots 1..24.
 
 vec3_t luni_solar(int slot)
 {

@@ -52,8 +52,8 @@ public:
     /// Exports a line in sysfs if need be and reads it; its direction stays as it is. The line stays exported.
     ///
     /// @param gpio  global GPIO number
-    /// @return level, 0 or 1; -1 when the line could not be exported or opened, errno tells why; -48 when it could
-    ///         not be read, which is also logged
+    /// @return level, 0 or 1; -1 when the line could not be exported or opened, errno tells why; -48 when there
+    ///         was nothing to read, which is logged if it was an error
     static int GpioGetValBySysfs(int gpio);
 };
 

@@ -62,82 +62,50 @@ class thread_task;
 
 /// The entry points of the vision library: the loader's handle, then one pointer an entry point, in this order.
 ///
-/// A pointer is null until a library has been loaded that offers the entry point. The lines here say what an entry
-/// point is for; arguments, units and results are for the vision library's own header to say.
+/// A pointer is null until a library has been loaded that offers the entry point. What each is for stands at its
+/// wrapper in CPhgAdapter; arguments, units and results are for the vision library's own header to say.
 struct RTK_UTILS_API PhgFunc_t {
     void* handle = nullptr;   ///< from dlopen, null: not loaded
 
-    /// Prepares the library.
     int (*PhgLibInit)(const PhgLibInitOptions* options) = nullptr;
-    /// Ends its work; hands the configuration back.
     int (*PhgLibDestroy)(DrCfg_tag* config) = nullptr;
-    /// Prepares the visual odometer.
     void (*PhgLibVosInit)() = nullptr;
-    /// Takes a fusion input.
     int (*PhgLibSetFusionData)(const FusionData_tag* data) = nullptr;
-    /// Takes a fusion configuration.
     int (*PhgLibUpdateCfg)(const DrCfg_tag* config) = nullptr;
-    /// Takes the hardware configuration.
     int (*PhgLibSetHwCfg)(const DrHwCfg_tag* config) = nullptr;
-    /// Opens the library's own log: folder, level, size.
     int (*PhgLibLogInit)(const char* folder, int level, int size) = nullptr;
-    /// Closes it.
     int (*PhgLibLogShutdown)() = nullptr;
-    /// Takes a camera image.
     int (*PhgLibSetImageData)(const ImageData_t* image) = nullptr;
-    /// Who is told of images.
     int (*PhgLibSetImageInfoCB)(PhgImageInfoCB callback) = nullptr;
-    /// Who is told of the tilt.
     int (*PhgLibRegisterCB)(PhgTiltStatCB callback) = nullptr;
-    /// Starts the fusion anew.
     int (*PhgLibReset)() = nullptr;
-    /// Starts a tilt calibration with so many values.
     void (*PhgLibCalibStart)(const double* values, unsigned int length, PhgCalibCB callback) = nullptr;
-    /// Writes the version into a text of that size.
     void (*PhgLibVerInfo)(char* text, int size) = nullptr;
-    /// Kind of a block of memory that the library hands out.
     int (*PhgLibMemoryTransferGetType)(unsigned long transfer) = nullptr;
-    /// Number of its data.
     int (*PhgLibMemoryTransferGetDataID)(unsigned long transfer) = nullptr;
-    /// Height of the image in it (pixels).
     int (*PhgLibMemoryTransferGetImageHeight)(unsigned long transfer) = nullptr;
-    /// Width of the image in it (pixels).
     int (*PhgLibMemoryTransferGetImageWidth)(unsigned long transfer) = nullptr;
-    /// Type of its pixels, by OpenCV's numbers.
     int (*PhgLibMemoryTransferGetOpenCVType)(unsigned long transfer) = nullptr;
-    /// Who is handed such blocks.
     int (*PhgLibSetMemoryTransferCB)(PhgMemoryTransferCB callback) = nullptr;
-    /// Gives a block back.
     int (*PhgLibFreeMemoryTransfer)(unsigned long transfer) = nullptr;
-    /// Who is told of frame results. Keeps its address after the library is unloaded.
     int (*PhgLibSetFrameDataCB)(PhgFrameDataCB callback) = nullptr;
-    /// Switches the visual odometer on or off. Keeps its address after the library is unloaded.
     int (*PhgLibEnableVisualOdometer)(int enable) = nullptr;
-    /// Opens a group of images taken before.
     int (*PhgLibOpenOldImageGroup)(const ImageGroupInfo_t* group) = nullptr;
-    /// Who is told of groups of images.
     int (*PhgLibSetImageGroupInfoCB)(PhgImageGroupInfoCB callback) = nullptr;
-    /// Folder of the keyframes.
     int (*PhgLibSetKeyframeFolderPath)(const char* path) = nullptr;
-    /// Calibrates a camera: images, board, folder of the result.
     int (*PhgLibCalibCamera)(const char* images, const char* board, const char* result,
                              CameraParameters* parameters) = nullptr;
-    /// Checks the accuracy by AprilTags in images.
     int (*PhgLibCheckAccuracyApriltags)(const char* images, int* count, double* accuracy) = nullptr;
-    /// Position and attitude of a target seen in an image.
     int (*PhgLibGetTargetPose)(unsigned int target, const double* image, double* position, double* attitude) = nullptr;
-    /// Place of the GNSS antenna in the camera frame.
     void (*PhgLibGetGnssExtrinsics)(double* extrinsics) = nullptr;
-    /// Takes a GNSS sample.
     int (*PhgLibSetGnss)(const PosRaw_tag* position) = nullptr;
-    /// Takes an IMU sample.
     int (*PhgLibSetImu)(const ImuRawData_tag* sample) = nullptr;
 
     /// Unloads what is loaded, loads the library named by "VISION_PHG_LIB_NAME" and looks up every entry point.
     ///
     /// A library without some of them is loaded all the same; their pointers stay null.
     /// @note An exception out of a constructor of the library cannot be contained: it passes through the loader,
-    ///       which then keeps its lock for good. Such a library must not be loaded at all.
+    ///       which would keep its lock for good, and ends the process here. Such a library must not be loaded at all.
     void InitPhgDll() noexcept;
 
     /// Clears the entry points and unloads the library.
@@ -185,43 +153,75 @@ public:
     /// Unloads the library. Two slots of the table keep their addresses, see PhgFunc_t::UnloadPhgDll.
     void InitPhgDllFunc() noexcept;
 
-    // One wrapper an entry point, in the order of PhgFunc_t, whose lines say what each is for. Results:
+    // One wrapper an entry point, in the order of PhgFunc_t. Results:
     //     that of the entry point, 0 where it has none
     //     -14  no library, not in the library, or it threw an exception
     //     -22  the record is null, where a line says so
 
+    /// Prepares the library.
     int PtrPhgLibInit(const PhgLibInitOptions* options);
+    /// Ends its work; hands the configuration back.
     int PtrPhgLibDestroy(DrCfg_tag* config);
+    /// Prepares the visual odometer.
     int PtrPhgLibVosInit();
-    int PtrPhgLibSetFusionData(const FusionData_tag* data);   ///< Not dumped: the host calls DumpFusionData itself.
-    int PtrPhgLibUpdateCfg(const DrCfg_tag* config);          ///< Dumped in any case.
+    /// Takes a fusion input. Not dumped: the host calls DumpFusionData itself.
+    int PtrPhgLibSetFusionData(const FusionData_tag* data);
+    /// Takes a fusion configuration. Dumped in any case.
+    int PtrPhgLibUpdateCfg(const DrCfg_tag* config);
+    /// Takes the hardware configuration.
     int PtrPhgLibSetHwCfg(const DrHwCfg_tag* config);
+    /// Opens the library's own log: folder, level, size.
     int PtrPhgLibLogInit(const char* folder, int level, int size);
+    /// Closes it.
     int PtrPhgLibLogShutdown();
+    /// Takes a camera image.
     int PtrPhgLibSetImageData(const ImageData_t* image);
+    /// Who is told of images.
     int PtrPhgLibSetImageInfoCB(PhgImageInfoCB callback);
+    /// Who is told of the tilt.
     int PtrPhgLibRegisterCB(PhgTiltStatCB callback);
-    int PtrPhgLibReset();   ///< Dumped when it reaches the library.
+    /// Starts the fusion anew. Dumped when it reaches the library.
+    int PtrPhgLibReset();
+    /// Starts a tilt calibration with so many values.
     int PtrPhgLibCalibStart(const double* values, unsigned int length, PhgCalibCB callback);
+    /// Writes the version into a text of that size.
     int PtrPhgLibVerInfo(char* text, int size);
+    /// Kind of a block of memory that the library hands out.
     int PtrPhgLibMemoryTransferGetType(unsigned long transfer);
+    /// Number of its data.
     int PtrPhgLibMemoryTransferGetDataID(unsigned long transfer);
+    /// Height of the image in it (pixels).
     int PtrPhgLibMemoryTransferGetImageHeight(unsigned long transfer);
+    /// Width of the image in it (pixels).
     int PtrPhgLibMemoryTransferGetImageWidth(unsigned long transfer);
+    /// Type of its pixels, by OpenCV's numbers.
     int PtrPhgLibMemoryTransferGetOpenCVType(unsigned long transfer);
+    /// Who is handed such blocks.
     int PtrPhgLibSetMemoryTransferCB(PhgMemoryTransferCB callback);
+    /// Gives a block back.
     int PtrPhgLibFreeMemoryTransfer(unsigned long transfer);
+    /// Who is told of frame results.
     int PtrPhgLibSetFrameDataCB(PhgFrameDataCB callback);
-    int PtrPhgLibEnableVisualOdometer(int enable);   ///< Dumped when it reaches the library.
+    /// Switches the visual odometer on or off. Dumped when it reaches the library.
+    int PtrPhgLibEnableVisualOdometer(int enable);
+    /// Opens a group of images taken before.
     int PtrPhgLibOpenOldImageGroup(const ImageGroupInfo_t* group);
+    /// Who is told of groups of images.
     int PtrPhgLibSetImageGroupInfoCB(PhgImageGroupInfoCB callback);
+    /// Folder of the keyframes.
     int PtrPhgLibSetKeyframeFolderPath(const char* path);
+    /// Calibrates a camera: images, board, folder of the result.
     int PtrPhgLibCalibCamera(const char* images, const char* board, const char* result, CameraParameters* parameters);
+    /// Checks the accuracy by AprilTags in images.
     int PtrPhgLibCheckAccuracyApriltags(const char* images, int* count, double* accuracy);
+    /// Position and attitude of a target seen in an image.
     int PtrPhgLibGetTargetPose(unsigned int target, const double* image, double* position, double* attitude);
+    /// Place of the GNSS antenna in the camera frame.
     int PtrPhgLibGetGnssExtrinsics(double* extrinsics);
-    int PtrPhgLibSetGnss(const PosRaw_tag* position);    ///< Dumped; -22 for null.
-    int PtrPhgLibSetImu(const ImuRawData_tag* sample);   ///< Dumped; -22 for null.
+    /// Takes a GNSS sample. Dumped; -22 for null.
+    int PtrPhgLibSetGnss(const PosRaw_tag* position);
+    /// Takes an IMU sample. Dumped; -22 for null.
+    int PtrPhgLibSetImu(const ImuRawData_tag* sample);
 
     // Beside them:
 

@@ -416,26 +416,26 @@ RTK_UTILS_API void pos2ecef(const double* pos, double* ecef);
 
 /// Messages of the log by their number in the frame's header. docs/formats/log-frame.md describes the frame.
 enum log_message_t : int {
-    MSG_GPS_EPHEMERIS = 7,           ///< GPS ephemeris; PRN 33 and up: QZSS
-    MSG_ION_UTC = 8,                 ///< ionosphere and UTC
-    MSG_VERSION = 37,                ///< receiver version
-    MSG_RAW_GPS_EPHEMERIS = 41,      ///< raw GPS subframes 1 to 3
-    MSG_POSITION = 42,               ///< geodetic position
-    MSG_RANGE = 43,                  ///< range observations
-    MSG_RANGE_COMPRESSED = 140,      ///< compressed range observations
-    MSG_MARK_TIME = 231,             ///< time of an event at the receiver's input
-    MSG_ECEF_POSITION = 241,         ///< ECEF position
-    MSG_SBAS_EPHEMERIS = 601,        ///< SBAS ephemeris
-    MSG_GLONASS_EPHEMERIS = 723,     ///< GLONASS ephemeris
-    MSG_VISIBILITY = 1043,           ///< satellite visibility, dropped
-    MSG_BDS_EPHEMERIS2 = 1047,       ///< BeiDou ephemeris, second form
-    MSG_GAL_EPHEMERIS = 1122,        ///< Galileo ephemeris, both clocks
-    MSG_RANGE_OTHER = 1273,          ///< a range message that is not decoded
-    MSG_GAL_INAV_EPHEMERIS = 1309,   ///< Galileo ephemeris, I/NAV
-    MSG_QZSS_EPHEMERIS = 1336,       ///< QZSS ephemeris
-    MSG_ANTENNA = 1421,              ///< antenna type
-    MSG_BDS_EPHEMERIS = 1696,        ///< BeiDou ephemeris
-    MSG_STOP_AND_GO = 11111,         ///< stop-and-go record
+    MSG_GPS_EPHEMERIS = 7,             ///< GPS ephemeris; PRN 33 and up: QZSS
+    MSG_ION_UTC = 8,                   ///< ionosphere and UTC
+    MSG_VERSION = 37,                  ///< receiver version
+    MSG_RAW_GPS_EPHEMERIS = 41,        ///< raw GPS subframes 1 to 3
+    MSG_POSITION = 42,                 ///< geodetic position
+    MSG_RANGE = 43,                    ///< range observations
+    MSG_RANGE_COMPRESSED = 140,        ///< compressed range observations
+    MSG_MARK_TIME = 231,               ///< time of an event at the receiver's input
+    MSG_ECEF_POSITION = 241,           ///< ECEF position
+    MSG_SBAS_EPHEMERIS = 601,          ///< SBAS ephemeris
+    MSG_GLONASS_EPHEMERIS = 723,       ///< GLONASS ephemeris
+    MSG_VISIBILITY = 1043,             ///< satellite visibility, dropped
+    MSG_BDS_EPHEMERIS_SECOND = 1047,   ///< BeiDou ephemeris, second form
+    MSG_GAL_EPHEMERIS = 1122,          ///< Galileo ephemeris, both clocks
+    MSG_RANGE_OTHER = 1273,            ///< a range message that is not decoded
+    MSG_GAL_INAV_EPHEMERIS = 1309,     ///< Galileo ephemeris, I/NAV
+    MSG_QZSS_EPHEMERIS = 1336,         ///< QZSS ephemeris
+    MSG_ANTENNA = 1421,                ///< antenna type
+    MSG_BDS_EPHEMERIS = 1696,          ///< BeiDou ephemeris
+    MSG_STOP_AND_GO = 11111,           ///< stop-and-go record
 };
 
 /// What a frame brought. The three input functions return one of these.
@@ -513,18 +513,21 @@ RTK_UTILS_API int Initial_Rnx(rnx_t* opt);
 /// @note RINEX 2.11 and 3.02-3.04, International GNSS Service / RTCM SC-104.
 RTK_UTILS_API int WriteRinexObsHeader(std::FILE* fp, const raw_t* raw, const rnx_t* opt);
 
+/// Output rate that asks for an event mark.
+constexpr double kEventMarkRate = -3.0;
+
 /// Appends one epoch in RINEX 3 form (below version 300 in RINEX 2 form).
 ///
 /// @param fp    stream, positioned at its end; opened for update, since a newly found interval makes
 ///              the writer rewrite the header. A stream that only appends or cannot seek keeps its first header
 /// @param raw   record with the epoch
 /// @param opt   options; the running state is updated
-/// @param rate  0.0: every epoch; -3.0: an event mark instead of data; otherwise the output interval
+/// @param rate  0.0: every epoch; kEventMarkRate: an event mark instead of data; otherwise the output interval
 ///              asked for (s), which takes effect once the data's own interval is known
 /// @return 1 written, 0 null pointer or off the output grid, -1 older than the last epoch
 RTK_UTILS_API int WriteRinexObsRec(std::FILE* fp, const raw_t* raw, rnx_t* opt, double rate);
 
-/// Appends one epoch in RINEX 2.11 form: signal slot 2 of every satellite.
+/// Appends one epoch with one signal slot of every satellite, in the form of RINEX 2.11 or, from version 300 on, 3.
 ///
 /// Arguments and results as WriteRinexObsRec(); GPS, GLONASS and BeiDou follow their switches, other
 /// systems are always counted and have no identifier: leave them out of the record.

@@ -2,9 +2,9 @@
 ///
 /// The exported names are a reviewed list, compared with the built library by a test.
 #ifndef RTK_UTILS_API_H
-/// What the library offers. Everything else is hidden, so that nothing of it can clash with a host's own names.
 #define RTK_UTILS_API_H
 
+/// What the library offers. Everything else is hidden, so that nothing of it can clash with a host's own names.
 #define RTK_UTILS_API __attribute__((visibility("default")))
 
 /// Private members of a class that is offered.

@@ -9,6 +9,7 @@
 #include <cstring>
 
 #include "file_descriptor.h"
+#include "gpio_number.h"
 #include "library_log.h"
 
 using logger_helper::kError;
@@ -40,17 +41,6 @@ constexpr line_use_t kOutput = {GPIOHANDLE_REQUEST_OUTPUT, GPIOHANDLE_SET_LINE_V
                                 "Unable to line handle from ioctl", "Unable to set line value using ioctl"};
 constexpr line_use_t kInput = {GPIOHANDLE_REQUEST_INPUT, GPIOHANDLE_GET_LINE_VALUES_IOCTL,
                                "Unable to get line handle from ioctl", "Unable to get line value using ioctl"};
-
-// Path of the chip device that a global number lies on, 32 lines to a chip.
-struct chip_path_t {
-    explicit chip_path_t(int gpio) { std::snprintf(text, sizeof text, "/dev/gpiochip%d", gpio >> 5); }
-    char text[32];
-};
-
-int line_of(int gpio)
-{
-    return gpio & 31;
-}
 
 // Obtains a line from its chip; the chip is closed again.
 file_descriptor_t request_line(const char* chip, int line, const line_use_t& use, const source_t& where)

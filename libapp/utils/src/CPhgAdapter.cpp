@@ -17,6 +17,7 @@
 #include "CPhgLog.h"
 #include "library_log.h"
 #include "phg_entry_points.h"
+#include "phg_records.h"
 
 using logger_helper::kDebug;
 using logger_helper::kError;
@@ -27,22 +28,7 @@ std::string CPhgAdapter::m_logName;
 
 namespace {
 
-constexpr int kNotBound = -14;
 constexpr int kNullRecord = -22;
-
-// Bytes of the vision library's records that a dump keeps.
-constexpr int kConfigSize = 88;
-constexpr int kHardwareConfigSize = 24;
-constexpr int kGnssSize = 128;
-constexpr int kImuSize = 52;
-constexpr int kCalibHeadSize = 32;
-constexpr int kFusionHeadSize = 88, kFusionElementSize = 32;
-constexpr int kFrameSize = 32, kFrameElementSize = 24;   // the size holds the first element
-// And the places of their fields.
-constexpr std::size_t kFusionCountOffset = 5;
-constexpr std::size_t kFrameCountOffset = 6;
-constexpr std::size_t kCalibValuesOffset = 8;
-
 constexpr char kSource[] = "libapp/utils/src/CPhgAdapter";
 
 const char* logger()
@@ -211,7 +197,7 @@ struct entry_point_t {
     int refused(const char* why, const char* detail = "") const
     {
         contained([&] { logger_helper::log(logger(), where, kError, "%s%s", why, detail); });
-        return kNotBound;
+        return phg::kNotBound;
     }
 
     Result (*address)(Parameters...);
@@ -234,29 +220,30 @@ PHG_ENTRY_POINTS(DEFINE_WRAPPER)
 
 int CPhgAdapter::PtrPhgLibUpdateCfg(const DrCfg_tag* config)
 {
-    dump(config, kConfigSize, kPhgConfig);
+    dump(config, phg::kConfigSize, kPhgConfig);
     return entry_point_t(m_pFunc.get(), &PhgFunc_t::PhgLibUpdateCfg, here(kSource))(config);
 }
 
 int CPhgAdapter::PtrPhgLibSetGnss(const PosRaw_tag* position)
 {
     if (position == nullptr) return kNullRecord;
-    dump(position, kGnssSize, kPhgGnss);
+    dump(position, phg::kGnssSize, kPhgGnss);
     return entry_point_t(m_pFunc.get(), &PhgFunc_t::PhgLibSetGnss, here(kSource))(position);
 }
 
 int CPhgAdapter::PtrPhgLibSetImu(const ImuRawData_tag* sample)
 {
     if (sample == nullptr) return kNullRecord;
-    dump(sample, kImuSize, kPhgImu);
+    dump(sample, phg::kImuSize, kPhgImu);
     return entry_point_t(m_pFunc.get(), &PhgFunc_t::PhgLibSetImu, here(kSource))(sample);
 }
 
 int CPhgAdapter::PtrPhgLibCalibStart(const TiltCalibReq_t* request, unsigned int perItem, PhgCalibCB callback)
 {
     if (request == nullptr) return kNullRecord;
-    dump(request, kCalibHeadSize, kPhgCalibRequest);
-    const auto* values = reinterpret_cast<const double*>(reinterpret_cast<const char*>(request) + kCalibValuesOffset);
+    dump(request, phg::kCalibHeadSize, kPhgCalibRequest);
+    const auto* values =
+        reinterpret_cast<const double*>(reinterpret_cast<const char*>(request) + phg::kCalibValuesOffset);
     return PtrPhgLibCalibStart(values, perItem * field<std::uint32_t>(request, 0), callback);
 }
 
@@ -288,8 +275,8 @@ void CPhgAdapter::OpenDump(const std::string& dir, const std::string& name, cons
                            const DrCfg_tag* config) noexcept
 {
     if (m_pLog != nullptr) m_pLog->openDump(dir, name);
-    dump(hardware, kHardwareConfigSize, kPhgHardwareConfig);
-    dump(config, kConfigSize, kPhgConfig);
+    dump(hardware, phg::kHardwareConfigSize, kPhgHardwareConfig);
+    dump(config, phg::kConfigSize, kPhgConfig);
 }
 
 void CPhgAdapter::CloseDump() noexcept
@@ -321,14 +308,14 @@ void CPhgAdapter::DumpMeasureStat(bool stat) noexcept
 void CPhgAdapter::DumpFrameData(const FrameData_t* frame) noexcept
 {
     if (frame == nullptr) return;
-    const int count = field<std::uint16_t>(frame, kFrameCountOffset);
-    dump(frame, kFrameSize + kFrameElementSize * std::max(count - 1, 0), kPhgFrameData);
+    const int count = field<std::uint16_t>(frame, phg::kFrameCountOffset);
+    dump(frame, phg::kFrameSize + phg::kFrameElementSize * std::max(count - 1, 0), kPhgFrameData);
 }
 
 int CPhgAdapter::GetFusionDataLen(const FusionData_tag* data) noexcept
 {
     if (data == nullptr) return 0;
-    return kFusionHeadSize + kFusionElementSize * field<std::uint8_t>(data, kFusionCountOffset);
+    return phg::kFusionHeadSize + phg::kFusionElementSize * field<std::uint8_t>(data, phg::kFusionCountOffset);
 }
 
 void CPhgAdapter::DumpFusionData(const FusionData_tag* data) noexcept

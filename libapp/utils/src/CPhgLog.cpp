@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "library_log.h"
+#include "phg_records.h"
 #include "rtk_gnss.h"
 #include "unique_buffer.h"
 
@@ -172,7 +173,7 @@ unsigned int CPhgLog::Crc32(const unsigned char* data, int len) noexcept
 
 void CPhgLog::buildLogHead(const unsigned char* data, int len, int type, LogKvx_tag* head) noexcept
 {
-    *head = {{0xD4, 0xD2, 0xD3},
+    *head = {{phg::kDumpSync[0], phg::kDumpSync[1], phg::kDumpSync[2]},
              static_cast<std::uint8_t>(type & 0xFF),
              0,
              static_cast<std::uint32_t>(len),

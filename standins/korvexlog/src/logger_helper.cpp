@@ -10,10 +10,10 @@
 
 namespace logger_helper {
 
-// Made when this library is loaded, so that it is still there when objects made later say goodbye at process exit.
-[[maybe_unused]] static const auto* const kRegistry = spdlog::default_logger_raw();
-
 namespace {
+
+// Made when this library is loaded, so that it is still there when objects made later say goodbye at process exit.
+[[maybe_unused]] const auto* const kRegistry = spdlog::default_logger_raw();
 
 std::shared_ptr<spdlog::logger> logger_named(const char* name)
 {

@@ -1,6 +1,6 @@
-/// @file log_source.h  Bytes of a log: a file, a compressed file or standard input.
-#ifndef KVX_LOG_SOURCE_H
-#define KVX_LOG_SOURCE_H
+/// @file input_file.h  Bytes of a log, a dump or a message: a file, a compressed file or standard input.
+#ifndef KVX_INPUT_FILE_H
+#define KVX_INPUT_FILE_H
 
 #include <cstddef>
 #include <cstdint>
@@ -10,16 +10,16 @@ struct gzFile_s;
 
 namespace kvx {
 
-/// Reads plain and gzip-compressed logs alike; "-" is standard input.
+/// Reads plain and gzip-compressed files alike; "-" is standard input.
 class input_file_t {
 public:
-    /// @throws error_t when the log cannot be opened or is a directory
+    /// @throws error_t when the file cannot be opened or is a directory
     explicit input_file_t(const std::string& path);
     ~input_file_t();
     input_file_t(const input_file_t&) = delete;
     input_file_t& operator=(const input_file_t&) = delete;
 
-    /// Up to n bytes; fewer only at the end of the log, 0 behind it.
+    /// Up to n bytes; fewer only at the end of the file, 0 behind it.
     /// @throws error_t when reading fails
     std::size_t read(std::uint8_t* to, std::size_t n);
 

@@ -1,4 +1,4 @@
-/// @file progress.h  progress_t of long work on a terminal.
+/// @file progress.h  Progress of long work on a terminal.
 #ifndef KVX_PROGRESS_H
 #define KVX_PROGRESS_H
 

@@ -3,7 +3,6 @@
 #include <algorithm>
 
 #include "common/text_format.h"
-#include "gnss/foundation/satellites.h"
 
 namespace kvx {
 
@@ -12,7 +11,7 @@ int systems_of(const std::string& letters)
     int systems = 0;
     for (const char letter : letters) {
         const auto* s = std::find_if(kSystems.begin(), kSystems.end(),
-                                     [letter](const system_name_t& name) { return name.letter == letter; });
+                                     [letter](const system_name_t& name) { return name.letter() == letter; });
         if (s == kSystems.end()) return 0;
         systems |= s->sys;
     }

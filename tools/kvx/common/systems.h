@@ -7,22 +7,25 @@
 #include <array>
 #include <string>
 
+#include "gnss/foundation/satellites.h"
+
 namespace kvx {
 
 struct system_name_t {
     int sys;   ///< gnss_system_t
-    char letter;
     const char* name;
+
+    char letter() const { return system_of(sys).letter; }   ///< of RINEX
 };
 
 /// In the order of a RINEX header.
 constexpr std::array<system_name_t, 6> kSystems = {{
-    {SYS_GPS, 'G', "GPS"},
-    {SYS_GLO, 'R', "GLONASS"},
-    {SYS_GAL, 'E', "Galileo"},
-    {SYS_BDS, 'C', "BeiDou"},
-    {SYS_QZS, 'J', "QZSS"},
-    {SYS_SBS, 'S', "SBAS"},
+    {SYS_GPS, "GPS"},
+    {SYS_GLO, "GLONASS"},
+    {SYS_GAL, "Galileo"},
+    {SYS_BDS, "BeiDou"},
+    {SYS_QZS, "QZSS"},
+    {SYS_SBS, "SBAS"},
 }};
 
 /// Bits of gnss_system_t for letters; 0 when there is none or another character among them.

@@ -102,9 +102,8 @@ void add_header_options(CLI::App& app, convert_options_t& o)
     app.add_option("--receiver-type", o.receiver_type, "Receiver type; chooses the observation types")
         ->capture_default_str();
     app.add_option("--receiver-version", o.receiver_version, "Receiver firmware version");
-    app.add_option("--receiver-kind", o.receiver_kind,
-                   "Kind of board 0, 1, 2, 5, 6 or 9; chooses the observation types")
-        ->check(CLI::IsMember({0, 1, 2, 5, 6, 9}))
+    app.add_option("--receiver-kind", o.receiver_kind, "Kind of board; chooses the observation types")
+        ->check(CLI::IsMember(std::vector<int>(std::begin(rinex::kBoardKinds), std::end(rinex::kBoardKinds))))
         ->capture_default_str();
 }
 

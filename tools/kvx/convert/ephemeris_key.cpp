@@ -20,11 +20,11 @@ double reference(const raw_t& raw, const seph_t& e)
 }
 
 // Which clock the record is written from, and the health and validity of the signals.
-int galileo_state(const galeph_t& e)
+int galileo_variant(const galeph_t& e)
 {
-    int state = e.inav != 0;
-    for (int k = 0; k < 3; ++k) state = state << 3 | (e.health[k] & 3) << 1 | (e.validity[k] & 1);
-    return state;
+    int variant = e.inav != 0;
+    for (int k = 0; k < 3; ++k) variant = variant << 3 | (e.health[k] & 3) << 1 | (e.validity[k] & 1);
+    return variant;
 }
 
 }   // namespace
@@ -46,7 +46,7 @@ std::optional<ephemeris_key_t> stored_ephemeris(const raw_t& raw)
         if (e.sat != 0) key = {gps_seconds(e.week, e.toe), e.iode, e.svh};
     } else if (sys == SYS_GAL) {
         const galeph_t& e = raw.galeph[prn - 1];
-        if (e.sat != 0) key = {gps_seconds(e.week, e.toe), e.iodnav, galileo_state(e)};
+        if (e.sat != 0) key = {gps_seconds(e.week, e.toe), e.iodnav, galileo_variant(e)};
     } else if (sys == SYS_SBS) {
         const seph_t& e = raw.seph[prn - 1];
         if (e.index != 0) key = {reference(raw, e), e.iodn, 0};

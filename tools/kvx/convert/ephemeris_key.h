@@ -11,7 +11,7 @@ namespace kvx {
 struct ephemeris_key_t {
     double reference;   ///< reference time, seconds since GPS week 0 in the system's own time scale
     int issue;          ///< issue of data
-    int state;          ///< health, and of Galileo the clock that is known: what may change within an issue
+    int variant;        ///< health, and of Galileo the clock that is known: what may change within an issue
 
     bool operator==(const ephemeris_key_t&) const = default;
 };

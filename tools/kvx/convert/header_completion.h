@@ -9,6 +9,7 @@
 #include <string>
 
 #include "common/output_file.h"
+#include "gnss/foundation/satellites.h"
 
 namespace kvx {
 
@@ -16,8 +17,8 @@ namespace kvx {
 struct header_facts_t {
     std::string marker_type = "GEODETIC";
     std::string run_by;
-    std::array<std::optional<std::int8_t>, 24> glonass_channels;   ///< by slot - 1
-    std::array<bool, 24> glonass_seen{};
+    std::array<std::optional<std::int8_t>, kGlonassSlots> glonass_channels;   ///< by slot - 1
+    std::array<bool, kGlonassSlots> glonass_seen{};
 };
 
 /// A header line: 60 columns of content, 20 of label.

@@ -54,14 +54,16 @@ struct kind_t {
     record_writer_t write_record;
 };
 
+// clang-format off
 constexpr kind_t kFiles[] = {
-    {SYS_GPS, "_GN.rnx", true, WriteRinexGpsEphHeader, WriteRinexGpsEphRec},
-    {SYS_GLO, "_RN.rnx", true, WriteRinexGloEphHeader, write_glonass},
-    {SYS_GAL, "_EN.rnx", false, WriteRinexGalEphHeader, WriteRinexGalEphRec},
-    {SYS_BDS, "_CN.rnx", true, WriteRinexBDsEphHeader, write_beidou},
-    {SYS_QZS, "_JN.rnx", true, WriteRinexQzssEphHeader, WriteRinexQzssEphRec},
-    {SYS_SBS, "_MN.rnx", false, WriteRinexALLEphHeader, write_sbas},   // SBAS has a place in mixed files only
+    {SYS_GPS, "_GN.rnx", true,  WriteRinexGpsEphHeader,  WriteRinexGpsEphRec},
+    {SYS_GLO, "_RN.rnx", true,  WriteRinexGloEphHeader,  write_glonass},
+    {SYS_GAL, "_EN.rnx", false, WriteRinexGalEphHeader,  WriteRinexGalEphRec},
+    {SYS_BDS, "_CN.rnx", true,  WriteRinexBDsEphHeader,  write_beidou},
+    {SYS_QZS, "_JN.rnx", true,  WriteRinexQzssEphHeader, WriteRinexQzssEphRec},
+    {SYS_SBS, "_MN.rnx", false, WriteRinexALLEphHeader,  write_sbas},   // SBAS has a place in mixed files only
 };
+// clang-format on
 constexpr std::size_t kMixedKind = 5;
 
 std::size_t kind_of(int sys)

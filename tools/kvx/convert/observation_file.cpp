@@ -17,7 +17,6 @@ namespace {
 
 constexpr double kOnGrid = 0.005;               // s; times are printed to the hundredth
 constexpr std::size_t kMostWaiting = 1 << 20;   // bytes of events kept for a file that has no epoch yet
-constexpr double kEventMark = -3.0;
 constexpr double kEveryEpoch = 0.0;
 
 // Signal slot whose columns a RINEX 2.11 file has for the system; -1: the file cannot name it.
@@ -175,7 +174,7 @@ void observation_file_t::add_mark(const raw_t& raw, bool epoch_pending)
     if (!in_window(gps_seconds(raw.week, raw.tow))) return;
     rnx_t opt = opt_;
     opt.lastweek = -1;   // a mark that reaches us late is still a mark
-    add_event(written_text([&](std::FILE* fp) { WriteRinexObsRec(fp, &raw, &opt, kEventMark); }), epoch_pending);
+    add_event(written_text([&](std::FILE* fp) { WriteRinexObsRec(fp, &raw, &opt, kEventMarkRate); }), epoch_pending);
 }
 
 coverage_t observation_file_t::coverage() const

@@ -9,6 +9,7 @@
 #include "common/command.h"
 #include "common/error.h"
 #include "device/hardware.h"
+#include "gpio_number.h"
 
 namespace kvx {
 namespace {
@@ -25,17 +26,15 @@ struct gpio_settings_t {
     std::string named() const { return number ? "GPIO " + std::to_string(*number) : "line " + std::to_string(line); }
 };
 
-constexpr unsigned kLinesPerChip = 32;
-
 // CHIP:LINE or NUMBER; a chip is a path, a name below /dev or its number.
 void parse_target(const std::string& text, gpio_settings_t& settings)
 {
     const std::size_t colon = text.rfind(':');
     if (colon == std::string::npos) {
-        const unsigned number = parse_number(text, INT_MAX, "TARGET");
-        settings.number = static_cast<int>(number);
-        settings.chip = "/dev/gpiochip" + std::to_string(number / kLinesPerChip);
-        settings.line = static_cast<int>(number % kLinesPerChip);
+        const auto number = static_cast<int>(parse_number(text, INT_MAX, "TARGET"));
+        settings.number = number;
+        settings.chip = chip_path_t(number).text;
+        settings.line = line_of(number);
         return;
     }
     const std::string chip = text.substr(0, colon);

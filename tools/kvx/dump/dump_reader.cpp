@@ -3,10 +3,11 @@
 #include <algorithm>
 #include <cstring>
 
+#include "phg_records.h"
+
 namespace kvx {
 namespace {
 
-constexpr std::uint8_t kSync[] = {0xD4, 0xD2, 0xD3};
 constexpr std::size_t kHeader = sizeof(LogKvx_tag);
 constexpr std::size_t kPiece = 64 * 1024;   // bytes read at once
 constexpr std::size_t kShort = 4096;        // a payload whose checksum is had directly
@@ -72,7 +73,7 @@ void dump_reader_t::skip(std::size_t n)
 void dump_reader_t::find_sync()
 {
     for (skip(1); fill(1); skip(held())) {
-        const void* found = std::memchr(front(), kSync[0], held());
+        const void* found = std::memchr(front(), phg::kDumpSync[0], held());
         if (found == nullptr) continue;
         skip(static_cast<std::size_t>(static_cast<const std::uint8_t*>(found) - front()));
         return;
@@ -83,7 +84,8 @@ void dump_reader_t::find_sync()
 dump_damage_t dump_reader_t::check()
 {
     const bool whole_header = fill(kHeader);
-    if (std::memcmp(front(), kSync, std::min(sizeof kSync, held())) != 0) return dump_damage_t::no_sync;
+    if (std::memcmp(front(), phg::kDumpSync, std::min(sizeof phg::kDumpSync, held())) != 0)
+        return dump_damage_t::no_sync;
     if (!whole_header) return dump_damage_t::torn;
     const LogKvx_tag head = header_at(front());
     const dump_damage_t damage = check_header(head);

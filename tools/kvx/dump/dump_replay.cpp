@@ -14,12 +14,12 @@
 #include "common/command.h"
 #include "common/error.h"
 #include "dump/dump_scan.h"
+#include "phg_records.h"
 
 namespace kvx {
 namespace {
 
 constexpr char kLogger[] = "kvx dump";
-constexpr int kNotBound = -14;
 constexpr std::uint32_t kCalibValues = 3;   // as many doubles of a request as the dump keeps
 
 // How records of one type get to the library.
@@ -44,7 +44,8 @@ int start_calibration(CPhgAdapter& adapter, const std::uint8_t* payload)
 {
     std::uint32_t count;
     std::memcpy(&count, payload, sizeof count);
-    return adapter.PtrPhgLibCalibStart(as<double>(payload + 8), count == 0 ? 0 : kCalibValues, ignore_progress);
+    return adapter.PtrPhgLibCalibStart(as<double>(payload + phg::kCalibValuesOffset), count == 0 ? 0 : kCalibValues,
+                                       ignore_progress);
 }
 
 int enable_odometer(CPhgAdapter& adapter, const std::uint8_t* payload)
@@ -131,10 +132,11 @@ int replay_dump(const std::string& path, const std::string& library, double rate
         pace.wait();
         aligned.assign(item.payload, item.payload + item.length);
         const int result = feed->feed(bound.adapter, aligned.data());
-        ++(result == kNotBound ? unbound : result < 0 ? refused : taken);
+        ++(result == phg::kNotBound ? unbound : result < 0 ? refused : taken);
     });
     std::printf(
-        "%s: %llu records replayed, %llu refused by the library, %llu without an entry point, %llu no inputs of it, "
+        "%s: %llu records replayed, %llu refused by the library, %llu not taken by an entry point, %llu no inputs of "
+        "it, "
         "%llu bytes skipped\n",
         path.c_str(), static_cast<unsigned long long>(taken), static_cast<unsigned long long>(refused),
         static_cast<unsigned long long>(unbound), static_cast<unsigned long long>(no_inputs),

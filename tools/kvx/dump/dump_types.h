@@ -7,6 +7,8 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "phg_records.h"
+
 namespace kvx {
 
 /// One type: its payload is `size` bytes, or `size` and `step` for each element that its count names. The elements
@@ -38,22 +40,22 @@ struct dump_type_t {
 
 // clang-format off
 inline constexpr dump_type_t kDumpTypes[] = {
-    // code               name            size step  count at, bytes, counted
-    {kPhgFusionData,     "fusion",         88,  32,  5, 1, 0},
-    {kPhgConfig,         "config",         88},
-    {kPhgHardwareConfig, "hardware",       24},
-    {kPhgMeasureStat,    "measure-stat",    1},
-    {kPhgCalibRequest,   "calib-request",  32},
-    {kPhgGnss,           "gnss",          128},
-    {kPhgImu,            "imu",            52},
-    {kPhgFrameData,      "frame",          32,  24,  6, 2, 1},
-    {kPhgReset,          "reset",           1},
-    {kPhgVisualOdometer, "odometer",        4},
+    // code               name           size, step, count at, bytes of the count, counted
+    {kPhgFusionData,     "fusion",        phg::kFusionHeadSize, phg::kFusionElementSize, phg::kFusionCountOffset, 1, 0},
+    {kPhgConfig,         "config",        phg::kConfigSize},
+    {kPhgHardwareConfig, "hardware",      phg::kHardwareConfigSize},
+    {kPhgMeasureStat,    "measure-stat",  1},
+    {kPhgCalibRequest,   "calib-request", phg::kCalibHeadSize},
+    {kPhgGnss,           "gnss",          phg::kGnssSize},
+    {kPhgImu,            "imu",           phg::kImuSize},
+    {kPhgFrameData,      "frame",         phg::kFrameSize, phg::kFrameElementSize, phg::kFrameCountOffset, 2, 1},
+    {kPhgReset,          "reset",         1},
+    {kPhgVisualOdometer, "odometer",      4},
 };
 // clang-format on
 
 /// Longest payload that is taken for one: that of a frame of 65535 elements.
-inline constexpr std::uint32_t kMaxDumpPayload = 32 + 24 * (65535 - 1);
+inline constexpr std::uint32_t kMaxDumpPayload = phg::kFrameSize + phg::kFrameElementSize * (65535 - 1);
 
 /// The type of that code, null if there is none.
 constexpr const dump_type_t* dump_type(int code)

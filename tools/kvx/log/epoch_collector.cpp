@@ -29,7 +29,7 @@ bool epoch_collector_t::continues(const raw_t& raw) const
 void epoch_collector_t::add(const raw_t& raw)
 {
     if (held_ && !continues(raw)) flush();
-    // Without the ephemerides and from the lock tables on: no writer of epochs reads those.
+    // What lies before the ephemerides, and between them and the lock tables.
     std::memcpy(static_cast<void*>(epoch_.get()), &raw, offsetof(raw_t, eph));
     std::memcpy(epoch_->ant_type, raw.ant_type, offsetof(raw_t, reserved5) - offsetof(raw_t, ant_type));
     held_ = true;

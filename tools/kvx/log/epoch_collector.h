@@ -13,8 +13,8 @@ namespace kvx {
 /// next epoch's first message tells that it was whole. The collector keeps a copy until then.
 class epoch_collector_t {
 public:
-    /// @param on_epoch  called with each whole epoch: its time, observations and the options of the
-    ///                  record; other fields are those of the moment when it was collected
+    /// @param on_epoch  called with each whole epoch: the record as it was behind its last message, without
+    ///                  ephemerides, stop-and-go block and lock tables, which no writer of epochs reads
     explicit epoch_collector_t(std::function<void(raw_t& epoch)> on_epoch);
 
     /// Takes the record after an observation message.

@@ -44,7 +44,7 @@ bool log_reader_t::next(frame_t& frame)
             ++losses_.too_long;
             continue;
         }
-        frame = {offset_ - static_cast<std::uint64_t>(size), size, korvex::read_header(raw_.buff).id, result, true};
+        frame = {size, korvex::read_header(raw_.buff).id, result, true};
         if (result == DECODE_REFUSED) {
             frame.checksum_ok = korvex::checksum_agrees(raw_.buff, raw_.len);
             ++(frame.checksum_ok ? losses_.refused : losses_.bad_checksum);

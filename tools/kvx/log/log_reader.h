@@ -13,10 +13,9 @@ namespace kvx {
 
 /// One frame of the log, decoded.
 struct frame_t {
-    std::uint64_t offset;   ///< of its first byte in the log
-    int size;               ///< bytes, with the checksum
-    int id;                 ///< message
-    int result;             ///< decode_result_t
+    int size;     ///< bytes, with the checksum
+    int id;       ///< message
+    int result;   ///< decode_result_t
     bool checksum_ok;
 };
 

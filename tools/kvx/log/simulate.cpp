@@ -13,6 +13,7 @@
 #include "common/output_file.h"
 #include "common/progress.h"
 #include "common/systems.h"
+#include "gnss/foundation/time_scales.h"
 #include "sky/damage.h"
 #include "sky/simulator.h"
 
@@ -140,7 +141,7 @@ command_t simulate_command(CLI::App& program)
     app->add_option("--start", options->start, "GPS time of the first epoch, YYYY-MM-DD HH:MM:SS")
         ->check(CLI::Validator(check_start, "TIME", "start"))
         ->capture_default_str();
-    app->add_option("--duration", s.duration, "Length (s)")->check(within(0.05, 366 * 86400.0))->capture_default_str();
+    app->add_option("--duration", s.duration, "Length (s)")->check(within(0.05, 366 * kDay))->capture_default_str();
     app->add_option("--rate", s.rate, "Epochs per second; below 1 the interval is rounded to whole seconds")
         ->check(within(0.0001, 20.0))
         ->capture_default_str();
@@ -152,13 +153,13 @@ command_t simulate_command(CLI::App& program)
         ->check(system_letters())
         ->capture_default_str();
     app->add_option("--range", options->range, "Message with the observations: 43, or 140 (compressed)")
-        ->check(CLI::IsMember({43, 140}))
+        ->check(CLI::IsMember({int{MSG_RANGE}, int{MSG_RANGE_COMPRESSED}}))
         ->capture_default_str();
     app->add_option("--elevation-mask", s.mask, "Least elevation of a satellite (degrees)")
         ->check(within(0.0, 80.0))
         ->capture_default_str();
     app->add_option("--ephemeris-interval", s.ephemeris_interval, "Repetition of unchanged ephemerides (s)")
-        ->check(within(1.0, 86400.0))
+        ->check(within(1.0, kDay))
         ->capture_default_str();
     app->add_option("--damage", options->faults, "Bit errors, lost and foreign bytes to put in; each is listed")
         ->check(CLI::Range(0, 1000000))

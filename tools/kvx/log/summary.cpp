@@ -28,7 +28,7 @@ constexpr message_name_t kMessageNames[] = {
     {MSG_SBAS_EPHEMERIS, "SBAS ephemeris"},
     {MSG_GLONASS_EPHEMERIS, "GLONASS ephemeris"},
     {MSG_VISIBILITY, "satellite visibility"},
-    {MSG_BDS_EPHEMERIS2, "BeiDou ephemeris, second form"},
+    {MSG_BDS_EPHEMERIS_SECOND, "BeiDou ephemeris, second form"},
     {MSG_GAL_EPHEMERIS, "Galileo ephemeris"},
     {MSG_GAL_INAV_EPHEMERIS, "Galileo I/NAV ephemeris"},
     {MSG_QZSS_EPHEMERIS, "QZSS ephemeris"},

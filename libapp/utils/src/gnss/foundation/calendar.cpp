@@ -7,8 +7,6 @@
 
 namespace {
 
-constexpr double kUnrounded = -3.0;   // rounding mode that leaves the seconds as they are
-
 bool is_leap(int year)
 {
     return (year % 4 == 0 && year % 100 != 0) || year % 400 == 0;

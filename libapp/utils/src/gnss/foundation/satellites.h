@@ -3,6 +3,7 @@
 #define RTK_SATELLITES_H
 
 #include <cstdint>
+#include <iterator>
 
 #include "rtk_gnss.h"
 
@@ -60,6 +61,8 @@ inline constexpr int kLastBds2 = 16;                       // BeiDou PRNs above 
 /// Usual frequency channel of each orbital slot of GLONASS.
 inline constexpr signed char kGlonassChannels[] = {1,  -4, 5, 6,  1, -4, 5, 6, -2, -7, 0, -1,
                                                    -2, -7, 0, -1, 4, -3, 3, 2, 4,  -3, 3, 2};
+
+inline constexpr int kGlonassSlots = std::size(kGlonassChannels);
 
 /// Number within its system of a receiver PRN, from 1; 0 when it lies before the first or far behind the last.
 constexpr int number_in_system(int sys, std::uint32_t prn)

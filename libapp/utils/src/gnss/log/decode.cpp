@@ -144,7 +144,7 @@ int decode_bdsephemerisb(raw_t* raw, const std::uint8_t* body)
 
 int decode_bd2ephemb(raw_t* raw, const std::uint8_t* body)
 {
-    const kepler_t k = read_bds_ephemeris2(body);
+    const kepler_t k = read_bds_ephemeris_second(body);
     const eph_t eph = narrowed(k);
     const int result = store_kepler(raw, satellite(SYS_BDS, k.prn), eph, k.week);
     if (result == DECODE_EPH) take_week_if_unknown(raw, eph.week);
@@ -189,7 +189,7 @@ constexpr message_t kMessages[] = {   // in order of id
     {MSG_SBAS_EPHEMERIS,     kSbasEphemerisSize,    DECODE_REFUSED, decode_sbas_ephemeris},
     {MSG_GLONASS_EPHEMERIS,  kGlonassEphemerisSize, DECODE_REFUSED, decode_glonass_ephemeris},
     {MSG_VISIBILITY,         0,                     DECODE_NOTHING, decode_visibility},
-    {MSG_BDS_EPHEMERIS2,     kBdsEphemeris2Size,    DECODE_REFUSED, decode_bd2ephemb},
+    {MSG_BDS_EPHEMERIS_SECOND,     kBdsEphemerisSecondSize,    DECODE_REFUSED, decode_bd2ephemb},
     {MSG_GAL_EPHEMERIS,      kGalEphemerisSize,     DECODE_REFUSED, decode_galileo_ephemeris},
     {MSG_GAL_INAV_EPHEMERIS, kGalInavEphemerisSize, DECODE_REFUSED, decode_galileo_inav_ephemeris},
     {MSG_QZSS_EPHEMERIS,     kQzssEphemerisSize,    DECODE_REFUSED, decode_QZSSephemb},

@@ -57,7 +57,7 @@ constexpr std::uint32_t kUnhealthy = 4;           // health from which a satelli
 // Frame time on the day of the reference time, or on the neighbouring day when that is nearer.
 double frame_time(double toe, std::uint32_t time_of_day)
 {
-    const double tof = std::floor(toe / kDay) * kDay + time_of_day % 86400;
+    const double tof = std::floor(toe / kDay) * kDay + time_of_day % static_cast<std::uint32_t>(kDay);
     if (tof - toe > kDay / 2) return tof - kDay;
     if (tof - toe < -kDay / 2) return tof + kDay;
     return tof;
@@ -88,7 +88,7 @@ geph_t narrowed(const glonass_t& g)
 int decode_glonass_ephemeris(raw_t* raw, const std::uint8_t* body)
 {
     const glonass_t sent = read_glonass_ephemeris(body);
-    const std::uint8_t sat = satno(SYS_GLO, sent.prn - system_of(SYS_GLO).prn_before);
+    const std::uint8_t sat = satno(SYS_GLO, number_in_system(SYS_GLO, static_cast<std::uint32_t>(sent.prn)));
     if (sat == 0 || sent.week == kWeekUnknown) return DECODE_REFUSED;
     if (sent.time_offset > kMaxTimeOffset) return DECODE_NOTHING;
 

@@ -58,7 +58,7 @@ kepler_t read_qzss_ephemeris(const std::uint8_t* b)
     return k;
 }
 
-kepler_t read_bds_ephemeris2(const std::uint8_t* b)
+kepler_t read_bds_ephemeris_second(const std::uint8_t* b)
 {
     kepler_t k = read_common(b);
     k.tgd  = wire::f64(b + 172);   // s

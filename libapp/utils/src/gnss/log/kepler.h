@@ -10,7 +10,7 @@ namespace korvex {
 inline constexpr int kGpsEphemerisSize = 224;
 inline constexpr int kQzssEphemerisSize = 228;
 inline constexpr int kBdsEphemerisSize = 196;
-inline constexpr int kBdsEphemeris2Size = 232;
+inline constexpr int kBdsEphemerisSecondSize = 232;
 
 /// Orbit at a reference time, alike in every message.
 struct orbit_t {
@@ -40,10 +40,10 @@ struct kepler_t {
     std::uint8_t fit;       // fit interval; message 1336 only, else 0
 };
 
-kepler_t read_gps_ephemeris(const std::uint8_t* body);    // 7
-kepler_t read_qzss_ephemeris(const std::uint8_t* body);   // 1336
-kepler_t read_bds_ephemeris(const std::uint8_t* body);    // 1696
-kepler_t read_bds_ephemeris2(const std::uint8_t* body);   // 1047
+kepler_t read_gps_ephemeris(const std::uint8_t* body);          // 7
+kepler_t read_qzss_ephemeris(const std::uint8_t* body);         // 1336
+kepler_t read_bds_ephemeris(const std::uint8_t* body);          // 1696
+kepler_t read_bds_ephemeris_second(const std::uint8_t* body);   // 1047
 
 }   // namespace korvex
 

@@ -72,7 +72,7 @@ struct range_form_t {
     bool compressed;
 };
 
-constexpr range_form_t kPlain = {kRangeSize, read_range, 1e-9, true, 159, false};
+constexpr range_form_t kPlain = {kRangeSize, read_range, 1e-9, true, kBdsHighPrn - 1, false};
 constexpr range_form_t kCompressed = {kRangeCompressedSize, read_compressed_range, 0.001 + 1e-9, false, 29, true};
 
 int decode_trackstat(std::uint32_t status, trackstat_t& track)

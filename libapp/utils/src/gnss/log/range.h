@@ -31,7 +31,7 @@ range_t read_range(const std::uint8_t* p);
 /// The accumulated Doppler range is as sent: see unrolled_phase().
 range_t read_compressed_range(const std::uint8_t* p);
 
-/// Phase (cycles) from an accumulated Doppler range that rolls over every 2^23 cycles.
+/// Phase (cycles) from an accumulated Doppler range without its multiples of 2^23 cycles, which the pseudorange tells.
 double unrolled_phase(double pseudorange, double wavelength, double adr);
 
 // ---- The record's share ----

@@ -32,7 +32,8 @@ sbas_t read_sbas_ephemeris(const std::uint8_t* b)
 
 namespace {
 
-constexpr int kLastIndex = 39;   // PRN 158; beyond it a message names no satellite
+constexpr system_t kSbas = system_of(SYS_SBS);
+constexpr int kLastIndex = kSbas.last_prn - kSbas.prn_before;   // beyond it a message names no satellite
 
 seph_t narrowed(const sbas_t& s)
 {
@@ -60,7 +61,7 @@ int decode_sbas_ephemeris(raw_t* raw, const std::uint8_t* body)
         if (entry.index != 0 && timediff(entry.t0, sent.t0) == 0.0) return DECODE_NOTHING;
         entry = narrowed(sent);
     }
-    raw->eph_sat = static_cast<std::uint16_t>(n <= kLastIndex ? system_of(SYS_SBS).first - 1 + n : 0);
+    raw->eph_sat = static_cast<std::uint16_t>(n <= kLastIndex ? kSbas.first - 1 + n : 0);
     return DECODE_EPH;
 }
 

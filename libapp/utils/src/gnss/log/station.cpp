@@ -32,9 +32,9 @@ ion_utc_t read_ion_utc(const std::uint8_t* b)
 version_t read_version(const std::uint8_t* b)
 {
     version_t v;
-    std::memcpy(v.text1, b + 4, sizeof v.text1);
-    std::memcpy(v.text2, b + 48, sizeof v.text2);
+    std::memcpy(v.text1, b +  4, sizeof v.text1);
     std::memcpy(v.text3, b + 24, sizeof v.text3);
+    std::memcpy(v.text2, b + 48, sizeof v.text2);
     return v;
 }
 

@@ -8,6 +8,8 @@
 
 namespace korvex {
 
+inline constexpr double kSemicircle = 3.1415926535898;   // rad; pi of the GPS interface document
+
 inline constexpr int kRawEphemerisSize = 102;   // body (bytes): PRN, reference week and seconds, 3 x 30 bytes
 
 /// The message as it was sent, scaled to units.

@@ -38,7 +38,7 @@ constexpr char kQzsA[] = "QZSA   0.0000E+00  0.0000E+00  0.0000E+00  0.0000E+00 
 constexpr char kQzsB[] = "QZSB   0.0000E+00  0.0000E+00  0.0000E+00  0.0000E+00       IONOSPHERIC CORR\n";
 constexpr char kBdsA[] = "BD2A   0.0000E+00  0.0000E+00  0.0000E+00  0.0000E+00       IONOSPHERIC CORR\n";
 constexpr char kBdsB[] = "BD2B   0.0000E+00  0.0000E+00  0.0000E+00  0.0000E+00       IONOSPHERIC CORR\n";
-constexpr char kGal[] = "GAL    0.0000E+00  0.0000E+00  0.0000E+00  0.0000E+00       IONOSPHERIC CORR\n";
+constexpr char kGalIon[] = "GAL    0.0000E+00  0.0000E+00  0.0000E+00  0.0000E+00       IONOSPHERIC CORR\n";
 constexpr char kGalUtc[] = "GAUT   0.0000E+00  0.0000E+00  0.0000E+00  0.0000E+00       TIME SYSTEM CORR\n";
 constexpr char kEnd[] = "                                                            END OF HEADER \n";
 
@@ -56,7 +56,7 @@ constexpr layout_t kQzsRinex2 = {"           N: GNSS NAV DATA                   
 constexpr layout_t kQzsRinex3 = {"           N: GNSS NAV DATA    J: QZSS             RINEX VERSION / TYPE\n",   kCapitalsRinex3, {kQzsA, kQzsB, kFixedLeaps}};
 constexpr layout_t kGloRinex2 = {"           GLONASS NAV DATA                        RINEX VERSION / TYPE\n",   kNameRinex2,     {kLeapCount}};
 constexpr layout_t kGloRinex3 = {"           N: GNSS NAV DATA    R: GLONASS          RINEX VERSION / TYPE\n",   kNameRinex3,     {kLeapCount}};
-constexpr layout_t kGalRinex3 = {"           N: GNSS NAV DATA    E: GALILEO          RINEX VERSION / TYPE\n",   kNameRinex3,     {kGal, kGalUtc}};
+constexpr layout_t kGalRinex3 = {"           N: GNSS NAV DATA    E: GALILEO          RINEX VERSION / TYPE\n",   kNameRinex3,     {kGalIon, kGalUtc}};
 constexpr layout_t kBdsRinex2 = {"           N: BDS NAV DATA                         RINEX VERSION / TYPE\n",   kNameRinex2,     {kIonAlpha, kIonBeta}};
 constexpr layout_t kBdsRinex3 = {"           N: GNSS NAV DATA    C: BeiDou           RINEX VERSION / TYPE\n",   kNameRinex3,     {kBdsA, kBdsB}};
 constexpr layout_t kAllRinex3 = {"           NAVIGATION DATA     M (Mixed)           RINEX VERSION / TYPE\n",   kNameAllSystems, {kLeaps18}};
@@ -82,7 +82,7 @@ void put_program(text_t& out, const program_t& program, bool rinex3)
 
 void put_header(text_t& out, const layout_t& layout, bool rinex3, int version)
 {
-    out.header_number(rinex3 ? version / 100.0 : 2.11, 9, 2).put(layout.title);
+    out.header_number((rinex3 ? version : kVersions[0]) / 100.0, 9, 2).put(layout.title);
     put_program(out, layout.program, rinex3);
     for (const char* line : layout.lines) {
         if (line == kLeapCount) {

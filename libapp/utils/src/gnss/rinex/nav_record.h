@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <initializer_list>
 
+#include "gnss/foundation/satellites.h"
 #include "gnss/rinex/lines.h"
 #include "gnss/rinex/text.h"
 #include "gnss/rinex/version.h"
@@ -19,13 +20,14 @@ struct nav_system_t {
     int rinex2_indent;   // blanks before the numbers of a RINEX 2.11 continuation line
 };
 
-inline constexpr nav_system_t kNavGps = {'G', records_are_rinex3, 3};
-inline constexpr nav_system_t kNavQzs = {'J', late_records_are_rinex3, 4};   // Deliberate: indented as in RINEX 3.
-inline constexpr nav_system_t kNavGlo = {'R', records_are_rinex3, 3};
-inline constexpr nav_system_t kNavSbs = {'S', late_records_are_rinex3, 3};
-inline constexpr nav_system_t kNavBds = {'C', records_are_rinex3, 3};
-inline constexpr nav_system_t kNavGal = {'E', records_are_rinex3, 3};   // nothing below
-inline constexpr nav_system_t kNavAll = {'M', records_are_rinex3, 3};   // nothing below
+inline constexpr nav_system_t kNavGps = {system_of(SYS_GPS).letter, records_are_rinex3, 3};
+inline constexpr nav_system_t kNavQzs = {system_of(SYS_QZS).letter, late_records_are_rinex3,
+                                         4};   // Deliberate: indented as in RINEX 3.
+inline constexpr nav_system_t kNavGlo = {system_of(SYS_GLO).letter, records_are_rinex3, 3};
+inline constexpr nav_system_t kNavSbs = {system_of(SYS_SBS).letter, late_records_are_rinex3, 3};
+inline constexpr nav_system_t kNavBds = {system_of(SYS_BDS).letter, records_are_rinex3, 3};
+inline constexpr nav_system_t kNavGal = {system_of(SYS_GAL).letter, records_are_rinex3, 3};   // nothing below
+inline constexpr nav_system_t kNavAll = {'M', records_are_rinex3, 3};                         // nothing below
 
 /// One record, built line by line.
 class nav_record_t {

@@ -1,5 +1,6 @@
 // Records of an observation file: an epoch's age and interval, the running state, and the text of the one or the
 // other layout.
+#include "gnss/foundation/time_scales.h"
 #include "gnss/rinex/obs_fields.h"
 #include "gnss/rinex/obs_interval.h"
 #include "gnss/rinex/obs_layout2.h"
@@ -11,7 +12,7 @@ namespace {
 
 using namespace rinex;
 
-constexpr double kEventMark = -3.0;   // output rate that asks for a manual event mark
+static_assert(kEventMarkRate == kUnrounded);   // the rate is the mode of the date: a mark has its exact time
 
 // What tells the two writers apart.
 struct writer_t {
@@ -49,7 +50,7 @@ int write_record(std::FILE* fp, const raw_t* raw, rnx_t* opt, double rate, const
     if (fp == nullptr || raw == nullptr || opt == nullptr) return 0;
     if (is_older(*raw, *opt)) return -1;
     const date_t date = date_of(raw->week, raw->tow, rate);
-    if (rate == kEventMark) {
+    if (rate == kEventMarkRate) {
         write_event_mark(fp, date, opt->version);
         return 1;
     }

@@ -65,7 +65,7 @@ constexpr const char* kC1CMore = "       L1L D1L S1L";
 constexpr row_t kFullSets[] = {
     {'G', [](const question_t& q) { return gps(q) && q.board.all_signals(); },
           "G   16 C1C L1C D1C S1C C2W L2W D2W S2W C5Q L5Q D5Q S5Q C1L", kC1CMore},
-    {'G', [](const question_t& q) { return gps(q) && (q.board.three_bands() || q.board.polarx5); },
+    {'G', [](const question_t& q) { return gps(q) && q.board.three_gps_bands(); },
           "G   12 C1C L1C D1C S1C C2W L2W D2W S2W C5Q L5Q D5Q S5Q"},
     {'G', [](const question_t& q) { return gps(q) && q.second_code == kCodeC2X; },
           "G    8 C1C L1C D1C S1C C2X L2X D2X S2X"},
@@ -97,7 +97,7 @@ constexpr row_t kFullSets[] = {
     {'J', [](const question_t& q) { return gps(q) && q.board.three_bands(); },
           "J   12 C1C L1C D1C S1C C2S L2S D2S S2S C5Q L5Q D5Q S5Q"},
 
-    {'S', [](const question_t& q) { return sbs(q) && (q.board.kv3a0 || q.board.kv4a0); }, "S    4 C1C L1C D1C S1C"},
+    {'S', [](const question_t& q) { return sbs(q) && q.board.sbas_types(); }, "S    4 C1C L1C D1C S1C"},
 };
 
 // Reduced sets.
@@ -214,7 +214,7 @@ slot_counts_t slot_counts(const rnx_t& opt, bool no_signal_map)
 {
     const board_t board(opt);
     if (board.all_signals()) return {4, 2, b1c_is_written(opt.version) ? 4 : 3, 5, 4, 1};
-    if (board.kv3a0 || no_signal_map) return {3, 2, 3, 3, 3, 1};
+    if (board.three_slots() || no_signal_map) return {3, 2, 3, 3, 3, 1};
     return {2, 2, 2, 0, 0, 0};
 }
 

@@ -10,6 +10,9 @@
 
 namespace rinex {
 
+/// The kinds of boards that the rules know.
+inline constexpr int kBoardKinds[] = {0, 1, 2, 5, 6, 9};
+
 /// The board's rules. A model counts when the receiver type contains its name.
 struct board_t {
     int kind;
@@ -33,6 +36,8 @@ struct board_t {
     bool reduced() const { return kind != 1 && kind < 3 && !kv210 && !kv3a0 && !kv4a0; }
     bool reduced_to_two_bands() const { return kind == 2 && (trimble || kv220); }
     bool reduced_to_one_band() const { return kind == 0; }
+    bool three_gps_bands() const { return three_bands() || polarx5; }
+    bool sbas_types() const { return kv3a0 || kv4a0; }
     bool three_galileo_bands() const { return kind == 5 || three_bands(); }
     bool one_glonass_band() const { return kind == 1; }
     bool glonass_l2_is_p() const { return kind == 6; }
@@ -40,7 +45,9 @@ struct board_t {
     bool no_bds_in_rinex2() const { return kind == 6; }
 
     /// The types in the header are those of the slots in the records, which follow other conditions.
-    bool header_fits_records() const { return (kv3a0 || kv4a0) && kind != 1; }
+    bool header_fits_records() const { return sbas_types() && kind != 1; }
+
+    bool three_slots() const { return kv3a0; }   // in the records
 
     // GLONASS code-phase biases.
     bool states_biases() const { return kind == 6; }    // as 1 m

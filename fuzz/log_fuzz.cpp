@@ -3,14 +3,13 @@
 #include <rtk_gnss.h>
 
 #include "fuzz.h"
+#include "gnss/log/frame.h"
 #include "support/log_ways.h"
 
 namespace {
 
 // Results that were not 0. A header that announces too much is left out: only two of the entry points report it.
 using results_t = std::vector<int>;
-
-constexpr int kMaxLen = 8188;
 
 // Options of the host by bits; the leap seconds of an earlier input are forgotten.
 void start(raw_t& raw, std::uint8_t options, int earlier_frame = 0)
@@ -31,7 +30,7 @@ auto noting(results_t& results, const raw_t& raw)
 {
     return [&](int result) {
         FUZZ_CHECK(result >= DECODE_REFUSED && result <= DECODE_STOP_AND_GO);
-        const bool too_long = result == DECODE_REFUSED && raw.len > kMaxLen;
+        const bool too_long = result == DECODE_REFUSED && raw.len > korvex::kMaxLen;
         if (result != DECODE_NOTHING && !too_long) results.push_back(result);
     };
 }

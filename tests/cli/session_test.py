@@ -138,9 +138,6 @@ i2c read /dev/i2c-0 0x50 0 8193
 i2c read /dev/i2c-0 0x50 0 0
 i2c write /dev/i2c-0 0x50 0 1 0x100
 frame pack --help
-dump replay --help
-gpio get --help
-i2c write --help
 """
 
 

@@ -80,15 +80,6 @@ TEST(dump_reader_t, EveryBitFlipCostsItsRecordAndNoOther)
     }
 }
 
-TEST(dump_reader_t, TornEndOfEveryLengthIsTold)
-{
-    const std::string first = dump_record(kPhgReset, "\1"), last = dump_record(kPhgImu, filled(52, 1));
-    for (std::size_t left = 1; left < last.size(); ++left) {
-        EXPECT_THAT(items_of(first + last.substr(0, left)),
-                    ElementsAre(Item{dump_damage_t::none, 0, 17}, Item{dump_damage_t::torn, 17, left}));
-    }
-}
-
 TEST(dump_reader_t, DamageIsNamedAndSteppedOver)
 {
     const std::string reset = dump_record(kPhgReset, "\1"), imu = dump_record(kPhgImu, filled(52, 1));

@@ -5,6 +5,7 @@
 #include <cmath>
 
 #include "gnss/foundation/wire.h"
+#include "gnss/log/frame.h"
 #include "gnss/log/galileo.h"
 #include "gnss/log/glonass.h"
 #include "gnss/log/kepler.h"
@@ -74,7 +75,8 @@ struct Steps {
 
     void operator()(int result)
     {
-        const bool too_long = result == DECODE_REFUSED && raw->len > 8188;   // to which the block form says 0
+        const bool too_long =
+            result == DECODE_REFUSED && raw->len > korvex::kMaxLen;   // to which the block form says 0
         if (result != 0 && !too_long) seen.emplace_back(result, record().value());
     }
     Digest record() const

@@ -231,20 +231,15 @@ TEST(RinexStopAndGo, EventsOfEveryKind)
     expect_golden("stop_and_go.golden", text);
 }
 
-TEST(RinexObs, PositionListingOrderAndNothingToWrite)
+TEST(RinexObs, OrderAndNothingToWrite)
 {
-    auto raw = epoch(2303, 434459.95, {});
-    raw->pos[0] = -3962108.45574;
-    raw->pos[1] = 1e15;
+    const auto raw = epoch(2303, 434459.95, {});
     rnx_t opt = options(304);
     const FilePtr file = new_file();
-    EXPECT_EQ(1, WriteBestxyzFile(file.get(), raw.get()));
-    EXPECT_EQ("2303 434459.950 2024 03 01 00 40 59.950  -3962108.45571000000000000000.0000        0.0000\n",
-              contents(file.get()));
     EXPECT_EQ(0, WriteBestxyzFile(nullptr, raw.get()) + WriteBestxyzFile(file.get(), nullptr));
     EXPECT_EQ(0, WriteRinexObsHeader(nullptr, raw.get(), &opt) + WriteRinexObsHeader(file.get(), raw.get(), nullptr));
     EXPECT_EQ(0, WriteRinexObsLastEpoch(nullptr, &opt) + WriteRinexObsApppos(nullptr, raw.get(), &opt));
-    EXPECT_EQ(90, std::ftell(file.get()));
+    EXPECT_EQ(0, std::ftell(file.get()));
     obsd_t a{}, b{};
     a.sat = 3;
     b.sat = 5;

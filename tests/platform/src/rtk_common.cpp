@@ -13,25 +13,21 @@ unsigned long CCommFunc::Crc32(const void* data, std::size_t len, unsigned long 
 
 namespace aht {
 
-template <class T>
-void thread_safe_queue<T>::push(T&& item)
+void task_queue::push(task_type&& item)
 {
     const std::lock_guard lock(mutex);
     items.push_back(std::move(item));
     filled.notify_one();
 }
 
-template <class T>
-std::list<T> thread_safe_queue<T>::pop()
+std::list<task_type> task_queue::pop()
 {
     std::unique_lock lock(mutex);
     filled.wait(lock, [this] { return !items.empty(); });
-    std::list<T> first;
+    std::list<task_type> first;
     first.splice(first.end(), items, items.begin());
     return first;
 }
-
-template class thread_safe_queue<task_type>;
 
 thread_task::thread_task()
     : thread([this] {

@@ -11,16 +11,13 @@ namespace aht {
 using function_wrapper = std::packaged_task<void()>;
 using task_type = function_wrapper;   // a task is its wrapper here
 
-template <class T>
-class thread_safe_queue {
-public:
-    void push(T&& item);
-    std::list<T> pop();   // one item, when there is one
+struct task_queue {
+    void push(task_type&& item);
+    std::list<task_type> pop();   // one item, when there is one
 
-private:
     std::mutex mutex;
     std::condition_variable filled;
-    std::list<T> items;
+    std::list<task_type> items;
 };
 
 class thread_task {
@@ -28,10 +25,10 @@ public:
     thread_task();
     virtual ~thread_task();
     bool isStopThread();
-    thread_safe_queue<task_type>& taskQueue() { return queue; }
+    task_queue& taskQueue() { return queue; }
 
 private:
-    thread_safe_queue<task_type> queue;
+    task_queue queue;
     bool ended = false;
     int stopping = 0;
     std::thread thread;

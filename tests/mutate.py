@@ -10,9 +10,11 @@ test can notice it, and leaves the count.
 
 import argparse
 import json
+import os
 import pathlib
 import random
 import re
+import signal
 import subprocess
 import sys
 
@@ -32,6 +34,7 @@ def changed_number(text):
     return str(int(text) + 1) if text.isdigit() else str(float(text) * 1.5 + 0.5)
 
 
+LIMIT = 120   # s of testing; a change may make a loop that does not end
 MUTATIONS = {"operator": (OPERATOR, lambda m: SWAPS[m[0]]), "constant": (NUMBER, lambda m: changed_number(m[0])),
              "deletion": (STATEMENT, lambda m: m[0].replace(m[1], ";")), "swap": (NEIGHBOURS, lambda m: f"{m[2]}, {m[1]}")}
 
@@ -60,18 +63,20 @@ class Bench:
         if self.run("ninja", "-C", build) != 0 or self.test() != "lived":
             sys.exit("mutate: the tests must build and pass before anything is changed")
 
-    def run(self, *command):
-        try:
-            return subprocess.run([str(c) for c in command], stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL,
-                                  timeout=900).returncode
-        except subprocess.TimeoutExpired:
-            return -1
+    def run(self, *command, limit=None):
+        with subprocess.Popen([str(c) for c in command], stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL,
+                              start_new_session=True) as process:
+            try:
+                return process.wait(limit)
+            except subprocess.TimeoutExpired:
+                os.killpg(process.pid, signal.SIGKILL)   # the test that does not end too
+                return -1
 
     def test(self):
         for choice in ("-R", "-E"):   # most mutants die in the unit tests
             log = self.build / "mutant.log"
-            if self.run("ctest", "--test-dir", self.build, choice, "_test$", "-j2", "--stop-on-failure", "--timeout", "60",
-                        "-O", log) != 0:
+            if self.run("ctest", "--test-dir", self.build, choice, "_test$", "-j2", "--stop-on-failure", "-O", log,
+                        limit=LIMIT) != 0:
                 failed = re.findall(r"^\s+\d+ - (.+) \(", log.read_text(), re.M)
                 return f"died in {failed[0] if failed else 'a test'}"
         return "lived"

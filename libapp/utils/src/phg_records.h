@@ -19,9 +19,9 @@ inline constexpr int kImuSize = 52;
 inline constexpr int kCalibHeadSize = 32;
 inline constexpr std::size_t kCalibValuesOffset = 8;
 inline constexpr int kFusionHeadSize = 88, kFusionElementSize = 32;
-inline constexpr std::size_t kFusionCountOffset = 5;     // u8
+inline constexpr std::size_t kFusionCountOffset = 5;            // u8
 inline constexpr int kFrameSize = 32, kFrameElementSize = 24;   // the size holds the first element
-inline constexpr std::size_t kFrameCountOffset = 6;      // u16
+inline constexpr std::size_t kFrameCountOffset = 6;             // u16
 
 }   // namespace phg
 

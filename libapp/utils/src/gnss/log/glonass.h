@@ -10,7 +10,7 @@ namespace korvex {
 
 inline constexpr int kGlonassEphemerisSize = 144;   // body (bytes)
 
-/// The message as it was sent.
+/// The message as it was sent: the fields that are known, whole.
 struct glonass_t {
     int prn;                     // receiver PRN: slot + 37
     int channel;                 // frequency channel

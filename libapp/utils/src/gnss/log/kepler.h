@@ -22,7 +22,7 @@ struct orbit_t {
     double cuc, cus, cic, cis;         // rad
 };
 
-/// A message as it was sent. Times of BeiDou messages 1696 are BeiDou time.
+/// A message as it was sent: the fields that are known, whole. Times of BeiDou messages 1696 are BeiDou time.
 struct kepler_t {
     std::uint32_t prn;      // receiver PRN
     std::uint32_t week;     // of toe: GPS week; message 1696: BeiDou week

@@ -10,7 +10,7 @@ namespace korvex {
 
 inline constexpr int kSbasEphemerisSize = 63;   // body (bytes)
 
-/// The message as it was sent.
+/// The message as it was sent, in part in single precision.
 struct sbas_t {
     std::uint8_t index;   // 1 is PRN 120
     std::uint8_t iodn;    // issue of data navigation

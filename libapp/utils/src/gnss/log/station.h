@@ -1,5 +1,5 @@
-/// @file station.h  Messages about the station, as sent and as the record keeps them: position, antenna, receiver,
-/// ionosphere, events.
+/// @file station.h  Messages about the station, their known fields as sent and as the record keeps them: position,
+/// antenna, receiver, ionosphere, events.
 #ifndef RTK_LOG_STATION_H
 #define RTK_LOG_STATION_H
 

@@ -1,7 +1,13 @@
 #include "failing_new.h"
 
+#include <cstdint>
 #include <cstdlib>
+#include <cstring>
 #include <new>
+
+// Every block has its size in front of it and a guard behind it, which a write beyond its end destroys.
+static constexpr std::size_t kHead = 16;
+static constexpr std::uint64_t kGuard = 0xB0B1B2B3B4B5B6B7;
 
 static thread_local long g_left = -1;
 static thread_local bool g_failed = false;
@@ -21,14 +27,22 @@ void* operator new(std::size_t size)
 {
     g_failed = g_failed || g_left == 0;
     if (g_left >= 0 && g_left-- == 0) throw std::bad_alloc();
-    if (void* block = std::malloc(size)) return block;
-    throw std::bad_alloc();
+    auto* const block = static_cast<char*>(std::malloc(kHead + size + sizeof kGuard));
+    if (block == nullptr) throw std::bad_alloc();
+    std::memcpy(block, &size, sizeof size);
+    std::memcpy(block + kHead + size, &kGuard, sizeof kGuard);
+    return block + kHead;
 }
-void operator delete(void* block) noexcept
+void operator delete(void* object) noexcept
 {
+    if (object == nullptr) return;
+    char* const block = static_cast<char*>(object) - kHead;
+    std::size_t size;
+    std::memcpy(&size, block, sizeof size);
+    if (std::memcmp(block + kHead + size, &kGuard, sizeof kGuard) != 0) std::abort();
     std::free(block);
 }
-void operator delete(void* block, std::size_t) noexcept
+void operator delete(void* object, std::size_t) noexcept
 {
-    std::free(block);
+    operator delete(object);
 }

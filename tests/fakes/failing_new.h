@@ -1,4 +1,5 @@
-/// @file failing_new.h  Lets an allocation of this thread fail; failing_new.cpp replaces operator new for it.
+/// @file failing_new.h  Lets an allocation of this thread fail, and ends the program that has written beyond one;
+/// failing_new.cpp replaces operator new for both.
 #ifndef FAILING_NEW_H
 #define FAILING_NEW_H
 

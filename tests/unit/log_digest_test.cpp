@@ -197,6 +197,12 @@ TEST(LogDigest, RangeMessagesOfAnySignals)
             const auto form = random.below(2) == 0 ? sky::kFullRange : sky::kCompressedRange;
             digest.values(feed(raw.get(), range_frame(signals, form).ms(ms))).bytes(raw.get(), offsetof(raw_t, nbyte));
         }
+        for (unsigned at = 0; at < 6 * 256; ++at) {   // every PRN of every system
+            const sky::range_t s = signal(at / 256, at / 256 == 3 ? 2 : 0, static_cast<int>(at % 256));
+            const auto form = at % 7 < 3 ? sky::kFullRange : sky::kCompressedRange;
+            feed(raw.get(), range_frame({s}, form).ms(600000000 + 1000 * at));
+            digest.values(raw->nobs, raw->obs[0].sat);
+        }
         expect_digest("signals_" + std::to_string(options), digest);
     }
 }

@@ -3,16 +3,9 @@
 #include <CPhgAdapter.h>
 #include <rtkcommon/thread_task.h>
 
-#include <cstdlib>
-#include <fstream>
 #include <iostream>
-#include <iterator>
 
-static std::string contents(const std::string& path)
-{
-    std::ifstream file(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
-}
+#include "support/temporary_folder.h"
 
 int main(int, char** argv)
 {
@@ -34,14 +27,14 @@ int main(int, char** argv)
         adapter.Stop();
     }
     bool good = unbound == -14 && frame.substr(16) == "123\x5E\x39\xBA\x91" &&
-                contents(folder + "/dump") == std::string("\xD4\xD2\xD3\x13\0\0\0\0\1\0\0\0\x96\x30\x07\x77\1", 17);
+                contents_of(folder + "/dump") == std::string("\xD4\xD2\xD3\x13\0\0\0\0\1\0\0\0\x96\x30\x07\x77\1", 17);
     for (const char* line :
          {"host|1|libapp/utils/src/CPhgAdapter|InitPhgDll|InitPhgDll. LOAD PHGLIB_KORVEX. PHGLIB_KORVEX: ",
           "host|2|libapp/utils/src/CPhgAdapter|InitPhgDll|PtrPhgLibSetImu: 0\n",
           "host|4|libapp/utils/src/CPhgAdapter|PtrPhgLibReset|libPhg not init\n",
           "host|2|libapp/utils/src/CPhgLog|openDump|open fusion log file: ",
           "host|2|libapp/utils/src/CPhgLog|closeDump|close fusion log file\n"})
-        good = good && contents(log).find(line) != std::string::npos;
-    std::cout << contents(log);
+        good = good && contents_of(log).find(line) != std::string::npos;
+    std::cout << contents_of(log);
     return good ? 0 : 1;
 }

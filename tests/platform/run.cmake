@@ -20,6 +20,6 @@ run(${CMAKE_COMMAND} -S ${SOURCE} -B ${BUILD}/build -G Ninja -DCMAKE_CXX_COMPILE
 run(${CMAKE_COMMAND} --build ${BUILD}/build --target rtk_utils --parallel 2)
 
 set(library ${BUILD}/build/libapp/utils)
-run(${CXX} ${flags} -I ${SOURCE}/libapp/utils/include ${here}/host.cpp -o ${BUILD}/host
+run(${CXX} ${flags} -I ${SOURCE}/libapp/utils/include -I ${SOURCE}/tests ${here}/host.cpp -o ${BUILD}/host
     -L ${library} -L ${root}/lib -lrtk_utils -lrtk_common -lkorvexlog -Wl,-rpath,${library}:${root}/lib)
 run(${BUILD}/host ${BUILD})

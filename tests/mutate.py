@@ -19,6 +19,7 @@ import subprocess
 import sys
 
 PARTS = {"library": "libapp/utils/src", "tool": "tools/kvx"}
+FIRST = {"library": "_test$", "tool": "kvx|dump"}   # the tests in which most mutants die
 SWAPS = {"<": "<=", "<=": "<", ">": ">=", ">=": ">", "==": "!=", "!=": "==", "&&": "||", "||": "&&", "+": "-", "-": "+",
          "*": "/", "/": "*", "<<": ">>", ">>": "<<", "+=": "-=", "-=": "+=", "true": "false", "false": "true"}
 OPERATOR = re.compile(r"(?<= )(<=?|>=?|==|!=|&&|\|\||\+=|-=|<<|>>|[-+*/])(?= )|\b(?:true|false)\b")
@@ -60,7 +61,7 @@ def fresh(tree, part, count, seed):
 class Bench:
     def __init__(self, tree, build):
         self.tree, self.build = tree, build
-        if self.run("ninja", "-C", build) != 0 or self.test() != "lived":
+        if self.run("ninja", "-C", build) != 0 or self.test("tool") != "lived":
             sys.exit("mutate: the tests must build and pass before anything is changed")
 
     def run(self, *command, limit=None):
@@ -72,10 +73,10 @@ class Bench:
                 os.killpg(process.pid, signal.SIGKILL)   # the test that does not end too
                 return -1
 
-    def test(self):
-        for choice in ("-R", "-E"):   # most mutants die in the unit tests
+    def test(self, part):
+        for choice in ("-R", "-E"):
             log = self.build / "mutant.log"
-            if self.run("ctest", "--test-dir", self.build, choice, "_test$", "-j2", "--stop-on-failure", "-O", log,
+            if self.run("ctest", "--test-dir", self.build, choice, FIRST[part], "-j2", "--stop-on-failure", "-O", log,
                         limit=LIMIT) != 0:
                 failed = re.findall(r"^\s+\d+ - (.+) \(", log.read_text(), re.M)
                 return f"died in {failed[0] if failed else 'a test'}"
@@ -96,7 +97,7 @@ class Bench:
                 return "does not build"
             if before and all(o.read_bytes() == was for o, was in before.items()):
                 return "same code"
-            return self.test()
+            return self.test(mutant["part"])
         finally:
             path.write_text(text)
 

@@ -2,8 +2,10 @@
 
 import os
 import pathlib
+import pty
 import re
 import resource
+import select
 import signal
 import subprocess
 import tempfile
@@ -124,6 +126,16 @@ class Convert(unittest.TestCase):
         partial, = self.out.glob("*_MO.rnx.partial")
         self.assertIn("TIME OF LAST OBS", partial.read_text())
         self.assertEqual([], list(self.out.glob(".*")))
+
+    def test_progress_on_a_terminal(self):
+        terminal, side_of_kvx = pty.openpty()
+        run = subprocess.Popen([KVX, "info", "-"], stdin=subprocess.PIPE, stdout=subprocess.DEVNULL, stderr=side_of_kvx)
+        log = self.log.read_bytes()
+        run.stdin.write(log)
+        while not select.select([terminal], [], [], 0.1)[0]:
+            run.stdin.write(log)
+        run.communicate(timeout=60)
+        self.assertRegex(os.read(terminal, 10000), rb"^(\rstandard input: \d+ MB)+\r\x1b\[K$")
 
     @forks
     def test_results_that_cannot_be_printed(self):

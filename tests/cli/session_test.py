@@ -78,8 +78,8 @@ convert log -o systems --systems RJS --nav-repeats
 convert day -o window --interval 3000 --start '2024-12-31 13:00:00' --end '2025-01-01 03:20:00' --nav-repeats
 convert log -o kv3 --receiver-type KV3A0 --receiver-kind 6 --no-signal-map --raw-prn
 convert log -o words --receiver-type other --name Base --marker 'Point 7' --marker-number 12 --observer Ada
-convert log -o antenna --marker 'A b' --agency Office --run-by me --antenna-type TYPE --antenna-delta 1.5,0.25,-0.125
-convert log -o receiver --receiver-number R9 --receiver-version 2.0 --antenna-number A1 --marker-type GEODYNAMIC
+convert log -o antenna --marker 'A b Point 17' --agency Office --run-by me --antenna-type TYPE --antenna-delta 1.5,0.25,-0.125
+convert log -o receiver --marker ABMF00GLP --receiver-number R9 --receiver-version 2.0 --antenna-number A1 --marker-type GEODYNAMIC
 convert leap -o changed
 convert noeph -o changed
 convert sbas0 -o changed

@@ -62,14 +62,6 @@ const operation_t kGpioOnce[] = {
     read_line("negative line", kChip, -1),
     read_line("of no chip", nullptr, 0),
     read_line("of a long path", kLongPath.c_str(), 0),
-    get_number(0),
-    get_number(31),
-    get_number(32),
-    get_number(-1),
-    get_number(-33),
-    get_number(INT_MAX),
-    get_number(INT_MIN),
-    set_by_sysfs(-5, 0),
 };
 
 // ---- I2C ----
@@ -163,6 +155,8 @@ TEST(Hardware, Gpio)
     std::string text;
     for (const operation_t& operation : kGpio) text += account_of_failures(operation);
     for (const operation_t& operation : kGpioOnce) text += plain_account(operation);
+    for (const int gpio : {0, 31, 32, -1, -33, INT_MAX, INT_MIN}) text += plain_account(get_number(gpio));
+    text += plain_account(set_by_sysfs(-5, 0));
     text += account_with(set_by_sysfs(37, 0), ", exported", [](FakeKernel& kernel) {
         kernel.paths = {{"/sys/class/gpio/gpio37", S_IFDIR}};
     });

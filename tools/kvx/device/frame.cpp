@@ -58,15 +58,14 @@ std::vector<unsigned char> payload_of(const frame_options_t& options)
 {
     if (options.hex) return from_hex(*options.hex);
     // As it stands: a payload may well look like a compressed file.
-    std::FILE* file = options.file == "-" ? stdin : std::fopen(options.file.c_str(), "rb");
+    const bool own = options.file != "-";
+    const std::unique_ptr<std::FILE, int (*)(std::FILE*)> opened(own ? std::fopen(options.file.c_str(), "rb") : nullptr,
+                                                                 std::fclose);
+    std::FILE* const file = own ? opened.get() : stdin;
     if (file == nullptr) throw system_error(options.file, "opening the payload");
     std::vector<unsigned char> bytes(kMaxPayload + 1);
     bytes.resize(std::fread(bytes.data(), 1, bytes.size(), file));
-    const bool failed = std::ferror(file) != 0;
-    const int reason = errno;
-    if (file != stdin) std::fclose(file);
-    errno = reason;
-    if (failed) throw system_error(options.file, "reading the payload");
+    if (std::ferror(file) != 0) throw system_error(options.file, "reading the payload");
     return bytes;
 }
 

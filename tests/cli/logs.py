@@ -3,7 +3,7 @@
 import zlib
 
 HEADER, CRC = 28, 4
-RANGE, ION_UTC, SBAS = 43, 8, 601
+RANGE, ION_UTC, SBAS, GALILEO = 43, 8, 601, 1122
 EPHEMERIDES = {7, 41, SBAS, 723, 1047, 1122, 1309, 1336, 1696}
 RECORD_BYTES = 44        # of message 43
 LEAP_SECONDS = 96        # offset in the body of message 8

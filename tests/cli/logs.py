@@ -81,6 +81,16 @@ def split_epochs(log):
     return out
 
 
+def with_echoes(log):
+    """Behind every range message the same one a millisecond later, its records in the other order: two epochs."""
+    out = b""
+    for message, frame in frames(log):
+        records = [frame[at : at + RECORD_BYTES] for at in range(HEADER + 4, len(frame) - CRC, RECORD_BYTES)]
+        late = frame[:16] + u32(int.from_bytes(frame[16:20], "little") + 1) + frame[20:]
+        out += frame + (with_body(late, frame[HEADER : HEADER + 4] + b"".join(records[::-1])) if message == RANGE else b"")
+    return out
+
+
 def frame(ident, payload, extra=0):
     """A device message."""
     head = b"\xAA\x44\xCC\x10" + u16(ident) + u16(extra) + u16(len(payload)) + bytes(6)

@@ -68,6 +68,7 @@ convert flip.gz -o bad
 convert again -o bad
 convert - -o stdin --name pipe < log
 convert split -o joined
+convert echoes -o joined
 convert log -o two --rinex 2.11
 show two/LOG000XXX_R_20240701200_02M_01S_MO.rnx
 show two/LOG000XXX_R_20240701200_02M_RN.rnx
@@ -149,7 +150,7 @@ def prepare(after):
         packed = gzip.compress(log, 0)   # with blocks that every version of zlib cuts alike
         made = {"log.gz": packed, "torn": b"rubbish" + log[:-7], "twice": fast * 2,
                 "gaps": logs.without_epochs(fast, lambda n: n in (3, 10, 11, 20) or 30 < n < 41),
-                "split": logs.split_epochs(log), "leap": logs.with_leap_seconds(log, 16),
+                "split": logs.split_epochs(log), "echoes": logs.with_echoes(fast), "leap": logs.with_leap_seconds(log, 16),
                 "noeph": logs.without_ephemerides(log), "sbas0": logs.with_sbas_index(log, 0),
                 "nothing": bytes(range(256)) * 100, "empty": b"", "text": b"not a library", "noise": log[:40] + log[41:60],
                 "other": logs.only(log, 1999), "bad.gz": packed[:90000], "flip.gz": packed[:70000] + b"?" + packed[70001:],

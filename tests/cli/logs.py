@@ -52,6 +52,10 @@ def with_sbas_index(log, index):
     return changed(log, SBAS, 0, bytes([index]))
 
 
+def with_sick_galileo(log):
+    return changed(log, GALILEO, 12, b"\1\2\3\1\0\1")   # health and validity
+
+
 def without_ephemerides(log):
     return b"".join(frame for message, frame in frames(log) if message not in EPHEMERIDES)
 

@@ -154,7 +154,7 @@ def prepare(after):
                 "noeph": logs.without_ephemerides(log), "sbas0": logs.with_sbas_index(log, 0),
                 "nothing": bytes(range(256)) * 100, "empty": b"", "text": b"not a library", "noise": log[:40] + log[41:60],
                 "other": logs.only(log, 1999), "bad.gz": packed[:90000], "flip.gz": packed[:70000] + b"?" + packed[70001:],
-                "again": log + day + log, "sick": log + logs.changed(log, logs.GALILEO, 12, b"\1\2\3\1\0\1"),
+                "again": log + day + log, "sick": log + logs.with_sick_galileo(logs.changed(log, logs.SBAS, 3, bytes(2))),
                 "dump": logs.DUMP, "dump.gz": gzip.compress(logs.DUMP, 0), "broken": logs.BROKEN_DUMP,
                 "frames": (logs.frame(1, b"one") + b"junk" + logs.frame(2, b"")) * 3}
         for name, data in made.items():

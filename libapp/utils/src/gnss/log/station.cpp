@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <string_view>
 
 #include "gnss/foundation/numbers.h"
 #include "gnss/log/frame.h"
@@ -101,10 +102,10 @@ constexpr double kDegree = 3.1415926535897932 / 180.0;   // rad
 
 // Leaves room for the NUL.
 template <std::size_t N>
-void put_text(char (&to)[N], const char* from, std::size_t n)
+void put_text(char (&to)[N], std::string_view text)
 {
     std::memset(to, 0, N);
-    std::memcpy(to, from, std::min(n, N - 1));
+    text.copy(to, N - 1);
 }
 
 struct antenna_name_t {
@@ -139,9 +140,9 @@ int decode_ion_utc(raw_t* raw, const std::uint8_t* body)
 int decode_version(raw_t* raw, const std::uint8_t* body)
 {
     const version_t sent = read_version(body);
-    put_text(raw->rcv_text[1], sent.text1, sizeof sent.text1);
-    put_text(raw->rcv_text[2], sent.text2, sizeof sent.text2);
-    put_text(raw->rcv_text[3], sent.text3, sizeof sent.text3);
+    put_text(raw->rcv_text[1], {sent.text1, sizeof sent.text1});
+    put_text(raw->rcv_text[2], {sent.text2, sizeof sent.text2});
+    put_text(raw->rcv_text[3], {sent.text3, sizeof sent.text3});
     return DECODE_STATION;
 }
 
@@ -175,7 +176,7 @@ int decode_antenna(raw_t* raw, const std::uint8_t* body)
 {
     const antenna_t sent = read_antenna(body);
     const char* name = antenna_name(sent.type);
-    put_text(raw->ant_type, name, std::strlen(name));
+    put_text(raw->ant_type, name);
     raw->ant_word1 = sent.words[0];
     raw->ant_word2 = sent.words[1];
     return DECODE_STATION;

@@ -32,13 +32,14 @@ simulate -o fast --duration 12 --rate 5 --systems GEC --elevation-mask 30 --ephe
 simulate -o - --duration 1 --rate 20
 simulate -o day --duration 86400 --rate 0.001 --start '2024-12-31 12:00:00'
 simulate -o damaged --duration 60 --damage 30 --seed 2
+simulate -o few --duration 2 --systems GES --elevation-mask 40
 simulate -o x --rate 21
 simulate -o missing/x
 simulate -o x --position 91,0,0
 simulate -o x --start 2009-01-01
 info log
 info log --json
-info damaged day torn gaps twice log.gz
+info damaged few day torn gaps twice log.gz
 info damaged --json
 info nothing
 info log missing
@@ -170,10 +171,13 @@ def shown(data):
     return f"{start}({len(data)} bytes, {zlib.crc32(data):08x})\n"
 
 
+def undated(path):
+    """A file without the date of its making."""
+    return re.sub(rb"(?m)^(.{40}).*(PGM / RUN BY / DATE)", rb"\1\2", path.read_bytes())
+
+
 def header(name):
-    lines = pathlib.Path(name).read_text().splitlines(True)
-    end = next(number for number, line in enumerate(lines) if "END OF HEADER" in line)
-    return f"$ head {name}\n" + "".join(line for line in lines[: end + 1] if "PGM / RUN BY / DATE" not in line)
+    return f"$ head {name}\n" + re.match(r"(?s).*END OF HEADER *\n", undated(pathlib.Path(name)).decode())[0]
 
 
 def state_of(path, known):
@@ -181,7 +185,7 @@ def state_of(path, known):
     written = path.stat().st_mtime_ns
     if str(path) in known and known[str(path)][0] == written:
         return known[str(path)]
-    data = b"".join(line for line in path.read_bytes().splitlines(True) if b"PGM / RUN BY / DATE" not in line)
+    data = undated(path)
     return written, f"{len(data)} {zlib.crc32(data):08x}"
 
 

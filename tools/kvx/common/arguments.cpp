@@ -14,7 +14,7 @@ CLI::Validator within(double low, double high)
                    ? std::string()
                    : "'" + text + "' is not a number from " + kvx::text("%g", low) + " to " + kvx::text("%g", high);
     };
-    return {check, kvx::text("FLOAT in [%g - %g]", low, high)};
+    return {check, kvx::text("in [%g - %g]", low, high)};
 }
 
 CLI::Validator system_letters()

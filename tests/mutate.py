@@ -61,7 +61,7 @@ def fresh(tree, part, count, seed):
 class Bench:
     def __init__(self, tree, build):
         self.tree, self.build = tree, build
-        if self.run("ninja", "-C", build) != 0 or self.test("tool") != "lived":
+        if self.run("ninja", "-C", build) != 0 or self.test("tool", None) != "lived":
             sys.exit("mutate: the tests must build and pass before anything is changed")
 
     def run(self, *command, limit=None):
@@ -73,11 +73,11 @@ class Bench:
                 os.killpg(process.pid, signal.SIGKILL)   # the test that does not end too
                 return -1
 
-    def test(self, part):
+    def test(self, part, limit=LIMIT):
         for choice in ("-R", "-E"):
             log = self.build / "mutant.log"
             if self.run("ctest", "--test-dir", self.build, choice, FIRST[part], "-j2", "--stop-on-failure", "-O", log,
-                        limit=LIMIT) != 0:
+                        limit=limit) != 0:
                 failed = re.findall(r"^\s+\d+ - (.+) \(", log.read_text(), re.M)
                 return f"died in {failed[0] if failed else 'a test'}"
         return "lived"

@@ -135,7 +135,10 @@ class Convert(unittest.TestCase):
         while not select.select([terminal], [], [], 0.1)[0]:
             run.stdin.write(log)
         run.communicate(timeout=60)
-        self.assertRegex(os.read(terminal, 10000), rb"^(\rstandard input: \d+ MB)+\r\x1b\[K$")
+        shown = b""
+        while not shown.endswith(b"K") and select.select([terminal], [], [], 10)[0]:
+            shown += os.read(terminal, 1000)
+        self.assertRegex(shown, rb"^(\rstandard input: \d+ MB)+\r\x1b\[K$")
 
     @forks
     def test_results_that_cannot_be_printed(self):

@@ -48,10 +48,6 @@ def with_leap_seconds(log, leaps):
     return changed(log, ION_UTC, LEAP_SECONDS, u16(leaps))
 
 
-def with_sbas_index(log, index):
-    return changed(log, SBAS, 0, bytes([index]))
-
-
 def with_sick_galileo(log):
     return changed(log, GALILEO, 12, b"\1\2\3\1\0\1")   # health and validity
 

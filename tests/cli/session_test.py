@@ -152,7 +152,7 @@ def prepare(after):
         made = {"log.gz": packed, "torn": b"rubbish" + log[:-7], "twice": fast * 2,
                 "gaps": logs.without_epochs(fast, lambda n: n in (3, 10, 11, 20) or 30 < n < 41),
                 "split": logs.split_epochs(log), "echoes": logs.with_echoes(fast), "leap": logs.with_leap_seconds(log, 16),
-                "noeph": logs.without_ephemerides(log), "sbas0": logs.with_sbas_index(log, 0),
+                "noeph": logs.without_ephemerides(log), "sbas0": logs.changed(log, logs.SBAS, 0, b"\0"),
                 "nothing": bytes(range(256)) * 100, "empty": b"", "text": b"not a library", "noise": log[:40] + log[41:60],
                 "other": logs.only(log, 1999), "bad.gz": packed[:90000], "flip.gz": packed[:70000] + b"?" + packed[70001:],
                 "again": log + day + log, "sick": log + logs.with_sick_galileo(logs.changed(log, logs.SBAS, 3, bytes(2))),

@@ -119,6 +119,8 @@ class Convert(unittest.TestCase):
         run.stdin.flush()
         while not (self.out.exists() and any(f.stat().st_size > 0 for f in self.out.glob(".kvx-*"))):
             self.assertIsNone(run.poll())
+        while pathlib.Path(f"/proc/{run.pid}/stat").read_text().rsplit(") ")[1][0] != "S":
+            pass   # until it waits for more
         run.send_signal(signal.SIGINT)
         _, errors = run.communicate(timeout=60)
         self.assertEqual(FAILED, run.returncode)

@@ -6,7 +6,6 @@ HEADER, CRC = 28, 4
 RANGE, ION_UTC, SBAS, GALILEO = 43, 8, 601, 1122
 EPHEMERIDES = {7, 41, SBAS, 723, 1047, 1122, 1309, 1336, 1696}
 RECORD_BYTES = 44        # of message 43
-LEAP_SECONDS = 96        # offset in the body of message 8
 
 
 def u16(n):
@@ -42,10 +41,6 @@ def changed(log, message, offset, value):
         body = frame[HEADER:-CRC]
         out += with_body(frame, body[:offset] + value + body[offset + len(value) :]) if number == message else frame
     return out
-
-
-def with_leap_seconds(log, leaps):
-    return changed(log, ION_UTC, LEAP_SECONDS, u16(leaps))
 
 
 def with_sick_galileo(log):

@@ -123,6 +123,7 @@ frame pack --id 65536
 frame pack --id 1 --hex 0g
 frame pack --id 1 --hex 012
 frame pack --id 1 log
+frame pack --id 3 -o longest brim
 frame pack --id 1 -o text/out text
 frame parse --hex 00 text
 gpio
@@ -151,9 +152,9 @@ def prepare(after):
         packed = gzip.compress(log, 0)   # with blocks that every version of zlib cuts alike
         made = {"log.gz": packed, "torn": b"rubbish" + log[:-7], "twice": fast * 2,
                 "gaps": logs.without_epochs(fast, lambda n: n in (3, 10, 11, 20) or 30 < n < 41),
-                "split": logs.split_epochs(log), "echoes": logs.with_echoes(fast), "leap": logs.with_leap_seconds(log, 16),
+                "split": logs.split_epochs(log), "echoes": logs.with_echoes(fast), "leap": logs.changed(log, logs.ION_UTC, 96, b"\x10\0"),
                 "noeph": logs.without_ephemerides(log), "sbas0": logs.changed(log, logs.SBAS, 0, b"\0"),
-                "nothing": bytes(range(256)) * 100, "empty": b"", "text": b"not a library", "noise": log[:40] + log[41:60],
+                "nothing": bytes(range(256)) * 100, "empty": b"", "brim": log[:65535], "text": b"not a library", "noise": log[:40] + log[41:60],
                 "other": logs.only(log, 1999), "bad.gz": packed[:90000], "flip.gz": packed[:70000] + b"?" + packed[70001:],
                 "again": log + day + log, "sick": log + logs.with_sick_galileo(logs.changed(log, logs.SBAS, 3, bytes(2))),
                 "dump": logs.DUMP, "dump.gz": gzip.compress(logs.DUMP, 0), "broken": logs.BROKEN_DUMP,

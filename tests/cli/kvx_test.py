@@ -127,6 +127,7 @@ class Convert(unittest.TestCase):
         self.assertIn(b"interrupted", errors)
         partial, = self.out.glob("*_MO.rnx.partial")
         self.assertIn("TIME OF LAST OBS", partial.read_text())
+        self.assertGreater(partial.read_text().count("\n> "), 220)   # of 300: all that came
         self.assertEqual([], list(self.out.glob(".*")))
 
     def test_progress_on_a_terminal(self):

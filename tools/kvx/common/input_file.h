@@ -19,7 +19,8 @@ public:
     input_file_t(const input_file_t&) = delete;
     input_file_t& operator=(const input_file_t&) = delete;
 
-    /// Up to n bytes; fewer only at the end of the file, 0 behind it.
+    /// Up to n bytes; fewer only at the end of the file, 0 behind it. An interrupt is such an end: what has been read
+    /// by then is still given.
     /// @throws error_t when reading fails
     std::size_t read(std::uint8_t* to, std::size_t n);
 
@@ -31,8 +32,12 @@ public:
     std::uint64_t position_on_disk() const;                ///< bytes of it used up
 
 private:
+    std::size_t read_plain(std::uint8_t* to, std::size_t n);
+
     std::string name_;
+    int fd_ = -1;   // that of file_
     gzFile_s* file_;
+    bool begun_ = false, plain_ = false;
     std::uint64_t size_ = 0;
     std::string damage_;
 };

@@ -62,7 +62,7 @@ private:
     {
         progress_t progress(source_.name(), source_.size_on_disk());
         frame_t frame{};
-        while (!interrupted() && reader_.next(frame)) {
+        while (reader_.next(frame)) {
             if (frame.result == DECODE_EPH && !navigation_.add(*raw_)) frame.result = DECODE_NOTHING;   // repeated
             summary_.count(frame);
             on_frame(frame);

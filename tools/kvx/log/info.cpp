@@ -30,7 +30,7 @@ int describe(const std::string& log, bool json)
     {
         progress_t progress(source.name(), source.size_on_disk());
         frame_t frame{};
-        while (!interrupted() && reader.next(frame)) {
+        while (reader.next(frame)) {
             summary.count(frame);
             if (frame.result == DECODE_OBS) epochs.add(*raw);
             progress.at(source.size_on_disk() > 0 ? source.position_on_disk() : reader.bytes());

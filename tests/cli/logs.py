@@ -44,7 +44,7 @@ def changed(log, message, offset, value):
 
 
 def with_sick_galileo(log):
-    return changed(log, GALILEO, 12, b"\1\2\3\1\0\1")   # health and validity
+    return changed(log, GALILEO, 12, b"\1\2\3")   # E1B, E5a, E5b
 
 
 def without_ephemerides(log):

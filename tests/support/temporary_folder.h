@@ -10,7 +10,10 @@
 
 class TemporaryFolder {
 public:
-    TemporaryFolder() { mkdtemp(m_path.data()); }
+    TemporaryFolder()
+    {
+        if (mkdtemp(m_path.data()) == nullptr) std::abort();
+    }
     ~TemporaryFolder() { std::filesystem::remove_all(m_path); }
     TemporaryFolder(const TemporaryFolder&) = delete;
     TemporaryFolder& operator=(const TemporaryFolder&) = delete;

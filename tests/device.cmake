@@ -9,7 +9,6 @@ rtk_add_test(CPhgLog_test SOURCES unit/CPhgLog_test.cpp fakes/failing_new.cpp LI
 function(fake_vision name)
   add_library(${name} MODULE fakes/fake_vision.cpp)
   target_include_directories(${name} PRIVATE ${vision_headers} ${PROJECT_SOURCE_DIR}/libapp/utils/include ${PROJECT_SOURCE_DIR}/libapp/utils/src)
-  target_compile_options(${name} PRIVATE -fno-gnu-unique)
   if(ARGN)
     target_link_options(${name} PRIVATE LINKER:--version-script=${CMAKE_CURRENT_SOURCE_DIR}/fakes/${ARGN})
     set_target_properties(${name} PROPERTIES LINK_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/fakes/${ARGN})

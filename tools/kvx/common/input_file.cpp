@@ -67,7 +67,7 @@ std::size_t input_file_t::read(std::uint8_t* to, std::size_t n)
 std::size_t input_file_t::read_plain(std::uint8_t* to, std::size_t n)
 {
     std::size_t done = 0;
-    while (done < n) {
+    while (done < n && !interrupted()) {
         const ssize_t got = ::read(fd_, to + done, n - done);
         if (got < 0 && errno != EINTR) throw system_error(name_, "reading");
         if (got <= 0) break;   // the end, or the end by request

@@ -135,9 +135,8 @@ int replay_dump(const std::string& path, const std::string& library, double rate
         ++(result == phg::kNotBound ? unbound : result < 0 ? refused : taken);
     });
     std::printf(
-        "%s: %llu records replayed, %llu refused by the library, %llu not taken by an entry point, %llu no inputs of "
-        "it, "
-        "%llu bytes skipped\n",
+        "%s: %llu records replayed, %llu refused by the library, %llu not taken by an entry point, "
+        "%llu no inputs of it, %llu bytes skipped\n",
         path.c_str(), static_cast<unsigned long long>(taken), static_cast<unsigned long long>(refused),
         static_cast<unsigned long long>(unbound), static_cast<unsigned long long>(no_inputs),
         static_cast<unsigned long long>(totals.damage.bytes));

@@ -17,12 +17,11 @@ namespace rinex {
 struct nav_system_t {
     char letter;
     bool (*is_rinex3)(int version);
-    int rinex2_indent;   // blanks before the numbers of a RINEX 2.11 continuation line
+    int rinex2_indent;   // blanks before the numbers of a RINEX 2.11 continuation line. Deliberate: QZSS as in RINEX 3.
 };
 
 inline constexpr nav_system_t kNavGps = {system_of(SYS_GPS).letter, records_are_rinex3, 3};
-inline constexpr nav_system_t kNavQzs = {system_of(SYS_QZS).letter, late_records_are_rinex3,
-                                         4};   // Deliberate: indented as in RINEX 3.
+inline constexpr nav_system_t kNavQzs = {system_of(SYS_QZS).letter, late_records_are_rinex3, 4};
 inline constexpr nav_system_t kNavGlo = {system_of(SYS_GLO).letter, records_are_rinex3, 3};
 inline constexpr nav_system_t kNavSbs = {system_of(SYS_SBS).letter, late_records_are_rinex3, 3};
 inline constexpr nav_system_t kNavBds = {system_of(SYS_BDS).letter, records_are_rinex3, 3};

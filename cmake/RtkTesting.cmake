@@ -5,7 +5,7 @@
 function(rtk_add_test name)
   cmake_parse_arguments(ARG "" "" "SOURCES;LIBS;WRAP;LABELS" ${ARGN})
   add_executable(${name} ${ARG_SOURCES})
-  target_link_libraries(${name} PRIVATE rtk_utils_objects ${ARG_LIBS} GTest::gmock GTest::gtest GTest::gtest_main)
+  target_link_libraries(${name} PRIVATE rtk_utils_objects rtk_gnss_readers ${ARG_LIBS} GTest::gmock GTest::gtest GTest::gtest_main)
   target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR}/tests ${PROJECT_SOURCE_DIR}/libapp/utils/src)
   target_compile_options(${name} PRIVATE -Wno-dangling-else)   # an ASSERT_ after an if is meant as it stands
   target_compile_definitions(${name} PRIVATE RTK_UTILS_TEST_DATA="${PROJECT_SOURCE_DIR}/tests/data")

@@ -1,8 +1,6 @@
 #include "common/systems.h"
 
-#include <algorithm>
-
-#include "common/text_format.h"
+#include "gnss/foundation/satellites.h"
 
 namespace kvx {
 
@@ -10,20 +8,18 @@ int systems_of(const std::string& letters)
 {
     int systems = 0;
     for (const char letter : letters) {
-        const auto* s = std::find_if(kSystems.begin(), kSystems.end(),
-                                     [letter](const system_name_t& name) { return name.letter() == letter; });
-        if (s == kSystems.end()) return 0;
-        systems |= s->sys;
+        const int constellation = rinex::constellation_of(letter);
+        if (constellation < 0) return 0;
+        systems |= rinex::kConstellations[constellation].sys;
     }
     return systems;
 }
 
-std::string satellite_name(int sat)
+rinex::satellite_t satellite_of_record(int sat)
 {
-    int prn = 0;
-    const system_t& s = system_of(satsys(sat, &prn));
-    if (s.sys == SYS_NONE) return "?" + std::to_string(sat);
-    return text("%c%02d", s.letter, prn + s.rinex_before);
+    int number = 0;
+    const system_t& system = system_of(satsys(sat, &number));
+    return rinex::satellite_of(rinex::constellation_of_sys(system.sys), number + system.rinex_before);
 }
 
 }   // namespace kvx

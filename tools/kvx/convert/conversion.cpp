@@ -1,59 +1,61 @@
 #include "convert/conversion.h"
 
+#include <array>
+#include <cstring>
 #include <memory>
 
-#include "common/command.h"
 #include "common/error.h"
 #include "common/interrupt.h"
-#include "common/output_file.h"
 #include "common/progress.h"
-#include "convert/navigation_files.h"
-#include "convert/observation_file.h"
-#include "log/epoch_collector.h"
+#include "convert/file_names.h"
+#include "convert/navigation_output.h"
+#include "convert/observation_output.h"
+#include "convert/position_list.h"
+#include "convert/selection.h"
+#include "gnss/log/frame.h"
+#include "host/host_conversion.h"
 #include "log/log_reader.h"
-#include "log/summary.h"
+#include "rinex/dates.h"
+#include "rinex/ranges.h"
 
 namespace kvx {
 
 namespace {
 
-constexpr unsigned short kUsualLeaps = 18;
+constexpr std::int64_t kWeekMs = 604800000;
 
 class conversion_t {
 public:
     conversion_t(const convert_options_t& options, const std::string& log)
         : options_(options),
           source_(log),
-          raw_(std::make_unique<raw_t>()),
-          reader_(source_, *raw_),
-          observations_(options, log_stem(log)),
-          navigation_(options),
-          epochs_([this](raw_t& epoch) { on_epoch(epoch); })
+          frame_(std::make_unique<raw_t>()),
+          reader_(source_, *frame_, false),
+          selection_(options),
+          station_(options),
+          ranges_(options.names, ledger_, [this](auto& epoch) { on_epoch(epoch); }),
+          thinning_(options.interval, options.anchor_first,
+                    [this](auto& epoch, bool kept) { on_released(epoch, kept); }),
+          observations_(options, station_.facts(), ranges_.channels(), ledger_),
+          navigation_(options, selection_),
+          positions_(options)
     {
-        Initial_raw(raw_.get(), 0);
-        raw_->opt_nosigmap = options.no_signal_map;
-        raw_->opt_rawprn = options.raw_prn;
-        g_curleap = kUsualLeaps;   // what another log has told is no concern of this one
-        station_.facts.marker_type = options.marker_type;
-        station_.facts.run_by = options.run_by;
+        Initial_raw(frame_.get(), 0);
     }
 
     summary_t run()
     {
         read_log();
         if (!observations_.exists() && interrupted()) throw error_t(source_.name(), "interrupted", "before any epoch");
-        if (!observations_.exists()) {
+        if (!observations_.exists())
             throw error_t(source_.name(), "no usable epoch, no file written", summary_.why_no_epoch());
-        }
         outcome_t& outcome = summary_.outcome.emplace();
         outcome.epochs_written = observations_.epochs().epochs;
-        outcome.left_out = observations_.left_out();
-        outcome.out_of_order = observations_.out_of_order();
+        outcome.out_of_order = out_of_order_;
         if (options_.navigation() != "none") outcome.navigation = navigation_.count();
+        outcome.signals = signal_counts(options_.names, ledger_);
         outcome.files = publish();
-        if (interrupted()) {
-            throw error_t(source_.name(), "interrupted", "what was read is in " + outcome.files.front());
-        }
+        if (interrupted()) throw error_t(source_.name(), "interrupted", "what was read is in " + outcome.files.front());
         return std::move(summary_);
     }
 
@@ -63,97 +65,113 @@ private:
         progress_t progress(source_.name(), source_.size_on_disk());
         frame_t frame{};
         while (reader_.next(frame)) {
-            if (frame.result == DECODE_EPH && !navigation_.add(*raw_)) frame.result = DECODE_NOTHING;   // repeated
+            if (frame.checksum_ok) frame.result = take(frame.id);
+            if (frame.checksum_ok && frame.result == DECODE_REFUSED) reader_.refuse();
             summary_.count(frame);
-            on_frame(frame);
             progress.at(source_.size_on_disk() > 0 ? source_.position_on_disk() : reader_.bytes());
         }
-        epochs_.flush();
+        ranges_.flush();
+        thinning_.flush();
+        for (int place = 0; place < rinex::kSatellites; ++place) {
+            const std::uint64_t epochs = satellite_epochs_[static_cast<std::size_t>(place)];
+            if (epochs > 0) summary_.satellites[rinex::satellite_at(place)].epochs = epochs;
+        }
         summary_.finish(reader_, source_);
     }
 
-    void on_frame(const frame_t& frame)
+    int take(int id)
     {
-        switch (frame.result) {
-            case DECODE_OBS:
-                note_glonass(frame.id);
-                epochs_.add(*raw_);
-                break;
-            case DECODE_MARK:
-                observations_.add_mark(*raw_, epochs_.pending());
-                break;
-            case DECODE_STOP_AND_GO:
-                observations_.add_stop_and_go(*raw_, epochs_.pending());
-                break;
-            case DECODE_STATION:
-                note_station(frame.id);
-                break;
-            default:
-                break;
+        const korvex::header_t header = korvex::read_header(frame_->buff);
+        const bool range = id == MSG_RANGE || id == MSG_RANGE_COMPRESSED;
+        if (header.time_status == korvex::kTimeUnknown || header.week == korvex::kWeekUnknown) return DECODE_NOTHING;
+        if (header.format != korvex::kBinary || (header.week == 0 && range)) return DECODE_NOTHING;
+        const std::int64_t time = header.week * kWeekMs + header.ms;
+        const std::uint8_t* const body = frame_->buff + korvex::kHeaderSize;
+        if (range)
+            return ranges_.add(time, body, header.body_size, id == MSG_RANGE_COMPRESSED) ? DECODE_OBS : DECODE_REFUSED;
+        const int result = navigation_.take(id, time, body, header.body_size);
+        return result != DECODE_NOTHING ? result : take_station(id, time, body, header.body_size);
+    }
+
+    int take_station(int id, std::int64_t time, const std::uint8_t* body, int size)
+    {
+        const int result = station_.take(id, time, body, size);
+        if (station_.fix()) positions_.add(*station_.fix());
+        if (station_.event() && selection_.in_window(station_.event()->ticks)) {
+            const bool behind = ranges_.pending() && ranges_.time() * rinex::kTicksPerMs == station_.event()->ticks;
+            observations_.add(*station_.event(), behind);
         }
+        return result;
     }
 
-    void on_epoch(raw_t& epoch)
+    void count(const rinex::epoch_t& epoch, rinex::fate_t fate)
     {
-        summary_.count_epoch(epoch);
-        observations_.add_epoch(epoch);
+        epoch.each([&](int place, int signal) { ledger_.add(epoch.at(place, signal).tracking_key, fate); });
     }
 
-    void note_station(int id)
+    void on_epoch(std::unique_ptr<rinex::epoch_t>& epoch)
     {
-        if (id == MSG_POSITION || id == MSG_ECEF_POSITION) list_position();
-        if (id == MSG_ANTENNA) station_.has_antenna = true;
-    }
-
-    void list_position()
-    {
-        if (!options_.position_listing) return;
-        if (positions_ == nullptr) positions_ = std::make_unique<output_file_t>(options_.folder);
-        WriteBestxyzFile(positions_->stream(), raw_.get());
-    }
-
-    // Only the plain range message tells channels by itself; otherwise they come with the ephemerides.
-    void note_glonass(int id)
-    {
-        for (int i = 0; i < raw_->nobs; ++i) {
-            int slot = 0;
-            if (satsys(raw_->obs[i].sat, &slot) != SYS_GLO) continue;
-            const geph_t& eph = raw_->geph[slot - 1];
-            station_.facts.glonass_seen[slot - 1] = true;
-            if (eph.sat != 0 || id == MSG_RANGE) station_.facts.glonass_channels[slot - 1] = eph.frq;
+        summary_.epochs.add(static_cast<double>(epoch->time) / 1000.0);
+        epoch->satellites.each([this](int place) { ++satellite_epochs_[static_cast<std::size_t>(place)]; });
+        if (epoch->time <= last_) {   // a file's epochs follow each other
+            ++out_of_order_;
+            return count(*epoch, rinex::fate_t::out_of_order);
         }
+        last_ = epoch->time;
+        thinning_.add(epoch);
+    }
+
+    void on_released(rinex::epoch_t& epoch, bool kept)
+    {
+        const bool inside = selection_.in_window(epoch.time * rinex::kTicksPerMs);
+        if (inside && kept) {
+            selection_.apply(epoch, ledger_);
+            if (const auto leaps = navigation_.leap_seconds()) station_.take_leap_seconds(*leaps);
+            return observations_.add(epoch);
+        }
+        observations_.follow(epoch);
+        count(epoch, inside ? rinex::fate_t::off_grid : rinex::fate_t::outside);
     }
 
     std::vector<std::string> publish()
     {
-        const std::string marker = options_.marker.empty() ? log_stem(source_.name()) : options_.marker;
-        std::string stem = options_.name.empty() ? rinex_stem(marker, observations_.coverage(), true) : options_.name;
-        const std::string navigation_stem =
-            options_.name.empty() ? rinex_stem(marker, observations_.coverage(), false) : options_.name;
+        const epoch_count_t& epochs = observations_.epochs();
+        const double interval = options_.interval > 0.0 ? options_.interval : epochs.steps.usual();
+        const file_names_t names(options_.version(), options_.marker, options_.country, options_.name,
+                                 {epochs.first, epochs.last, interval});
         const std::string partial = interrupted() ? ".partial" : "";
-        std::vector<std::string> files;
-        files.push_back(observations_.finish(*raw_, station_, stem + "_MO.rnx" + partial));
-        for (const std::string& path : navigation_.finish(*raw_, navigation_stem, partial)) files.push_back(path);
-        if (positions_ != nullptr) files.push_back(positions_->publish(stem + ".xyz" + partial));
+        if (const auto leaps = navigation_.leap_seconds()) station_.take_leap_seconds(*leaps);
+        std::vector<std::string> files = {observations_.finish(names.observations() + partial)};
+        const auto navigation = navigation_.finish(station_.facts(), epochs.first,
+                                                   [&](char letter) { return names.navigation(letter) + partial; });
+        files.insert(files.end(), navigation.begin(), navigation.end());
+        if (positions_.exists()) files.push_back(positions_.finish(names.positions() + partial));
         return files;
     }
 
     const convert_options_t& options_;
     input_file_t source_;
-    std::unique_ptr<raw_t> raw_;
+    std::unique_ptr<raw_t> frame_;   // the framing keeps the frame in hand there
     log_reader_t reader_;
     summary_t summary_;
-    station_t station_;
-    observation_file_t observations_;
-    navigation_files_t navigation_;
-    std::unique_ptr<output_file_t> positions_;
-    epoch_collector_t epochs_;
+    rinex::ledger_t ledger_;
+    selection_t selection_;
+    station_messages_t station_;
+    rinex::range_collector_t ranges_;
+    thinning_t thinning_;
+    observation_output_t observations_;
+    navigation_output_t navigation_;
+    position_list_t positions_;
+    std::array<std::uint64_t, rinex::kSatellites> satellite_epochs_{};
+    std::int64_t last_ = -1;   // epoch, ms
+    std::uint64_t out_of_order_ = 0;
 };
 
 }   // namespace
 
 summary_t convert_log(const convert_options_t& options, const std::string& log)
 {
+    if (options.as_host) return convert_log_as_host(options, log);
     return conversion_t(options, log).run();
 }
 

@@ -13,6 +13,7 @@
 #include "common/output_file.h"
 #include "convert/conversion.h"
 #include "convert/convert_options.h"
+#include "host/host_options.h"
 
 namespace kvx {
 
@@ -87,14 +88,29 @@ private:
     int code_ = kDone;
 };
 
-int run(const convert_options_t& options)
+void warn(const convert_options_t& o)
 {
-    if (header_and_records_disagree(options)) {
+    if (o.as_host && header_and_records_disagree(o)) {
         std::fprintf(stderr,
                      "kvx: warning: receiver type \"%s\" with kind %d: header and records choose their "
                      "observation types by different rules; use a type with KV3A0 or KV4A0 and a kind other than 1\n",
-                     options.receiver_type.c_str(), options.receiver_kind);
+                     o.receiver_type.c_str(), o.receiver_kind);
     }
+    if (!o.as_host && o.marker.empty()) {
+        std::fputs("kvx: warning: nothing names the site: marker UNKNOWN, files of site XXXX; name it with --marker\n",
+                   stderr);
+    }
+    if (!o.as_host && o.version() < 300 && o.nav == "split") {
+        std::fputs(
+            "kvx: warning: RINEX 2.11 knows navigation files of GPS, GLONASS and SBAS; those of other systems are "
+            "written in the form of the GPS files, and few programs read them\n",
+            stderr);
+    }
+}
+
+int run(const convert_options_t& options)
+{
+    warn(options);
     make_folder(options.folder);
     catch_interrupts();
     if (options.logs.size() == 1) return convert_one(options, options.logs.front());

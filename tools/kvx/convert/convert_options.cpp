@@ -1,48 +1,26 @@
 #include "convert/convert_options.h"
 
 #include <algorithm>
-#include <cmath>
-#include <cstring>
 
 #include "common/arguments.h"
+#include "common/ascii.h"
 #include "common/gps_time.h"
 #include "common/systems.h"
-#include "common/text_format.h"
 #include "gnss/foundation/time_scales.h"
 #include "gnss/rinex/options.h"
-#include "gnss/rinex/version.h"
 
 namespace kvx {
 
 namespace {
 
-template <std::size_t N>
-void set_text(char (&field)[N], const std::string& text)
-{
-    std::memset(field, 0, N);
-    std::memcpy(field, text.data(), std::min(text.size(), N - 1));
-}
-
-// Antenna type and radome in the 16 + 4 columns of the International GNSS Service.
-std::string antenna_with_radome(const std::string& type)
-{
-    if (type.size() > 16) return type;
-    std::string padded = type;
-    padded.resize(16, ' ');
-    return padded + "NONE";
-}
+// "3" and "4" are the newest of theirs.
+const std::map<std::string, std::string> kVersions = {{"2", "2.11"}, {"3", "3.05"}, {"4", "4.02"}};
+const std::vector<std::string> kOwnVersions = {"2.11", "3.04", "3.05", "4.02"};
+const std::vector<std::string> kHostVersions = {"2.11", "3.02", "3.03", "3.04"};
 
 std::string check_time(const std::string& text)
 {
     return parse_gps_time(text) ? "" : "'" + text + "' is not a GPS time such as 2024-03-10 12:00:00";
-}
-
-// "2.11", "3.02", ...
-std::vector<std::string> version_names()
-{
-    std::vector<std::string> names;
-    for (const int version : rinex::kVersions) names.push_back(text("%d.%02d", version / 100, version % 100));
-    return names;
 }
 
 void add_time(CLI::App& app, const std::string& name, std::optional<double>& value, const std::string& help)
@@ -54,57 +32,124 @@ void add_time(CLI::App& app, const std::string& name, std::optional<double>& val
     app.add_option_function<std::string>(name, take, help)->check(CLI::Validator(check_time, "TIME"));
 }
 
+// A text for a header line: printable ASCII that fits its columns.
+void add_text(CLI::App& app, const std::string& name, std::string& value, std::size_t columns, const std::string& help)
+{
+    const auto take = [&value, name, columns](const std::string& text) {
+        const auto ascii = to_ascii(text);
+        if (!ascii)
+            throw CLI::ValidationError(name, "'" + text + "' has characters that RINEX cannot carry; use ASCII");
+        if (ascii->size() > columns)
+            throw CLI::ValidationError(
+                name, "'" + text + "' is longer than the " + std::to_string(columns) + " columns of its line");
+        value = *ascii;
+    };
+    app.add_option_function<std::string>(name, take, help)->type_name("TEXT")->default_str(value);
+}
+
 void add_output_options(CLI::App& app, convert_options_t& o)
 {
     app.add_option("LOG", o.logs, "Logs of the receiver board; .gz is read directly, - is standard input")->required();
     app.add_option("-o,--output", o.folder, "Folder for the files, made if need be")->capture_default_str();
     app.add_option("--name", o.name, "Stem of the file names instead of the RINEX convention")
         ->check([](const std::string& s) { return s.find('/') == s.npos ? "" : "is a stem, not a path"; });
-    app.add_option("--rinex", o.rinex, "RINEX version")->check(CLI::IsMember(version_names()))->capture_default_str();
-    app.add_option("--nav", o.nav, "Navigation files: one per system, one for all, none (default: mixed; 2.11: split)")
+    app.add_option("--rinex", o.rinex, "RINEX version: 2.11, 3.04, 3.05, 4.02; 3 and 4 are the newest (default: 3.05)")
+        ->transform([](const std::string& s) { return kVersions.count(s) != 0 ? kVersions.at(s) : s; });
+    app.add_option("--nav", o.nav,
+                   "Navigation files: one per system, one for all, none (default: mixed; 2.11: GPS and GLONASS)")
         ->check(CLI::IsMember({"split", "mixed", "none"}));
     app.add_flag("--nav-repeats", o.nav_repeats, "Write ephemerides as often as the log repeats them");
     app.add_option("-j,--jobs", o.jobs, "Logs converted at once")->check(CLI::Range(1, 256))->capture_default_str();
     app.add_flag("--xyz", o.position_listing, "Also list the positions of the log, a line per fix");
-    app.add_flag("--plain-header", o.plain_header, "Leave out header lines that the library itself does not write");
     app.add_flag("--json", o.json, "Print the summary as JSON");
 }
 
 void add_selection_options(CLI::App& app, convert_options_t& o)
 {
     app.add_option("--systems", o.systems, "Systems to write")->check(system_letters())->capture_default_str();
-    app.add_option("--interval", o.interval, "Keep epochs at whole multiples of S seconds from the first one on")
-        ->check(within(0.01, kDay))
+    app.add_option("--satellites", o.satellites, "Satellites to write: G01,E*")->delimiter(',')->type_name("NAMES");
+    app.add_option("--signals", o.signals, "Signals to write by their RINEX 3 names: 1C,2W, or of one system: G1C,E*")
+        ->delimiter(',')
+        ->type_name("NAMES");
+    app.add_option_function<std::vector<std::string>>(
+           "--signal",
+           [&o](const std::vector<std::string>& rules) {
+               for (const std::string& rule : rules) {
+                   if (const std::string fault = o.names.rename(rule); !fault.empty())
+                       throw CLI::ValidationError("--signal", fault);
+               }
+           },
+           "Call a signal by another name: G:17=2L is signal type 17 of GPS as 2L")
+        ->type_name("RULE");
+    app.add_option("--interval", o.interval, "Thin epochs out to the points of the GPS time grid of S seconds")
+        ->check(within(0.001, kDay))
         ->type_name("S");
+    app.add_option_function<std::string>(
+           "--anchor", [&o](const std::string& anchor) { o.anchor_first = anchor == "first"; },
+           "Where that grid begins: grid (GPS time) or first (the first epoch)")
+        ->check(CLI::IsMember({"grid", "first"}));
     add_time(app, "--start", o.start, "First epoch to write, GPS time YYYY-MM-DD HH:MM:SS");
     add_time(app, "--end", o.end, "Last epoch to write, GPS time");
-    app.add_flag("--no-signal-map", o.no_signal_map,
-                 "Leave signals in their slots whatever the receiver's override flag");
-    app.add_flag("--raw-prn", o.raw_prn, "Map PRNs to satellites by fixed offsets");
+    app.add_option_function<std::string>(
+           "--events", [&o](const std::string& events) { o.events = events == "keep"; },
+           "Marks and stops of the receiver as event records: keep or none")
+        ->check(CLI::IsMember({"keep", "none"}));
 }
 
 void add_header_options(CLI::App& app, convert_options_t& o)
 {
-    app.add_option("--marker", o.marker, "Marker name; also names the site in the file names");
-    app.add_option("--marker-number", o.marker_number, "Marker number");
-    app.add_option("--marker-type", o.marker_type, "Marker type, as listed in RINEX 3.04")->capture_default_str();
-    app.add_option("--observer", o.observer, "Observer");
-    app.add_option("--agency", o.agency, "Observer's agency");
-    app.add_option("--run-by", o.run_by, "Who ran the conversion");
-    app.add_option("--antenna-type", o.antenna_type, "Antenna type and radome (default: as the log says)");
-    app.add_option("--antenna-number", o.antenna_number, "Antenna number");
+    add_text(app, "--marker", o.marker, 60, "Marker name; also names the site in the file names");
+    add_text(app, "--marker-number", o.marker_number, 20, "Marker number");
+    add_text(app, "--marker-type", o.marker_type, 20, "Marker type, as listed in RINEX 3.05");
+    app.add_option("--country", o.country, "Country of the site in the file names, three letters of ISO 3166")
+        ->check([](const std::string& s) {
+            return s.size() == 3 && std::all_of(s.begin(), s.end(), [](char c) { return c >= 'A' && c <= 'Z'; })
+                       ? ""
+                       : "is not three capital letters";
+        });
+    add_text(app, "--observer", o.observer, 20, "Observer");
+    add_text(app, "--agency", o.agency, 40, "Observer's agency");
+    add_text(app, "--run-by", o.run_by, 20, "Who ran the conversion");
+    add_text(app, "--antenna-type", o.antenna_type, 20, "Antenna type and radome (default: as the log says)");
+    add_text(app, "--antenna-number", o.antenna_number, 20, "Antenna number");
     app.add_option("--antenna-delta", o.antenna_delta, "Antenna height, east and north of the marker (m)")
         ->delimiter(',')
         ->expected(3)
         ->check(within(-99999.0, 99999.0))
         ->type_name("H,E,N");
-    app.add_option("--receiver-number", o.receiver_number, "Receiver number");
-    app.add_option("--receiver-type", o.receiver_type, "Receiver type; chooses the observation types")
-        ->capture_default_str();
-    app.add_option("--receiver-version", o.receiver_version, "Receiver firmware version");
-    app.add_option("--receiver-kind", o.receiver_kind, "Kind of board; chooses the observation types")
+    add_text(app, "--receiver-number", o.receiver_number, 20, "Receiver number (default: as the log says)");
+    add_text(app, "--receiver-type", o.receiver_type, 20, "Receiver type (default: as the log says; for hosts KV4A0)");
+    add_text(app, "--receiver-version", o.receiver_version, 20, "Receiver firmware version (default: as the log says)");
+}
+
+void add_host_options(CLI::App& app, convert_options_t& o)
+{
+    app.add_flag("--as-host", o.as_host,
+                 "Write byte for byte what a host application of the library gets: 2.11, 3.02, 3.03 or 3.04 (default)");
+    app.add_option("--receiver-kind", o.receiver_kind, "For hosts: kind of board; chooses the observation types")
         ->check(CLI::IsMember(std::vector<int>(std::begin(rinex::kBoardKinds), std::end(rinex::kBoardKinds))))
         ->capture_default_str();
+    app.add_flag("--no-signal-map", o.no_signal_map,
+                 "For hosts: leave signals in their slots whatever the receiver's override flag");
+    app.add_flag("--raw-prn", o.raw_prn, "For hosts: map PRNs to satellites by fixed offsets");
+}
+
+void complete(convert_options_t& o)
+{
+    const auto& versions = o.as_host ? kHostVersions : kOwnVersions;
+    if (o.rinex.empty()) o.rinex = o.as_host ? "3.04" : "3.05";
+    if (o.as_host && o.receiver_type.empty()) o.receiver_type = "KV4A0";
+    if (std::find(versions.begin(), versions.end(), o.rinex) == versions.end()) {
+        std::string list;
+        for (const std::string& version : versions) list += (list.empty() ? "" : ", ") + version;
+        throw CLI::ValidationError("--rinex",
+                                   o.rinex + " is not written" + (o.as_host ? " by the library: " : ": ") + list);
+    }
+    if (o.navigation() == "mixed" && o.version() < 300)
+        throw CLI::ValidationError("--nav", "RINEX 2.11 has no mixed navigation files");
+    if (o.as_host && (!o.satellites.empty() || !o.signals.empty() || !o.events))
+        throw CLI::ValidationError("--as-host", "takes no --satellites, --signals or --events");
+    o.wanted_systems = systems_of(o.systems);
 }
 
 }   // namespace
@@ -117,12 +162,7 @@ int convert_options_t::version() const
 std::string convert_options_t::navigation() const
 {
     if (!nav.empty()) return nav;
-    return rinex::records_are_rinex3(version()) ? "mixed" : "split";
-}
-
-bool convert_options_t::wants(int sys) const
-{
-    return (systems_of(systems) & sys) != 0;
+    return version() >= 300 ? "mixed" : "split";
 }
 
 void add_convert_options(CLI::App& app, convert_options_t& options)
@@ -130,43 +170,8 @@ void add_convert_options(CLI::App& app, convert_options_t& options)
     add_output_options(app, options);
     add_selection_options(app, options);
     add_header_options(app, options);
-    app.parse_complete_callback([&options] {
-        if (options.navigation() == "mixed" && !rinex::records_are_rinex3(options.version())) {
-            throw CLI::ValidationError("--nav", "RINEX 2.11 has no mixed navigation files");
-        }
-    });
-}
-
-rnx_t rinex_options(const convert_options_t& o, const std::string& default_marker)
-{
-    rnx_t opt{};
-    Initial_Rnx(&opt);
-    opt.version = o.version();
-    opt.rcvkind = o.receiver_kind;
-    opt.interval = o.interval;
-    opt.sys_gps = o.wants(SYS_GPS) || o.wants(SYS_QZS);
-    opt.sys_glo = o.wants(SYS_GLO);
-    opt.sys_bds = o.wants(SYS_BDS);
-    opt.sys_gal = o.wants(SYS_GAL);
-    opt.sys_sbs = o.wants(SYS_SBS);
-    set_text(opt.prog, "kvx");
-    set_text(opt.runby, o.run_by);
-    set_text(opt.marker, o.marker.empty() ? default_marker : o.marker);
-    set_text(opt.markerno, o.marker_number);
-    set_text(opt.observer, o.observer);
-    set_text(opt.agency, o.agency);
-    set_text(opt.recno, o.receiver_number);
-    set_text(opt.rectype, o.receiver_type);
-    set_text(opt.recver, o.receiver_version);
-    set_text(opt.antno, o.antenna_number);
-    if (!o.antenna_type.empty()) set_text(opt.anttype, antenna_with_radome(o.antenna_type));
-    if (o.antenna_delta) std::copy(o.antenna_delta->begin(), o.antenna_delta->end(), opt.antdel);
-    return opt;
-}
-
-bool header_and_records_disagree(const convert_options_t& o)
-{
-    return rinex::header_is_rinex3(o.version()) && !rinex::board_t(rinex_options(o, "")).header_fits_records();
+    add_host_options(app, options);
+    app.parse_complete_callback([&options] { complete(options); });
 }
 
 }   // namespace kvx

@@ -1,70 +1,111 @@
+// Long names by RINEX 3.05, appendix A1; short ones by RINEX 2.11, section 4.
 #include "convert/file_names.h"
 
-#include <rtk_gnss.h>
-
+#include <algorithm>
 #include <cctype>
 #include <cmath>
 #include <filesystem>
 
-#include "common/gps_time.h"
 #include "common/text_format.h"
-#include "gnss/foundation/time_scales.h"
+#include "rinex/dates.h"
 
 namespace kvx {
 
 namespace {
 
-std::string site(const std::string& marker)
+bool is_digit(char c)
+{
+    return c >= '0' && c <= '9';
+}
+
+std::string site(const std::string& marker, const std::string& country)
 {
     std::string name;
     for (const char c : marker) {
         const auto byte = static_cast<unsigned char>(c);
         if (byte < 0x80 && std::isalnum(byte) != 0) name += static_cast<char>(std::toupper(byte));
     }
-    if (name.size() == 9 && std::isdigit(static_cast<unsigned char>(name[4])) != 0) return name;
+    if (name.size() == 9 && is_digit(name[4]) && is_digit(name[5])) return name;
+    if (name.empty()) name = "XXXX";
     name.resize(4, '0');
-    return name + "00XXX";   // monument 0, receiver 0, country not told
+    return name + "00" + (country.empty() ? "XXX" : country);   // monument 0, receiver 0
 }
 
-std::string start_time(double seconds)
-{
-    const gps_time_t start = gps_time_of(seconds);
-    int year = 0, month = 0, day = 0, hour = 0, minute = 0, first_week = 0;
-    double first_tow = 0.0;
-    GetCommonTime(start.week, start.tow, 0.0, &year, &month, &day, &hour, &minute, nullptr);
-    GetGpsTime(year, 1, 1, 0, 0, 0.0, &first_week, &first_tow);
-    const int day_of_year = static_cast<int>((seconds - gps_seconds(first_week, first_tow)) / kDay) + 1;
-    return text("%04d%03d%02d%02d", year, day_of_year, hour, minute);
-}
-
+// The shortest unit that holds the span.
 std::string period(double seconds)
 {
-    const long minutes = std::lround(std::ceil(seconds / 60.0 - 1e-6));
-    if (minutes >= 1440 && minutes % 1440 == 0 && minutes / 1440 <= 99) return text("%02ldD", minutes / 1440);
-    if (minutes >= 60 && (minutes % 60 == 0 || minutes > 99)) {
-        const long hours = std::lround(static_cast<double>(minutes) / 60.0);
-        return hours <= 99 ? text("%02ldH", hours)
-                           : text("%02ldD", std::min(std::lround(static_cast<double>(hours) / 24.0), 99L));
-    }
-    return text("%02ldM", std::max(minutes, 1L));
+    const auto units = [seconds](double unit) { return std::max(std::lround(std::ceil(seconds / unit - 1e-6)), 1L); };
+    if (units(60.0) <= 99) return text("%02ldM", units(60.0));
+    if (units(3600.0) <= 99) return text("%02ldH", units(3600.0));
+    return text("%02ldD", std::min(units(86400.0), 99L));
 }
 
+// Intervals that are no whole number of a unit have no name.
 std::string rate(double interval)
 {
+    const auto whole = [](double x) { return std::fabs(x - std::round(x)) < 1e-3 * x ? std::lround(x) : 0; };
     if (interval <= 0.0) return "00U";
-    if (interval < 1.0) return text("%02ldZ", std::min(std::lround(1.0 / interval), 99L));
-    const long seconds = std::lround(interval);
-    if (seconds < 100) return text("%02ldS", seconds);
-    return seconds < 6000 ? text("%02ldM", seconds / 60) : text("%02ldH", std::min(seconds / 3600, 99L));
+    const long hertz = interval < 1.0 ? whole(1.0 / interval) : 0, seconds = whole(interval);
+    if (hertz > 99) return text("%02ldC", hertz / 100);
+    if (hertz > 0) return text("%02ldZ", hertz);
+    if (seconds == 0 || interval < 1.0) return "00U";
+    if (seconds % 3600 == 0) return text("%02ldH", std::min(seconds / 3600, 99L));
+    if (seconds % 60 == 0) return text("%02ldM", std::min(seconds / 60, 99L));
+    return seconds < 100 ? text("%02ldS", seconds) : "00U";
+}
+
+rinex::calendar_t date_of(double seconds)
+{
+    return rinex::calendar_of(rinex::ticks_of_seconds(seconds));
+}
+
+std::string long_stem(const std::string& site, const coverage_t& c)
+{
+    const rinex::calendar_t start = date_of(c.first);
+    return site + text("_R_%04d%03d%02d%02d_", start.year, start.day_of_year, start.hour, start.minute) +
+           period(c.last - c.first + c.interval);
+}
+
+// Sessions of more than an hour are named as days are; others by their hour and, when it is not full, the minute.
+std::string short_stem(const std::string& site, const coverage_t& c)
+{
+    const rinex::calendar_t start = date_of(c.first);
+    std::string stem = site.substr(0, 4);
+    std::transform(stem.begin(), stem.end(), stem.begin(),
+                   [](unsigned char l) { return static_cast<char>(std::tolower(l)); });
+    stem += text("%03d", start.day_of_year);
+    if (c.last - c.first + c.interval > 3600.0 + 1e-6) return stem + "0";
+    stem += static_cast<char>('a' + start.hour);
+    return start.minute == 0 ? stem : stem + text("%02d", start.minute);
 }
 
 }   // namespace
 
-std::string rinex_stem(const std::string& marker, const coverage_t& c, bool with_rate)
+file_names_t::file_names_t(int version, const std::string& marker, const std::string& country, const std::string& stem,
+                           const coverage_t& coverage)
+    : short_(version < 300), year_(text("%02d", date_of(coverage.first).year % 100))
 {
-    std::string stem = site(marker) + "_R_" + start_time(c.first) + "_" + period(c.last - c.first + c.interval);
-    if (with_rate) stem += "_" + rate(c.interval);
-    return stem;
+    const std::string name = site(marker, country);
+    if (!stem.empty()) {
+        observation_stem_ = navigation_stem_ = stem;
+    } else if (short_) {
+        observation_stem_ = navigation_stem_ = short_stem(name, coverage);
+    } else {
+        navigation_stem_ = long_stem(name, coverage);
+        observation_stem_ = navigation_stem_ + "_" + rate(coverage.interval);
+    }
+}
+
+std::string file_names_t::observations() const
+{
+    return short_ ? observation_stem_ + "." + year_ + "o" : observation_stem_ + "_MO.rnx";
+}
+
+std::string file_names_t::navigation(char letter) const
+{
+    if (!short_) return navigation_stem_ + "_" + letter + "N.rnx";
+    constexpr std::string_view kLetters = "GRSEJC", kEndings = "nghlqc";
+    return navigation_stem_ + "." + year_ + kEndings[kLetters.find(letter)];
 }
 
 std::string log_stem(const std::string& path)

@@ -2,6 +2,7 @@
 #ifndef KVX_FILE_NAMES_H
 #define KVX_FILE_NAMES_H
 
+#include <cstdint>
 #include <string>
 
 namespace kvx {
@@ -12,13 +13,26 @@ struct coverage_t {
     double interval;      ///< s, 0: unknown
 };
 
-/// Long file name by the convention of RINEX 3.04, section 4: "SITE00XXX_R_20240701200_15M_01S".
-///
-/// @param marker    marker name; its letters and digits make the site (nine-character names stand whole)
-/// @param with_rate false for navigation files, whose names have no interval
-std::string rinex_stem(const std::string& marker, const coverage_t& coverage, bool with_rate);
+/// Names of the files of one log.
+class file_names_t {
+public:
+    /// @param version  RINEX version times 100
+    /// @param marker   its letters and digits make the site (nine-character names stand whole); empty: XXXX
+    /// @param country  ISO 3166, empty: XXX
+    /// @param stem     instead of the convention; empty: by convention
+    file_names_t(int version, const std::string& marker, const std::string& country, const std::string& stem,
+                 const coverage_t& coverage);
 
-/// Name of the log without folder and endings: the marker of a log that has no other.
+    std::string observations() const;            ///< "SITE00XXX_R_20240701200_15M_01S_MO.rnx" or "site070m.24o"
+    std::string navigation(char letter) const;   ///< of a system, M for all
+    std::string positions() const { return observation_stem_ + ".xyz"; }
+
+private:
+    bool short_;
+    std::string observation_stem_, navigation_stem_, year_;
+};
+
+/// Name of the log without folder and endings.
 std::string log_stem(const std::string& path);
 
 }   // namespace kvx

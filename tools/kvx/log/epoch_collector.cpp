@@ -18,7 +18,7 @@ epoch_collector_t::epoch_collector_t(std::function<void(raw_t&)> on_epoch)
 // The same time, and the satellites so far still at their places: the decoder has not started anew.
 bool epoch_collector_t::continues(const raw_t& raw) const
 {
-    if (raw.week != epoch_->week || std::fabs(raw.obs_tow - epoch_->obs_tow) > kSameEpoch) return false;
+    if (!held_ || raw.week != epoch_->week || std::fabs(raw.obs_tow - epoch_->obs_tow) > kSameEpoch) return false;
     if (raw.nobs < epoch_->nobs) return false;
     for (int i = 0; i < epoch_->nobs; ++i) {
         if (raw.obs[i].sat != epoch_->obs[i].sat) return false;
@@ -28,7 +28,7 @@ bool epoch_collector_t::continues(const raw_t& raw) const
 
 void epoch_collector_t::add(const raw_t& raw)
 {
-    if (held_ && !continues(raw)) flush();
+    if (!continues(raw)) flush();
     // What lies before the ephemerides, and between them and the lock tables.
     std::memcpy(static_cast<void*>(epoch_.get()), &raw, offsetof(raw_t, eph));
     std::memcpy(epoch_->ant_type, raw.ant_type, offsetof(raw_t, reserved5) - offsetof(raw_t, ant_type));

@@ -25,9 +25,10 @@ public:
 
     bool pending() const { return held_; }   ///< an epoch is in hand
 
-private:
+    /// Whether what the record holds belongs to the epoch in hand.
     bool continues(const raw_t& raw) const;
 
+private:
     std::function<void(raw_t&)> on_epoch_;
     std::unique_ptr<raw_t> epoch_;
     bool held_ = false;

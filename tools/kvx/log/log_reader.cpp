@@ -1,6 +1,7 @@
 #include "log/log_reader.h"
 
 #include "gnss/log/frame.h"
+#include "gnss/log/framing.h"
 
 namespace kvx {
 
@@ -10,7 +11,18 @@ constexpr std::size_t kBlockSize = 1 << 20;
 
 }   // namespace
 
-log_reader_t::log_reader_t(input_file_t& source, raw_t& raw) : source_(source), raw_(raw), block_(kBlockSize) {}
+log_reader_t::log_reader_t(input_file_t& source, raw_t& raw, bool decode)
+    : source_(source), raw_(raw), decode_(decode), block_(kBlockSize)
+{}
+
+// Takes bytes of the block up to the end of a frame.
+int log_reader_t::take(int& left)
+{
+    const std::uint8_t* const data = block_.data() + at_;
+    if (decode_) return input_korvexb(&raw_, data, &left);
+    const bool whole = korvex::frame_block(&raw_, data, left) == korvex::framing_t::kComplete;
+    return whole && !korvex::checksum_agrees(raw_.buff, raw_.len) ? DECODE_REFUSED : DECODE_NOTHING;
+}
 
 bool log_reader_t::refill()
 {
@@ -31,7 +43,7 @@ bool log_reader_t::next(frame_t& frame)
         if (raw_.nbyte == 0) raw_.len = 0;   // tells a frame found from bytes merely searched
         int left = static_cast<int>(end_ - at_);
         const int before = left;
-        const int result = input_korvexb(&raw_, block_.data() + at_, &left);
+        const int result = take(left);
         at_ += static_cast<std::size_t>(before - left);
         offset_ += static_cast<std::size_t>(before - left);
         if (raw_.nbyte != 0 || raw_.len == 0) continue;
@@ -46,7 +58,7 @@ bool log_reader_t::next(frame_t& frame)
         }
         frame = {size, korvex::read_header(raw_.buff).id, result, true};
         if (result == DECODE_REFUSED) {
-            frame.checksum_ok = korvex::checksum_agrees(raw_.buff, raw_.len);
+            frame.checksum_ok = decode_ && korvex::checksum_agrees(raw_.buff, raw_.len);
             ++(frame.checksum_ok ? losses_.refused : losses_.bad_checksum);
         }
         return true;

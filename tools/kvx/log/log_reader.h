@@ -11,7 +11,7 @@
 
 namespace kvx {
 
-/// One frame of the log, decoded.
+/// One frame of the log.
 struct frame_t {
     int size;     ///< bytes, with the checksum
     int id;       ///< message
@@ -31,26 +31,33 @@ struct losses_t {
     bool any() const { return skipped_bytes + bad_checksum + refused + too_long + torn_bytes != 0; }
 };
 
-/// Feeds a log to the decoder block by block.
+/// Reads a log block by block.
 class log_reader_t {
 public:
     /// @param source, raw  must outlive the reader
-    log_reader_t(input_file_t& source, raw_t& raw);
+    /// @param decode       into the record; else it holds nothing but the frames, and their results say whether the
+    ///                     checksum is right
+    log_reader_t(input_file_t& source, raw_t& raw, bool decode = true);
 
-    /// Decodes up to the next complete frame.
+    /// Reads up to the next complete frame.
     /// @return false at the end of the log
     bool next(frame_t& frame);
+
+    /// Counts the frame read last as one whose contents cannot be right.
+    void refuse() { ++losses_.refused; }
 
     std::uint64_t bytes() const { return offset_; }   ///< read so far
     const losses_t& losses() const { return losses_; }
 
 private:
+    int take(int& left);
     bool refill();
     void skip(std::uint64_t n);
     void finish();
 
     input_file_t& source_;
     raw_t& raw_;
+    bool decode_;
     std::vector<std::uint8_t> block_;
     std::size_t at_ = 0, end_ = 0;   // unread part of the block
     std::uint64_t offset_ = 0;       // of block_[at_] in the log

@@ -73,7 +73,7 @@ void summary_t::count_epoch(const raw_t& epoch)
 {
     epochs.add(gps_seconds(epoch.week, epoch.tow));
     for (int i = 0; i < epoch.nobs; ++i) {
-        satellite_count_t& s = satellites[epoch.obs[i].sat];
+        satellite_count_t& s = satellites[satellite_of_record(epoch.obs[i].sat)];
         ++s.epochs;
         for (int slot = 0; slot < kNumSlots; ++slot) s.signals[slot] += epoch.obs[i].P[slot] != 0.0;
     }
@@ -112,10 +112,30 @@ std::string summary_t::why_no_epoch() const
 std::vector<std::pair<const char*, std::uint64_t>> summary_t::satellites_by_system() const
 {
     std::vector<std::pair<const char*, std::uint64_t>> counts;
-    for (const system_name_t& s : kSystems) {
+    for (const rinex::constellation_t& c : rinex::kConstellations) {
         const auto n = std::count_if(satellites.begin(), satellites.end(),
-                                     [&s](const auto& sat) { return satsys(sat.first, nullptr) == s.sys; });
-        if (n > 0) counts.emplace_back(s.name, static_cast<std::uint64_t>(n));
+                                     [&c](const auto& s) { return s.first.letter() == c.letter; });
+        if (n > 0) counts.emplace_back(c.name, static_cast<std::uint64_t>(n));
+    }
+    return counts;
+}
+
+std::string signal_count_t::name() const
+{
+    return code.empty() ? text("%s type %d", system.c_str(), type) : system + code;
+}
+
+std::vector<signal_count_t> signal_counts(const rinex::signals_t& signals, const rinex::ledger_t& ledger)
+{
+    std::vector<signal_count_t> counts;
+    for (int key = 0; key < rinex::kTrackingKeys; ++key) {
+        const auto& row = ledger.row(key);
+        if (row.records() == 0) continue;
+        const auto [constellation, signal] = signals[key];
+        const std::string system =
+            constellation < 0 ? "?" : std::string(1, rinex::kConstellations[constellation].letter);
+        const std::string code = signal < 0 ? "" : signals.codes(constellation)[static_cast<std::size_t>(signal)];
+        counts.push_back({system, key & 31, code, row});
     }
     return counts;
 }

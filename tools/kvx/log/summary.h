@@ -14,6 +14,7 @@
 
 #include "log/log_reader.h"
 #include "log/steps.h"
+#include "rinex/ledger.h"
 
 namespace kvx {
 
@@ -41,9 +42,24 @@ struct navigation_count_t {
     std::uint64_t written = 0;   ///< records
 };
 
+/// What became of the observations of one signal.
+struct signal_count_t {
+    std::string system;   ///< letter, "?" for one that no table knows
+    int type;             ///< signal type of the receiver
+    std::string code;     ///< RINEX 3; empty: it has none
+    rinex::ledger_t::row_t counts;
+
+    std::string name() const;   ///< "G2W", "G type 20"
+};
+
+/// Those signals of which there were observations.
+std::vector<signal_count_t> signal_counts(const rinex::signals_t& signals, const rinex::ledger_t& ledger);
+
 /// What a conversion made of the log.
 struct outcome_t {
     std::uint64_t epochs_written = 0;
+    std::vector<signal_count_t> signals;
+    std::map<std::pair<std::string, std::string>, std::uint64_t> beyond_record;   ///< by signal and satellite
     std::uint64_t left_out = 0;       ///< satellite observations that the version cannot name
     std::uint64_t out_of_order = 0;   ///< epochs not later than the one before
     std::optional<navigation_count_t> navigation;
@@ -53,8 +69,8 @@ struct outcome_t {
 struct summary_t {
     std::string log;
     std::uint64_t bytes = 0;
-    std::map<int, message_count_t> messages;       ///< by number
-    std::map<int, satellite_count_t> satellites;   ///< by satellite number
+    std::map<int, message_count_t> messages;   ///< by number
+    std::map<rinex::satellite_t, satellite_count_t> satellites;
     epoch_count_t epochs;
     losses_t lost;
     std::string source_damage;   ///< why a compressed log could not be read to its end
@@ -71,7 +87,7 @@ struct summary_t {
     /// Why no epoch was usable, for a log without any.
     std::string why_no_epoch() const;
 
-    /// Satellites by system, in the order of kSystems.
+    /// Satellites by system, in the order of a file.
     std::vector<std::pair<const char*, std::uint64_t>> satellites_by_system() const;
 };
 

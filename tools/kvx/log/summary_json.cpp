@@ -27,7 +27,9 @@ ordered_json satellites_json(const summary_t& s)
 {
     ordered_json rows = ordered_json::array();
     for (const auto& [sat, n] : s.satellites) {
-        rows.push_back({{"satellite", satellite_name(sat)}, {"epochs", n.epochs}, {"signals", n.signals}});
+        ordered_json row = {{"satellite", sat.name()}, {"epochs", n.epochs}};
+        if (!s.outcome || s.outcome->signals.empty()) row["signals"] = n.signals;   // by slots of the record
+        rows.push_back(row);
     }
     return rows;
 }
@@ -41,9 +43,38 @@ ordered_json losses_json(const summary_t& s)
     return j;
 }
 
+ordered_json signals_json(const std::vector<signal_count_t>& signals)
+{
+    ordered_json rows = ordered_json::array();
+    for (const signal_count_t& s : signals) {
+        ordered_json left_out = ordered_json::object();
+        for (std::size_t fate = 1; fate < rinex::kFates; ++fate) {
+            if (s.counts.fates[fate] > 0) left_out[rinex::kFateNames[fate]] = s.counts.fates[fate];
+        }
+        rows.push_back({{"system", s.system},
+                        {"type", s.type},
+                        {"code", s.code},
+                        {"records", s.counts.records()},
+                        {"written", s.counts.written()},
+                        {"left_out", left_out}});
+        if (s.counts.lost_phases > 0) rows.back()["phases_without_column"] = s.counts.lost_phases;
+    }
+    return rows;
+}
+
+ordered_json beyond_record_json(const outcome_t& o)
+{
+    ordered_json rows = ordered_json::array();
+    for (const auto& [place, n] : o.beyond_record)
+        rows.push_back({{"signal", place.first}, {"satellite", place.second}, {"observations", n}});
+    return rows;
+}
+
 void add_outcome(ordered_json& j, const outcome_t& o)
 {
     j["epochs_written"] = o.epochs_written;
+    if (!o.signals.empty()) j["signals"] = signals_json(o.signals);
+    if (!o.beyond_record.empty()) j["beyond_record"] = beyond_record_json(o);
     if (o.left_out > 0) j["observations_left_out"] = o.left_out;
     if (o.out_of_order > 0) j["epochs_out_of_order"] = o.out_of_order;
     if (o.navigation) j["navigation"] = {{"ephemerides", o.navigation->found}, {"written", o.navigation->written}};

@@ -17,7 +17,7 @@ std::string tables_text(const summary_t& s)
     }
     out += "  satellite   epochs   pseudoranges by slot 0..4\n";
     for (const auto& [sat, n] : s.satellites) {
-        out += text("  %-9s", satellite_name(sat).c_str()) + right(n.epochs, 9) + "  ";
+        out += text("  %-9s", sat.name().c_str()) + right(n.epochs, 9) + "  ";
         for (const std::uint64_t signals : n.signals) out += right(signals, 9);
         out += '\n';
     }
@@ -70,9 +70,48 @@ std::string navigation_text(const navigation_count_t& n)
            (n.written == 0 ? ", no navigation file\n" : "\n");
 }
 
+// One line for each reason, with its signals.
+std::string signals_text(const std::vector<signal_count_t>& signals)
+{
+    std::uint64_t records = 0, written = 0;
+    for (const signal_count_t& s : signals) {
+        records += s.counts.records();
+        written += s.counts.written();
+    }
+    std::string out =
+        "  observations: " + std::to_string(records) + ", written: " + std::to_string(written) + "\n";
+    const auto list = [&](const std::string& what, auto count_of) {
+        std::uint64_t sum = 0;
+        std::string names;
+        for (const signal_count_t& s : signals) {
+            const std::uint64_t n = count_of(s.counts);
+            sum += n;
+            if (n > 0) names += (names.empty() ? "" : ", ") + s.name() + " " + std::to_string(n);
+        }
+        if (sum > 0) out += "  " + what + ": " + std::to_string(sum) + " (" + names + ")\n";
+    };
+    for (std::size_t fate = 1; fate < rinex::kFates; ++fate)
+        list(std::string("left out, ") + rinex::kFateNames[fate], [fate](const auto& row) { return row.fates[fate]; });
+    list("phases without a column", [](const auto& row) { return row.lost_phases; });
+    return out;
+}
+
+std::string beyond_record_text(const outcome_t& o)
+{
+    std::uint64_t sum = 0;
+    std::map<std::string, std::uint64_t> by_signal;
+    for (const auto& [place, n] : o.beyond_record) {
+        by_signal[place.second.substr(0, 1) + place.first] += n;
+        sum += n;
+    }
+    std::string names;
+    for (const auto& [name, n] : by_signal) names += (names.empty() ? "" : ", ") + name + " " + std::to_string(n);
+    return sum == 0 ? "" : "  the record cannot carry: " + std::to_string(sum) + " (" + names + ")\n";
+}
+
 std::string outcome_text(const outcome_t& o)
 {
-    std::string out;
+    std::string out = o.signals.empty() ? beyond_record_text(o) : signals_text(o.signals);
     if (o.left_out > 0) {
         out += "  left out: " + std::to_string(o.left_out) +
                " satellite observation(s) that this RINEX version cannot name here\n";

@@ -12,8 +12,10 @@ namespace {
 constexpr signal_t kSignals[] = {
     // systems          type  name              RINEX code slot wavelength
     {SYS_GPS | SYS_QZS,   0, "L1 C/A",           "1C",  1,   0, kWavelenL1},
-    {SYS_GPS | SYS_QZS,   5, "L2 P",             "2P", 19,   1, kWavelenL2},
-    {SYS_GPS | SYS_QZS,   9, "L2 P(Y) codeless", "2W", 19,   1, kWavelenL2},
+    {SYS_GPS,             5, "L2 P",             "2P", 19,   1, kWavelenL2},
+    {SYS_GPS,             9, "L2 P(Y) codeless", "2W", 19,   1, kWavelenL2},
+    {SYS_QZS,             5, "L2 P",          nullptr, 19,   1, kWavelenL2},
+    {SYS_QZS,             9, "L2 P(Y) codeless", nullptr, 19, 1, kWavelenL2},
     {SYS_GPS | SYS_QZS,  17, "L2C",              "2S", 14,   1, kWavelenL2},
     {SYS_GPS | SYS_QZS,   6, "L5 data",          "5I", 24,   2, kWavelenL5},
     {SYS_GPS | SYS_QZS,  14, "L5 pilot",         "5Q", 25,   2, kWavelenL5},

@@ -11,7 +11,7 @@ struct signal_t {
     int systems;         // gnss_system_t, one or more
     int type;            // signal type of the tracking status
     const char* name;    // as the systems name it
-    const char* rinex;   // band and attribute of its RINEX 3 observation codes
+    const char* rinex;   // band and attribute of its RINEX 3 observation codes; null: it has none
     std::uint8_t code;   // observation code number of the record
     int slot;            // signal slot of the record
     double wavelength;   // m; kByChannel: GLONASS, by the frequency channel

@@ -94,6 +94,27 @@ stop_and_go_record_t read_stop_and_go(const std::uint8_t* b, int size)
 }
 // clang-format on
 
+namespace {
+
+struct antenna_name_t {
+    std::uint32_t type;
+    const char* name;
+};
+
+constexpr antenna_name_t kAntennas[] = {
+    {2, "KVANT1100"}, {3, "KVANT1200"}, {4, "KVANT1300"}, {5, "KVRCVMODLA"}, {6, "KVANT2100"}, {7, "KVMODL7"},
+};
+
+}   // namespace
+
+const char* antenna_name(std::uint32_t type)
+{
+    for (const antenna_name_t& a : kAntennas) {
+        if (a.type == type) return a.name;
+    }
+    return "ADVNULLANTENNA";
+}
+
 // ---- The record's share ----
 
 namespace {
@@ -106,23 +127,6 @@ void put_text(char (&to)[N], std::string_view text)
 {
     std::memset(to, 0, N);
     text.copy(to, N - 1);
-}
-
-struct antenna_name_t {
-    std::uint32_t type;
-    const char* name;
-};
-
-constexpr antenna_name_t kAntennas[] = {
-    {2, "KVANT1100"}, {3, "KVANT1200"}, {4, "KVANT1300"}, {5, "KVRCVMODLA"}, {6, "KVANT2100"}, {7, "KVMODL7"},
-};
-
-const char* antenna_name(std::uint32_t type)
-{
-    for (const antenna_name_t& a : kAntennas) {
-        if (a.type == type) return a.name;
-    }
-    return "ADVNULLANTENNA";
 }
 
 }   // namespace

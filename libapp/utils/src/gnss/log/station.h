@@ -72,6 +72,9 @@ position_t read_ecef_position(const std::uint8_t* body);
 mark_time_t read_mark_time(const std::uint8_t* body);
 antenna_t read_antenna(const std::uint8_t* body);
 
+/// Name of an antenna type.
+const char* antenna_name(std::uint32_t type);
+
 /// @param size  bytes of the body; data are read from kStopAndGoFullSize of them
 stop_and_go_record_t read_stop_and_go(const std::uint8_t* body, int size);
 

@@ -7,13 +7,14 @@
 #include <array>
 #include <cstdint>
 #include <deque>
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
 
 #include "common/output_file.h"
 #include "convert/convert_options.h"
-#include "convert/ephemeris_key.h"
+#include "host/ephemeris_key.h"
 #include "log/summary.h"
 
 namespace kvx {
@@ -29,11 +30,10 @@ public:
     /// @return true when it was not there before
     bool add(raw_t& raw);
 
-    /// Completes the headers with what the log has told by its end, and gives the files their names.
-    /// @param stem    of the names, which end in "_GN.rnx" and the like
-    /// @param suffix  behind the names
+    /// Patches the headers with what the log has told by its end, and gives the files their names.
+    /// @param name_of  name of a file by its system's letter, M for all
     /// @return paths; none when no ephemeris was written
-    std::vector<std::string> finish(const raw_t& raw, const std::string& stem, const std::string& suffix);
+    std::vector<std::string> finish(const raw_t& raw, const std::function<std::string(char)>& name_of);
 
     const navigation_count_t& count() const { return count_; }
 

@@ -1,12 +1,12 @@
-#include "convert/navigation_files.h"
+#include "host/navigation_files.h"
 
 #include <algorithm>
 #include <cmath>
 #include <iterator>
 
-#include "convert/navigation_header.h"
 #include "gnss/foundation/time_scales.h"
 #include "gnss/rinex/version.h"
+#include "host/host_options.h"
 
 namespace kvx {
 
@@ -47,8 +47,8 @@ int write_sbas(std::FILE* fp, const raw_t* raw, const rnx_t* opt)
 }
 
 struct kind_t {
-    int sys;   // of the records; those of all systems go into a mixed file
-    const char* ending;
+    int sys;          // of the records; those of all systems go into a mixed file
+    char letter;      // of its name
     bool in_rinex2;   // file and records exist there
     int (*write_header)(std::FILE*, const rnx_t*);
     record_writer_t write_record;
@@ -56,15 +56,24 @@ struct kind_t {
 
 // clang-format off
 constexpr kind_t kFiles[] = {
-    {SYS_GPS, "_GN.rnx", true,  WriteRinexGpsEphHeader,  WriteRinexGpsEphRec},
-    {SYS_GLO, "_RN.rnx", true,  WriteRinexGloEphHeader,  write_glonass},
-    {SYS_GAL, "_EN.rnx", false, WriteRinexGalEphHeader,  WriteRinexGalEphRec},
-    {SYS_BDS, "_CN.rnx", true,  WriteRinexBDsEphHeader,  write_beidou},
-    {SYS_QZS, "_JN.rnx", true,  WriteRinexQzssEphHeader, WriteRinexQzssEphRec},
-    {SYS_SBS, "_MN.rnx", false, WriteRinexALLEphHeader,  write_sbas},   // SBAS has a place in mixed files only
+    {SYS_GPS, 'G', true,  WriteRinexGpsEphHeader,  WriteRinexGpsEphRec},
+    {SYS_GLO, 'R', true,  WriteRinexGloEphHeader,  write_glonass},
+    {SYS_GAL, 'E', false, WriteRinexGalEphHeader,  WriteRinexGalEphRec},
+    {SYS_BDS, 'C', true,  WriteRinexBDsEphHeader,  write_beidou},
+    {SYS_QZS, 'J', true,  WriteRinexQzssEphHeader, WriteRinexQzssEphRec},
+    {SYS_SBS, 'M', false, WriteRinexALLEphHeader,  write_sbas},   // SBAS has a place in mixed files only
 };
 // clang-format on
 constexpr std::size_t kMixedKind = 5;
+
+// Whether the log has told the ionospheric coefficients.
+bool knows_ionosphere(const raw_t& raw)
+{
+    const auto finite = [](double x) { return std::isfinite(x); };
+    const auto told = [](double x) { return x != 0.0; };
+    return std::all_of(std::begin(raw.ion_gps), std::end(raw.ion_gps), finite) &&
+           std::any_of(std::begin(raw.ion_gps), std::end(raw.ion_gps), told);
+}
 
 std::size_t kind_of(int sys)
 {
@@ -126,22 +135,15 @@ std::string navigation_files_t::publish(std::size_t kind, const raw_t& raw, cons
     if (sys == SYS_GPS && knows_ionosphere(raw)) WriteRinexGpsEphIonPara(file->stream(), ion, &opt_);
     if (sys == SYS_GLO || kind == kMixedKind) WriteRinexGloEphCurleap(file->stream());
     file->check(name);
-    if (options_.plain_header) return file->publish(name);
-    output_file_t completed(options_.folder);
-    complete_navigation_header(*file, completed, raw, options_.run_by);
-    return completed.publish(name);
+    return file->publish(name);
 }
 
-std::vector<std::string> navigation_files_t::finish(const raw_t& raw, const std::string& stem,
-                                                    const std::string& suffix)
+std::vector<std::string> navigation_files_t::finish(const raw_t& raw, const std::function<std::string(char)>& name_of)
 {
     if (raw.leaps > 0 && raw.leaps <= kMostLeaps) g_curleap = raw.leaps;
     std::vector<std::string> paths;
     for (std::size_t kind = 0; kind < kKinds; ++kind) {
-        if (files_[kind] == nullptr) continue;
-        std::string name = stem;
-        name.append(kFiles[kind].ending).append(suffix);
-        paths.push_back(publish(kind, raw, name));
+        if (files_[kind] != nullptr) paths.push_back(publish(kind, raw, name_of(kFiles[kind].letter)));
     }
     return paths;
 }

@@ -1,4 +1,4 @@
-#include "convert/ephemeris_key.h"
+#include "host/ephemeris_key.h"
 
 #include <cmath>
 #include <limits>

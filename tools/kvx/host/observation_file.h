@@ -10,16 +10,9 @@
 #include "common/output_file.h"
 #include "convert/convert_options.h"
 #include "convert/file_names.h"
-#include "convert/header_completion.h"
 #include "log/summary.h"
 
 namespace kvx {
-
-/// What the log has told of the station by its end.
-struct station_t {
-    bool has_antenna = false;
-    header_facts_t facts;
-};
 
 /// Appears with its first epoch; a file without any never does.
 class observation_file_t {
@@ -41,10 +34,11 @@ public:
     std::uint64_t out_of_order() const { return out_of_order_; }   ///< epochs not later than the one before
     coverage_t coverage() const;
 
-    /// Patches and completes the header and gives the file its name.
-    /// @param raw  the decoder's record at the end of the log
+    /// Patches the header and gives the file its name.
+    /// @param raw          the decoder's record at the end of the log
+    /// @param has_antenna  the log has told the antenna
     /// @return path
-    std::string finish(const raw_t& raw, const station_t& station, const std::string& name);
+    std::string finish(const raw_t& raw, bool has_antenna, const std::string& name);
 
 private:
     bool in_window(double now) const;
@@ -55,7 +49,7 @@ private:
     void start(const raw_t& epoch);
     void add_event(const std::string& text, bool epoch_pending);
     void write(std::string& events);
-    void patch_header(const raw_t& raw, const station_t& station);
+    void patch_header(const raw_t& raw, bool has_antenna);
 
     const convert_options_t& options_;
     rnx_t opt_;

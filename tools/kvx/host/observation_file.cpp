@@ -1,4 +1,4 @@
-#include "convert/observation_file.h"
+#include "host/observation_file.h"
 
 #include <algorithm>
 #include <bit>
@@ -10,6 +10,7 @@
 #include "gnss/foundation/satellites.h"
 #include "gnss/rinex/obs_layout2.h"
 #include "gnss/rinex/version.h"
+#include "host/host_options.h"
 
 namespace kvx {
 
@@ -182,35 +183,31 @@ coverage_t observation_file_t::coverage() const
     return {epochs_.first, epochs_.last, options_.interval > 0.0 ? options_.interval : epochs_.steps.usual()};
 }
 
-void observation_file_t::patch_header(const raw_t& raw, const station_t& station)
+void observation_file_t::patch_header(const raw_t& raw, bool has_antenna)
 {
     opt_.interval = coverage().interval;
     WriteRinexObsLastEpoch(file_->stream(), &opt_);
 
     const auto copy = std::make_unique<raw_t>(raw);
-    if (!station.has_antenna || !options_.antenna_type.empty()) {
+    if (!has_antenna || !options_.antenna_type.empty()) {
         std::memcpy(copy->ant_type, opt_.anttype, sizeof copy->ant_type - 1);
     } else {
         std::string type = raw.ant_type;
         type.resize(16, ' ');
         std::memcpy(copy->ant_type, (type + "NONE").c_str(), 21);
     }
-    if (!station.has_antenna || options_.antenna_delta) {
+    if (!has_antenna || options_.antenna_delta) {
         copy->ant_word2 = std::bit_cast<std::uint32_t>(static_cast<float>(opt_.antdel[0]));
     }
     WriteRinexObsApppos(file_->stream(), copy.get(), &opt_);
 }
 
-std::string observation_file_t::finish(const raw_t& raw, const station_t& station, const std::string& name)
+std::string observation_file_t::finish(const raw_t& raw, bool has_antenna, const std::string& name)
 {
     file_->check(name);
-    patch_header(raw, station);
+    patch_header(raw, has_antenna);
     file_->check(name);
-    if (options_.plain_header) return file_->publish(name);
-    output_file_t completed(options_.folder);
-    complete_header(*file_, completed, opt_.version, station.facts);
-    file_.reset();
-    return completed.publish(name);
+    return file_->publish(name);
 }
 
 }   // namespace kvx

@@ -1,0 +1,148 @@
+#include "convert/navigation_output.h"
+
+#include <algorithm>
+#include <cmath>
+
+#include "common/error.h"
+#include "common/gps_time.h"
+#include "gnss/foundation/time_scales.h"
+#include "gnss/log/glonass.h"
+#include "rinex/nav_messages.h"
+
+namespace kvx {
+
+namespace {
+
+constexpr std::size_t kMostKnown = 512;   // data sets remembered of each satellite
+
+// By the library's table.
+int leap_seconds_of(double gps_seconds)
+{
+    const unsigned short kept = g_curleap;   // the conversion moves the process-wide count
+    const gps_time_t t = gps_time_of(gps_seconds);
+    auto week = static_cast<unsigned short>(t.week);
+    const double leap = timediff(t.tow, gpst2utc(t.tow, &week));
+    g_curleap = kept;
+    return static_cast<int>(std::lround(leap));
+}
+
+}   // namespace
+
+navigation_output_t::navigation_output_t(const convert_options_t& options, const selection_t& selection)
+    : options_(options),
+      selection_(selection),
+      version_(options.version()),
+      mixed_(options.navigation() == "mixed"),
+      wanted_(options.navigation() != "none")
+{}
+
+// In RINEX 2.11 by default those that it knows: others are written for who asks.
+bool navigation_output_t::has_file(int constellation) const
+{
+    return version_ >= 300 || !options_.nav.empty() || constellation == rinex::kGps || constellation == rinex::kGlonass;
+}
+
+bool navigation_output_t::is_repetition(const rinex::nav_record_t& r)
+{
+    auto& known = known_[static_cast<std::size_t>(rinex::place_of(r.satellite))];
+    const key_t key{r.message, r.reference, r.issue, r.health};
+    if (std::find(known.rbegin(), known.rend(), key) != known.rend()) return true;
+    known.push_back(key);
+    if (known.size() > kMostKnown) known.pop_front();
+    return false;
+}
+
+void navigation_output_t::spool(const std::string& text, entry_t entry)
+{
+    if (spool_ == nullptr) spool_ = std::make_unique<output_file_t>(options_.folder);
+    std::fwrite(text.data(), 1, text.size(), spool_->stream());
+    entry.size = static_cast<std::uint32_t>(text.size());
+    entry.at = spooled_;
+    spooled_ += entry.size;
+    entries_.push_back(entry);
+}
+
+// Whether it was not there before.
+bool navigation_output_t::add(const rinex::nav_record_t& r)
+{
+    const bool repetition = is_repetition(r);
+    count_.found += !repetition;
+    if (!wanted_ || (repetition && !options_.nav_repeats) || !selection_.wants(r.satellite)) return !repetition;
+    if (!has_file(r.satellite.constellation)) return !repetition;
+    spool(rinex::nav_text(version_, r), {r.epoch, r.satellite, r.message, 0, 0});
+    ++count_.written;
+    return !repetition;
+}
+
+decode_result_t navigation_output_t::take_ion_utc(std::int64_t sent, const std::uint8_t* body, int size)
+{
+    const auto record = rinex::read_ion_utc_record(sent, body, size);
+    if (!record) return DECODE_REFUSED;
+    if (record->leap_seconds > 0) leap_seconds_ = record->leap_seconds;
+    const bool changed = !ion_utc_ || !(*ion_utc_ == *record);
+    if (changed) ion_utc_ = record;
+    constexpr int kFirstWithRecords = 400;
+    if (changed && wanted_ && version_ >= kFirstWithRecords && options_.wants(SYS_GPS)) {
+        // In front of the satellites of its time.
+        spool(rinex::ion_utc_text(*record), {record->sent, {rinex::kGps, 0}, rinex::nav_message_t::lnav, 0, 0});
+    }
+    return DECODE_ION_UTC;
+}
+
+decode_result_t navigation_output_t::take(int id, std::int64_t sent, const std::uint8_t* body, int size)
+{
+    if (id == MSG_ION_UTC) return take_ion_utc(sent, body, size);
+    bool is_new = false;
+    const auto result =
+        rinex::read_ephemerides(id, sent, body, size, [&](const rinex::nav_record_t& r) { is_new |= add(r); });
+    if (result == rinex::nav_result_t::no_ephemeris) return DECODE_NOTHING;
+    if (result == rinex::nav_result_t::refused) return DECODE_REFUSED;
+    if (id == MSG_GLONASS_EPHEMERIS && !leap_seconds_)
+        leap_seconds_ =
+            static_cast<int>(kMoscowTime) - static_cast<int>(korvex::read_glonass_ephemeris(body).time_offset);
+    return is_new ? DECODE_EPH : DECODE_NOTHING;
+}
+
+std::string navigation_output_t::write(char letter, const rinex::station_t& station, const std::string& name)
+{
+    const int one = letter == 'M' ? -1 : rinex::constellation_of(letter);
+    std::string system(1, letter);
+    if (letter == 'M' && std::all_of(entries_.begin(), entries_.end(), [&](const entry_t& e) {
+            return e.satellite.constellation == entries_[0].satellite.constellation;
+        }))
+        system = entries_[0].satellite.letter();
+    output_file_t file(options_.folder);
+    const std::string header =
+        rinex::nav_header(version_, {station.program, station.run_by, station.date, system, ion_utc_, leap_seconds_});
+    std::fwrite(header.data(), 1, header.size(), file.stream());
+    std::string text;
+    for (const entry_t& entry : entries_) {
+        if (one >= 0 && entry.satellite.constellation != one) continue;
+        text.resize(entry.size);
+        std::fseek(spool_->stream(), static_cast<long>(entry.at), SEEK_SET);
+        if (std::fread(text.data(), 1, text.size(), spool_->stream()) != text.size())
+            throw error_t(spool_->path(), "reading back failed", "writing " + name);
+        std::fwrite(text.data(), 1, text.size(), file.stream());
+    }
+    return file.publish(name);
+}
+
+std::vector<std::string> navigation_output_t::finish(const rinex::station_t& station, double first_epoch,
+                                                     const std::function<std::string(char)>& name_of)
+{
+    std::vector<std::string> paths;
+    if (spool_ == nullptr) return paths;
+    if (!leap_seconds_) leap_seconds_ = leap_seconds_of(first_epoch);
+    spool_->check("the navigation data");
+    std::sort(entries_.begin(), entries_.end(),
+              [](const entry_t& a, const entry_t& b) { return a.order() < b.order(); });
+    if (mixed_) return {write('M', station, name_of('M'))};
+    for (const rinex::constellation_t& c : rinex::kConstellations) {
+        const bool any = std::any_of(entries_.begin(), entries_.end(),
+                                     [&](const entry_t& e) { return e.satellite.letter() == c.letter; });
+        if (any) paths.push_back(write(c.letter, station, name_of(c.letter)));
+    }
+    return paths;
+}
+
+}   // namespace kvx

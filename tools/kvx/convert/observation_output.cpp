@@ -1,0 +1,105 @@
+#include "convert/observation_output.h"
+
+#include <algorithm>
+#include <limits>
+
+#include "common/error.h"
+#include "rinex/dates.h"
+#include "rinex/relay.h"
+
+namespace kvx {
+
+namespace {
+
+constexpr std::size_t kBuffer = 1 << 18;        // bytes
+constexpr std::size_t kMostWaiting = 1 << 14;   // events kept for a file that has no epoch yet
+
+}   // namespace
+
+observation_output_t::observation_output_t(const convert_options_t& options, const rinex::station_t& station,
+                                           const rinex::channels_t& channels, rinex::ledger_t& ledger)
+    : options_(options), station_(station), channels_(channels), text_(options.version(), options.names, ledger)
+{
+    buffer_.reserve(2 * kBuffer);
+}
+
+void observation_output_t::write(std::string_view text)
+{
+    buffer_ += text;
+    if (buffer_.size() >= kBuffer) flush();
+}
+
+void observation_output_t::flush()
+{
+    (void)std::fwrite(buffer_.data(), 1, buffer_.size(), file_->stream());   // the stream keeps its error
+    buffer_.clear();
+}
+
+void observation_output_t::write_events(std::int64_t until)
+{
+    for (; !events_.empty(); events_.pop_front()) {
+        const auto& [event, behind] = events_.front();
+        if (event.ticks > until || (event.ticks == until && behind)) return;
+        write(rinex::event_text(options_.version(), event.ticks, event.flag, event.lines));
+    }
+}
+
+void observation_output_t::add(event_t event, bool behind)
+{
+    if (!options_.events || events_.size() >= kMostWaiting) return;
+    const auto later = [&](const waiting_t& other) { return other.event.ticks > event.ticks; };
+    events_.insert(std::find_if(events_.begin(), events_.end(), later), {std::move(event), behind});
+}
+
+void observation_output_t::add(rinex::epoch_t& epoch)
+{
+    text_.follow(epoch);
+    const std::string_view text = text_.epoch(epoch);
+    if (text.empty()) return;
+    session_.last = epoch.time * rinex::kTicksPerMs;
+    if (file_ == nullptr) {
+        session_.first = session_.last;
+        file_ = std::make_unique<output_file_t>(options_.folder);
+        const std::string first_header = header();
+        header_size_ = first_header.size();
+        write(first_header);
+    }
+    write_events(session_.last);
+    write(text);
+    epochs_.add(static_cast<double>(epoch.time) / 1000.0);
+}
+
+std::string observation_output_t::header() const
+{
+    return rinex::observation_header(options_.version(), station_, session_, text_.columns(), text_.seen(), channels_);
+}
+
+// The same file with another header, and its columns in order.
+std::unique_ptr<output_file_t> observation_output_t::rewritten(const std::string& header)
+{
+    auto copy = std::make_unique<output_file_t>(options_.folder);
+    std::fwrite(header.data(), 1, header.size(), copy->stream());
+    std::fseek(file_->stream(), static_cast<long>(header_size_), SEEK_SET);
+    rinex::copy_in_order(file_->stream(), copy->stream(), text_.columns());
+    if (std::ferror(file_->stream()) != 0)
+        throw error_t(file_->path(), "reading back failed", "putting the columns in order");
+    return copy;
+}
+
+std::string observation_output_t::finish(const std::string& name)
+{
+    write_events(std::numeric_limits<std::int64_t>::max());
+    flush();
+    file_->check(name);
+    session_.interval = options_.interval > 0.0 ? options_.interval : epochs_.steps.usual();
+    const std::string last_header = header();
+    if (last_header.size() == header_size_ && text_.columns().settled()) {
+        std::fseek(file_->stream(), 0, SEEK_SET);
+        std::fwrite(last_header.data(), 1, last_header.size(), file_->stream());
+    } else {
+        file_ = rewritten(last_header);
+    }
+    return file_->publish(name);
+}
+
+}   // namespace kvx

@@ -1,0 +1,65 @@
+/// @file observation_output.h  The observation file of a log, with every signal.
+#ifndef KVX_OBSERVATION_OUTPUT_H
+#define KVX_OBSERVATION_OUTPUT_H
+
+#include <deque>
+#include <memory>
+#include <string>
+
+#include "common/output_file.h"
+#include "convert/station_messages.h"
+#include "log/summary.h"
+#include "rinex/observation_text.h"
+
+namespace kvx {
+
+/// Appears with its first epoch; a file without any never does.
+class observation_output_t {
+public:
+    /// @param options, station, channels, ledger  must outlive it
+    observation_output_t(const convert_options_t& options, const rinex::station_t& station,
+                         const rinex::channels_t& channels, rinex::ledger_t& ledger);
+
+    /// Looks at an epoch that is not written.
+    void follow(const rinex::epoch_t& epoch) { text_.follow(epoch); }
+
+    /// Writes an epoch, and before it the events that came earlier.
+    void add(rinex::epoch_t& epoch);
+
+    /// Keeps an event until the epochs before it are written.
+    /// @param behind  of an epoch of the same time
+    void add(event_t event, bool behind);
+
+    bool exists() const { return file_ != nullptr; }
+    const epoch_count_t& epochs() const { return epochs_; }
+
+    /// Writes what is left, puts the header right and gives the file its name.
+    /// @return path
+    std::string finish(const std::string& name);
+
+private:
+    struct waiting_t {
+        event_t event;
+        bool behind;
+    };
+    void write(std::string_view text);
+    void write_events(std::int64_t until);
+    void flush();
+    std::string header() const;
+    std::unique_ptr<output_file_t> rewritten(const std::string& header);
+
+    const convert_options_t& options_;
+    const rinex::station_t& station_;
+    const rinex::channels_t& channels_;
+    rinex::observation_text_t text_;
+    std::unique_ptr<output_file_t> file_;
+    std::size_t header_size_ = 0;
+    std::string buffer_;
+    std::deque<waiting_t> events_;   // in order of time
+    epoch_count_t epochs_;
+    rinex::session_t session_;
+};
+
+}   // namespace kvx
+
+#endif

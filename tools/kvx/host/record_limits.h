@@ -1,0 +1,44 @@
+/// @file record_limits.h  Observations that find no place in the library's record.
+#ifndef KVX_RECORD_LIMITS_H
+#define KVX_RECORD_LIMITS_H
+
+#include <cstdint>
+#include <map>
+#include <string>
+#include <utility>
+
+#include "rinex/epoch.h"
+#include "rinex/ranges.h"
+
+namespace kvx {
+
+/// Follows the range messages beside the decoder and counts, by signal and satellite, what the record lost: signals
+/// that share a slot, satellites without a number of their own, observations beyond the last entry.
+class record_limits_t {
+public:
+    record_limits_t(bool signal_map, bool raw_prn) : signal_map_(signal_map), raw_prn_(raw_prn) {}
+
+    /// @param new_epoch  the message begins one
+    void add(const std::uint8_t* body, int size, bool compressed, bool new_epoch);
+    void flush();
+
+    /// Signal and satellite ("2W", "G01"; a signal without a name by its type: "type 20").
+    using row_t = std::pair<std::string, std::string>;
+    const std::map<row_t, std::uint64_t>& lost() const { return lost_; }
+
+private:
+    struct place_t {
+        std::uint8_t tracking_key;
+        int prn;
+    };
+    void lose(const place_t& observation);
+
+    bool signal_map_, raw_prn_;
+    std::map<std::pair<int, int>, place_t> epoch_;   // by satellite number and slot
+    std::map<row_t, std::uint64_t> lost_;
+    rinex::signals_t signals_;
+};
+
+}   // namespace kvx
+
+#endif

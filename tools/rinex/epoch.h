@@ -1,0 +1,96 @@
+/// @file epoch.h  Observations of one epoch, of every signal, as the receiver sent them.
+#ifndef RINEX_EPOCH_H
+#define RINEX_EPOCH_H
+
+#include <array>
+#include <bit>
+#include <cstdint>
+
+#include "rinex/signals.h"
+
+namespace rinex {
+
+/// One signal of one satellite.
+struct observation_t {
+    double value[kKindCount];    // pseudorange (m), phase (cycles), Doppler (Hz), C/N0 (dB-Hz); 0: none
+    double lock_time;            // s
+    std::uint8_t tracking_key;   // system and type as sent
+    std::uint8_t digits;         // of the loss-of-lock indicator of the phase
+    bool parity_known : 1;
+    bool lock_time_full : 1;   // the message's field holds no more: it tells nothing
+    bool compressed : 1;       // came in the compressed message
+};
+
+enum lli_t : std::uint8_t { kSlip = 1, kHalfCycle = 2 };
+
+/// Places of satellites that are there, to be gone through in order.
+class places_t {
+public:
+    void set(int place) { words_[static_cast<std::size_t>(place >> 6)] |= std::uint64_t{1} << (place & 63); }
+    void reset(int place) { words_[static_cast<std::size_t>(place >> 6)] &= ~(std::uint64_t{1} << (place & 63)); }
+    void clear() { words_ = {}; }
+    bool has(int place) const { return (words_[static_cast<std::size_t>(place >> 6)] >> (place & 63) & 1) != 0; }
+    bool none() const { return count() == 0; }
+    int count() const
+    {
+        int n = 0;
+        for (const std::uint64_t word : words_) n += std::popcount(word);
+        return n;
+    }
+
+    template <typename Visit>
+    void each(Visit visit) const
+    {
+        for (std::size_t w = 0; w < words_.size(); ++w) {
+            for (std::uint64_t left = words_[w]; left != 0; left &= left - 1)
+                visit(static_cast<int>(64 * w) + std::countr_zero(left));
+        }
+    }
+
+private:
+    std::array<std::uint64_t, (kSatellites + 63) / 64> words_{};
+};
+
+/// Times are milliseconds since the beginning of GPS time, as the messages tell them.
+struct epoch_t {
+    std::int64_t time = 0;
+    places_t satellites;
+    std::array<std::uint16_t, kSatellites> signals{};   // bits of those that were observed
+    std::array<std::array<observation_t, kMostSignals>, kSatellites> observations;
+
+    observation_t& at(int place, int signal)
+    {
+        return observations[static_cast<std::size_t>(place)][static_cast<std::size_t>(signal)];
+    }
+    const observation_t& at(int place, int signal) const
+    {
+        return observations[static_cast<std::size_t>(place)][static_cast<std::size_t>(signal)];
+    }
+
+    /// Calls visit(place, signal) for every observation, in the order of a file.
+    template <typename Visit>
+    void each(Visit visit) const
+    {
+        satellites.each([&](int place) {
+            for (unsigned left = signals[static_cast<std::size_t>(place)]; left != 0; left &= left - 1)
+                visit(place, std::countr_zero(left));
+        });
+    }
+
+    void drop(int place, int signal)
+    {
+        auto& bits = signals[static_cast<std::size_t>(place)];
+        bits = static_cast<std::uint16_t>(bits & ~(1u << signal));
+        if (bits == 0) satellites.reset(place);
+    }
+
+    void clear()
+    {
+        satellites.each([this](int place) { signals[static_cast<std::size_t>(place)] = 0; });
+        satellites.clear();
+    }
+};
+
+}   // namespace rinex
+
+#endif

@@ -1,0 +1,17 @@
+/// @file fields.h  The number fields of observation files.
+#ifndef RINEX_FIELDS_H
+#define RINEX_FIELDS_H
+
+namespace rinex {
+
+inline constexpr int kValueWidth = 14, kFieldWidth = 16;   // F14.3; with loss-of-lock indicator and strength
+
+/// Whether a value has a place in F14.3 and is not printed as zero, which means none.
+inline bool fits_columns(double value)
+{
+    return (value >= 0.0005 && value < 9999999999.9995) || (value <= -0.0005 && value > -999999999.9995);
+}
+
+}   // namespace rinex
+
+#endif

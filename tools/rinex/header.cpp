@@ -1,0 +1,51 @@
+#include "rinex/header.h"
+
+#include <algorithm>
+
+namespace rinex {
+
+namespace {
+
+constexpr std::size_t kContent = 60;
+
+// What a log says may be anything: headers are printable ASCII.
+bool is_printable(char c)
+{
+    return c >= 0x20 && c < 0x7F;
+}
+
+}   // namespace
+
+std::string header_line(std::string_view content, std::string_view label)
+{
+    std::string line(content.substr(0, kContent));
+    std::replace_if(
+        line.begin(), line.end(), [](char c) { return !is_printable(c); }, ' ');
+    line.resize(kContent, ' ');
+    return line.append(label) + '\n';
+}
+
+std::string in_columns(std::initializer_list<std::pair<std::string_view, std::size_t>> texts)
+{
+    std::string line;
+    std::size_t end = 0;
+    for (const auto& [text, width] : texts) {
+        end += width;
+        line.append(text.substr(0, width)).resize(end, ' ');
+    }
+    return line;
+}
+
+std::string version_line(int version, std::string_view kind, std::string_view system)
+{
+    const std::string number = {static_cast<char>('0' + version / 100), '.', static_cast<char>('0' + version / 10 % 10),
+                                static_cast<char>('0' + version % 10)};
+    return header_line(in_columns({{"     " + number, 20}, {kind, 20}, {system, 20}}), "RINEX VERSION / TYPE");
+}
+
+std::string program_line(std::string_view program, std::string_view run_by, std::string_view date)
+{
+    return header_line(in_columns({{program, 20}, {run_by, 20}, {date, 20}}), "PGM / RUN BY / DATE");
+}
+
+}   // namespace rinex

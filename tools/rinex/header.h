@@ -1,0 +1,25 @@
+/// @file header.h  Lines of file headers.
+#ifndef RINEX_HEADER_H
+#define RINEX_HEADER_H
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace rinex {
+
+/// A header line with its LF: content from column 1, label from column 61; nothing behind the label.
+std::string header_line(std::string_view content, std::string_view label);
+
+/// The line that says what kind of file it is: "OBSERVATION DATA" and the letter of its system, or M.
+std::string version_line(int version, std::string_view kind, std::string_view system);
+
+/// Program, who ran it and when ("20240301 120000 UTC").
+std::string program_line(std::string_view program, std::string_view run_by, std::string_view date);
+
+/// Texts in columns of these widths.
+std::string in_columns(std::initializer_list<std::pair<std::string_view, std::size_t>> texts);
+
+}   // namespace rinex
+
+#endif

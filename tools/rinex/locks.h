@@ -1,0 +1,47 @@
+/// @file locks.h  Cycle slips and half cycles of the phases, from lock times.
+#ifndef RINEX_LOCKS_H
+#define RINEX_LOCKS_H
+
+#include <array>
+#include <cstdint>
+#include <limits>
+#include <vector>
+
+#include "rinex/epoch.h"
+
+namespace rinex {
+
+/// Follows the phase of every signal through all epochs of a log, those that are not written too, and tells for a
+/// phase that is written what may have come between it and the one before.
+class lock_tracker_t {
+public:
+    lock_tracker_t() : locks_(kSatellites) {}
+
+    /// Looks at an epoch; each once, in order.
+    void follow(const epoch_t& epoch);
+
+    /// Prepares a phase for the file: sets its digit; a phase too large for its columns loses whole cycles.
+    void mark(int place, int signal, std::int64_t time, observation_t& o);
+
+private:
+    struct lock_t {
+        std::int64_t written = std::numeric_limits<std::int64_t>::min();   // time of the last phase, ms
+        double lock_time = 0.0;                                            // of the observation before, s
+        double whole_cycles = 0.0;                                         // added
+        std::uint8_t tracking_key = 0;                                     // of the last phase written
+        bool lost = false;                                                 // since the last phase written
+        bool half_cycle = false;
+    };
+    static bool lost_since(const lock_t& lock, std::int64_t time, const observation_t& o);
+
+    lock_t& at(int place, int signal)
+    {
+        return locks_[static_cast<std::size_t>(place)][static_cast<std::size_t>(signal)];
+    }
+
+    std::vector<std::array<lock_t, kMostSignals>> locks_;
+};
+
+}   // namespace rinex
+
+#endif

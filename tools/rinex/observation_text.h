@@ -1,0 +1,59 @@
+/// @file observation_text.h  Epochs and events of an observation file as text.
+#ifndef RINEX_OBSERVATION_TEXT_H
+#define RINEX_OBSERVATION_TEXT_H
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "gnss/rinex/text.h"
+#include "rinex/columns.h"
+#include "rinex/locks.h"
+
+namespace rinex {
+
+enum epoch_flag_t : int { kGoodEpoch = 0, kStartMoving = 2, kNewSite = 3, kExternalEvent = 5 };
+
+/// Makes the text of epochs. No line ends in blanks.
+class observation_text_t {
+public:
+    /// @param version          times 100
+    /// @param signals, ledger  must outlive it
+    observation_text_t(int version, const signals_t& signals, ledger_t& ledger);
+
+    /// Looks at an epoch that may not be written: phases are followed through all of them.
+    void follow(const epoch_t& epoch) { locks_.follow(epoch); }
+
+    /// Text of an epoch, valid until the next call; empty when no satellite has a value in it.
+    std::string_view epoch(epoch_t& epoch);
+
+    const columns_t& columns() const { return columns_; }
+    const places_t& seen() const { return seen_; }   ///< satellites written
+
+private:
+    void drop_unprintable(epoch_t& epoch);
+    void fill_row(epoch_t& epoch, int place);
+    void take_values(observation_t& o, const columns_t::kinds_t& columns, int place, int signal, std::int64_t time);
+    bool is_other_source(int place, int column, int signal);
+    void put_epoch_lines(const epoch_t& epoch);
+    void put_row(satellite_t satellite);
+
+    bool rinex2_;
+    ledger_t& ledger_;
+    columns_t columns_;
+    lock_tracker_t locks_;
+    places_t seen_;
+    std::vector<field_t> row_;                        // of the satellite in hand
+    std::vector<std::vector<std::int8_t>> sources_;   // RINEX 2: signal of each satellite's last phase, by column
+    std::vector<char> buffer_;
+    text_t out_;
+};
+
+/// An event: its epoch line with a count, and header lines, which end in LF.
+/// @param ticks  see dates.h
+std::string event_text(int version, std::int64_t ticks, int flag, const std::vector<std::string>& lines);
+
+}   // namespace rinex
+
+#endif

@@ -1,0 +1,133 @@
+#include "rinex/ranges.h"
+
+#include <cmath>
+#include <cstdlib>
+
+#include "gnss/foundation/satellites.h"
+#include "gnss/foundation/wire.h"
+#include "gnss/log/range.h"
+#include "gnss/log/signals.h"
+
+namespace rinex {
+
+namespace {
+
+constexpr std::int64_t kSameEpoch = 1;              // ms, between the two messages
+constexpr double kFullLockTime = 0x1FFFFF / 32.0;   // s; the compressed message counts no further
+constexpr double kMostCycles = 1e15;                // phases beyond it have no fraction to speak of
+
+// Zero means none, and so does what is no number.
+double told(double value)
+{
+    return std::isfinite(value) ? value : 0.0;
+}
+
+// Channels are sent as numbers from 0; other values than these name none.
+bool is_channel(int channel)
+{
+    return channel >= -7 && channel <= 6;
+}
+
+double phase_of(const korvex::range_t& r, const constellation_t& system, const std::string& code, bool compressed)
+{
+    if (!compressed) return -r.adr;
+    const double frequency = carrier_frequency(system.letter, code[0], r.channel);
+    return korvex::unrolled_phase(r.pseudorange, kLightSpeed / frequency, r.adr);
+}
+
+}   // namespace
+
+range_collector_t::range_collector_t(const signals_t& signals, ledger_t& ledger, take_t take)
+    : signals_(signals), ledger_(ledger), take_(std::move(take)), epoch_(std::make_unique<epoch_t>())
+{}
+
+// Two full messages of one epoch have one time.
+bool range_collector_t::belongs(std::int64_t time, bool compressed) const
+{
+    return pending_ && std::llabs(time - epoch_->time) <= (compressed || !has_full_ ? kSameEpoch : 0);
+}
+
+void range_collector_t::begin(std::int64_t time)
+{
+    flush();
+    epoch_->time = time;
+    pending_ = true;
+    has_full_ = false;
+}
+
+bool range_collector_t::add(std::int64_t time, const std::uint8_t* body, int size, bool compressed)
+{
+    const auto record = static_cast<std::uint64_t>(compressed ? korvex::kRangeCompressedSize : korvex::kRangeSize);
+    if (size < korvex::kCountSize) return false;
+    const std::uint64_t n = wire::u32(body);
+    if (korvex::kCountSize + n * record > static_cast<std::uint64_t>(size)) return false;
+    if (!belongs(time, compressed)) begin(time);
+    if (!compressed) {
+        epoch_->time = time;
+        has_full_ = true;
+    }
+    for (std::uint64_t i = 0; i < n; ++i) add_record(body + korvex::kCountSize + i * record, compressed);
+    return true;
+}
+
+// Whether an observation takes its place in the epoch.
+bool range_collector_t::has_place(int place, int signal, const observation_t& observation)
+{
+    auto& signals = epoch_->signals[static_cast<std::size_t>(place)];
+    if ((signals >> signal & 1) == 0) {
+        signals = static_cast<std::uint16_t>(signals | 1u << signal);
+        epoch_->satellites.set(place);
+        return true;
+    }
+    const observation_t& there = epoch_->at(place, signal);
+    if (there.compressed && !observation.compressed) {
+        ledger_.add(there.tracking_key, fate_t::superseded);
+        return true;
+    }
+    ledger_.add(observation.tracking_key,
+                observation.compressed && !there.compressed ? fate_t::superseded : fate_t::repeated);
+    return false;
+}
+
+void range_collector_t::add_record(const std::uint8_t* p, bool compressed)
+{
+    const korvex::range_t r = compressed ? korvex::read_compressed_range(p) : korvex::read_range(p);
+    const korvex::trackstat_t track = korvex::read_trackstat(r.status);
+    const int key = tracking_key(r.status);
+    const auto [constellation, signal] = signals_[key];
+    const auto sent = static_cast<std::uint8_t>(key);
+    if (!track.code_lock) return ledger_.add(sent, fate_t::no_code_lock);
+    if (signal < 0) return ledger_.add(sent, fate_t::unknown_type);
+    const satellite_t satellite = satellite_of_prn(constellation, r.prn);
+    if (!satellite.valid()) return ledger_.add(sent, fate_t::no_satellite);
+    if (constellation == kGlonass && is_channel(r.channel))
+        channels_[static_cast<std::size_t>(satellite.number)] = static_cast<std::int8_t>(r.channel);
+
+    observation_t o{};
+    o.tracking_key = sent;
+    o.compressed = compressed;
+    const int place = place_of(satellite);
+    if (!has_place(place, signal, o)) return;
+    o.value[kPseudorange] = told(r.pseudorange);
+    if (track.phase_lock) {
+        const std::string& code = signals_.codes(constellation)[static_cast<std::size_t>(signal)];
+        o.value[kPhase] = told(phase_of(r, satellite.system(), code, compressed));
+        if (std::fabs(o.value[kPhase]) > kMostCycles) o.value[kPhase] = 0.0;
+    }
+    o.value[kDoppler] = told(r.doppler);
+    o.value[kStrength] = told(r.cn0);
+    o.lock_time = r.locktime;
+    o.lock_time_full = compressed && r.locktime >= kFullLockTime;
+    o.parity_known = track.parity_known;
+    epoch_->at(place, signal) = o;
+}
+
+void range_collector_t::flush()
+{
+    if (!pending_) return;
+    pending_ = false;
+    take_(epoch_);
+    epoch_->clear();
+}
+
+}   // namespace rinex

@@ -1,0 +1,122 @@
+#include "rinex/relay.h"
+
+#include "rinex/fields.h"
+#include "rinex/lines.h"
+
+namespace rinex {
+
+namespace {
+
+constexpr std::size_t kRowOf2 = 5, kSatellitesOf2 = 12;
+constexpr std::size_t kFlush = 1 << 18;
+
+std::string_view without_blanks(std::string_view line)
+{
+    return line.substr(0, line.find_last_not_of(' ') + 1);
+}
+
+class relay_t {
+public:
+    relay_t(std::FILE* from, std::FILE* to, const columns_t& columns)
+        : lines_([from](char* at, std::size_t n) { return std::fread(at, 1, n, from); }),
+          to_(to),
+          rinex2_(columns.one_list())
+    {
+        for (std::size_t list = 0; list < orders_.size(); ++list) orders_[list] = columns.order(list);
+        old_rows_ = (columns.size(0) + kRowOf2 - 1) / kRowOf2;
+    }
+
+    void run()
+    {
+        for (std::string_view line; lines_.next(line);) {
+            const int flag = line[rinex2_ ? 28 : 31] - '0';
+            const int count = number(line.substr(rinex2_ ? 29 : 32, 3));
+            put(line);
+            if (flag > 1) {
+                copy(count);
+            } else {
+                rinex2_ ? epoch2(static_cast<std::size_t>(count)) : epoch3(count);
+            }
+            if (out_.size() >= kFlush) flush();
+        }
+        flush();
+    }
+
+private:
+    static int number(std::string_view text)
+    {
+        int n = 0;
+        for (const char c : text) n = 10 * n + (c == ' ' ? 0 : c - '0');
+        return n;
+    }
+
+    void flush()
+    {
+        (void)std::fwrite(out_.data(), 1, out_.size(), to_);
+        out_.clear();
+    }
+
+    void put(std::string_view line) { out_.append(without_blanks(line)).push_back('\n'); }
+
+    void copy(int n)
+    {
+        for (std::string_view line; n > 0 && lines_.next(line); --n) put(line);
+    }
+
+    std::string_view field(std::size_t column) const
+    {
+        const std::size_t at = column * kFieldWidth;
+        return at < row_.size() ? std::string_view(row_).substr(at, kFieldWidth) : std::string_view();
+    }
+
+    // The columns of a list from place to place, in order, into one line.
+    void put_fields(const std::vector<std::size_t>& order, std::size_t begin, std::size_t end)
+    {
+        for (std::size_t i = begin; i < end; ++i) {
+            const std::string_view text = field(order[i]);
+            out_.append(text).append(i + 1 < end ? kFieldWidth - text.size() : 0, ' ');
+        }
+        out_.resize(out_.find_last_not_of(' ') + 1);
+        out_.push_back('\n');
+    }
+
+    void epoch3(int count)
+    {
+        for (std::string_view line; count > 0 && lines_.next(line); --count) {
+            row_ = line.substr(3);
+            out_.append(line.substr(0, 3));
+            const auto& order = orders_[static_cast<std::size_t>(constellation_of(line[0]))];
+            put_fields(order, 0, order.size());
+        }
+    }
+
+    void epoch2(std::size_t count)
+    {
+        copy(static_cast<int>((count - 1) / kSatellitesOf2));
+        const auto& order = orders_[0];
+        for (; count > 0; --count) {
+            row_.clear();
+            std::string_view line;
+            for (std::size_t k = 0; k < old_rows_ && lines_.next(line); ++k)
+                row_.append(line).resize((k + 1) * kRowOf2 * kFieldWidth, ' ');
+            for (std::size_t i = 0; i < order.size(); i += kRowOf2)
+                put_fields(order, i, std::min(i + kRowOf2, order.size()));
+        }
+    }
+
+    byte_lines_t lines_;
+    std::FILE* to_;
+    bool rinex2_;
+    std::array<std::vector<std::size_t>, kConstellationCount> orders_;
+    std::size_t old_rows_ = 0;
+    std::string row_, out_;
+};
+
+}   // namespace
+
+void copy_in_order(std::FILE* from, std::FILE* to, const columns_t& columns)
+{
+    relay_t(from, to, columns).run();
+}
+
+}   // namespace rinex

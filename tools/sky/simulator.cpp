@@ -121,8 +121,8 @@ lock_t simulator_t::hold(const track_t& track, const signal_t& signal) const
 {
     if (!scenario_.every_signal) return {t_ - track.locked_since};
     const vehicle_t& v = *track.sent_by;
-    const auto number = static_cast<std::uint64_t>((signal.system * 256 + v.prn()) * 32 + signal.type);
-    return interrupted_lock(scenario_.seed + (number << 32), track.locked_since, t_);
+    const int number = (signal.system * 256 + v.prn()) * 32 + signal.type;
+    return interrupted_lock(scenario_.seed + (static_cast<std::uint64_t>(number) << 32), track.locked_since, t_);
 }
 
 namespace {

@@ -1,4 +1,4 @@
-"""Reader of RINEX files, versions 2.10 to 3.04, written from the published formats.
+"""Reader of RINEX files, versions 2.10 to 4.02, written from the published formats.
 
 It takes the structure apart (header records, epochs, satellites, observation fields) and is strict about it:
 whatever does not fit raises RinexError with the line and a short name. Judging the contents is left to the callers.
@@ -81,8 +81,8 @@ class Header:
             raise RinexError(len(lines) or 1, "no-end-of-header", "the header does not end")
         first = self.records[0]
         self.version_text, self.kind, self.system = first.text[:9].strip(), first.text[20], first.text[40]
-        if first.label != "RINEX VERSION / TYPE" or not re.fullmatch(r"[23]\.\d\d?", self.version_text):
-            raise RinexError(1, "version", f"no RINEX 2 or 3 file: {lines[0][:40].rstrip()!r}")
+        if first.label != "RINEX VERSION / TYPE" or not re.fullmatch(r"[234]\.\d\d?", self.version_text):
+            raise RinexError(1, "version", f"no RINEX 2, 3 or 4 file: {lines[0][:40].rstrip()!r}")
         self.version = round(float(self.version_text) * 100)
         self.end = number
 
@@ -184,12 +184,25 @@ def epochs(lines, header):
 
 
 def values(satellite, codes):
-    """(code, Value) of a satellite's fields that hold a number; blank and 0.000 both mean not observed."""
+    """(code, Value) of a satellite's fields that are not blank."""
     data = satellite.data
     for index, code in enumerate(codes):
         start = index * FIELD
         text = data[start : start + 14].strip()
-        if text.strip("-0."):
+        if text:
             if not NUMBER.fullmatch(text):
                 raise RinexError(satellite.line, "value", f"{satellite.name} {code}: {text!r} is no number")
             yield code, Value(text, data[start + 14 : start + 15], data[start + 15 : start + 16])
+
+
+def observations(lines, header):
+    """(ticks, {satellite: {code: Value}}) of every epoch that is no event; times rise, satellites come once."""
+    last = 0
+    for epoch in epochs(lines, header):
+        if epoch.flag in EVENT_FLAGS:
+            continue
+        satellites = {s.name: dict(values(s, header.types_of(s.name[0]))) for s in epoch.satellites}
+        if epoch.ticks <= last or len(satellites) != len(epoch.satellites) or epoch.flag > 1:
+            raise RinexError(epoch.line, "epoch", f"{epoch.text!r}: too early, a satellite twice, or a flag")
+        yield epoch.ticks, satellites
+        last = epoch.ticks

@@ -8,7 +8,7 @@ using namespace sky;
 
 TEST(Sky, DataSetsFollowEachOtherWithoutJumpsAndTellTheTruth)
 {
-    for (const auto& v : make_constellation(kAllSystems, {2305, 18}, 590000)) {
+    for (const auto& v : make_constellation(kAllSystems, {2305, 18}, 590000, true)) {
         for (double t = 590000; t < 620000; t += 10) {   // through a change of week
             const double reference = v->reference();
             const orbit_point_t old = v->at(t);

@@ -30,6 +30,7 @@ struct geosynchronous_t {
     double longitude;               // degrees east, of the track's centre
     double inclination, e, omega;   // degrees, -, degrees
     double phase;                   // degrees, argument of latitude at the beginning of the week
+    bool extra = false;
 };
 
 const int kGpsPrns[] = {1,  2,  3,  4,  5,  6,  7,  8,  9,  10, 11, 12, 13, 14, 15, 16,
@@ -49,7 +50,7 @@ const walker_t kWalkers[] = {
 };
 
 const geosynchronous_t kGeosynchronous[] = {
-    // system, PRN, longitude, inclination, e, omega, phase
+    // system, PRN, longitude, inclination, e, omega, phase, extra
     {SYS_BDS,   1, 140.00,  5.0, 0.0004, 120.0,   0.0},   // geostationary: 5 degrees to the tilted plane
     {SYS_BDS,   2,  80.00,  5.0, 0.0003,  30.0,   0.0},
     {SYS_BDS,   3, 110.50,  5.0, 0.0005, 200.0,   0.0},
@@ -67,15 +68,19 @@ const geosynchronous_t kGeosynchronous[] = {
     {SYS_QZS, 194, 135.00, 41.0, 0.0750, 270.0, 180.0},
     {SYS_QZS, 195, 135.00, 41.0, 0.0750, 270.0, 300.0},
     {SYS_QZS, 199, 127.00,  0.1, 0.0002,  90.0,   0.0},
+    {SYS_BDS,  60, 125.00,  5.0, 0.0003, 150.0,   0.0, true},
+    {SYS_QZS, 200,  90.50,  0.1, 0.0002,  60.0,   0.0, true},
 };
 // clang-format on
 
 struct sbas_t {
     int prn;
     double longitude;   // degrees east
+    bool extra = false;
 };
 
-const sbas_t kSbas[] = {{120, -15.5}, {123, 31.5}, {127, 55.0}, {128, 83.0}, {136, 5.0}, {137, 145.0}};
+const sbas_t kSbas[] = {{120, -15.5}, {123, 31.5},  {127, 55.0},       {128, 83.0},
+                        {136, 5.0},   {137, 145.0}, {148, 110.0, true}};
 
 // What differs from satellite to satellite: clock and group delays, all on the grids of the messages.
 void add_individual_terms(kepler_plan_t& p)
@@ -150,11 +155,13 @@ void add_geosynchronous(fleet_t& fleet, const time_base_t& base, const geosynchr
 // A nearly circular GLONASS orbit, its state on the grid of the message.
 glonass_state_t glonass_start(int slot, double t)
 {
-    constexpr double kRadius = 25508e3;   // m
-    constexpr double kSpeed = 3952.96;    // m/s, inertial
+    constexpr double kRadius = 25508e3;     // m
+    constexpr double kSpeed = 3952.96;      // m/s, inertial
+    constexpr double kSparePlace = 112.5;   // degrees
     const sin_cos_t incline = sin_cos(64.8 * kDegree);
-    const int plane = (slot - 1) / 8;
-    const sin_cos_t u = sin_cos((45.0 * ((slot - 1) % 8) + 15.0 * plane) * kDegree + kSpeed / kRadius * t);
+    const int plane = (slot - 1) / 8;   // the spare one behind the last slot: the first plane again, between its slots
+    const double place = slot > kGlonassSlots ? kSparePlace : 45.0 * ((slot - 1) % 8) + 15.0 * plane;
+    const sin_cos_t u = sin_cos(place * kDegree + kSpeed / kRadius * t);
     const double node = (100.0 + 120.0 * plane) * kDegree - kEarthRate * t;
     const vec3_t p = turn_z({kRadius * u.cos, kRadius * u.sin * incline.cos, kRadius * u.sin * incline.sin}, -node);
     const vec3_t v = turn_z({-kSpeed * u.sin, kSpeed * u.cos * incline.cos, kSpeed * u.cos * incline.sin}, -node);
@@ -167,17 +174,19 @@ glonass_state_t glonass_start(int slot, double t)
 
 }   // namespace
 
-fleet_t make_constellation(int systems, const time_base_t& base, double t)
+fleet_t make_constellation(int systems, const time_base_t& base, double t, bool extra)
 {
     fleet_t fleet;
+    const auto asked = [=](int system, bool is_extra) { return (systems & system) != 0 && (extra || !is_extra); };
     for (const walker_t& w : kWalkers)
-        if ((systems & w.system) != 0) add_walker(fleet, base, w);
+        if (asked(w.system, false)) add_walker(fleet, base, w);
     for (const geosynchronous_t& g : kGeosynchronous)
-        if ((systems & g.system) != 0) add_geosynchronous(fleet, base, g);
-    for (int slot = 1; slot <= kGlonassSlots && (systems & SYS_GLO) != 0; ++slot)
-        fleet.push_back(std::make_unique<glonass_vehicle_t>(base, slot, t, glonass_start(slot, t)));
+        if (asked(g.system, g.extra)) add_geosynchronous(fleet, base, g);
+    for (int slot = 1; slot <= kGlonassSlots + 1; ++slot)
+        if (asked(SYS_GLO, slot > kGlonassSlots))
+            fleet.push_back(std::make_unique<glonass_vehicle_t>(base, slot, t, glonass_start(slot, t)));
     for (const sbas_t& s : kSbas)
-        if ((systems & SYS_SBS) != 0) fleet.push_back(std::make_unique<sbas_vehicle_t>(s.prn, s.longitude * kDegree));
+        if (asked(SYS_SBS, s.extra)) fleet.push_back(std::make_unique<sbas_vehicle_t>(s.prn, s.longitude * kDegree));
     for (const auto& v : fleet) v->renew(t);
     return fleet;
 }

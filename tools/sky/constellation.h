@@ -15,7 +15,9 @@ namespace sky {
 /// @param systems  bits of gnss_system_t
 /// @param base     week that t counts from
 /// @param t        beginning of the simulation; every satellite has its data set of that time
-std::vector<std::unique_ptr<vehicle_t>> make_constellation(int systems, const time_base_t& base, double t);
+/// @param extra    also C60, J08, R25 and S48, whose numbers lie beyond those of the others
+std::vector<std::unique_ptr<vehicle_t>> make_constellation(int systems, const time_base_t& base, double t,
+                                                           bool extra = false);
 
 }   // namespace sky
 

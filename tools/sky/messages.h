@@ -13,7 +13,7 @@ namespace sky {
 
 /// A GLONASS broadcast data set as the board reports it.
 struct glonass_set_t {
-    int slot, channel;          ///< 1..24, -7..6
+    int slot, channel;          ///< 1..25, -7..6
     int week;                   ///< GPS week of the reference time
     std::uint32_t ms;           ///< reference time, ms of the GPS week
     std::uint32_t offset;       ///< GLONASS time - GPS time (s)

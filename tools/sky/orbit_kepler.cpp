@@ -12,7 +12,7 @@ constexpr double kTilt = -5.0 * kPi / 180.0;   // of the plane that BeiDou's geo
 
 bool is_beidou_geo(int system, int prn)
 {
-    return system == SYS_BDS && prn <= 5;
+    return system == SYS_BDS && (prn <= 5 || prn >= 59);
 }
 
 double gravity(int system)

@@ -27,7 +27,7 @@ struct kepler_set_t {
 /// @param set  data set
 /// @param t    GPS time, seconds from the beginning of the log's first week
 /// @note IS-GPS-200 table 20-IV; Galileo OS SIS ICD 5.1.1; BeiDou OS SIS ICD (B1I) 5.2.4.12, for its
-///       geostationary satellites (PRN 1..5) with the rotation by -5 degrees.
+///       geostationary satellites (PRN 1..5, 59..63) with the rotation by -5 degrees.
 orbit_point_t evaluate(const kepler_set_t& set, double t);
 
 /// True for BeiDou's geostationary satellites.

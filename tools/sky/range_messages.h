@@ -19,11 +19,13 @@ struct range_t {
     double cn0;             ///< dB-Hz
     double lock_time;       ///< s
     std::uint32_t status;   ///< channel tracking status
+    bool rare;              ///< stands in one message alone when an epoch is sent in both
 };
 
 enum range_form_t : int {
     kFullRange = MSG_RANGE,
     kCompressedRange = MSG_RANGE_COMPRESSED,
+    kBothRanges = 0,   ///< of a scenario: each epoch in both
 };
 
 /// Appends the range messages of an epoch: as many as the frame size asks for, one when there are no records.

@@ -5,6 +5,8 @@
 #include <cstdint>
 #include <span>
 
+#include "sky/locks.h"
+
 namespace sky {
 
 /// One signal of a system. The delay of its code is delay1 * (first group delay of the broadcast data)
@@ -17,6 +19,7 @@ struct signal_t {
     double delay1, delay2;
     int first_prn, last_prn;   ///< satellites on which the board tracks it, as the board numbers them
     unsigned remainders;       ///< bit k: of these, the PRNs with remainder k by 4
+    bool extra = false;        ///< not on every board
 };
 
 /// All signals in the order in which the board reports those of one satellite.
@@ -27,11 +30,12 @@ bool sent_by(const signal_t& signal, int system, int prn);
 
 constexpr double kFrequencyL1 = 1575.42e6;   // Hz
 
-/// Tracking status word of a signal in lock: phase and code locked, parity known.
+/// Tracking status word of a signal.
 ///
 /// @param signal   signal
 /// @param channel  receiver channel 0..31
-std::uint32_t tracking_status(const signal_t& signal, int channel);
+/// @param lock     how the receiver holds it
+std::uint32_t tracking_status(const signal_t& signal, int channel, const lock_t& lock);
 
 }   // namespace sky
 

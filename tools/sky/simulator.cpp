@@ -1,6 +1,7 @@
 #include "sky/simulator.h"
 
 #include <algorithm>
+#include <iterator>
 
 #include "gnss/foundation/satellites.h"
 #include "sky/atmosphere.h"
@@ -56,7 +57,7 @@ simulator_t::simulator_t(const scenario_t& s)
       base_{s.week, leap_seconds(s.week, s.tow)},
       interval_(epoch_interval(s.rate)),
       epochs_(std::max<std::int64_t>(1, (std::llround(s.duration * 1000.0) + interval_ - 1) / interval_)),
-      vehicles_(make_constellation(s.systems, base_, s.tow)),
+      vehicles_(make_constellation(s.systems, base_, s.tow, s.every_signal)),
       random_(s.seed)
 {
     const sin_cos_t lat = sin_cos(s.lat * kDegree), lon = sin_cos(s.lon * kDegree);
@@ -116,6 +117,24 @@ void simulator_t::look(track_t& track) const
                        kLightSpeed * (kClockDrift - (after.clock - before.clock));
 }
 
+lock_t simulator_t::hold(const track_t& track, const signal_t& signal) const
+{
+    if (!scenario_.every_signal) return {t_ - track.locked_since};
+    const vehicle_t& v = *track.sent_by;
+    const int number = (signal.system * 256 + v.prn()) * 32 + signal.type;
+    return interrupted_lock(scenario_.seed + (static_cast<std::uint64_t>(number) << 32), track.locked_since, t_);
+}
+
+namespace {
+
+// Of each satellite the signals of every seventh carrier, in whole MHz, stand in message 140 alone.
+bool is_rare(const vehicle_t& v, const signal_t& signal)
+{
+    return (v.prn() + std::lround(signal.frequency / 1e6)) % 7 == 0;
+}
+
+}   // namespace
+
 // Measures all signals of a visible satellite.
 void simulator_t::measure(const track_t& track)
 {
@@ -123,19 +142,21 @@ void simulator_t::measure(const track_t& track)
     const int channel = static_cast<int>(&track - tracks_.data());
     random_t ambiguity(track.lock);
     for (const signal_t& signal : signals()) {
-        if (!sent_by(signal, v.system(), v.prn())) continue;
+        if (!sent_by(signal, v.system(), v.prn()) || (signal.extra && !scenario_.every_signal)) continue;
         const double frequency = signal.frequency + v.channel() * signal.channel_step;
         const double wavelength = kLightSpeed / frequency;
         const double delay = track.ionosphere * (kFrequencyL1 / frequency) * (kFrequencyL1 / frequency);
         const double turns = static_cast<double>(ambiguity.below(100001)) - 50000.0;
+        const lock_t lock = hold(track, signal);
         range_t r{};
         r.prn = v.prn(), r.channel = v.channel();
         r.pseudorange = track.range + delay + kLightSpeed * v.delay(signal) + scenario_.code_noise * random_.normal();
-        r.phase = (track.range - delay) / wavelength + turns + scenario_.phase_noise * random_.normal();
+        r.phase = (track.range - delay) / wavelength + turns + lock.turns + scenario_.phase_noise * random_.normal();
         r.doppler = -track.range_rate / wavelength;
         r.cn0 = 36.0 + 15.0 * track.to.sin_elevation - (frequency < 1.3e9 ? 2.0 : 0.0) + 0.3 * random_.normal();
-        r.lock_time = t_ - track.locked_since;
-        r.status = tracking_status(signal, channel);
+        r.lock_time = lock.time;
+        r.status = tracking_status(signal, channel, lock);
+        r.rare = is_rare(v, signal);
         ranges_.push_back(r);
     }
 }
@@ -207,6 +228,20 @@ void simulator_t::append_ephemerides(bytes_t& log)
     }
 }
 
+// An epoch in both messages: they come first in turn, some signals stand in 140 alone, and that one's time may be 1 ms
+// late when it comes second.
+void simulator_t::append_observations(bytes_t& log) const
+{
+    const std::int64_t ms = std::llround(now_.seconds * 1000.0);
+    if (scenario_.range != kBothRanges) return append_ranges(log, scenario_.range, ranges_, now_.week, ms);
+    std::vector<range_t> common;
+    std::ranges::copy_if(ranges_, std::back_inserter(common), [](const range_t& r) { return !r.rare; });
+    const bool full_first = done_ % 2 == 0;
+    if (full_first) append_ranges(log, kFullRange, common, now_.week, ms);
+    append_ranges(log, kCompressedRange, ranges_, now_.week, ms + (done_ % 4 == 2 ? 1 : 0));
+    if (!full_first) append_ranges(log, kFullRange, common, now_.week, ms);
+}
+
 bool simulator_t::next(bytes_t& log)
 {
     if (done_ >= epochs_) return false;
@@ -217,7 +252,7 @@ bool simulator_t::next(bytes_t& log)
     observe();
     append_station_messages(log);
     append_ephemerides(log);
-    append_ranges(log, scenario_.range, ranges_, now_.week, std::llround(now_.seconds * 1000.0));
+    append_observations(log);
     ++done_;
     return true;
 }

@@ -25,6 +25,7 @@ struct scenario_t {
     double height = 30.0;                ///< m above WGS 84
     int systems = kAllSystems;           ///< bits of gnss_system_t
     range_form_t range = kFullRange;     ///< message that carries the observations
+    bool every_signal = false;           ///< all signals and satellites that boards send, and locks that end
     double mask = 10.0;                  ///< least elevation, degrees
     double ephemeris_interval = 300.0;   ///< s between repetitions of unchanged ephemerides
     double code_noise = 0.3;             ///< deviation of a pseudorange, m
@@ -55,11 +56,13 @@ private:
     struct track_t;
 
     void look(track_t& track) const;
+    lock_t hold(const track_t& track, const signal_t& signal) const;
     void measure(const track_t& track);
     void observe();
     std::vector<visible_t> visible_satellites() const;
     void append_station_messages(bytes_t& log);
     void append_ephemerides(bytes_t& log);
+    void append_observations(bytes_t& log) const;
     void append(bytes_t& log, frame_t frame) const;
     bool due(std::int64_t period) const;
 

@@ -128,10 +128,16 @@ vec3_t luni_solar(int slot)
     return {step(slot), step(slot / 3), step(slot / 9)};
 }
 
+int glonass_channel(int slot)
+{
+    constexpr int kSpareChannel = -6;
+    return slot <= kGlonassSlots ? kGlonassChannels[slot - 1] : kSpareChannel;
+}
+
 }   // namespace
 
 glonass_vehicle_t::glonass_vehicle_t(const time_base_t& base, int slot, double t, const glonass_state_t& state)
-    : vehicle_t(SYS_GLO, slot + system_of(SYS_GLO).prn_before, kGlonassChannels[slot - 1]),
+    : vehicle_t(SYS_GLO, slot + system_of(SYS_GLO).prn_before, glonass_channel(slot)),
       base_(base),
       arc_(glonass_reference(base, t), state, luni_solar(slot))
 {

@@ -92,7 +92,7 @@ private:
 /// A GLONASS satellite. Its data sets are links of one integration.
 class glonass_vehicle_t : public vehicle_t {
 public:
-    /// @param slot   1..24
+    /// @param slot   1..24, 25: a spare satellite
     /// @param t      any time in the interval to begin with
     /// @param state  where it is at that interval's reference time
     glonass_vehicle_t(const time_base_t& base, int slot, double t, const glonass_state_t& state);

@@ -27,7 +27,7 @@ struct options_t {
     std::string start = "2024-03-10 12:00:00";
     std::string systems = "GRECJS";
     std::array<double, 3> position = {31.2, 121.5, 30.0};
-    int range = sky::kFullRange;
+    std::string range = "43";
     std::int64_t faults = 0;
 };
 
@@ -118,7 +118,9 @@ void complete(options_t& options)
     sky::scenario_t& s = options.scenario;
     read_start(options.start, s);   // the option's own check has passed
     s.systems = systems_of(options.systems);
-    s.range = static_cast<sky::range_form_t>(options.range);
+    s.range = options.range == "both" ? sky::kBothRanges
+              : options.range == "43" ? sky::kFullRange
+                                      : sky::kCompressedRange;
     s.lat = options.position[0], s.lon = options.position[1], s.height = options.position[2];
     if (!(std::fabs(s.lat) <= 90.0 && std::fabs(s.lon) <= 360.0 && s.height >= -1000.0 && s.height <= 20000.0))
         throw CLI::ValidationError("--position", "degrees are within 90 and 360, heights -1000 to 20000 m");
@@ -152,9 +154,11 @@ command_t simulate_command(CLI::App& program)
     app->add_option("--systems", options->systems, "Systems: G GPS, R GLONASS, E Galileo, C BeiDou, J QZSS, S SBAS")
         ->check(system_letters())
         ->capture_default_str();
-    app->add_option("--range", options->range, "Message with the observations: 43, or 140 (compressed)")
-        ->check(CLI::IsMember({int{MSG_RANGE}, int{MSG_RANGE_COMPRESSED}}))
+    app->add_option("--range", options->range, "Message with the observations: 43, 140 (compressed), or both")
+        ->check(CLI::IsMember({"43", "140", "both"}))
         ->capture_default_str();
+    app->add_flag("--every-signal", s.every_signal,
+                  "Also signals and satellites that only some boards send, losses of lock, half cycles");
     app->add_option("--elevation-mask", s.mask, "Least elevation of a satellite (degrees)")
         ->check(within(0.0, 80.0))
         ->capture_default_str();

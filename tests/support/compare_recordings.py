@@ -12,7 +12,7 @@ from decimal import ROUND_HALF_EVEN, Decimal
 from conversions import Fault, arguments, compare, convert
 from rinex_reader import TICKS_PER_SECOND, Header, observations, read_lines
 
-OPTIONS = ()
+OPTIONS = ("--as-host",)
 
 # truncated: C/N0 stands in the message as a float, the file has whole dB-Hz; held: the message has 20 to 51 dB-Hz.
 # unknown_parity: seconds after the start of a lock in which parity is unknown; such a phase is blank in the file.

@@ -32,7 +32,8 @@ class Convert(unittest.TestCase):
         cls.kept = tempfile.TemporaryDirectory()
         cls.log, cls.log140 = (pathlib.Path(cls.kept.name) / name for name in ("survey.log", "compressed.log"))
         assert kvx("simulate", "-o", cls.log, "--duration", 300).returncode == DONE
-        assert kvx("simulate", "-o", cls.log140, "--duration", 300, "--range", 140).returncode == DONE
+        assert kvx("simulate", "-o", cls.log140, "--duration", 300, "--range", 140,
+                   "--start", "2024-03-10 13:00:00").returncode == DONE
         cls.addClassCleanup(cls.kept.cleanup)
 
     def setUp(self):
@@ -59,7 +60,7 @@ class Convert(unittest.TestCase):
             kvx("simulate", "-o", log, "--duration", 60, *options)
             if name == "split":
                 log.write_bytes(logs.split_epochs(log.read_bytes()))
-            kvx("convert", log, "-o", self.dir / (name + "_out"), "--plain-header")
+            kvx("convert", log, "-o", self.dir / (name + "_out"), "--as-host")
             subprocess.run([*HOST.split(), log, file], check=True, stdout=subprocess.DEVNULL)
             expected = self.observations(self.dir / (name + "_out"))
             self.assertEqual(300 if name == "fast" else 60, len(epochs(file)))
@@ -79,7 +80,7 @@ class Convert(unittest.TestCase):
         for log in (self.log, self.log140):
             for version, more in allowed.items():
                 folder = self.dir / (log.name + version)
-                kvx("convert", log, "-o", folder, "--rinex", version, "--agency", "A", "--observer", "O")
+                kvx("convert", log, "-o", folder, "--as-host", "--rinex", version, "--agency", "A", "--observer", "O")
                 self.assertEqual([], findings(self.observations(folder), more))
         text = self.observations(folder).read_text()
         for name, good, bad in (("type-count", "G   16", "G   15"), ("satellite-id", "\nG05", "\nG33"),
@@ -101,11 +102,11 @@ class Convert(unittest.TestCase):
             resource.setrlimit(resource.RLIMIT_FSIZE, (limit, limit))
             signal.signal(signal.SIGXFSZ, signal.SIG_IGN)
 
-        kvx("convert", self.log, "-o", self.dir / "plain", "--plain-header", "--nav", "none")
+        kvx("convert", self.log, "-o", self.dir / "plain", "--nav", "none")
         os.utime(self.observations(self.dir / "plain"), (2e9, 2e9))   # written by a board whose clock was ahead
-        self.assertEqual(DONE, kvx("convert", self.log, "-o", self.dir / "plain", "--plain-header", "--nav", "none").returncode)
-        patched = self.observations(self.dir / "plain").stat().st_size
-        for limit in (500000, patched + 100):   # in the middle of the epochs; while the header is completed
+        self.assertEqual(DONE, kvx("convert", self.log, "-o", self.dir / "plain", "--nav", "none").returncode)
+        whole = self.observations(self.dir / "plain").stat().st_size
+        for limit in (500000, whole - 100):   # in the middle of the epochs, and at their end
             run = kvx("convert", self.log, "-o", self.out, preexec_fn=lambda: small_files(limit))
             self.assertEqual(FAILED, run.returncode, limit)
             self.assertIn(b"writing", run.stderr)

@@ -1,4 +1,6 @@
 // The summary for people.
+#include <algorithm>
+
 #include "common/gps_time.h"
 #include "common/systems.h"
 #include "common/text_format.h"
@@ -70,6 +72,15 @@ std::string navigation_text(const navigation_count_t& n)
            (n.written == 0 ? ", no navigation file\n" : "\n");
 }
 
+// "G1C 12, G2W 4"
+template <typename Counts>
+std::string named_counts(const Counts& counts)
+{
+    std::string text;
+    for (const auto& [name, n] : counts) text += (text.empty() ? "" : ", ") + name + " " + std::to_string(n);
+    return text;
+}
+
 // One line for each reason, with its signals.
 std::string signals_text(const std::vector<signal_count_t>& signals)
 {
@@ -78,17 +89,19 @@ std::string signals_text(const std::vector<signal_count_t>& signals)
         records += s.counts.records();
         written += s.counts.written();
     }
-    std::string out =
-        "  observations: " + std::to_string(records) + ", written: " + std::to_string(written) + "\n";
+    std::string out = "  observations: " + std::to_string(records) + ", written: " + std::to_string(written) + "\n";
     const auto list = [&](const std::string& what, auto count_of) {
         std::uint64_t sum = 0;
-        std::string names;
+        std::vector<std::pair<std::string, std::uint64_t>> counts;   // several types may have one name
         for (const signal_count_t& s : signals) {
             const std::uint64_t n = count_of(s.counts);
+            const auto same =
+                std::find_if(counts.begin(), counts.end(), [&](const auto& c) { return c.first == s.name(); });
+            if (n > 0 && same == counts.end()) counts.emplace_back(s.name(), n);
+            if (n > 0 && same != counts.end()) same->second += n;
             sum += n;
-            if (n > 0) names += (names.empty() ? "" : ", ") + s.name() + " " + std::to_string(n);
         }
-        if (sum > 0) out += "  " + what + ": " + std::to_string(sum) + " (" + names + ")\n";
+        if (sum > 0) out += "  " + what + ": " + std::to_string(sum) + " (" + named_counts(counts) + ")\n";
     };
     for (std::size_t fate = 1; fate < rinex::kFates; ++fate)
         list(std::string("left out, ") + rinex::kFateNames[fate], [fate](const auto& row) { return row.fates[fate]; });
@@ -104,9 +117,7 @@ std::string beyond_record_text(const outcome_t& o)
         by_signal[place.second.substr(0, 1) + place.first] += n;
         sum += n;
     }
-    std::string names;
-    for (const auto& [name, n] : by_signal) names += (names.empty() ? "" : ", ") + name + " " + std::to_string(n);
-    return sum == 0 ? "" : "  the record cannot carry: " + std::to_string(sum) + " (" + names + ")\n";
+    return sum == 0 ? "" : "  the record cannot carry: " + std::to_string(sum) + " (" + named_counts(by_signal) + ")\n";
 }
 
 std::string outcome_text(const outcome_t& o)

@@ -55,6 +55,8 @@ public:
         if (options_.navigation() != "none") outcome.navigation = navigation_.count();
         outcome.signals = signal_counts(options_.names, ledger_);
         outcome.files = publish();
+        outcome.events = observations_.events_written();
+        outcome.events_lost = observations_.events_lost();
         if (interrupted()) throw error_t(source_.name(), "interrupted", "what was read is in " + outcome.files.front());
         return std::move(summary_);
     }

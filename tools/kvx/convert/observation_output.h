@@ -32,6 +32,8 @@ public:
 
     bool exists() const { return file_ != nullptr; }
     const epoch_count_t& epochs() const { return epochs_; }
+    std::uint64_t events_written() const { return events_written_; }
+    std::uint64_t events_lost() const { return events_lost_; }   ///< too many between two epochs
 
     /// Writes what is left, puts the header right and gives the file its name.
     /// @return path
@@ -56,6 +58,7 @@ private:
     std::size_t header_size_ = 0;
     std::string buffer_;
     std::deque<waiting_t> events_;   // in order of time
+    std::uint64_t events_written_ = 0, events_lost_ = 0;
     epoch_count_t epochs_;
     rinex::session_t session_;
 };

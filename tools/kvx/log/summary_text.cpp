@@ -130,6 +130,8 @@ std::string outcome_text(const outcome_t& o)
         out += "  left out: " + std::to_string(o.left_out) +
                " satellite observation(s) that this RINEX version cannot name here\n";
     }
+    if (o.events > 0) out += "  events: " + std::to_string(o.events) + "\n";
+    if (o.events_lost > 0) out += "  left out: " + plural(o.events_lost, "event") + ", too many between two epochs\n";
     if (o.navigation) out += navigation_text(*o.navigation);
     if (o.out_of_order > 0) {
         out += "  left out: " + std::to_string(o.out_of_order) + " epoch(s) that are not later than the one before\n";

@@ -1,5 +1,6 @@
 """What a session at the command line does not show: other programs beside kvx, full disks, signals, work in parallel."""
 
+import gzip
 import os
 import pathlib
 import pty
@@ -18,7 +19,7 @@ KVX, HOST = os.environ["KVX"], os.environ["EXAMPLE"]
 forks = unittest.skipIf(os.environ.get("KVX_EMULATED"), "forked processes spin under qemu-user")
 PROJECT = pathlib.Path(__file__).parents[2]
 CHECK = PROJECT / "tests/support/rinex_check.py"
-DONE, FAILED = 0, 1
+DONE, FAILED, DAMAGED = 0, 1, 3
 
 
 def kvx(*args, **options):
@@ -130,6 +131,25 @@ class Convert(unittest.TestCase):
         self.assertIn("TIME OF LAST OBS", partial.read_text())
         self.assertGreater(partial.read_text().count("\n> "), 220)   # of 300: all that came
         self.assertEqual([], list(self.out.glob(".*")))
+
+    def test_expand_keeps_what_is_there_and_what_was_good(self):
+        kvx("convert", self.log, "-o", self.out)
+        rinex = self.observations(self.out)
+        packed = rinex.with_name(rinex.name + ".gz")
+        packed.write_bytes(gzip.compress(rinex.read_bytes()))
+        text = rinex.read_text()
+        rinex.write_text("mine")
+        self.assertEqual(FAILED, kvx("expand", packed).returncode)
+        self.assertEqual("mine", rinex.read_text())
+        self.assertEqual(DONE, kvx("expand", "--force", packed).returncode)
+        self.assertEqual(text, rinex.read_text())
+
+        packed.write_bytes(packed.read_bytes()[:-20000])
+        run = kvx("expand", packed, "-o", self.dir / "torn")
+        self.assertEqual(DAMAGED, run.returncode)
+        partial, = (self.dir / "torn").iterdir()
+        self.assertEqual(f"wrote {partial}\n".encode(), run.stdout)
+        self.assertTrue(partial.name == rinex.name + ".partial" and text.startswith(partial.read_text()))
 
     def test_progress_on_a_terminal(self):
         terminal, side_of_kvx = pty.openpty()

@@ -45,6 +45,7 @@ command_t gpio_command(CLI::App& program);
 command_t i2c_command(CLI::App& program);
 command_t dump_command(CLI::App& program);
 command_t frame_command(CLI::App& program);
+command_t expand_command(CLI::App& program);
 
 }   // namespace kvx
 

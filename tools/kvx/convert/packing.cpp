@@ -1,0 +1,82 @@
+#include "convert/packing.h"
+
+#include <algorithm>
+#include <ctime>
+
+#include "common/error.h"
+#include "common/gzip_file.h"
+#include "rinex/crinex_compress.h"
+#include "rinex/line_error.h"
+#include "rinex/lines.h"
+
+namespace kvx {
+
+namespace {
+
+constexpr const char* kPartial = ".partial";
+
+// A name in front of what tells that the file was cut short.
+std::string with_ending(const std::string& name, const std::string& ending)
+{
+    const bool partial = name.ends_with(kPartial);
+    return partial ? name.substr(0, name.size() - std::string(kPartial).size()) + ending + kPartial : name + ending;
+}
+
+// "x.rnx" becomes "x.crx", "x.24o" "x.24d".
+std::string compact_name(std::string name)
+{
+    if (const auto at = name.rfind(".rnx"); at != name.npos) return name.replace(at, 4, ".crx");
+    const auto at = name.rfind('o');
+    return name.replace(at, 1, "d");
+}
+
+std::string compact_date()
+{
+    const std::time_t now = std::time(nullptr);
+    std::tm utc{};
+    gmtime_r(&now, &utc);
+    char date[32];
+    std::strftime(date, sizeof date, "%d-%b-%y %H:%M", &utc);
+    return date;
+}
+
+std::unique_ptr<output_file_t> made_compact(output_file_t& file, const std::string& name,
+                                            const convert_options_t& options)
+{
+    auto compact = std::make_unique<output_file_t>(options.folder);
+    const auto write = [&](std::string_view text) {
+        (void)std::fwrite(text.data(), 1, text.size(), compact->stream());
+    };
+    rinex::crinex_compressor_t compressor(write, KVX_VERSION, compact_date());
+    std::fseek(file.stream(), 0, SEEK_SET);
+    rinex::byte_lines_t lines([&](char* to, std::size_t n) { return std::fread(to, 1, n, file.stream()); });
+    try {
+        for (std::string_view line; lines.next(line);) compressor.put(line);
+        compressor.finish();
+    } catch (const rinex::line_error_t& e) {
+        throw error_t(name, e.what(), "line " + std::to_string(e.line()) + ", making it compact");
+    }
+    if (std::ferror(file.stream()) != 0) throw error_t(file.path(), "reading back failed", "making it compact");
+    return compact;
+}
+
+}   // namespace
+
+std::string publish_packed(output_file_t& file, const std::string& name, const convert_options_t& options)
+{
+    if (!options.gz) return file.publish(name);
+    output_file_t packed(options.folder);
+    gzip(file, packed);
+    return packed.publish(with_ending(name, ".gz"));
+}
+
+std::string publish_observations(std::unique_ptr<output_file_t> file, const std::string& name,
+                                 const convert_options_t& options)
+{
+    file->check(name);
+    if (!options.crx) return publish_packed(*file, name, options);
+    file = made_compact(*file, name, options);
+    return publish_packed(*file, compact_name(name), options);
+}
+
+}   // namespace kvx

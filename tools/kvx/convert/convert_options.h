@@ -21,6 +21,7 @@ struct convert_options_t {
     bool as_host = false;
     bool no_signal_map = false;
     bool raw_prn = false;
+    bool crx = false, gz = false;
     bool json = false;
     bool events = true;
     int jobs = 1;

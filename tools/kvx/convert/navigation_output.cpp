@@ -5,6 +5,7 @@
 
 #include "common/error.h"
 #include "common/gps_time.h"
+#include "convert/packing.h"
 #include "gnss/foundation/time_scales.h"
 #include "gnss/log/glonass.h"
 #include "rinex/nav_messages.h"
@@ -124,7 +125,7 @@ std::string navigation_output_t::write(char letter, const rinex::station_t& stat
             throw error_t(spool_->path(), "reading back failed", "writing " + name);
         std::fwrite(text.data(), 1, text.size(), file.stream());
     }
-    return file.publish(name);
+    return publish_packed(file, name, options_);
 }
 
 std::vector<std::string> navigation_output_t::finish(const rinex::station_t& station, double first_epoch,

@@ -4,6 +4,7 @@
 #include <limits>
 
 #include "common/error.h"
+#include "convert/packing.h"
 #include "rinex/dates.h"
 #include "rinex/relay.h"
 
@@ -105,7 +106,7 @@ std::string observation_output_t::finish(const std::string& name)
     } else {
         file_ = rewritten(last_header);
     }
-    return file_->publish(name);
+    return publish_observations(std::move(file_), name, options_);
 }
 
 }   // namespace kvx

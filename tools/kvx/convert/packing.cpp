@@ -1,10 +1,10 @@
 #include "convert/packing.h"
 
-#include <algorithm>
 #include <ctime>
 
 #include "common/error.h"
 #include "common/gzip_file.h"
+#include "common/text_format.h"
 #include "rinex/crinex_compress.h"
 #include "rinex/line_error.h"
 #include "rinex/lines.h"
@@ -30,14 +30,15 @@ std::string compact_name(std::string name)
     return name.replace(at, 1, "d");
 }
 
+// "21-Nov-26 08:05"
 std::string compact_date()
 {
+    constexpr const char* kMonths[] = {"Jan", "Feb", "Mar", "Apr", "May", "Jun",
+                                       "Jul", "Aug", "Sep", "Oct", "Nov", "Dec"};
     const std::time_t now = std::time(nullptr);
     std::tm utc{};
     gmtime_r(&now, &utc);
-    char date[32];
-    std::strftime(date, sizeof date, "%d-%b-%y %H:%M", &utc);
-    return date;
+    return text("%02d-%s-%02d %02d:%02d", utc.tm_mday, kMonths[utc.tm_mon], utc.tm_year % 100, utc.tm_hour, utc.tm_min);
 }
 
 std::unique_ptr<output_file_t> made_compact(output_file_t& file, const std::string& name,

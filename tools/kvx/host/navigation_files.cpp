@@ -4,6 +4,7 @@
 #include <cmath>
 #include <iterator>
 
+#include "convert/packing.h"
 #include "gnss/foundation/time_scales.h"
 #include "gnss/rinex/version.h"
 #include "host/host_options.h"
@@ -135,7 +136,7 @@ std::string navigation_files_t::publish(std::size_t kind, const raw_t& raw, cons
     if (sys == SYS_GPS && knows_ionosphere(raw)) WriteRinexGpsEphIonPara(file->stream(), ion, &opt_);
     if (sys == SYS_GLO || kind == kMixedKind) WriteRinexGloEphCurleap(file->stream());
     file->check(name);
-    return file->publish(name);
+    return publish_packed(*file, name, options_);
 }
 
 std::vector<std::string> navigation_files_t::finish(const raw_t& raw, const std::function<std::string(char)>& name_of)

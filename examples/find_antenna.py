@@ -31,7 +31,10 @@ def number(text):
 
 def read_file(path, kind):
     """Lines of the header as (content, label), and the text behind it."""
-    text = open(path, encoding="ascii", errors="replace").read()
+    try:
+        text = open(path, encoding="ascii", errors="replace").read()
+    except OSError as error:
+        sys.exit(f"find_antenna: error: {path}: {error.strerror}")
     head, _, body = text.partition("END OF HEADER")
     if text[5:6] not in ("3", "4") or text[20:21] != kind:
         sys.exit(f"find_antenna: error: {path}: no RINEX 3 or 4 file of kind {kind} (column 21)")
@@ -50,12 +53,12 @@ def read_observations(path):
             approximate = [float(x) for x in content.split()]
     fields = {s: [3 + 16 * types[s].index(c) for c in codes if c in types.get(s, [])] for s, codes in CODES.items()}
     for line in body.splitlines():
-        if line[0] == ">":
+        if line[:1] == ">":
             is_event = line[31] not in "01"
             if not is_event:
                 epochs.append((seconds(line[2:29]), {}))
         elif not is_event:
-            values = [line[at:at + 14] for at in fields.get(line[0], []) if line[at:at + 14].strip()]
+            values = [line[at:at + 14] for at in fields.get(line[:1], []) if line[at:at + 14].strip()]
             if values:
                 epochs[-1][1][line[:3]] = float(values[0])
     return approximate, epochs

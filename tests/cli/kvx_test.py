@@ -73,7 +73,7 @@ class Convert(unittest.TestCase):
         for log in (self.log, self.log140):
             for version, more in allowed.items():
                 folder = self.dir / (log.name + version)
-                kvx("convert", log, "-o", folder, "--rinex", version, "--agency", "A", "--observer", "O", "--nav", "mixed")
+                kvx("convert", log, "-o", folder, "--rinex", version, "--agency", "A", "--observer", "O")
                 files = [f for f in folder.iterdir() if version > "3" or f.match("*_MO.rnx")]
                 check = kvx("check", "--strict", *files, "--allow", "pgm-date,label-twice" + more)
                 self.assertEqual((DONE, len(files)), (check.returncode, len(check.stdout.splitlines())), check.stdout)

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <cstring>
+#include <memory>
+#include <vector>
 
 #include "rinex/check_header.h"
 #include "rinex/check_navigation.h"
@@ -14,24 +16,30 @@ namespace {
 
 constexpr std::string_view kCompressedLabel = "CRINEX VERS   / TYPE", kProgramLabel = "CRINEX PROG / DATE";
 
-// Gives a line that was looked at once more, then the rest.
+// Gives lines that were looked at once more, then the rest.
 class rest_of_lines_t : public line_source_t {
 public:
-    rest_of_lines_t(std::string first, line_source_t& rest) : first_(std::move(first)), rest_(rest) {}
+    rest_of_lines_t(std::vector<std::string> first, line_source_t& rest) : first_(std::move(first)), rest_(rest) {}
 
     bool next(std::string_view& line) override
     {
-        if (given_) return rest_.next(line);
-        given_ = true;
-        line = first_;
+        if (given_ == first_.size()) return rest_.next(line);
+        line = first_[given_++];
         return true;
     }
 
 private:
-    std::string first_;
+    std::vector<std::string> first_;
     line_source_t& rest_;
-    bool given_ = false;
+    std::size_t given_ = 0;
 };
+
+// The expander plugs in here, over the lines of the compressed file from the first; nothing: there is none. What it
+// throws about a line is a finding of crinex_content.
+std::unique_ptr<line_source_t> expander_of(line_source_t& /*compact*/)
+{
+    return nullptr;
+}
 
 void check_observations(numbered_lines_t& lines, file_header_t& header, findings_t& findings, file_summary_t& summary)
 {
@@ -84,26 +92,37 @@ bool is_program_line(std::string_view line)
     });
 }
 
+// 1.0 is for RINEX 2, 3.0 for what came after it and has no more than its records.
+bool carries(std::string_view crinex, std::string_view rinex)
+{
+    if (crinex == "1.0") return rinex.substr(0, 1) == "2";
+    return rinex.substr(0, 1) == "3" || rinex == "4.00" || rinex == "4.01";
+}
+
 void check_compressed(const std::string& first, line_source_t& source, findings_t& findings, file_summary_t& summary)
 {
-    std::string_view line;
     summary.compressed = true;
     summary.kind = "observation";
-    const bool second = source.next(line);
-    if (!second || !is_program_line(line)) {
+    std::string_view line;
+    if (!source.next(line) || !is_program_line(line)) {
         findings.add(rule_t::crinex_prog_date, 2, 1, std::string(kProgramLabel),
                      "program and date are not in their columns");
         return;
     }
-    const std::string version(trimmed(std::string_view(first).substr(0, 20)));
+    const std::string version(trimmed(cut(first, 0, 20)));
     if (version != "1.0" && version != "3.0") {
         findings.add(rule_t::crinex_version, 1, 1, std::string(kCompressedLabel),
                      "'" + version + "' cannot be expanded");
         return;
     }
-    // The expander plugs in here: check_lines(expander, findings, summary), then crinex_version against
-    // summary.version.
-    findings.add(rule_t::crinex_content, 3, 1, "", "compressed files cannot be expanded here");
+    rest_of_lines_t compact({first, std::string(line)}, source);
+    const auto expander = expander_of(compact);
+    if (expander == nullptr || !check_lines(*expander, findings, summary)) {
+        findings.add(rule_t::crinex_content, 3, 1, "", "what is compressed cannot be expanded here");
+    } else if (!carries(version, summary.version)) {
+        findings.add(rule_t::crinex_version, 1, 1, std::string(kCompressedLabel),
+                     version + " does not carry RINEX " + summary.version);
+    }
 }
 
 }   // namespace
@@ -117,7 +136,7 @@ bool check_file(line_source_t& source, findings_t& findings, file_summary_t& sum
         check_compressed(first, source, findings, summary);
         return true;
     }
-    rest_of_lines_t all(std::move(first), source);
+    rest_of_lines_t all({std::move(first)}, source);
     return check_lines(all, findings, summary);
 }
 

@@ -14,7 +14,7 @@ constexpr sys_days kStart = std::chrono::year(1980) / 1 / 6;
 std::optional<ticks_t> ticks_of(int year, int month, int day, int hour, int minute, ticks_t second)
 {
     const year_month_day date = std::chrono::year(year) / month / day;
-    if (month < 0 || day < 0 || !date.ok()) return std::nullopt;
+    if (year < 0 || month < 0 || day < 0 || !date.ok()) return std::nullopt;
     if (hour < 0 || hour > 23 || minute < 0 || minute > 59) return std::nullopt;
     if (second < 0 || second >= 61 * kTicksPerSecond) return std::nullopt;
     const ticks_t days = (sys_days(date) - kStart).count();

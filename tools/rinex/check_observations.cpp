@@ -177,7 +177,7 @@ void observation_check_t::check_values(const read_satellite_t& satellite, const 
                               subject_of(header_, satellite, i), "is zero");
             }
         }
-        if (!type.is_phase && value.lock > '0' && value.lock <= '7' && value.lock != harmless) {
+        if (!type.is_phase && value.present && value.lock > '0' && value.lock <= '7' && value.lock != harmless) {
             findings_.add(rule_t::lock_place, reader_.line_of(satellite, i), reader_.column_of(i) + 14,
                           subject_of(header_, satellite, i), std::string(1, value.lock) + " beside what is no phase");
         }
@@ -308,6 +308,7 @@ void observation_check_t::check_numbers()
         findings_.add(rule_t::satellite_number, number->line, 1, number->label,
                       "the data have " + std::to_string(satellites()));
     }
+    if (findings_.count(format_rule("PRN / # OF OBS")) > 0) return;
     std::bitset<kSystemCount * kNumbers> listed;
     counts_t* counts = nullptr;
     std::size_t first = 0;

@@ -30,9 +30,6 @@ void check_text(std::string_view line, std::uint64_t number, findings_t& finding
         findings.add(rule_t::not_ascii, number, static_cast<std::size_t>(odd - line.begin()) + 1, "",
                      "byte " + std::to_string(static_cast<unsigned char>(*odd)));
     }
-    if (line.size() > kColumns) {
-        findings.add(rule_t::line_length, number, kColumns + 1, "", std::to_string(line.size()) + " columns");
-    }
 }
 
 std::string columns(std::string_view line, std::size_t n)
@@ -91,15 +88,20 @@ bool is_version_line(std::string_view line)
 header_record_t read_record(std::string_view line, std::uint64_t number, char type, int version, findings_t& findings)
 {
     check_text(line, number, findings);
+    const std::size_t length = line.size();
     line = line.substr(0, 2 * kColumns);
     header_record_t record{number, columns(line, kLabelColumn), std::string(trimmed(cut(line, kLabelColumn, 20)))};
     const bool in_column = line.size() > kLabelColumn && line[kLabelColumn] != ' ';
-    if (in_column && find_label(record.label, type, version) != nullptr) return record;
-    const std::string_view label = record.label == "COMMENT" ? record.label : label_within(line);
-    const std::size_t at = label.empty() ? std::string_view::npos : line.find(label);
-    if (at == std::string_view::npos || at == kLabelColumn) return record;
-    findings.add(rule_t::label_column, number, at + 1, std::string(label), "the label does not begin in column 61");
-    return {number, columns(line.substr(0, at), kLabelColumn), std::string(label)};
+    const bool known = in_column && find_label(record.label, type, version) != nullptr;
+    const std::string_view label = known || record.label == "COMMENT" ? record.label : label_within(line);
+    const std::size_t at = known || label.empty() ? kLabelColumn : line.find(label);
+    if (at != kLabelColumn) {
+        findings.add(rule_t::label_column, number, at + 1, std::string(label), "the label does not begin in column 61");
+        record = {number, columns(line.substr(0, at), kLabelColumn), std::string(label)};
+    } else if (length > kColumns) {
+        findings.add(rule_t::line_length, number, kColumns + 1, "", std::to_string(length) + " columns");
+    }
+    return record;
 }
 
 bool read_header(numbered_lines_t& lines, findings_t& findings, file_header_t& header)

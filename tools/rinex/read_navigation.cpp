@@ -91,7 +91,10 @@ bool navigation_reader_t::read_frame(std::string_view line, nav_record_t& record
         findings_.add(rule_t::nav_record, record.line, 1, "", quoted(line) + " is no frame line");
         return false;
     }
-    record.layout = record.message.empty()
+    // QZSS tells the region of an ionosphere; other subtypes are not known here.
+    const bool region = record.record == "ION" && record.system == 'J';
+    const bool known = !region || record.subtype.empty() || record.subtype == "WIDE" || record.subtype == "JAPN";
+    record.layout = record.message.empty() || !known
                         ? nullptr
                         : find_nav_layout(record.record, record.system, record.message, header_.version);
     if (record.layout == nullptr) {

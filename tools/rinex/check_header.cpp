@@ -146,16 +146,16 @@ void check_record(const header_record_t& record, const file_header_t& header, fi
     if (fine) check_values(record, header, findings);
 }
 
-void check_types(const file_header_t& header, findings_t& findings)
+void check_types(const file_header_t& header, std::uint64_t since, findings_t& findings)
 {
     if (header.version < 300) {
         const type_list_t& list = header.types_of('G');
-        if (list.line > 0) check_list(list, 'G', header.version, findings);
+        if (list.line >= since) check_list(list, 'G', header.version, findings);
         return;
     }
     for (const char system : kSystems) {
         const type_list_t& list = header.types_of(system);
-        if (list.line == 0) continue;
+        if (list.line < since) continue;
         if (!is_system_of(system, 'O', header.version)) {
             findings.add(rule_t::obs_types, list.line, 1, std::string(1, system), "is no system of this version");
         } else {
@@ -172,7 +172,7 @@ void check_header(const file_header_t& header, findings_t& findings)
     check_presence(header, findings);
     check_order(header, findings);
     if (!header.is_observation()) return;
-    check_types(header, findings);
+    check_types(header, 1, findings);
     check_phase_shifts(header, findings);
     check_time_systems(header, findings);
 }

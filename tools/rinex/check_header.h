@@ -16,7 +16,8 @@ void check_record(const header_record_t& record, const file_header_t& header, fi
 void require(const file_header_t& header, std::string_view label, findings_t& findings);
 
 /// Announced and listed types, in a header or as an event has changed them.
-void check_types(const file_header_t& header, findings_t& findings);
+/// @param since  line: lists that begin before it have not changed
+void check_types(const file_header_t& header, std::uint64_t since, findings_t& findings);
 
 }   // namespace rinex
 

@@ -101,6 +101,7 @@ void check_slots(const header_record_t& record, const file_header_t& header, fin
             findings.add(rule_t::glonass_slot_range, record.line, at + 1, record.label,
                          quoted(cell) + " is no slot and channel");
     }
+    if (header.find(record.label) != &record) return;   // the first one has the number of all
     const auto announced = integer_of(text.substr(0, 3));
     const auto listed = header.glonass_channels().size();
     if (announced && static_cast<std::size_t>(*announced) != listed) {

@@ -2,6 +2,7 @@
 #ifndef RINEX_CHECK_OBSERVATIONS_H
 #define RINEX_CHECK_OBSERVATIONS_H
 
+#include <algorithm>
 #include <array>
 #include <bitset>
 #include <cstdint>
@@ -10,6 +11,12 @@
 #include "rinex/read_observations.h"
 
 namespace rinex {
+
+/// How far a step may be off: clocks of receivers wander within a millisecond, and some files keep times as measured.
+constexpr ticks_t wander(ticks_t interval)
+{
+    return std::min(kTicksPerSecond / 100, interval / 10);
+}
 
 class observation_check_t {
 public:
@@ -36,7 +43,7 @@ private:
     static constexpr std::size_t kNone = ~std::size_t{0};
     static constexpr std::size_t kNumbers = 100;
 
-    void prepare();
+    void prepare(std::uint64_t since);
     void check_order(const read_epoch_t& epoch);
     void check_event(const read_epoch_t& epoch);
     bool check_satellite(const read_satellite_t& satellite, std::bitset<kSystemCount * kNumbers>& seen);
@@ -53,6 +60,7 @@ private:
     const file_header_t& header_;
     const observation_reader_t& reader_;
     findings_t& findings_;
+    const std::optional<ticks_t> interval_;
     std::array<std::vector<type_use_t>, kSystemCount> types_;
     std::array<counts_t, kSystemCount * kNumbers> counts_;
     std::bitset<kSystemCount * kNumbers> present_;

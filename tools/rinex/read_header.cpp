@@ -9,7 +9,7 @@ namespace rinex {
 
 namespace {
 
-constexpr std::size_t kTypesColumn = 6, kLabelColumn = 60, kColumns = 80, kMostRecords = 100'000, kMostEarly = 100;
+constexpr std::size_t kTypesColumn = 6, kLabelColumn = 60, kColumns = 80, kMostRecords = 20'000, kMostEarly = 100;
 constexpr std::size_t kMostTypes = 999;   // what the count of a list can say; a line of data stays bounded by it
 constexpr std::string_view kVersionLabel = "RINEX VERSION / TYPE", kEndLabel = "END OF HEADER";
 

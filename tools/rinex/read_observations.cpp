@@ -58,6 +58,13 @@ std::string quoted(std::string_view text)
 
 }   // namespace
 
+observation_reader_t::observation_reader_t(numbered_lines_t& lines, file_header_t& header, findings_t& findings)
+    : lines_(lines),
+      header_(header),
+      findings_(findings),
+      leaps_(header.time_system() == "GLO" || (header.time_system().empty() && header.system == 'R'))
+{}
+
 std::uint64_t observation_reader_t::line_of(const read_satellite_t& satellite, std::size_t field) const
 {
     return satellite.line + (header_.version < 300 ? field / kFieldsPerRow : 0);
@@ -165,10 +172,7 @@ bool observation_reader_t::read_clock(std::string_view rest, int year, read_epoc
     for (std::size_t i = 16; i < 23; ++i) second = second * 10 + (rest[i] - '0');
     const auto time =
         ticks_of(year, two_digits(rest, 1), two_digits(rest, 4), two_digits(rest, 7), two_digits(rest, 10), second);
-    // A second 60 is in the scales that have leap seconds.
-    const std::string_view scale = header_.time_system();
-    const bool leap = second >= 60 * kTicksPerSecond;
-    if (!time || (leap && scale != "GLO" && scale != "UTC")) return false;
+    if (!time || (second >= 60 * kTicksPerSecond && !leaps_)) return false;
     epoch.time = *time;
     return true;
 }

@@ -47,9 +47,7 @@ struct read_epoch_t {
 class observation_reader_t {
 public:
     /// The header takes the types that events change. All must outlive this.
-    observation_reader_t(numbered_lines_t& lines, file_header_t& header, findings_t& findings)
-        : lines_(lines), header_(header), findings_(findings)
-    {}
+    observation_reader_t(numbered_lines_t& lines, file_header_t& header, findings_t& findings);
 
     /// The next epoch or event; the one before is overwritten.
     /// @return false behind the last one
@@ -82,6 +80,7 @@ private:
     numbered_lines_t& lines_;
     file_header_t& header_;
     findings_t& findings_;
+    const bool leaps_;   // a second 60 is in the scales that have leap seconds
     bool all_epochs_ = true, all_values_ = true;
     std::string names_;   // of the satellites of an epoch, RINEX 2
 };

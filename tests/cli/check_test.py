@@ -68,7 +68,7 @@ class Check(unittest.TestCase):
         odd.write_bytes(bytes(range(256)) * 999)
         crlf = self.dir / "crlf"
         crlf.write_bytes((DATA / "nav304.rnx").read_bytes().replace(b"\n", b"\r\n"))
-        for code, *args in ((3, broken), (0, broken, "--allow", "lab*"), (2, broken, "--allow", "no-rule"), (2,), (1, empty),
+        for code, *args in ((3, broken), (0, "--allow", "cr-lf", "--allow", "kind,lab*", broken), (2, broken, "--allow", "no-rule"), (2,), (1, empty),
                             (1, odd), (1, broken, self.dir / "none"), (0, crlf), (3, crlf, "--strict")):
             self.assertEqual(code, kvx_check(*args)[0], args)
         out = kvx_check(broken)[1].splitlines()

@@ -234,6 +234,7 @@ command_t check_command(CLI::App& program)
                     "RINEX files, observation or navigation; .gz is read directly, - is standard input");
     app->add_option("--allow", options->allow, "Rules to tolerate, by name or pattern: missing-*,cr-lf")
         ->delimiter(',')
+        ->allow_extra_args(false)
         ->type_name("RULE");
     app->add_flag("--all", options->all, "Print every finding, not only the first ten of a rule");
     app->add_flag("--strict", options->strict, "Exit code 3 for warnings, too");

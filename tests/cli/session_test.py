@@ -79,9 +79,16 @@ convert every -o 304 --rinex 3.04 --nav split --marker ABMF00GLP
 convert every -o 402 --rinex 4 --marker 'Łódź Point' --country POL --agency Müller
 show 402/LODZ00POL_R_20240762357_07M_10S_MO.rnx
 show 402/LODZ00POL_R_20240762357_07M_MN.rnx
+convert every -o packs --crx --gz --name p
+convert every -o packs --rinex 2 --crx --name p --nav none
+expand packs/p_MO.crx.gz packs/p.24d packs/p_MN.rnx.gz
+expand packs/p_MO.crx.gz
+check packs/p_MO.crx.gz packs/p.24o packs/p_MN.rnx
+convert every --rinex 4 --crx
 convert every -o part --satellites 'G0*,C60,S48' --signals '1C,G2*' --signal G:17=2L --signal C:20=1X --events none
 convert every -o thin --interval 60 --nav none --name grid
 convert every -o thin --interval 60 --anchor first --nav none --name first
+convert every -o window --interval 60 --anchor first --start '2024-03-16 23:58:00' --end '2024-03-17 00:01:00' --nav none
 convert every -o host --as-host --json
 convert log -o two.host --rinex 2.11 --as-host
 show two.host/LOG000XXX_R_20240701200_02M_01S_MO.rnx
@@ -196,8 +203,10 @@ def shown(data):
 
 
 def undated(path):
-    """A file without the date of its making."""
-    return re.sub(rb"(?m)^(.{40}).*(PGM / RUN BY / DATE)", rb"\1\2", path.read_bytes())
+    """A file without the date of its making; one that kvx compressed by what it holds."""
+    data = path.read_bytes()
+    data = gzip.decompress(data) if path.match("packs/*.gz") else data
+    return re.sub(rb"(?m)^(.{40}).*((PGM / RUN BY|CRINEX PROG) / DATE)", rb"\1\2", data)
 
 
 def header(name):

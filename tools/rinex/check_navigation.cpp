@@ -59,7 +59,8 @@ constexpr double kUnknownTime = 0.999999999999e9;
 
 }   // namespace
 
-void navigation_check_t::report(rule_t rule, const read_nav_record_t& record, std::size_t field, const std::string& text)
+void navigation_check_t::report(rule_t rule, const read_nav_record_t& record, std::size_t field,
+                                const std::string& text)
 {
     const std::string name = record.message.empty() ? record.name() : record.name() + " " + record.message;
     findings_.add(rule, record.line + field / kNavColumns, reader_.column_of(field), name, text);

@@ -120,19 +120,24 @@ private:
             return count(*epoch, rinex::fate_t::out_of_order);
         }
         last_ = epoch->time;
-        thinning_.add(epoch);
+        if (selection_.in_window(epoch->time * rinex::kTicksPerMs)) return thinning_.add(epoch);
+        thinning_.flush();
+        leave_out(*epoch, rinex::fate_t::outside);
+    }
+
+    // Its phases are followed all the same.
+    void leave_out(const rinex::epoch_t& epoch, rinex::fate_t fate)
+    {
+        observations_.follow(epoch);
+        count(epoch, fate);
     }
 
     void on_released(rinex::epoch_t& epoch, bool kept)
     {
-        const bool inside = selection_.in_window(epoch.time * rinex::kTicksPerMs);
-        if (inside && kept) {
-            selection_.apply(epoch, ledger_);
-            if (const auto leaps = navigation_.leap_seconds()) station_.take_leap_seconds(*leaps);
-            return observations_.add(epoch);
-        }
-        observations_.follow(epoch);
-        count(epoch, inside ? rinex::fate_t::off_grid : rinex::fate_t::outside);
+        if (!kept) return leave_out(epoch, rinex::fate_t::off_grid);
+        selection_.apply(epoch, ledger_);
+        if (const auto leaps = navigation_.leap_seconds()) station_.take_leap_seconds(*leaps);
+        observations_.add(epoch);
     }
 
     std::vector<std::string> publish()

@@ -77,6 +77,7 @@ void add_selection_options(CLI::App& app, convert_options_t& o)
     app.add_option_function<std::vector<std::string>>(
            "--signal",
            [&o](const std::vector<std::string>& rules) {
+               o.names_changed = true;
                for (const std::string& rule : rules) {
                    if (const std::string fault = o.names.rename(rule); !fault.empty())
                        throw CLI::ValidationError("--signal", fault);
@@ -150,8 +151,8 @@ void complete(convert_options_t& o)
     }
     if (o.navigation() == "mixed" && o.version() < 300)
         throw CLI::ValidationError("--nav", "RINEX 2.11 has no mixed navigation files");
-    if (o.as_host && (!o.satellites.empty() || !o.signals.empty() || !o.events))
-        throw CLI::ValidationError("--as-host", "takes no --satellites, --signals or --events");
+    if (o.as_host && (!o.satellites.empty() || !o.signals.empty() || o.names_changed || o.anchor_first || !o.events))
+        throw CLI::ValidationError("--as-host", "takes no --satellites, --signals, --signal, --anchor or --events");
     if (o.crx && o.version() >= kFirstNotCompact)
         throw CLI::ValidationError(
             "--crx", "RINEX 4.02 belongs to CRINEX 3.1, which is not written here; use --gz alone, or --rinex 3.05");

@@ -63,7 +63,8 @@ void record_limits_t::flush()
 {
     for (std::size_t i = 0; i < satellites_.size(); ++i) {
         for (int slot = 0; slot < kNumSlots; ++slot) {
-            sent_t& sent = epoch_[static_cast<std::size_t>(satellites_[i] * kNumSlots + slot)];
+            sent_t& sent =
+                epoch_[static_cast<std::size_t>(satellites_[i]) * kNumSlots + static_cast<std::size_t>(slot)];
             if (sent.there && i >= static_cast<std::size_t>(kMaxObs)) lose(sent);
             sent.there = false;
         }

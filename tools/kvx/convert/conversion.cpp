@@ -148,12 +148,15 @@ private:
                                  {epochs.first, epochs.last, interval});
         const std::string partial = interrupted() ? ".partial" : "";
         if (const auto leaps = navigation_.leap_seconds()) station_.take_leap_seconds(*leaps);
-        std::vector<std::string> files = {observations_.finish(names.observations() + partial)};
-        const auto navigation = navigation_.finish(station_.facts(), epochs.first,
-                                                   [&](char letter) { return names.navigation(letter) + partial; });
-        files.insert(files.end(), navigation.begin(), navigation.end());
+        std::vector<finished_file_t> files;
+        files.push_back(observations_.finish(names.observations() + partial));
+        for (auto& file : navigation_.finish(station_.facts(), epochs.first,
+                                             [&](char letter) { return names.navigation(letter) + partial; }))
+            files.push_back(std::move(file));
         if (positions_.exists()) files.push_back(positions_.finish(names.positions() + partial));
-        return files;
+        std::vector<std::string> paths;
+        for (finished_file_t& file : files) paths.push_back(file.publish());
+        return paths;
     }
 
     const convert_options_t& options_;

@@ -4,7 +4,6 @@
 #include <limits>
 
 #include "common/error.h"
-#include "convert/packing.h"
 #include "rinex/dates.h"
 #include "rinex/relay.h"
 
@@ -93,7 +92,7 @@ std::unique_ptr<output_file_t> observation_output_t::rewritten(const std::string
     return copy;
 }
 
-std::string observation_output_t::finish(const std::string& name)
+finished_file_t observation_output_t::finish(const std::string& name)
 {
     write_events(std::numeric_limits<std::int64_t>::max());
     flush();
@@ -106,7 +105,7 @@ std::string observation_output_t::finish(const std::string& name)
     } else {
         file_ = rewritten(last_header);
     }
-    return publish_observations(std::move(file_), name, options_);
+    return packed_observations(std::move(file_), name, options_);
 }
 
 }   // namespace kvx

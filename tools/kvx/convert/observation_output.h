@@ -7,6 +7,7 @@
 #include <string>
 
 #include "common/output_file.h"
+#include "convert/packing.h"
 #include "convert/station_messages.h"
 #include "log/summary.h"
 #include "rinex/observation_text.h"
@@ -35,9 +36,8 @@ public:
     std::uint64_t events_written() const { return events_written_; }
     std::uint64_t events_lost() const { return events_lost_; }   ///< too many between two epochs
 
-    /// Writes what is left, puts the header right and gives the file its name.
-    /// @return path
-    std::string finish(const std::string& name);
+    /// Writes what is left and puts the header right.
+    finished_file_t finish(const std::string& name);
 
 private:
     struct waiting_t {

@@ -63,21 +63,22 @@ std::unique_ptr<output_file_t> made_compact(output_file_t& file, const std::stri
 
 }   // namespace
 
-std::string publish_packed(output_file_t& file, const std::string& name, const convert_options_t& options)
-{
-    if (!options.gz) return file.publish(name);
-    output_file_t packed(options.folder);
-    gzip(file, packed);
-    return packed.publish(with_ending(name, ".gz"));
-}
-
-std::string publish_observations(std::unique_ptr<output_file_t> file, const std::string& name,
-                                 const convert_options_t& options)
+finished_file_t packed(std::unique_ptr<output_file_t> file, const std::string& name, const convert_options_t& options)
 {
     file->check(name);
-    if (!options.crx) return publish_packed(*file, name, options);
-    file = made_compact(*file, name, options);
-    return publish_packed(*file, compact_name(name), options);
+    if (!options.gz) return {std::move(file), name};
+    auto smaller = std::make_unique<output_file_t>(options.folder);
+    gzip(*file, *smaller);
+    smaller->check(name);
+    return {std::move(smaller), with_ending(name, ".gz")};
+}
+
+finished_file_t packed_observations(std::unique_ptr<output_file_t> file, const std::string& name,
+                                    const convert_options_t& options)
+{
+    file->check(name);
+    if (!options.crx) return packed(std::move(file), name, options);
+    return packed(made_compact(*file, name, options), compact_name(name), options);
 }
 
 }   // namespace kvx

@@ -10,15 +10,25 @@
 
 namespace kvx {
 
-/// Gives an observation file its name, in the forms that the command line asks for.
+/// A whole file that waits for its name.
+struct finished_file_t {
+    std::unique_ptr<output_file_t> file;
+    std::string name;
+
+    /// Gives it its name.
+    /// @return path
+    /// @throws error_t
+    std::string publish() { return file->publish(name); }
+};
+
+/// Brings an observation file into the forms that the command line asks for.
 /// @param name  that of the plain file; its endings follow the form
-/// @return path
 /// @throws error_t
-std::string publish_observations(std::unique_ptr<output_file_t> file, const std::string& name,
-                                 const convert_options_t& options);
+finished_file_t packed_observations(std::unique_ptr<output_file_t> file, const std::string& name,
+                                    const convert_options_t& options);
 
 /// The same for any other file, which is at most compressed.
-std::string publish_packed(output_file_t& file, const std::string& name, const convert_options_t& options);
+finished_file_t packed(std::unique_ptr<output_file_t> file, const std::string& name, const convert_options_t& options);
 
 }   // namespace kvx
 

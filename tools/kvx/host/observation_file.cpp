@@ -208,7 +208,7 @@ std::string observation_file_t::finish(const raw_t& raw, bool has_antenna, const
     file_->check(name);
     patch_header(raw, has_antenna);
     file_->check(name);
-    return publish_observations(std::move(file_), name, options_);
+    return packed_observations(std::move(file_), name, options_).publish();
 }
 
 }   // namespace kvx

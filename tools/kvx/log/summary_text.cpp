@@ -112,15 +112,15 @@ std::string signals_text(const std::vector<signal_count_t>& signals)
     return out;
 }
 
+// A line for each signal, with its satellites.
 std::string beyond_record_text(const outcome_t& o)
 {
-    std::uint64_t sum = 0;
-    std::map<std::string, std::uint64_t> by_signal;
-    for (const auto& [place, n] : o.beyond_record) {
-        by_signal[place.second.substr(0, 1) + place.first] += n;
-        sum += n;
-    }
-    return sum == 0 ? "" : "  the record cannot carry: " + std::to_string(sum) + " (" + named_counts(by_signal) + ")\n";
+    std::map<std::string, std::map<std::string, std::uint64_t>> by_signal;
+    for (const auto& [place, n] : o.beyond_record) by_signal[place.second.substr(0, 1) + place.first][place.second] = n;
+    std::string out;
+    for (const auto& [signal, satellites] : by_signal)
+        out += "  the record cannot carry " + signal + " of " + named_counts(satellites) + "\n";
+    return out;
 }
 
 std::string outcome_text(const outcome_t& o)

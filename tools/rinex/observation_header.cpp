@@ -62,17 +62,20 @@ std::string type_lines3(const columns_t& columns)
     return lines;
 }
 
-// No correction: nobody has told how the phases of a carrier stand to each other.
+// No correction: nobody has told how the phases of a carrier stand to each other. The line is mandatory: in a file
+// without any phase there is one for each system with nothing but its letter.
 std::string phase_shift_lines(const columns_t& columns)
 {
-    std::string lines;
+    std::string lines, without_phase;
     for (std::size_t c = 0; c < kConstellationCount; ++c) {
-        for (const std::string& name : columns.names(c)) {
-            if (name[0] == 'L')
-                lines += header_line(std::string{kConstellations[c].letter, ' '} + name, "SYS / PHASE SHIFT");
+        const std::string letter(1, kConstellations[c].letter);
+        const std::vector<std::string> names = columns.names(c);
+        for (const std::string& name : names) {
+            if (name[0] == 'L') lines += header_line(letter + " " + name, "SYS / PHASE SHIFT");
         }
+        if (!names.empty()) without_phase += header_line(letter, "SYS / PHASE SHIFT");
     }
-    return lines;
+    return lines.empty() ? without_phase : lines;
 }
 
 std::string glonass_lines(int version, const places_t& seen, const channels_t& channels)

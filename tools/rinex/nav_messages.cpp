@@ -48,10 +48,10 @@ bool is_second_of_week(double t)
     return t >= 0.0 && t <= kWeekSeconds;
 }
 
-// Headers without a week have week 0: what rests on it has no date.
-bool tells_week(std::int64_t sent)
+// Headers and messages that do not know the week have week 0.
+bool is_date(std::int64_t seconds)
 {
-    return sent >= kWeekSeconds * 1000;
+    return seconds >= kWeekSeconds;
 }
 
 // The time of the week that lies nearest another time.
@@ -180,7 +180,7 @@ void take_galileo(std::int64_t sent, const korvex::galileo_t& g, bool fnav, cons
     constexpr double kInavSource = 517, kFnavSource = 258;   // I/NAV of E1B and E5b with its clock; F/NAV with its own
     const korvex::clock_polynomial_t& clock = fnav ? g.fnav_clock : g.inav_clock;
     const satellite_t satellite = satellite_of(kGalileo, g.prn);
-    if (!usable(satellite, 0, g.orbit.toe, clock.toc) || !tells_week(sent)) return;
+    if (!usable(satellite, 0, g.orbit.toe, clock.toc)) return;
     const std::int64_t week = nearest(std::llround(g.orbit.toe), sent / 1000, kWeekSeconds) / kWeekSeconds;
     nav_record_t r = kepler_record(satellite, fnav ? nav_message_t::fnav : nav_message_t::inav, week, g.orbit,
                                    clock.toc, g.iodnav, g.sqrt_A);
@@ -242,7 +242,7 @@ void take_sbas(std::int64_t sent, const std::uint8_t* body, const take_t& take)
     const std::int64_t time_of_day = std::int64_t{16} * s.t0;
     nav_record_t r;
     r.satellite = satellite_of(kSbas, s.index + kConstellations[kSbas].first - 1);
-    if (s.index < 1 || !r.satellite.valid() || time_of_day >= kDaySeconds || !tells_week(sent)) return;
+    if (s.index < 1 || !r.satellite.valid() || time_of_day >= kDaySeconds) return;
     const bool known = s.ura < kNoAccuracy;
     const double vel[] = {s.vel[0], s.vel[1], s.vel[2]}, acc[] = {s.acc[0], s.acc[1], s.acc[2]};
     r.message = nav_message_t::sbas;
@@ -297,7 +297,7 @@ nav_result_t read_ephemerides(int id, std::int64_t sent, const std::uint8_t* bod
         if (reader.id != id) continue;
         bool taken = false;
         const auto take_whole = [&](const nav_record_t& r) {
-            if (!is_whole(r)) return;
+            if (!is_whole(r) || !is_date(r.reference)) return;
             taken = true;
             take(r);
         };
@@ -309,7 +309,7 @@ nav_result_t read_ephemerides(int id, std::int64_t sent, const std::uint8_t* bod
 
 std::optional<ion_utc_record_t> read_ion_utc_record(std::int64_t sent, const std::uint8_t* body, int size)
 {
-    if (size < korvex::kIonUtcSize) return std::nullopt;
+    if (size < korvex::kIonUtcSize || !is_date(sent / 1000)) return std::nullopt;
     const korvex::ion_utc_t u = korvex::read_ion_utc(body);
     ion_utc_record_t r;
     r.sent = sent / 1000;

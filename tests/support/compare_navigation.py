@@ -9,16 +9,23 @@ are. Exit code 0: all as it must be.
 
 import json
 import subprocess
+import zlib
 from decimal import Decimal
 from itertools import zip_longest
 from pathlib import Path
 
 from conversions import Fault, arguments, convert
 from log_navigation import ACCURACY, DAY, UNKNOWN_TIME, WEEK, Entry, navigation
+from log_observations import frames
 from navigation_reader import read_navigation
 
 RECORDINGS = {"japan_1hz": ["SEPT078M.21P", "30340780.21q"], "denmark_30s": ["ESBC1770_excerpt.20P"]}
 SIMULATION = ["--every-signal", "--duration", "86400", "--rate", "0.004", "--range"]
+# Message, place, bytes: health, accuracy and flags, of which simulated satellites have but the good ones.
+VARIED = [change.split(":") for change in """
+    7:12:2a 7:216:0000000000006940 41:20:a9 601:2:0f 723:24:05 723:108:000000000000503e 723:132:07 723:136:02
+    1047:12:2a 1047:224:000000000000f07f 1122:12:01020301000160 1309:4:020301007f 1336:12:15 1336:224:01 1696:8:9a
+    1696:16:03""".split()]
 LETTERS = "GREJCS"
 # RINEX version, --nav, systems that have files.
 RUNS = [("2.11", None, "GR"), ("2.11", "split", LETTERS)] + [
@@ -160,6 +167,14 @@ def compare_run(args, log, run, expected, ion=None):
         raise Fault(f"{run}: no file has {left[0]}")
 
 
+def varied(data):
+    for header, body in frames(data):
+        for message, at, value in VARIED:
+            if int(message) == int.from_bytes(header[4:6], "little"):
+                body = body[: int(at)] + bytes.fromhex(value) + body[int(at) + len(value) // 2 :]
+        yield header + body + (zlib.crc32(header + body, 0xFFFFFFFF) ^ 0xFFFFFFFF).to_bytes(4, "little")
+
+
 def main():
     args = arguments(__doc__)
     args.workdir.mkdir(parents=True, exist_ok=True)
@@ -167,6 +182,7 @@ def main():
     for message in ("43", "140"):
         logs.append(args.workdir / f"range_{message}.log")
         subprocess.run([args.kvx, "simulate", "-o", logs[-1], *SIMULATION, message], check=True)
+    logs[-1].write_bytes(b"".join(varied(logs[-1].read_bytes())))
     for log in logs:
         entries, ion = navigation(log.read_bytes())
         told = [[entry] for entry in entries]

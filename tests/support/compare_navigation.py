@@ -23,7 +23,7 @@ RECORDINGS = {"japan_1hz": ["SEPT078M.21P", "30340780.21q"], "denmark_30s": ["ES
 SIMULATION = ["--every-signal", "--duration", "86400", "--rate", "0.004", "--range"]
 # Message, place, bytes: health, accuracy and flags, of which simulated satellites have but the good ones.
 VARIED = [change.split(":") for change in """
-    7:12:2a 7:216:0000000000006940 41:20:a9 601:2:0f 723:24:05 723:108:000000000000503e 723:132:07 723:136:02
+    7:12:2a 7:216:0000000000006940 41:20:a980 41:71:80 601:2:0f 723:24:05 723:108:000000000000503e 723:132:07 723:136:02
     1047:12:2a 1047:224:000000000000f07f 1122:12:01020301000160 1309:4:020301007f 1336:12:15 1336:224:01 1696:8:9a
     1696:16:03""".split()]
 LETTERS = "GREJCS"

@@ -5,6 +5,15 @@ rtk_add_test(rinex_nav_test SOURCES unit/rinex_nav_test.cpp WRAP time LABELS gns
 rtk_add_test(rinex_number_test SOURCES unit/rinex_number_test.cpp LABELS gnss)
 rtk_add_test(sky_test SOURCES unit/sky_test.cpp LIBS kvx_sky LABELS gnss)
 
+# Compact and compressed files: a part of the tool.
+if(TARGET kvx_rinex)
+  find_package(ZLIB REQUIRED)
+  set(common ${PROJECT_SOURCE_DIR}/tools/kvx/common)
+  rtk_add_test(crinex_test SOURCES unit/crinex_test.cpp ${common}/gzip_file.cpp ${common}/output_file.cpp
+               ${common}/text_format.cpp LIBS kvx_rinex ZLIB::ZLIB LABELS gnss)
+  target_include_directories(crinex_test PRIVATE ${PROJECT_SOURCE_DIR}/tools/kvx)
+endif()
+
 # The wings of the house know nothing of each other, and the foundation of neither.
 function(wing_without wing others)
   set(folder ${PROJECT_SOURCE_DIR}/libapp/utils/src/gnss/${wing})

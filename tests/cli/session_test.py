@@ -45,8 +45,8 @@ info nothing
 info log missing
 info - < log.gz
 convert log -o log.out
-show log.out/LOG000XXX_R_20240701200_02M_01S_MO.rnx
-show log.out/LOG000XXX_R_20240701200_02M_MN.rnx
+show log.out/XXXX00XXX_R_20240701200_02M_01S_MO.rnx
+show log.out/XXXX00XXX_R_20240701200_02M_MN.rnx
 convert log -o log.out
 convert log -o json --json
 convert log.gz -o packed
@@ -70,24 +70,54 @@ convert again -o bad
 convert - -o stdin --name pipe < log
 convert split -o joined
 convert echoes -o joined
-convert log -o two --rinex 2.11
-show two/LOG000XXX_R_20240701200_02M_01S_MO.rnx
-show two/LOG000XXX_R_20240701200_02M_RN.rnx
-convert log -o 302 --rinex 3.02 --nav split
-convert log -o 303 --rinex 3.03 --nav none --xyz --plain-header
-convert day -o plain --plain-header --nav split --rinex 2.11
+simulate -o every --every-signal --range both --duration 400 --rate 0.1 --start '2024-03-16 23:57:20.016'
+convert every -o two --rinex 2 --marker 'H3PD' --json
+show two/h3pd076x57.24o
+show two/h3pd076x57.24g
+convert every -o two --rinex 2.11 --nav split --marker ABMF --start '2024-03-17' --xyz
+convert every -o 304 --rinex 3.04 --nav split --marker ABMF00GLP
+convert every -o 402 --rinex 4 --marker 'Łódź Point' --country POL --agency Müller
+show 402/LODZ00POL_R_20240762357_07M_10S_MO.rnx
+show 402/LODZ00POL_R_20240762357_07M_MN.rnx
+convert every -o packs --crx --gz --name p
+convert every -o packs --rinex 2 --crx --name p --nav none
+expand packs/p_MO.crx.gz packs/p.24d packs/p_MN.rnx.gz
+expand packs/p_MO.crx.gz
+check packs/p_MO.crx.gz packs/p.24o packs/p_MN.rnx
+convert every --rinex 4 --crx
+convert every -o part --satellites 'G0*,C60,S48' --signals '1C,G2*' --signal G:17=2L --signal C:20=1X --events none
+convert every -o thin --interval 60 --nav none --name grid
+convert every -o thin --interval 60 --anchor first --nav none --name first
+convert every -o window --interval 60 --anchor first --start '2024-03-16 23:58:00' --end '2024-03-17 00:01:00' --nav none
+convert every -o host --as-host --json
+convert log -o two.host --rinex 2.11 --as-host
+show two.host/LOG000XXX_R_20240701200_02M_01S_MO.rnx
+convert log -o 302 --rinex 3.02 --nav split --as-host
+convert log -o 303 --rinex 3.03 --nav none --xyz --as-host
+convert day -o plain --as-host --nav split --rinex 2.11
+convert day -o window.host --interval 3000 --start '2024-12-31 13:00:00' --end '2025-01-01 03:20:00' --nav-repeats --as-host
 convert log -o systems --systems RJS --nav-repeats
 convert day -o window --interval 3000 --start '2024-12-31 13:00:00' --end '2025-01-01 03:20:00' --nav-repeats
-convert log -o kv3 --receiver-type KV3A0 --receiver-kind 6 --no-signal-map --raw-prn
-convert log -o words --receiver-type other --name Base --marker 'Point 7' --marker-number 12 --observer Ada
+convert log -o kv3 --as-host --receiver-type KV3A0 --receiver-kind 6 --no-signal-map --raw-prn
+convert log -o words --as-host --receiver-type other --name Base --marker 'Point 7' --marker-number 12 --observer Ada
 convert log -o antenna --marker 'A b Point 17' --agency Office --run-by me --antenna-type TYPE --antenna-delta 1.5,0.25,-0.125
 convert log -o receiver --marker ABMF00GLP --receiver-number R9 --receiver-version 2.0 --antenna-number A1 --marker-type GEODYNAMIC
 convert leap -o changed
 convert noeph -o changed
 convert sbas0 -o changed
 convert sick -o changed --json
+convert leap -o changed.host --as-host
+convert noeph -o changed.host --as-host
+convert sbas0 -o changed.host --as-host
+convert sick -o changed.host --as-host --json
 convert
-convert log --rinex 3.05
+convert log --rinex 3.05 --as-host
+convert log --rinex 3.03
+convert log --marker '北京'
+convert log --observer 'somebody whose name is long'
+convert log --country gb
+convert log --signal G:17=9L
+convert log --as-host --satellites G01
 convert log --systems GX
 convert log --start yesterday
 convert log --start 2024-02-30
@@ -173,8 +203,10 @@ def shown(data):
 
 
 def undated(path):
-    """A file without the date of its making."""
-    return re.sub(rb"(?m)^(.{40}).*(PGM / RUN BY / DATE)", rb"\1\2", path.read_bytes())
+    """A file without the date of its making; one that kvx compressed by what it holds."""
+    data = path.read_bytes()
+    data = gzip.decompress(data) if path.match("packs/*.gz") else data
+    return re.sub(rb"(?m)^(.{40}).*((PGM / RUN BY|CRINEX PROG) / DATE)", rb"\1\2", data)
 
 
 def header(name):

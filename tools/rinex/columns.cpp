@@ -15,13 +15,8 @@ constexpr std::string_view kPreference = "PWYMCQXZLSIBDA";
 // Order of the kinds within a band (RINEX 2) or a signal.
 constexpr std::string_view kOrder = "CPLDS";
 
-struct rank_t {
-    std::string signal;
-    std::size_t kind;
-    auto operator<=>(const rank_t&) const = default;
-};
-
-rank_t rank_of(const std::string& name)
+// Signal, then kind.
+std::pair<std::string, std::size_t> rank_of(const std::string& name)
 {
     return {name.substr(1), kOrder.find(name[0])};
 }

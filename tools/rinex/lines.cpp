@@ -17,6 +17,7 @@ bool byte_lines_t::refill()
     if (over_) return false;
     std::memmove(block_.data(), block_.data() + at_, end_ - at_);
     end_ -= at_;
+    before_ += at_;
     at_ = 0;
     const std::size_t got = read_(block_.data() + end_, block_.size() - end_);
     over_ = got < block_.size() - end_;
@@ -34,7 +35,9 @@ bool byte_lines_t::next(std::string_view& line)
         lf != nullptr ? static_cast<std::size_t>(static_cast<const char*>(lf) - block_.data()) : end_;
     if (stop == at_ && lf == nullptr) return false;
     line = {block_.data() + at_, stop - at_};
+    position_ = before_ + at_;
     cut_ = line.size() > kLongest || (lf == nullptr && !over_);
+    unended_ = lf == nullptr && !cut_;
     if (line.size() > kLongest) line = line.substr(0, kLongest);
     at_ = cut_ ? at_ + line.size() : stop + (lf != nullptr);
     if (!line.empty() && line.back() == '\r') line.remove_suffix(1);

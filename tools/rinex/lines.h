@@ -3,6 +3,7 @@
 #define RINEX_LINES_H
 
 #include <cstddef>
+#include <cstdint>
 #include <functional>
 #include <string>
 #include <string_view>
@@ -37,13 +38,20 @@ public:
     static constexpr std::size_t kLongest = 1 << 16;
     bool cut() const { return cut_; }
 
+    /// Whether the bytes ended in the line handed out last, before its end.
+    bool unended() const { return unended_; }
+
+    /// Bytes before the line handed out last.
+    std::uint64_t position() const { return position_; }
+
 private:
     bool refill();
 
     read_t read_;
     std::vector<char> block_;
     std::size_t at_ = 0, end_ = 0;
-    bool over_ = false, cut_ = false;
+    bool over_ = false, cut_ = false, unended_ = false;
+    std::uint64_t before_ = 0, position_ = 0;   // bytes before the block, before the line
 };
 
 }   // namespace rinex

@@ -77,16 +77,18 @@ std::string phase_shift_lines(const columns_t& columns)
 
 std::string glonass_lines(int version, const places_t& seen, const channels_t& channels)
 {
+    bool any = false;
     std::vector<std::string> entries;
     seen.each([&](int place) {
         const satellite_t satellite = satellite_at(place);
-        const auto channel =
-            satellite.constellation == kGlonass ? channels[static_cast<std::size_t>(satellite.number)] : std::nullopt;
+        if (satellite.constellation != kGlonass) return;
+        any = true;
+        const auto channel = channels[static_cast<std::size_t>(satellite.number)];
         if (!channel) return;
         const char sign = *channel < 0 ? '-' : ' ', digit = static_cast<char>('0' + std::abs(*channel));
         entries.push_back(satellite.name() + std::string{' ', sign, digit, ' '});
     });
-    if (entries.empty()) return "";
+    if (!any) return "";
     return list_lines(entries, count_of(entries.size(), 3) + " ", 8, "GLONASS SLOT / FRQ #") +
            (version < kFirstWithoutPhaseShifts ? header_line("", "GLONASS COD/PHS/BIS") : "");
 }

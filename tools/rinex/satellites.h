@@ -53,8 +53,8 @@ constexpr int constellation_of_sys(int sys)
 
 /// A satellite, ordered as files list them.
 struct satellite_t {
-    std::int8_t constellation = -1;   // place in kConstellations; -1: none
-    std::int8_t number = 0;
+    std::int16_t constellation = -1;   // place in kConstellations; -1: none
+    std::int16_t number = 0;
 
     bool valid() const { return constellation >= 0; }
     const constellation_t& system() const { return kConstellations[constellation]; }
@@ -63,7 +63,11 @@ struct satellite_t {
     {
         return {letter(), static_cast<char>('0' + number / 10), static_cast<char>('0' + number % 10)};
     }
-    auto operator<=>(const satellite_t&) const = default;
+    bool operator==(const satellite_t&) const = default;
+    bool operator<(const satellite_t& other) const
+    {
+        return constellation != other.constellation ? constellation < other.constellation : number < other.number;
+    }
 };
 
 /// The satellite of a system's number; invalid when the system has no such one.
@@ -72,7 +76,7 @@ constexpr satellite_t satellite_of(int constellation, std::int64_t number)
     if (constellation < 0) return {};
     const constellation_t& c = kConstellations[constellation];
     if (number < c.first || number > c.last) return {};
-    return {static_cast<std::int8_t>(constellation), static_cast<std::int8_t>(number)};
+    return {static_cast<std::int16_t>(constellation), static_cast<std::int16_t>(number)};
 }
 
 constexpr satellite_t satellite_of_prn(int constellation, std::int64_t prn)
@@ -97,7 +101,7 @@ constexpr satellite_t satellite_at(int place)
         place -= kConstellations[i].last - kConstellations[i].first + 1;
         ++i;
     }
-    return {static_cast<std::int8_t>(i), static_cast<std::int8_t>(kConstellations[i].first + place)};
+    return {static_cast<std::int16_t>(i), static_cast<std::int16_t>(kConstellations[i].first + place)};
 }
 
 }   // namespace rinex

@@ -75,7 +75,7 @@ signals_t::signals_t()
         const korvex::trackstat_t track = korvex::read_trackstat(status);
         const korvex::signal_t* signal = korvex::find_signal(track.sys, track.type);
         const auto k = static_cast<std::size_t>(key);
-        places_[k].constellation = static_cast<std::int8_t>(constellation_of_sys(track.sys));
+        places_[k].constellation = static_cast<std::int16_t>(constellation_of_sys(track.sys));
         if (signal != nullptr && signal->rinex != nullptr) names_[k] = signal->rinex;
     }
     number();
@@ -96,7 +96,7 @@ void signals_t::number()
         places_[k].signal = -1;
         if (names_[k].empty()) continue;
         const auto& codes = codes_[static_cast<std::size_t>(places_[k].constellation)];
-        places_[k].signal = static_cast<std::int8_t>(std::find(codes.begin(), codes.end(), names_[k]) - codes.begin());
+        places_[k].signal = static_cast<std::int16_t>(std::find(codes.begin(), codes.end(), names_[k]) - codes.begin());
     }
 }
 

@@ -46,8 +46,8 @@ public:
 
     /// What a tracking status means.
     struct place_t {
-        std::int8_t constellation;   // -1: unknown
-        std::int8_t signal;          // place in codes(); -1: the table has no name for it
+        std::int16_t constellation;   // -1: unknown
+        std::int16_t signal;          // place in codes(); -1: the table has no name for it
     };
     place_t operator[](int tracking_key) const { return places_[static_cast<std::size_t>(tracking_key)]; }
 

@@ -19,7 +19,7 @@ struct range_t {
     double cn0;             ///< dB-Hz
     double lock_time;       ///< s
     std::uint32_t status;   ///< channel tracking status
-    bool rare;              ///< stands in one message alone when an epoch is sent in both
+    bool rare = false;      ///< stands in one message alone when an epoch is sent in both
 };
 
 enum range_form_t : int {

@@ -40,11 +40,13 @@ struct command_t {
 
 command_t convert_command(CLI::App& program);
 command_t info_command(CLI::App& program);
+command_t check_command(CLI::App& program);
 command_t simulate_command(CLI::App& program);
 command_t gpio_command(CLI::App& program);
 command_t i2c_command(CLI::App& program);
 command_t dump_command(CLI::App& program);
 command_t frame_command(CLI::App& program);
+command_t expand_command(CLI::App& program);
 
 }   // namespace kvx
 

@@ -76,6 +76,11 @@ std::size_t input_file_t::read_plain(std::uint8_t* to, std::size_t n)
     return done;
 }
 
+bool input_file_t::compressed() const
+{
+    return !plain_ && gzdirect(file_) == 0;
+}
+
 std::uint64_t input_file_t::position_on_disk() const
 {
     const z_off_t at = gzoffset(file_);

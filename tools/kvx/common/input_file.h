@@ -27,6 +27,9 @@ public:
     /// What is left unread after a compressed file broke off; empty when all was read.
     const std::string& damage() const { return damage_; }
 
+    /// Whether its bytes are compressed; known after the first read.
+    bool compressed() const;
+
     const std::string& name() const { return name_; }
     std::uint64_t size_on_disk() const { return size_; }   ///< bytes, 0: unknown
     std::uint64_t position_on_disk() const;                ///< bytes of it used up

@@ -55,6 +55,8 @@ public:
         if (options_.navigation() != "none") outcome.navigation = navigation_.count();
         outcome.signals = signal_counts(options_.names, ledger_);
         outcome.files = publish();
+        outcome.events = observations_.events_written();
+        outcome.events_lost = observations_.events_lost();
         if (interrupted()) throw error_t(source_.name(), "interrupted", "what was read is in " + outcome.files.front());
         return std::move(summary_);
     }
@@ -118,19 +120,24 @@ private:
             return count(*epoch, rinex::fate_t::out_of_order);
         }
         last_ = epoch->time;
-        thinning_.add(epoch);
+        if (selection_.in_window(epoch->time * rinex::kTicksPerMs)) return thinning_.add(epoch);
+        thinning_.flush();
+        leave_out(*epoch, rinex::fate_t::outside);
+    }
+
+    // Its phases are followed all the same.
+    void leave_out(const rinex::epoch_t& epoch, rinex::fate_t fate)
+    {
+        observations_.follow(epoch);
+        count(epoch, fate);
     }
 
     void on_released(rinex::epoch_t& epoch, bool kept)
     {
-        const bool inside = selection_.in_window(epoch.time * rinex::kTicksPerMs);
-        if (inside && kept) {
-            selection_.apply(epoch, ledger_);
-            if (const auto leaps = navigation_.leap_seconds()) station_.take_leap_seconds(*leaps);
-            return observations_.add(epoch);
-        }
-        observations_.follow(epoch);
-        count(epoch, inside ? rinex::fate_t::off_grid : rinex::fate_t::outside);
+        if (!kept) return leave_out(epoch, rinex::fate_t::off_grid);
+        selection_.apply(epoch, ledger_);
+        if (const auto leaps = navigation_.leap_seconds()) station_.take_leap_seconds(*leaps);
+        observations_.add(epoch);
     }
 
     std::vector<std::string> publish()
@@ -141,12 +148,15 @@ private:
                                  {epochs.first, epochs.last, interval});
         const std::string partial = interrupted() ? ".partial" : "";
         if (const auto leaps = navigation_.leap_seconds()) station_.take_leap_seconds(*leaps);
-        std::vector<std::string> files = {observations_.finish(names.observations() + partial)};
-        const auto navigation = navigation_.finish(station_.facts(), epochs.first,
-                                                   [&](char letter) { return names.navigation(letter) + partial; });
-        files.insert(files.end(), navigation.begin(), navigation.end());
+        std::vector<finished_file_t> files;
+        files.push_back(observations_.finish(names.observations() + partial));
+        for (auto& file : navigation_.finish(station_.facts(), epochs.first,
+                                             [&](char letter) { return names.navigation(letter) + partial; }))
+            files.push_back(std::move(file));
         if (positions_.exists()) files.push_back(positions_.finish(names.positions() + partial));
-        return files;
+        std::vector<std::string> paths;
+        for (finished_file_t& file : files) paths.push_back(file.publish());
+        return paths;
     }
 
     const convert_options_t& options_;

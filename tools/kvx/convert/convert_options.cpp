@@ -16,6 +16,7 @@ namespace {
 // "3" and "4" are the newest of theirs.
 const std::map<std::string, std::string> kVersions = {{"2", "2.11"}, {"3", "3.05"}, {"4", "4.02"}};
 const std::vector<std::string> kOwnVersions = {"2.11", "3.04", "3.05", "4.02"};
+constexpr int kFirstNotCompact = 402;
 const std::vector<std::string> kHostVersions = {"2.11", "3.02", "3.03", "3.04"};
 
 std::string check_time(const std::string& text)
@@ -61,6 +62,8 @@ void add_output_options(CLI::App& app, convert_options_t& o)
     app.add_flag("--nav-repeats", o.nav_repeats, "Write ephemerides as often as the log repeats them");
     app.add_option("-j,--jobs", o.jobs, "Logs converted at once")->check(CLI::Range(1, 256))->capture_default_str();
     app.add_flag("--xyz", o.position_listing, "Also list the positions of the log, a line per fix");
+    app.add_flag("--crx", o.crx, "Make observation files compact (Hatanaka compression)");
+    app.add_flag("--gz", o.gz, "Compress the files with gzip");
     app.add_flag("--json", o.json, "Print the summary as JSON");
 }
 
@@ -74,6 +77,7 @@ void add_selection_options(CLI::App& app, convert_options_t& o)
     app.add_option_function<std::vector<std::string>>(
            "--signal",
            [&o](const std::vector<std::string>& rules) {
+               o.names_changed = true;
                for (const std::string& rule : rules) {
                    if (const std::string fault = o.names.rename(rule); !fault.empty())
                        throw CLI::ValidationError("--signal", fault);
@@ -147,8 +151,11 @@ void complete(convert_options_t& o)
     }
     if (o.navigation() == "mixed" && o.version() < 300)
         throw CLI::ValidationError("--nav", "RINEX 2.11 has no mixed navigation files");
-    if (o.as_host && (!o.satellites.empty() || !o.signals.empty() || !o.events))
-        throw CLI::ValidationError("--as-host", "takes no --satellites, --signals or --events");
+    if (o.as_host && (!o.satellites.empty() || !o.signals.empty() || o.names_changed || o.anchor_first || !o.events))
+        throw CLI::ValidationError("--as-host", "takes no --satellites, --signals, --signal, --anchor or --events");
+    if (o.crx && o.version() >= kFirstNotCompact)
+        throw CLI::ValidationError(
+            "--crx", "RINEX 4.02 belongs to CRINEX 3.1, which is not written here; use --gz alone, or --rinex 3.05");
     o.wanted_systems = systems_of(o.systems);
 }
 

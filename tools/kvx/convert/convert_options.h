@@ -21,6 +21,7 @@ struct convert_options_t {
     bool as_host = false;
     bool no_signal_map = false;
     bool raw_prn = false;
+    bool crx = false, gz = false;
     bool json = false;
     bool events = true;
     int jobs = 1;
@@ -29,6 +30,7 @@ struct convert_options_t {
     rinex::signals_t names;                         ///< of the signals
     double interval = 0.0;                          ///< s, 0: every epoch
     bool anchor_first = false;
+    bool names_changed = false;         ///< by --signal
     std::optional<double> start, end;   ///< GPS seconds
     std::string name;                   ///< stem of the file names, empty: by convention
 

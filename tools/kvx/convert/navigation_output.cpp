@@ -105,7 +105,7 @@ decode_result_t navigation_output_t::take(int id, std::int64_t sent, const std::
     return is_new ? DECODE_EPH : DECODE_NOTHING;
 }
 
-std::string navigation_output_t::write(char letter, const rinex::station_t& station, const std::string& name)
+finished_file_t navigation_output_t::write(char letter, const rinex::station_t& station, const std::string& name)
 {
     const int one = letter == 'M' ? -1 : rinex::constellation_of(letter);
     std::string system(1, letter);
@@ -113,10 +113,10 @@ std::string navigation_output_t::write(char letter, const rinex::station_t& stat
             return e.satellite.constellation == entries_[0].satellite.constellation;
         }))
         system = entries_[0].satellite.letter();
-    output_file_t file(options_.folder);
+    auto file = std::make_unique<output_file_t>(options_.folder);
     const std::string header =
         rinex::nav_header(version_, {station.program, station.run_by, station.date, system, ion_utc_, leap_seconds_});
-    std::fwrite(header.data(), 1, header.size(), file.stream());
+    std::fwrite(header.data(), 1, header.size(), file->stream());
     std::string text;
     for (const entry_t& entry : entries_) {
         if (one >= 0 && entry.satellite.constellation != one) continue;
@@ -124,27 +124,30 @@ std::string navigation_output_t::write(char letter, const rinex::station_t& stat
         std::fseek(spool_->stream(), static_cast<long>(entry.at), SEEK_SET);
         if (std::fread(text.data(), 1, text.size(), spool_->stream()) != text.size())
             throw error_t(spool_->path(), "reading back failed", "writing " + name);
-        std::fwrite(text.data(), 1, text.size(), file.stream());
+        std::fwrite(text.data(), 1, text.size(), file->stream());
     }
-    return file.publish(name);
+    return packed(std::move(file), name, options_);
 }
 
-std::vector<std::string> navigation_output_t::finish(const rinex::station_t& station, double first_epoch,
-                                                     const std::function<std::string(char)>& name_of)
+std::vector<finished_file_t> navigation_output_t::finish(const rinex::station_t& station, double first_epoch,
+                                                         const std::function<std::string(char)>& name_of)
 {
-    std::vector<std::string> paths;
-    if (spool_ == nullptr) return paths;
+    std::vector<finished_file_t> files;
+    if (spool_ == nullptr) return files;
     if (!leap_seconds_) leap_seconds_ = leap_seconds_of(first_epoch);
     spool_->check("the navigation data");
     std::sort(entries_.begin(), entries_.end(),
               [](const entry_t& a, const entry_t& b) { return a.order() < b.order(); });
-    if (mixed_) return {write('M', station, name_of('M'))};
+    if (mixed_) {
+        files.push_back(write('M', station, name_of('M')));
+        return files;
+    }
     for (const rinex::constellation_t& c : rinex::kConstellations) {
         const bool any = std::any_of(entries_.begin(), entries_.end(),
                                      [&](const entry_t& e) { return e.satellite.letter() == c.letter; });
-        if (any) paths.push_back(write(c.letter, station, name_of(c.letter)));
+        if (any) files.push_back(write(c.letter, station, name_of(c.letter)));
     }
-    return paths;
+    return files;
 }
 
 }   // namespace kvx

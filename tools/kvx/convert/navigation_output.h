@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "common/output_file.h"
+#include "convert/packing.h"
 #include "convert/selection.h"
 #include "log/summary.h"
 #include "rinex/nav_text.h"
@@ -34,13 +35,13 @@ public:
     std::optional<int> leap_seconds() const { return leap_seconds_; }   ///< as the messages have told
     const navigation_count_t& count() const { return count_; }
 
-    /// Writes the files and gives them their names.
+    /// Writes the files.
     /// @param station    program, who runs it, and date
     /// @param first_epoch  GPS seconds; its date has leap seconds when no message has told them
     /// @param name_of    name of a file by its system's letter, M for all
-    /// @return paths; none when there is nothing to write
-    std::vector<std::string> finish(const rinex::station_t& station, double first_epoch,
-                                    const std::function<std::string(char)>& name_of);
+    /// @return none when there is nothing to write
+    std::vector<finished_file_t> finish(const rinex::station_t& station, double first_epoch,
+                                        const std::function<std::string(char)>& name_of);
 
 private:
     // What tells one data set of a satellite from its others.
@@ -66,7 +67,7 @@ private:
     bool is_repetition(const rinex::nav_record_t& record);
     bool has_file(int constellation) const;
     void spool(const std::string& text, entry_t entry);
-    std::string write(char letter, const rinex::station_t& station, const std::string& name);
+    finished_file_t write(char letter, const rinex::station_t& station, const std::string& name);
 
     const convert_options_t& options_;
     const selection_t& selection_;

@@ -12,7 +12,7 @@ namespace kvx {
 namespace {
 
 constexpr std::size_t kBuffer = 1 << 18;        // bytes
-constexpr std::size_t kMostWaiting = 1 << 14;   // events kept for a file that has no epoch yet
+constexpr std::size_t kMostWaiting = 1 << 14;   // events kept until the next epoch
 
 }   // namespace
 
@@ -41,14 +41,20 @@ void observation_output_t::write_events(std::int64_t until)
         const auto& [event, behind] = events_.front();
         if (event.ticks > until || (event.ticks == until && behind)) return;
         write(rinex::event_text(options_.version(), event.ticks, event.flag, event.lines));
+        ++events_written_;
     }
 }
 
 void observation_output_t::add(event_t event, bool behind)
 {
-    if (!options_.events || events_.size() >= kMostWaiting) return;
-    const auto later = [&](const waiting_t& other) { return other.event.ticks > event.ticks; };
-    events_.insert(std::find_if(events_.begin(), events_.end(), later), {std::move(event), behind});
+    if (!options_.events) return;
+    if (events_.size() >= kMostWaiting) {
+        ++events_lost_;
+        return;
+    }
+    const auto later = [](std::int64_t ticks, const waiting_t& other) { return ticks < other.event.ticks; };
+    const auto place = std::upper_bound(events_.begin(), events_.end(), event.ticks, later);
+    events_.insert(place, {std::move(event), behind});
 }
 
 void observation_output_t::add(rinex::epoch_t& epoch)
@@ -86,7 +92,7 @@ std::unique_ptr<output_file_t> observation_output_t::rewritten(const std::string
     return copy;
 }
 
-std::string observation_output_t::finish(const std::string& name)
+finished_file_t observation_output_t::finish(const std::string& name)
 {
     write_events(std::numeric_limits<std::int64_t>::max());
     flush();
@@ -99,7 +105,7 @@ std::string observation_output_t::finish(const std::string& name)
     } else {
         file_ = rewritten(last_header);
     }
-    return file_->publish(name);
+    return packed_observations(std::move(file_), name, options_);
 }
 
 }   // namespace kvx

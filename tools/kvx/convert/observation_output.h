@@ -7,6 +7,7 @@
 #include <string>
 
 #include "common/output_file.h"
+#include "convert/packing.h"
 #include "convert/station_messages.h"
 #include "log/summary.h"
 #include "rinex/observation_text.h"
@@ -32,10 +33,11 @@ public:
 
     bool exists() const { return file_ != nullptr; }
     const epoch_count_t& epochs() const { return epochs_; }
+    std::uint64_t events_written() const { return events_written_; }
+    std::uint64_t events_lost() const { return events_lost_; }   ///< too many between two epochs
 
-    /// Writes what is left, puts the header right and gives the file its name.
-    /// @return path
-    std::string finish(const std::string& name);
+    /// Writes what is left and puts the header right.
+    finished_file_t finish(const std::string& name);
 
 private:
     struct waiting_t {
@@ -56,6 +58,7 @@ private:
     std::size_t header_size_ = 0;
     std::string buffer_;
     std::deque<waiting_t> events_;   // in order of time
+    std::uint64_t events_written_ = 0, events_lost_ = 0;
     epoch_count_t epochs_;
     rinex::session_t session_;
 };

@@ -28,10 +28,11 @@ void position_list_t::write()
     waiting_.reset();
 }
 
-std::string position_list_t::finish(const std::string& name)
+finished_file_t position_list_t::finish(const std::string& name)
 {
     write();
-    return file_->publish(name);
+    file_->check(name);
+    return {std::move(file_), name};
 }
 
 }   // namespace kvx

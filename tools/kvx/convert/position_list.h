@@ -7,6 +7,7 @@
 #include <string>
 
 #include "common/output_file.h"
+#include "convert/packing.h"
 #include "convert/station_messages.h"
 
 namespace kvx {
@@ -19,8 +20,7 @@ public:
     void add(const fix_t& fix);
     bool exists() const { return waiting_.has_value() || file_ != nullptr; }
 
-    /// @return path
-    std::string finish(const std::string& name);
+    finished_file_t finish(const std::string& name);
 
 private:
     void write();

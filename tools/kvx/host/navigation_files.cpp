@@ -4,6 +4,7 @@
 #include <cmath>
 #include <iterator>
 
+#include "convert/packing.h"
 #include "gnss/foundation/time_scales.h"
 #include "gnss/rinex/version.h"
 #include "host/host_options.h"
@@ -127,7 +128,7 @@ void navigation_files_t::write(std::size_t kind, raw_t& raw)
 
 std::string navigation_files_t::publish(std::size_t kind, const raw_t& raw, const std::string& name)
 {
-    const std::unique_ptr<output_file_t> file = std::move(files_[kind]);
+    std::unique_ptr<output_file_t> file = std::move(files_[kind]);
     file->check(name);
     double ion[8];
     std::copy(std::begin(raw.ion_gps), std::end(raw.ion_gps), ion);
@@ -135,7 +136,7 @@ std::string navigation_files_t::publish(std::size_t kind, const raw_t& raw, cons
     if (sys == SYS_GPS && knows_ionosphere(raw)) WriteRinexGpsEphIonPara(file->stream(), ion, &opt_);
     if (sys == SYS_GLO || kind == kMixedKind) WriteRinexGloEphCurleap(file->stream());
     file->check(name);
-    return file->publish(name);
+    return packed(std::move(file), name, options_).publish();
 }
 
 std::vector<std::string> navigation_files_t::finish(const raw_t& raw, const std::function<std::string(char)>& name_of)

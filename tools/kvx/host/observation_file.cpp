@@ -7,6 +7,7 @@
 #include <cstring>
 
 #include "common/gps_time.h"
+#include "convert/packing.h"
 #include "gnss/foundation/satellites.h"
 #include "gnss/rinex/obs_layout2.h"
 #include "gnss/rinex/version.h"
@@ -207,7 +208,7 @@ std::string observation_file_t::finish(const raw_t& raw, bool has_antenna, const
     file_->check(name);
     patch_header(raw, has_antenna);
     file_->check(name);
-    return file_->publish(name);
+    return packed_observations(std::move(file_), name, options_).publish();
 }
 
 }   // namespace kvx

@@ -2,13 +2,15 @@
 #ifndef KVX_RECORD_LIMITS_H
 #define KVX_RECORD_LIMITS_H
 
+#include <array>
 #include <cstdint>
 #include <map>
 #include <string>
 #include <utility>
+#include <vector>
 
-#include "rinex/epoch.h"
-#include "rinex/ranges.h"
+#include "gnss/log/signals.h"
+#include "rinex/signals.h"
 
 namespace kvx {
 
@@ -27,14 +29,17 @@ public:
     const std::map<row_t, std::uint64_t>& lost() const { return lost_; }
 
 private:
-    struct place_t {
+    struct sent_t {
         std::uint8_t tracking_key;
-        int prn;
+        std::uint16_t prn;
+        bool there;
     };
-    void lose(const place_t& observation);
+    int place(const korvex::trackstat_t& track, int prn, bool compressed) const;
+    void lose(const sent_t& observation);
 
     bool signal_map_, raw_prn_;
-    std::map<std::pair<int, int>, place_t> epoch_;   // by satellite number and slot
+    std::array<sent_t, (kMaxSat + 1) * kNumSlots> epoch_{};   // by satellite number and slot
+    std::vector<int> satellites_;                             // of the epoch, as they came
     std::map<row_t, std::uint64_t> lost_;
     rinex::signals_t signals_;
 };

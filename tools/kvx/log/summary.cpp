@@ -89,7 +89,7 @@ void summary_t::finish(const log_reader_t& reader, const input_file_t& file)
 
 bool summary_t::damaged() const
 {
-    return lost.any() || !source_damage.empty() || (outcome && outcome->out_of_order > 0);
+    return lost.any() || !source_damage.empty() || (outcome && outcome->out_of_order + outcome->events_lost > 0);
 }
 
 std::string summary_t::why_no_epoch() const

@@ -60,6 +60,7 @@ struct outcome_t {
     std::uint64_t epochs_written = 0;
     std::vector<signal_count_t> signals;
     std::map<std::pair<std::string, std::string>, std::uint64_t> beyond_record;   ///< by signal and satellite
+    std::uint64_t events = 0, events_lost = 0;   ///< between the epochs; lost: too many of them
     std::uint64_t left_out = 0;       ///< satellite observations that the version cannot name
     std::uint64_t out_of_order = 0;   ///< epochs not later than the one before
     std::optional<navigation_count_t> navigation;

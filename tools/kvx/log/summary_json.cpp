@@ -75,6 +75,8 @@ void add_outcome(ordered_json& j, const outcome_t& o)
     j["epochs_written"] = o.epochs_written;
     if (!o.signals.empty()) j["signals"] = signals_json(o.signals);
     if (!o.beyond_record.empty()) j["beyond_record"] = beyond_record_json(o);
+    if (o.events > 0) j["events"] = o.events;
+    if (o.events_lost > 0) j["events_left_out"] = o.events_lost;
     if (o.left_out > 0) j["observations_left_out"] = o.left_out;
     if (o.out_of_order > 0) j["epochs_out_of_order"] = o.out_of_order;
     if (o.navigation) j["navigation"] = {{"ephemerides", o.navigation->found}, {"written", o.navigation->written}};

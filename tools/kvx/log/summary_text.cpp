@@ -1,4 +1,6 @@
 // The summary for people.
+#include <algorithm>
+
 #include "common/gps_time.h"
 #include "common/systems.h"
 #include "common/text_format.h"
@@ -70,6 +72,15 @@ std::string navigation_text(const navigation_count_t& n)
            (n.written == 0 ? ", no navigation file\n" : "\n");
 }
 
+// "G1C 12, G2W 4"
+template <typename Counts>
+std::string named_counts(const Counts& counts)
+{
+    std::string text;
+    for (const auto& [name, n] : counts) text += (text.empty() ? "" : ", ") + name + " " + std::to_string(n);
+    return text;
+}
+
 // One line for each reason, with its signals.
 std::string signals_text(const std::vector<signal_count_t>& signals)
 {
@@ -78,17 +89,22 @@ std::string signals_text(const std::vector<signal_count_t>& signals)
         records += s.counts.records();
         written += s.counts.written();
     }
-    std::string out =
-        "  observations: " + std::to_string(records) + ", written: " + std::to_string(written) + "\n";
+    std::string out = "  observations: " + std::to_string(records) + ", written: " + std::to_string(written) + "\n";
     const auto list = [&](const std::string& what, auto count_of) {
         std::uint64_t sum = 0;
-        std::string names;
+        std::vector<std::pair<std::string, std::uint64_t>> counts;   // several types may have one name
         for (const signal_count_t& s : signals) {
             const std::uint64_t n = count_of(s.counts);
+            const auto same =
+                std::find_if(counts.begin(), counts.end(), [&](const auto& c) { return c.first == s.name(); });
             sum += n;
-            if (n > 0) names += (names.empty() ? "" : ", ") + s.name() + " " + std::to_string(n);
+            if (same != counts.end()) {
+                same->second += n;
+            } else if (n > 0) {
+                counts.emplace_back(s.name(), n);
+            }
         }
-        if (sum > 0) out += "  " + what + ": " + std::to_string(sum) + " (" + names + ")\n";
+        if (sum > 0) out += "  " + what + ": " + std::to_string(sum) + " (" + named_counts(counts) + ")\n";
     };
     for (std::size_t fate = 1; fate < rinex::kFates; ++fate)
         list(std::string("left out, ") + rinex::kFateNames[fate], [fate](const auto& row) { return row.fates[fate]; });
@@ -96,17 +112,15 @@ std::string signals_text(const std::vector<signal_count_t>& signals)
     return out;
 }
 
+// A line for each signal, with its satellites.
 std::string beyond_record_text(const outcome_t& o)
 {
-    std::uint64_t sum = 0;
-    std::map<std::string, std::uint64_t> by_signal;
-    for (const auto& [place, n] : o.beyond_record) {
-        by_signal[place.second.substr(0, 1) + place.first] += n;
-        sum += n;
-    }
-    std::string names;
-    for (const auto& [name, n] : by_signal) names += (names.empty() ? "" : ", ") + name + " " + std::to_string(n);
-    return sum == 0 ? "" : "  the record cannot carry: " + std::to_string(sum) + " (" + names + ")\n";
+    std::map<std::string, std::map<std::string, std::uint64_t>> by_signal;
+    for (const auto& [place, n] : o.beyond_record) by_signal[place.second.substr(0, 1) + place.first][place.second] = n;
+    std::string out;
+    for (const auto& [signal, satellites] : by_signal)
+        out += "  the record cannot carry " + signal + " of " + named_counts(satellites) + "\n";
+    return out;
 }
 
 std::string outcome_text(const outcome_t& o)
@@ -116,6 +130,8 @@ std::string outcome_text(const outcome_t& o)
         out += "  left out: " + std::to_string(o.left_out) +
                " satellite observation(s) that this RINEX version cannot name here\n";
     }
+    if (o.events > 0) out += "  events: " + std::to_string(o.events) + "\n";
+    if (o.events_lost > 0) out += "  left out: " + plural(o.events_lost, "event") + ", too many between two epochs\n";
     if (o.navigation) out += navigation_text(*o.navigation);
     if (o.out_of_order > 0) {
         out += "  left out: " + std::to_string(o.out_of_order) + " epoch(s) that are not later than the one before\n";

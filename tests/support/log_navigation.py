@@ -6,9 +6,8 @@ from collections import namedtuple
 
 from log_observations import NUMBERS, timed
 
-WEEK, DAY, MOSCOW, BEIDOU_WEEK = 604800, 86400, 10800, 1356  # s; GPS week
-ION_UTC, SUBFRAMES, BEIDOU = 8, 41, 1696
-UNKNOWN_TIME = 999999999.999
+WEEK, DAY, MOSCOW, UNKNOWN_TIME = 604800, 86400, 10800, 999999999.999  # s
+ION_UTC, SUBFRAMES, BEIDOU, BEIDOU_WEEK = 8, 41, 1696, 1356
 ACCURACY = [2, 2.8, 4, 5.7, 8, 11.3, 16, 32, 64, 128, 256, 512, 1024, 2048, 4096, 8192]
 
 # Fields of the bodies in their order: name and, where it is no f64, type; pads have no name.

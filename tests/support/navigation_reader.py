@@ -10,7 +10,6 @@ from decimal import Decimal
 
 from rinex_reader import RinexError, full_year, read_lines
 
-FIELD = 19
 LINES = {"G": 8, "J": 8, "C": 8, "E": 8, "R": 4, "S": 4, "STO": 2, "ION": 3}
 NUMBER = re.compile(r"(?=.{19}$)(?: +| *-?\d?\.\d{4,13}[DEe][+-]\d\d)$")
 FRAME = re.compile(r"> (\w{3}) ([GREJCS]\d\d|G  ) (\w+)$")
@@ -32,7 +31,7 @@ def matched(pattern, text, number):
 
 def numbers(text, number):
     """The fields of a line; blank ones are None."""
-    fields = [matched(NUMBER, text[at : at + FIELD], number)[0] for at in range(0, len(text.rstrip()), FIELD)]
+    fields = [matched(NUMBER, text[at : at + 19], number)[0] for at in range(0, len(text.rstrip()), 19)]
     return [Decimal(field.replace("D", "E")) if field.strip() else None for field in fields]
 
 

@@ -1,200 +1,198 @@
 #!/usr/bin/env python3
-"""Converts the recorded logs as the host does and compares the ephemerides with those that the logs were made from.
+"""Converts logs and compares every field of the navigation files with the log's messages and with its sources.
 
-Every ephemeris of a log must come out once, in the order of the log, and every field must have the digits of its
-source. What a message cannot carry is listed below with its reason and checked against what it does carry.
-Exit code 0: all as it must be.
+Every ephemeris of a log must come out once, in order, with the digits that its message has; that of a recording also
+with those of the RINEX files that it was made from. What messages do not carry of these is listed below: for the
+tool's own files, and for those that a host of the library gets. Logs: simulated ones, and the recordings, where they
+are. Exit code 0: all as it must be.
 """
 
-import datetime
 import json
-from collections import Counter
+import subprocess
+import zlib
 from decimal import Decimal
+from itertools import zip_longest
+from pathlib import Path
 
-from compare_recordings import OPTIONS
 from conversions import Fault, arguments, convert
+from log_navigation import ACCURACY, DAY, UNKNOWN_TIME, WEEK, Entry, navigation
+from log_observations import frames
 from navigation_reader import read_navigation
 
 RECORDINGS = {"japan_1hz": ["SEPT078M.21P", "30340780.21q"], "denmark_30s": ["ESBC1770_excerpt.20P"]}
-RUNS = [("3.04", "mixed"), ("3.04", "split"), ("3.03", "mixed"), ("3.02", "split"), ("2.11", "split")]
-ENDINGS = {"GN": "G", "RN": "R", "EN": "E", "CN": "C", "JN": "J"}
-SYSTEMS = {"mixed": "GRECJS", "split": "GRECJ", "2.11": "GRCJ"}
+SIMULATION = ["--every-signal", "--duration", "86400", "--rate", "0.004", "--range"]
+# Message, place, bytes: health, accuracy and flags, of which simulated satellites have but the good ones.
+VARIED = [change.split(":") for change in """
+    7:12:2a 7:216:0000000000006940 41:20:a980 41:71:80 601:2:0f 723:24:05 723:108:000000000000503e 723:132:07 723:136:02
+    1047:12:2a 1047:224:000000000000f07f 1122:12:01020301000160 1309:4:020301007f 1336:12:15 1336:224:01 1696:8:9a
+    1696:16:03""".split()]
+LETTERS = "GREJCS"
+# RINEX version, --nav, systems that have files.
+RUNS = [("2.11", None, "GR"), ("2.11", "split", LETTERS)] + [
+    (version, kind, LETTERS) for version in ("3.04", "3.05", "4.02") for kind in ("mixed", "split")]
+HOST_RUNS = [("3.04", "mixed", LETTERS), ("3.04", "split", "GRECJ"), ("3.03", "mixed", LETTERS),
+             ("3.02", "split", "GRECJ"), ("2.11", "split", "GRCJ")]
+KINDS2 = {"n": "N: GPS NAV DATA", "g": "G: GLONASS NAV DATA", "l": "N: GALILEO NAV DATA E",
+          "q": "N: QZSS NAV DATA    J", "c": "N: BEIDOU NAV DATA  C", "h": "H: GEO NAV MSG DATA"}
 
-GPS_LIKE = [["af0", "af1", "af2"], ["iode", "crs", "dn", "M0"], ["cuc", "e", "cus", "sqrtA"],
-            ["toe", "cic", "omega0", "cis"], ["i0", "crc", "omega", "omegadot"]]
-STATE = [["X", "VX", "AX", "health"], ["Y", "VY", "AY"], ["Z", "VZ", "AZ"]]
-FIELDS = {
-    "G": GPS_LIKE + [["idot", "codes", "week", "l2p"], ["ura", "health", "tgd", "iodc"], ["sent", "fit"]],
-    "C": GPS_LIKE + [["idot", "spare", "week", "spare"], ["ura", "health", "tgd", "tgd2"], ["sent", "aodc"]],
-    "E": GPS_LIKE + [["idot", "source", "week"], ["sisa", "health", "bgd5a", "bgd5b"], ["sent"]],
-    "R": [["-taun", "gamman", "frame"]] + [STATE[0], STATE[1] + ["channel"], STATE[2] + ["age"]],
-    "S": [["af0", "af1", "sent"]] + [STATE[0], STATE[1] + ["ura"], STATE[2] + ["iodn"]],
+# Names of the fields, line by line; - is a blank.
+KEPLER = "af0 af1 af2|iode crs dn M0|cuc e cus sqrtA|toe cic omega0 cis|i0 crc omega omegadot|"
+FIELDS = {kind: [line.split() for line in lines.split("|")] for kind, lines in {
+    "G": KEPLER + "idot codes week l2p|ura health tgd iodc|sent fit",
+    "J": KEPLER + "idot codes week l2p|ura health tgd iodc|sent fit",
+    "C": KEPLER + "idot - week|ura health tgd tgd2|sent aodc",
+    "E": KEPLER + "idot source week|sisa health bgd5a bgd5b|sent",
+    "R": "-taun gamman frame|X VX AX health|Y VY AY channel|Z VZ AZ age|- dtau ft",
+    "S": "af0 af1 sent|X VX AX health|Y VY AY ura|Z VZ AZ iodn",
+    "STO": "|sent A0 A1 A2", "ION": "a0 a1 a2|a3 b0 b1 b2|b3"}.items()}
+# A host's accuracy is an index by these bounds.
+BOUNDS = [1.0, 2.799999952316284, 4.0, 5.699999809265137, 8.0, 11.300000190734863, *ACCURACY[6:-1]]
+
+# (messages, field): what is written instead, None for a blank, from the source's fields and the frame's index line.
+OWN = {
+    ((7, 1336), "codes"): lambda s, f: None,
+    ((7, 1336), "l2p"): lambda s, f: None,
+    ((7,), "fit"): lambda s, f: None,
+    ((41,), "sent"): lambda s, f: s["sent"] - (s["sent"] - 6) % 30,  # of the first subframe
+    ((1122, 1309, 1696), "sent"): lambda s, f: UNKNOWN_TIME,
+    ((601,), "sent"): lambda s, f: Decimal(f["ms"]) / 1000,
+    ((1122, 1309), "source"): lambda s, f: 258 if int(s["source"]) & 2 else 517,  # not whether of E1B or E5b alone
+    ((723,), "dtau"): lambda s, f: 0,  # unknown to the source, so made up for the log
 }
-FIELDS["J"] = FIELDS["G"]
-
-URA = [2.0, 2.8, 4.0, 5.7, 8.0, 11.3, 16.0, 32.0, 64.0, 128.0, 256.0, 512.0, 1024.0, 2048.0, 4096.0]
-BOUNDS = [1.0, 2.8, 4.0, 5.7, 8.0, 11.3, 16.0, 32.0, 64.0, 128.0, 256.0, 512.0, 1024.0, 2048.0, 4096.0]
-SINGLE_BOUNDS = {2.8: 2.799999952316284, 5.7: 5.699999809265137, 11.3: 11.300000190734863}
-
-
-def accuracy(metres):
-    """The accuracy printed for a source value: the message has metres, the record an index with other bounds."""
-    for index, bound in enumerate(BOUNDS):
-        if float(metres) <= SINGLE_BOUNDS.get(bound, bound):
-            return Decimal(str(URA[index]))
-    return Decimal(32767)
-
-
-def bit0(health):
-    return Decimal(int(health) & 1)
-
-
-# (messages, field) -> (reason, what is printed instead, from the source's fields and the index line of the frame).
-NOT_CARRIED = {
-    ((7, 1336, 1696, 1047), "ura"): ("accuracy in metres becomes an index", lambda s, f: accuracy(s["ura"])),
-    ((7, 1336, 1696, 1047), "health"): ("of the health only bit 0 is kept", lambda s, f: bit0(s["health"])),
-    ((7, 41, 1336), "codes"): ("codes on L2 are a constant", lambda s, f: Decimal(1)),
-    ((7, 41, 1336), "l2p"): ("the L2 P flag is not in the message", lambda s, f: Decimal(0)),
-    ((7,), "fit"): ("the fit interval is not in the message", lambda s, f: Decimal(0)),
-    ((41,), "fit"): ("the message has the fit flag, the source hours", lambda s, f: Decimal(s["fit"] > 4)),
-    ((7, 1336, 1309), "sent"): ("the reference time stands for the time of sending", lambda s, f: s["toe"]),
-    ((41, 1122), "sent"): ("the time of the log", lambda s, f: Decimal(f["ms"]) / 1000),
-    ((1696, 1047), "sent"): ("BeiDou: the time of clock", lambda s, f: s["toe"]),
-    ((723,), "health"): ("GLONASS: of the health only the highest bit is kept", lambda s, f: Decimal(s["health"] > 3)),
-    ((601,), "sent"): ("SBAS: the reference time stands for the time of sending", lambda s, f: Decimal(f["eph"]["t0"])),
-    ((601,), "ura"): ("SBAS: the message has the index, the source metres",
-                      lambda s, f: Decimal(URA.index(float(s["ura"])) if s["ura"] < 8192 else 15)),
-    ((601,), "health"): ("SBAS: health is written as 0", lambda s, f: Decimal(0)),
-    ((1309,), "health"): ("the message has no health of E5a", lambda s, f: Decimal(int(s["health"]) & 0b111000111)),
-    ((1122, 1309), "source"): ("the source is named by the clock: 517 I/NAV, 258 F/NAV",
-                               lambda s, f: Decimal(517 if f["eph"].get("inav", True) else 258)),
+HOST = {
+    ((7, 1336, 1696, 1047), "ura"): lambda s, f: next(a for a, bound in zip(ACCURACY, BOUNDS) if s["ura"] <= bound),
+    ((7, 41, 1336), "codes"): lambda s, f: 1,
+    ((7, 41, 1336), "l2p"): lambda s, f: 0,
+    ((7,), "fit"): lambda s, f: 0,
+    ((41,), "fit"): lambda s, f: s["fit"] > 4,
+    ((7, 1336, 1309, 1696, 1047), "sent"): lambda s, f: s["toe"],
+    ((41, 1122), "sent"): lambda s, f: Decimal(f["ms"]) / 1000,
+    ((1122, 1309), "source"): lambda s, f: 517 if f["eph"].get("inav", True) else 258,
+    ((601,), "sent"): lambda s, f: f["eph"]["t0"],
+    ((601,), "ura"): lambda s, f: ACCURACY.index(float(s["ura"])) if s["ura"] < 8192 else 15,
+    ((601,), "health"): lambda s, f: 0,
 }
 
 
-RULES = {(message, field): rule for (messages, field), rule in NOT_CARRIED.items() for message in messages}
+def differences(record, entry, version, host):
+    """What is not as it must be: name, what is written, what must be."""
+    found, wanted = (record.kind, record.satellite, record.time), (entry.kind, entry.satellite, entry.time)
+    if found[1:] != wanted[1:] or version >= 400 and not found[0].startswith(wanted[0]):
+        yield "record", found, wanted
+    names = FIELDS.get(entry.kind[:3], FIELDS[entry.satellite[0]])
+    for line, values in zip_longest(names[: len(record.fields)], record.fields):
+        for name, value in zip_longest(line, values):
+            must = entry.fields.get(name)
+            if name == "frame" and version < 300:
+                must %= DAY
+            if host:  # 0 stands for a blank
+                value, must = value or 0, must or 0
+            if value is not must and (None in (value, must) or abs(value - Decimal(must)) > Decimal(entry.slack).scaleb(
+                    Decimal(must).adjusted() - 13)):
+                yield name, value, must
 
 
-def named(record):
-    names = FIELDS[record.satellite[0]]
-    return {name: value if value is not None else Decimal(0)
-            for line, values in zip(names, record.fields) for name, value in zip(line, values)}
+def as_entry(record, frame, host):
+    """A source as the frame's record must have it, or nothing when it is not the frame's source."""
+    key, s = frame["eph"], {name: value for line in zip(FIELDS[record.satellite[0]], record.fields)
+                            for name, value in zip(*line) if name != "-" and value is not None}
+    reference = key.get("toe", key.get("tb_utc", key.get("t0")))
+    issue = next((value for name, value in key.items() if name.startswith(("iod", "aod"))), None)
+    if (record.satellite, s.get("toe", record.time % WEEK), s.get("iode", s.get("iodn"))) != (
+            frame["sat"], reference, issue):
+        return None
+    changed = {name: instead(s, frame) for (messages, name), instead in (HOST if host else OWN).items()
+               if frame["id"] in messages}
+    kind = "" if "source" not in s else " FNAV" if int(s["source"]) & 2 else " INAV"
+    # raw subframes have whole numbers, the source and a host but 12 digits
+    slack = (50 if host else 5) if frame["id"] != 41 else 100 if host else 50
+    return Entry("EPH" + kind, record.satellite, record.time, record.time, s | changed, slack)
 
 
-def last_place(value):
-    """Half a unit of the twelfth digit."""
-    return Decimal(5).scaleb(value.adjusted() - 12) if value else Decimal(0)
+def from_sources(log, host):
+    """The ephemerides that a recording's index names: of each a list of what it may be, for sources may be many."""
+    sources = [record for name in RECORDINGS[log.stem] for record in read_navigation(log.parent / name)[2]]
+    for frame in map(json.loads, Path(f"{log}.index.jsonl").read_text(encoding="ascii").splitlines()):
+        if "eph" in frame and "expect" not in frame and not frame.get("repeat"):
+            found = [entry for record in sources for entry in [as_entry(record, frame, host)] if entry]
+            inav, fnav = ([entry for entry in found if entry.kind[4:] == kind] for kind in ("INAV", "FNAV"))
+            if host or frame["sat"][0] != "E":
+                yield found
+            elif frame["eph"].get("inav", True):
+                yield inav
+            if not host and frame["eph"].get("fnav"):
+                for entry in fnav if frame["eph"]["inav"] else []:  # one group delay for both
+                    entry.fields["bgd5a"] = inav[0].fields["bgd5a"]
+                yield fnav
 
 
-def differences(frame, written, source, lost):
-    """Names of the fields that differ, with both values."""
-    found, wanted = named(written), named(source)
-    result = []
-    for name in wanted:
-        if name == "spare":
-            continue
-        value = wanted[name]
-        rule = RULES.get((frame["id"], name))
-        if rule:
-            if rule[1](wanted, frame) != value:
-                lost[rule[0]] += 1
-            value = rule[1](wanted, frame)
-        difference = abs(found.get(name, Decimal("NaN")) - value)
-        if frame["id"] == 41 and last_place(value) < difference <= 2 * last_place(value):
-            lost["raw subframes have whole numbers: a tie of the twelfth digit"] += 1
-        elif not difference <= last_place(value):
-            result.append((name, found.get(name), value))
-    if written.epoch != source.epoch:
-        result.append(("epoch", written.epoch, source.epoch))
-    return result
+def header_of(version, letter, ending, ion):
+    """The header of one of the tool's own files without the program's line."""
+    alpha, beta = ("".join(f"{ion[key + i]:12.4E}" for i in "0123") for key in "ab")
+    kind = KINDS2.get(ending, f"N: GNSS NAV DATA    {letter}")
+    lines = [f"{version / 100:9.2f}{'':11}{kind:40}RINEX VERSION / TYPE"]
+    if letter in "GM" and version < 300:
+        lines += [f"  {alpha:58}ION ALPHA", f"  {beta:58}ION BETA",
+                  f"   {ion['A0']:19.12E}{ion['A1']:19.12E}{ion['second']:9}{ion['week']:9} DELTA-UTC: A0,A1,T,W"]
+    elif letter in "GM" and version < 400:
+        lines += [f"GPSA {alpha:55}IONOSPHERIC CORR", f"GPSB {beta:55}IONOSPHERIC CORR",
+                  f"GPUT {ion['A0']:17.10E}{ion['A1']:16.9E}{ion['second']:7}{ion['week']:5}{'':10}TIME SYSTEM CORR"]
+    return lines + [f"{ion['leap']:6}{'':54}LEAP SECONDS", f"{'':60}END OF HEADER"]
 
 
-def week_second(epoch):
-    start = datetime.datetime(*epoch[:5]) + datetime.timedelta(seconds=float(epoch[5]))
-    return (start - datetime.datetime(1980, 1, 6)).total_seconds() % 604800
+def place(entries):
+    """In the order of a file."""
+    e = entries[0]
+    return e.sorted_by, LETTERS.index(e.satellite[0]), e.satellite * (e.kind[:3] == "EPH"), e.kind == "EPH FNAV"
 
 
-def matches(record, frame):
-    """True for source records that the index line may mean."""
-    key, fields = frame["eph"], named(record)
-    if record.satellite != frame["sat"]:
-        return False
-    if record.satellite[0] == "R":
-        return week_second(record.epoch) == key["tb_utc"]
-    if record.satellite[0] == "S":
-        return week_second(record.epoch) == key["t0"] and fields["iodn"] == key["iodn"]
-    issue = key.get("iode", key.get("aode", key.get("iodnav")))
-    return fields["toe"] == Decimal(key["toe"]) and fields["iode"] == issue
+def compare_run(args, log, run, expected, ion=None):
+    """Compares all files of a conversion, which without ion is a host's."""
+    options = ["--rinex", run[0]] + (["--nav", run[1]] if run[1] else []) + ([] if ion else ["--as-host"])
+    paths, _ = convert(args.kvx, log, args.workdir / f"{log.stem}-converted", *options)
+    left = [e for e in expected if e[0].satellite[0] in run[2] and (run[0] > "4" or e[0].kind[:3] == "EPH")]
+    for path in (path for path in paths if not path.name.endswith(("_MO.rnx", "o"))):
+        ending = path.name[-1] if path.suffix != ".rnx" else ""
+        letter = LETTERS["nglqch".index(ending)] if ending else path.name[-6]
+        version, header, records = read_navigation(path, letter, 4 if letter == "J" and not ion else 3)
+        if ion and header[:1] + header[2:] != header_of(version, letter, ending, ion):
+            raise Fault("\n".join([f"{path}: must be:", *header_of(version, letter, ending, ion), "is:", *header]))
+        mine = [entries for entries in left if letter in ("M", entries[0].satellite[0])]
+        left = [entries for entries in left if letter not in ("M", entries[0].satellite[0])]
+        for record, entries in zip_longest(records, mine, fillvalue=()):
+            faults = min((list(differences(record, entry, version, not ion)) for entry in entries), key=len, default=1)
+            if faults:
+                raise Fault(f"{path}, {len(records)} records of {len(mine)}: {record}: {faults}")
+    if left:
+        raise Fault(f"{run}: no file has {left[0]}")
 
 
-def read_index(log):
-    with open(f"{log}.index.jsonl", encoding="ascii") as stream:
-        frames = [json.loads(line) for line in stream]
-    return [frame for frame in frames if "eph" in frame and "expect" not in frame and not frame.get("repeat")]
-
-
-def navigation_files(paths, kind):
-    """(system or "" for all, file) of each navigation file."""
-    files = {path.name[-6:-4]: path for path in paths if not path.name.endswith("_MO.rnx")}
-    if kind == "mixed":
-        return [("", read_navigation(files["MN"]))] if len(files) == 1 else []
-    return [(ENDINGS[end], read_navigation(path, ENDINGS[end], 4 if end == "JN" else 3)) for end, path in files.items()]
-
-
-def check_header(file):
-    lines = {label: content for content, label in file.header}
-    if "LEAP SECONDS" in lines and lines["LEAP SECONDS"].rstrip() != "    18":
-        raise Fault(repr(lines["LEAP SECONDS"]))
-    system = file.records[0].satellite[0] if file.version < 300 else file.system
-    has_ionosphere = any("ION" in label and label != "RINEX VERSION / TYPE" for label in lines)
-    if has_ionosphere != (system in "GM"):
-        raise Fault(f"ionospheric lines in {lines}")
-
-
-def compare_file(file, frames, sources, lost):
-    """Number of records of a file; raises Fault where it is not what it must be."""
-    check_header(file)
-    satellites = [record.satellite for record in file.records]
-    if satellites != [frame["sat"] for frame in frames]:
-        raise Fault(f"{len(satellites)} records, {len(frames)} ephemerides in the log, or their order")
-    for frame, record in zip(frames, file.records):
-        if file.version < 300 and record.satellite[0] == "R":  # second of the day there
-            record.fields[0][2] += Decimal(frame["eph"]["tb_utc"]) // 86400 * 86400
-        tried = [differences(frame, record, source, counts) + [counts]
-                 for source in sources if matches(source, frame) for counts in [Counter()]]
-        if not tried:
-            raise Fault(f"line {record.line}: {frame} has no source")
-        best = min(tried, key=len)
-        if len(best) > 1:
-            raise Fault(f"line {record.line}: {frame}: {best[:-1]}")
-        lost += best[-1]
-    return len(satellites)
-
-
-def compare_run(files, kind, frames, sources):
-    """Compares all files of a conversion; the number of ephemerides and what is lost, by reason."""
-    lost, count = Counter(), 0
-    for system, file in files:
-        count += compare_file(file, [f for f in frames if f["sat"][0] in (system or SYSTEMS[kind])], sources, lost)
-    if count != sum(f["sat"][0] in SYSTEMS[kind] for f in frames):
-        raise Fault("a file is missing")
-    return count, lost
+def varied(data):
+    for header, body in frames(data):
+        for message, at, value in VARIED:
+            if int(message) == int.from_bytes(header[4:6], "little"):
+                body = body[: int(at)] + bytes.fromhex(value) + body[int(at) + len(value) // 2 :]
+        yield header + body + (zlib.crc32(header + body, 0xFFFFFFFF) ^ 0xFFFFFFFF).to_bytes(4, "little")
 
 
 def main():
     args = arguments(__doc__)
-    for name, files in RECORDINGS.items():
-        log = args.recordings / name / f"{name}.log"
-        sources = [record for file in files for record in read_navigation(log.parent / file).records]
-        frames = read_index(log)
-        for version, kind in RUNS:
-            written, _ = convert(args.kvx, log, args.workdir / f"{name}-{version}-{kind}", "--rinex", version,
-                                 "--nav", kind, *OPTIONS)
-            print(f"{name}, RINEX {version}, {kind}:", flush=True)
-            count, lost = compare_run(navigation_files(written, kind), "2.11" if version == "2.11" else kind, frames,
-                                      sources)
-            print(f"    {count} ephemerides as in their sources")
-            for reason, times in sorted(lost.items()):
-                print(f"    not carried in {times}: {reason}")
+    args.workdir.mkdir(parents=True, exist_ok=True)
+    logs = [args.recordings / name / f"{name}.log" for name in RECORDINGS if args.recordings]
+    for message in ("43", "140"):
+        logs.append(args.workdir / f"range_{message}.log")
+        subprocess.run([args.kvx, "simulate", "-o", logs[-1], *SIMULATION, message], check=True)
+    logs[-1].write_bytes(b"".join(varied(logs[-1].read_bytes())))
+    for log in logs:
+        entries, ion = navigation(log.read_bytes())
+        told = [[entry] for entry in entries]
+        own, host = (list(from_sources(log, host)) if log.stem in RECORDINGS else [] for host in (False, True))
+        for expected in [told, own + [e for e in told if e[0].kind[:3] != "EPH"]] if own else [told]:
+            for run in RUNS:
+                compare_run(args, log, run, sorted(expected, key=place), ion)
+        for run in HOST_RUNS if host else ():
+            compare_run(args, log, run, host)
+        print(f"{log.stem}: {len(told)} records as in the messages, {len(own)} as in the sources, {len(host)} as hosts")
 
 
 if __name__ == "__main__":

@@ -68,14 +68,20 @@ def compressed_signals(body, count):
                      signed(32, 28) / 256, field(165, 5) + 20, field(144, 21) / 32, field(144, 21) == LONGEST_LOCK)
 
 
-def range_messages(data):
-    """(message, ms, signals) of every range message of known time."""
+def timed(data):
+    """(message, ms, body) of every intact frame of known time."""
     for header, body in frames(data):
         message, week, ms = struct.unpack_from("<4xH8xHI", header)
-        known = header[13] != TIME_UNKNOWN and week not in (0, WEEK_UNKNOWN) and header[6] >> 4 & 3 == 0
-        if message in (FULL, COMPRESSED) and known:
+        if header[13] != TIME_UNKNOWN and week not in (0, WEEK_UNKNOWN) and header[6] >> 4 & 3 == 0:
+            yield message, week * WEEK + ms, body
+
+
+def range_messages(data):
+    """(message, ms, signals) of every range message of known time."""
+    for message, ms, body in timed(data):
+        if message in (FULL, COMPRESSED):
             read = full_signals if message == FULL else compressed_signals
-            yield message, week * WEEK + ms, list(read(body, int.from_bytes(body[:4], "little")))
+            yield message, ms, list(read(body, int.from_bytes(body[:4], "little")))
 
 
 def epochs(data):

@@ -1,79 +1,68 @@
-"""Reader of RINEX navigation files, versions 2.11 to 3.05, written from the published formats.
+"""Reader of RINEX navigation files, versions 2.11 to 4.02, written from the published formats.
 
-Strict about columns: whatever does not fit raises RinexError.
+Strict about the columns of records: whatever does not fit raises RinexError.
 """
 
+import datetime
 import re
 from collections import namedtuple
 from decimal import Decimal
 
-from rinex_reader import LABEL_COLUMN, RinexError, full_year, read_lines
+from rinex_reader import RinexError, full_year, read_lines
 
-FIELD = 19
-LINES = {"G": 8, "J": 8, "C": 8, "E": 8, "R": 4, "S": 4}
-NUMBER = re.compile(r"-?\d?\.\d{4,13}[DEde][+-]\d\d")
-CLOCK3 = re.compile(r"([GREJCS]\d\d) (\d{4}) (\d\d) (\d\d) (\d\d) (\d\d) (\d\d)")
+LINES = {"G": 8, "J": 8, "C": 8, "E": 8, "R": 4, "S": 4, "STO": 2, "ION": 3}
+NUMBER = re.compile(r"(?=.{19}$)(?: +| *-?\d?\.\d{4,13}[DEe][+-]\d\d)$")
+FRAME = re.compile(r"> (\w{3}) ([GREJCS]\d\d|G  ) (\w+)$")
+CLOCK3 = re.compile(r"([GREJCS]\d\d|   ) (\d{4}) (\d\d) (\d\d) (\d\d) (\d\d) (\d\d)")
 CLOCK2 = re.compile(r"([ \d]\d) (\d\d) ([ \d]\d) ([ \d]\d) ([ \d]\d) ([ \d]\d)([ \d]{2}\d\.\d)")
+BLANK = re.compile(r" *$")
 
-# satellite: "G07"; epoch: (year, month, day, hour, minute, seconds as Decimal); fields: Decimal, None for a blank
-Record = namedtuple("Record", "line satellite epoch fields")
-File = namedtuple("File", "version system header records")  # header: list of (content, label)
-
-
-def line_count(name, version):
-    return LINES[name[0]] + (name[0] == "R" and version >= 305)
+# kind: "EPH LNAV", before RINEX 4 "EPH", of STO with the text behind its time; satellite: "G07", or "G" alone; time:
+# s since 1980-01-06, of the record's scale; fields: a list a line, Decimal, None for a blank
+Record = namedtuple("Record", "line kind satellite time fields")
 
 
-def read_header(lines):
-    header = []
-    for number, line in enumerate(lines, 1):
-        content, label = line[:LABEL_COLUMN], line[LABEL_COLUMN:].rstrip()
-        if not label or label != label.lstrip():
-            raise RinexError(number, "label", f"no label in column 61: {line!r}")
-        header.append((content, label))
-        if label == "END OF HEADER":
-            return header, number
-    raise RinexError(len(lines), "no-end-of-header", "the header does not end")
-
-
-def numbers(line, start, number):
-    """The fields of one line from a column on; blank ones are None."""
-    found, text = [], line[start:].rstrip()
-    for at in range(0, len(text), FIELD):
-        field = text[at : at + FIELD]
-        if field.strip() and not (len(field) == FIELD and NUMBER.fullmatch(field.strip())):
-            raise RinexError(number, "field", f"{field!r} in {line!r}")
-        found.append(Decimal(field.strip().replace("D", "E").replace("d", "e")) if field.strip() else None)
-    return found
-
-
-def read_epoch(line, number, version, system):
-    match = (CLOCK3 if version >= 300 else CLOCK2).match(line)
+def matched(pattern, text, number):
+    match = pattern.match(text)
     if not match:
-        raise RinexError(number, "epoch", f"no epoch of an ephemeris: {line!r}")
-    name, year, *rest, seconds = match.groups()
+        raise RinexError(number, "form", repr(text))
+    return match
+
+
+def numbers(text, number):
+    """The fields of a line; blank ones are None."""
+    fields = [matched(NUMBER, text[at : at + 19], number)[0] for at in range(0, len(text.rstrip()), 19)]
+    return [Decimal(field.replace("D", "E")) if field.strip() else None for field in fields]
+
+
+def read_record(lines, at, version, system, indent):
+    """The record that begins at a line, and where the next one begins."""
+    frame = matched(FRAME, lines[at], at + 1) if version >= 400 else None
+    at += version >= 400
+    clock = matched(CLOCK3 if version >= 300 else CLOCK2, lines[at], at + 1)
+    name, year, *date, second = clock.groups()
     if version < 300:
         name, year = f"{system}{int(name):02}", full_year(year)
-    return name, (int(year), *map(int, rest), Decimal(seconds.strip())), match.end()
+    if frame and frame[2] != (name.strip() or "G  "):
+        raise RinexError(at, "frame", f"{lines[at - 1]} in front of {name}")
+    kind, name, first = f"{frame[1]} {frame[3]}" if frame else "EPH", name.strip() or "G", lines[at][clock.end() :]
+    if kind[:3] == "STO":
+        kind, first = kind + first, ""
+    body = lines[at + 1 : at + LINES.get(kind[:3], LINES[name[0]]) + (name[0] == "R" and version >= 305)]
+    for number, line in enumerate(body, at + 2):
+        matched(BLANK, line[:indent], number)
+    fields = [numbers(text, number) for number, text in enumerate([first] + [line[indent:] for line in body], at + 1)]
+    time = datetime.datetime(int(year), *map(int, date)) - datetime.datetime(1980, 1, 6)
+    time = time.days * 86400 + time.seconds + float(second)
+    return Record(at + 1, kind, name, time, fields), at + 1 + len(body)
 
 
 def read_navigation(path, system="", indent2=3):
-    """A whole file. For RINEX 2: the letter of its system and the blanks before its continuation lines."""
-    lines = read_lines(path)
-    header, at = read_header(lines)
-    version = round(float(header[0][0][:9]) * 100)
-    records = []
+    """Version, lines of the header, records. For RINEX 2: letter of its system, blanks before continuation lines."""
+    lines, records = read_lines(path), []
+    at = next(number for number, line in enumerate(lines, 1) if "END OF HEADER" in line)
+    header, version = lines[:at], round(float(lines[0][:9]) * 100)
     while at < len(lines):
-        name, epoch, start = read_epoch(lines[at], at + 1, version, system)
-        body = lines[at : at + line_count(name, version)]
-        if len(body) < line_count(name, version):
-            raise RinexError(len(lines), "truncated", f"{name} is cut off")
-        fields = [numbers(body[0], start, at + 1)]
-        indent = 4 if version >= 300 else indent2
-        for number, line in enumerate(body[1:], at + 2):
-            if line[:indent].strip():
-                raise RinexError(number, "continuation", repr(line))
-            fields.append(numbers(line, indent, number))
-        records.append(Record(at + 1, name, epoch, fields))
-        at += len(body)
-    return File(version, header[0][0][40], header, records)
+        record, at = read_record(lines, at, version, system, 4 if version >= 300 else indent2)
+        records.append(record)
+    return version, header, records

@@ -1,6 +1,8 @@
 #include "rinex/nav_messages.h"
 
+#include <algorithm>
 #include <cmath>
+#include <utility>
 
 #include "gnss/foundation/satellites.h"
 #include "gnss/foundation/time_scales.h"
@@ -46,6 +48,12 @@ bool is_second_of_week(double t)
     return t >= 0.0 && t <= kWeekSeconds;
 }
 
+// Headers and messages that do not know the week have week 0.
+bool is_date(std::int64_t seconds)
+{
+    return seconds >= kWeekSeconds;
+}
+
 // The time of the week that lies nearest another time.
 std::int64_t nearest(std::int64_t seconds_of_period, std::int64_t to, std::int64_t period)
 {
@@ -57,6 +65,7 @@ std::int64_t nearest(std::int64_t seconds_of_period, std::int64_t to, std::int64
 // Time of sending, in the week of the ephemeris; trusted when it lies within a day of it.
 double transmission_time(double tow, double toe)
 {
+    if (!is_second_of_week(tow)) return kUnknownTime;
     const double t = tow - std::round((tow - toe) / kWeekSeconds) * kWeekSeconds;
     return std::fabs(t - toe) <= kDaySeconds ? t : kUnknownTime;
 }
@@ -86,9 +95,9 @@ bool usable(satellite_t satellite, std::int64_t week, double toe, double toc)
     return satellite.valid() && week >= 0 && week <= kLastWeek && is_second_of_week(toe) && is_second_of_week(toc);
 }
 
-bool take_lnav(satellite_t satellite, const korvex::kepler_t& k, double fit, const take_t& take)
+void take_lnav(satellite_t satellite, const korvex::kepler_t& k, double fit, const take_t& take)
 {
-    if (!usable(satellite, k.week, k.orbit.toe, k.toc)) return false;
+    if (!usable(satellite, k.week, k.orbit.toe, k.toc)) return;
     nav_record_t r = kepler_record(satellite, nav_message_t::lnav, k.week, k.orbit, k.toc, k.iode, std::sqrt(k.A));
     r.health = k.health;
     r.clock = {k.af0, k.af1, k.af2};
@@ -96,29 +105,28 @@ bool take_lnav(satellite_t satellite, const korvex::kepler_t& k, double fit, con
     r.orbit[5] = {nominal_accuracy(std::sqrt(k.ura)), double(k.health), k.tgd, double(k.iodc)};
     r.orbit[6] = {transmission_time(k.tow, k.orbit.toe), fit, kBlank, kBlank};
     take(r);
-    return true;
 }
 
-bool take_gps(std::int64_t /*sent*/, const std::uint8_t* body, const take_t& take)
+void take_gps(std::int64_t /*sent*/, const std::uint8_t* body, const take_t& take)
 {
     const korvex::kepler_t k = korvex::read_gps_ephemeris(body);
     const bool qzss = k.prn > static_cast<std::uint32_t>(kConstellations[kGps].last);   // those of QZSS follow
-    return take_lnav(qzss ? satellite_of(kQzss, k.prn - kConstellations[kGps].last) : satellite_of(kGps, k.prn), k,
-                     kBlank, take);
+    take_lnav(qzss ? satellite_of(kQzss, k.prn - kConstellations[kGps].last) : satellite_of(kGps, k.prn), k, kBlank,
+              take);
 }
 
-bool take_qzss(std::int64_t /*sent*/, const std::uint8_t* body, const take_t& take)
+void take_qzss(std::int64_t /*sent*/, const std::uint8_t* body, const take_t& take)
 {
     const korvex::kepler_t k = korvex::read_qzss_ephemeris(body);
-    return take_lnav(satellite_of_prn(kQzss, k.prn), k, k.fit, take);
+    take_lnav(satellite_of_prn(kQzss, k.prn), k, k.fit, take);
 }
 
-bool take_subframes(std::int64_t /*sent*/, const std::uint8_t* body, const take_t& take)
+void take_subframes(std::int64_t /*sent*/, const std::uint8_t* body, const take_t& take)
 {
     const korvex::subframes_t s = korvex::read_subframes(body);
     const std::int64_t week = korvex::full_week(s.ten_bit_week, s.reference_week);
     const satellite_t satellite = satellite_of(kGps, s.prn);
-    if (!usable(satellite, week, s.orbit.toe, s.toc)) return false;
+    if (!usable(satellite, week, s.orbit.toe, s.toc)) return;
     nav_record_t r = kepler_record(satellite, nav_message_t::lnav, week, s.orbit, s.toc, s.iode, s.sqrt_A);
     r.health = static_cast<std::uint32_t>(s.health);
     r.clock = {s.af0, s.af1, s.af2};
@@ -126,16 +134,15 @@ bool take_subframes(std::int64_t /*sent*/, const std::uint8_t* body, const take_
     r.orbit[5] = {kAccuracy[s.accuracy_index], double(s.health), s.tgd, double(s.iodc)};
     r.orbit[6] = {transmission_time(s.tow, s.orbit.toe), s.fit_flag != 0 ? 6.0 : 4.0, kBlank, kBlank};
     take(r);
-    return true;
 }
 
 // Weeks of BeiDou are counted from 2006 on; dates are of its own time.
-bool take_beidou(korvex::kepler_t k, double sqrt_A, double sigma, std::int64_t gps_week, double sent,
+void take_beidou(korvex::kepler_t k, double sqrt_A, double sigma, std::int64_t gps_week, double sent,
                  const take_t& take)
 {
     if (k.prn >= static_cast<std::uint32_t>(kBdsHighPrn)) k.prn -= kBdsHighPrn;
     const satellite_t satellite = satellite_of(kBeidou, k.prn);
-    if (!usable(satellite, gps_week - kBdsWeekOffset, k.orbit.toe, k.toc)) return false;
+    if (!usable(satellite, gps_week - kBdsWeekOffset, k.orbit.toe, k.toc)) return;
     const bool geostationary = satellite.number <= 5 || satellite.number >= 59;
     nav_record_t r = kepler_record(satellite, geostationary ? nav_message_t::d2 : nav_message_t::d1, gps_week, k.orbit,
                                    k.toc, k.iode, sqrt_A);
@@ -145,19 +152,18 @@ bool take_beidou(korvex::kepler_t k, double sqrt_A, double sigma, std::int64_t g
     r.orbit[5] = {nominal_accuracy(sigma), double(k.health), k.tgd, k.tgd2};
     r.orbit[6] = {sent, double(k.iodc), kBlank, kBlank};
     take(r);
-    return true;
 }
 
-bool take_beidou_first(std::int64_t /*sent*/, const std::uint8_t* body, const take_t& take)
+void take_beidou_first(std::int64_t /*sent*/, const std::uint8_t* body, const take_t& take)
 {
     const korvex::kepler_t k = korvex::read_bds_ephemeris(body);
-    return take_beidou(k, k.sqrt_A, k.ura, std::int64_t{k.week} + kBdsWeekOffset, kUnknownTime, take);
+    take_beidou(k, k.sqrt_A, k.ura, std::int64_t{k.week} + kBdsWeekOffset, kUnknownTime, take);
 }
 
-bool take_beidou_second(std::int64_t /*sent*/, const std::uint8_t* body, const take_t& take)
+void take_beidou_second(std::int64_t /*sent*/, const std::uint8_t* body, const take_t& take)
 {
     const korvex::kepler_t k = korvex::read_bds_ephemeris_second(body);
-    return take_beidou(k, std::sqrt(k.A), std::sqrt(k.ura), k.week, transmission_time(k.tow, k.orbit.toe), take);
+    take_beidou(k, std::sqrt(k.A), std::sqrt(k.ura), k.week, transmission_time(k.tow, k.orbit.toe), take);
 }
 
 // Validity and health of E1B, E5a and E5b, three bits each.
@@ -169,12 +175,12 @@ int galileo_health(const korvex::galileo_t& g)
 }
 
 // Messages of Galileo name no week: it is the one that the message was sent in, or a neighbour.
-bool take_galileo(std::int64_t sent, const korvex::galileo_t& g, bool fnav, const take_t& take)
+void take_galileo(std::int64_t sent, const korvex::galileo_t& g, bool fnav, const take_t& take)
 {
     constexpr double kInavSource = 517, kFnavSource = 258;   // I/NAV of E1B and E5b with its clock; F/NAV with its own
     const korvex::clock_polynomial_t& clock = fnav ? g.fnav_clock : g.inav_clock;
     const satellite_t satellite = satellite_of(kGalileo, g.prn);
-    if (!usable(satellite, 0, g.orbit.toe, clock.toc)) return false;
+    if (!usable(satellite, 0, g.orbit.toe, clock.toc)) return;
     const std::int64_t week = nearest(std::llround(g.orbit.toe), sent / 1000, kWeekSeconds) / kWeekSeconds;
     nav_record_t r = kepler_record(satellite, fnav ? nav_message_t::fnav : nav_message_t::inav, week, g.orbit,
                                    clock.toc, g.iodnav, g.sqrt_A);
@@ -184,20 +190,18 @@ bool take_galileo(std::int64_t sent, const korvex::galileo_t& g, bool fnav, cons
     r.orbit[5] = {galileo_accuracy(g.sisa), double(r.health), g.bgd_e5a, fnav ? 0.0 : g.bgd_e5b};
     r.orbit[6] = {kUnknownTime, kBlank, kBlank, kBlank};
     take(r);
-    return true;
 }
 
-bool take_galileo_both(std::int64_t sent, const std::uint8_t* body, const take_t& take)
+void take_galileo_both(std::int64_t sent, const std::uint8_t* body, const take_t& take)
 {
     const korvex::galileo_t g = korvex::read_galileo_ephemeris(body);
-    const bool inav = g.inav != 0 && take_galileo(sent, g, false, take);
-    const bool fnav = g.fnav != 0 && take_galileo(sent, g, true, take);
-    return inav || fnav;
+    if (g.inav != 0) take_galileo(sent, g, false, take);
+    if (g.fnav != 0) take_galileo(sent, g, true, take);
 }
 
-bool take_galileo_inav(std::int64_t sent, const std::uint8_t* body, const take_t& take)
+void take_galileo_inav(std::int64_t sent, const std::uint8_t* body, const take_t& take)
 {
-    return take_galileo(sent, korvex::read_galileo_inav_ephemeris(body), false, take);
+    take_galileo(sent, korvex::read_galileo_inav_ephemeris(body), false, take);
 }
 
 // Position, velocity and acceleration along each axis in kilometres, and a fourth field.
@@ -207,12 +211,13 @@ void put_state(nav_record_t& r, const double (&pos)[3], const double (&vel)[3], 
     for (std::size_t i = 0; i < 3; ++i) r.orbit[i] = {pos[i] / 1000.0, vel[i] / 1000.0, acc[i] / 1000.0, fourth[i]};
 }
 
-bool take_glonass(std::int64_t /*sent*/, const std::uint8_t* body, const take_t& take)
+void take_glonass(std::int64_t /*sent*/, const std::uint8_t* body, const take_t& take)
 {
     const korvex::glonass_t g = korvex::read_glonass_ephemeris(body);
     nav_record_t r;
     r.satellite = satellite_of_prn(kGlonass, g.prn);
-    if (!r.satellite.valid() || g.week > kLastWeek || g.time_offset > kMostTimeOffset) return false;
+    if (!r.satellite.valid() || g.week > kLastWeek || g.time_offset > kMostTimeOffset) return;
+    if (!is_second_of_week(g.ms / 1000.0)) return;
     constexpr auto kMoscow = static_cast<std::int64_t>(kMoscowTime);
     const std::int64_t reference =
         g.week * kWeekSeconds + std::llround(g.ms / 1000.0) + g.time_offset;                            // GLONASS time
@@ -226,10 +231,9 @@ bool take_glonass(std::int64_t /*sent*/, const std::uint8_t* body, const take_t&
     r.orbit[3] = {kBlank, g.dtaun, double(g.accuracy_index), kBlank};
     r.lines = 4;
     take(r);
-    return true;
 }
 
-bool take_sbas(std::int64_t sent, const std::uint8_t* body, const take_t& take)
+void take_sbas(std::int64_t sent, const std::uint8_t* body, const take_t& take)
 {
     constexpr int kNoAccuracy = 15;
     constexpr double kUnknownAccuracy = 32767.0;
@@ -238,7 +242,7 @@ bool take_sbas(std::int64_t sent, const std::uint8_t* body, const take_t& take)
     const std::int64_t time_of_day = std::int64_t{16} * s.t0;
     nav_record_t r;
     r.satellite = satellite_of(kSbas, s.index + kConstellations[kSbas].first - 1);
-    if (s.index < 1 || !r.satellite.valid() || time_of_day >= kDaySeconds) return false;
+    if (s.index < 1 || !r.satellite.valid() || time_of_day >= kDaySeconds) return;
     const bool known = s.ura < kNoAccuracy;
     const double vel[] = {s.vel[0], s.vel[1], s.vel[2]}, acc[] = {s.acc[0], s.acc[1], s.acc[2]};
     r.message = nav_message_t::sbas;
@@ -250,13 +254,25 @@ bool take_sbas(std::int64_t sent, const std::uint8_t* body, const take_t& take)
         {known ? kNothingTold : kNothingToldNoAccuracy, known ? kAccuracy[s.ura] : kUnknownAccuracy, double(s.iodn)});
     r.lines = 3;
     take(r);
-    return true;
+}
+
+bool fits(double value)   // into a field; nothing that is no number does
+{
+    return std::fabs(value) <= kLargestNumber;
+}
+
+// Whether the clock and the lines of the orbit that have no room for blanks are whole.
+bool is_whole(const nav_record_t& r)
+{
+    const auto line_fits = [](const auto& line) { return std::all_of(line.begin(), line.end(), fits); };
+    const int full_lines = r.lines > 4 ? 4 : 3;   // Keplerian elements; a state
+    return line_fits(r.clock) && std::all_of(r.orbit.begin(), r.orbit.begin() + full_lines, line_fits);
 }
 
 struct reader_t {
     int id;
     int size;   // least bytes of the body
-    bool (*read)(std::int64_t sent, const std::uint8_t* body, const take_t& take);
+    void (*read)(std::int64_t sent, const std::uint8_t* body, const take_t& take);
 };
 
 // clang-format off
@@ -279,24 +295,30 @@ nav_result_t read_ephemerides(int id, std::int64_t sent, const std::uint8_t* bod
 {
     for (const reader_t& reader : kReaders) {
         if (reader.id != id) continue;
-        return size >= reader.size && reader.read(sent, body, take) ? nav_result_t::taken : nav_result_t::refused;
+        bool taken = false;
+        const auto take_whole = [&](const nav_record_t& r) {
+            if (!is_whole(r) || !is_date(r.reference)) return;
+            taken = true;
+            take(r);
+        };
+        if (size >= reader.size) reader.read(sent, body, take_whole);
+        return taken ? nav_result_t::taken : nav_result_t::refused;
     }
     return nav_result_t::no_ephemeris;
 }
 
 std::optional<ion_utc_record_t> read_ion_utc_record(std::int64_t sent, const std::uint8_t* body, int size)
 {
-    constexpr std::uint32_t kMostLeaps = 99;
-    if (size < korvex::kIonUtcSize) return std::nullopt;
+    if (size < korvex::kIonUtcSize || !is_date(sent / 1000)) return std::nullopt;
     const korvex::ion_utc_t u = korvex::read_ion_utc(body);
     ion_utc_record_t r;
     r.sent = sent / 1000;
     for (std::size_t i = 0; i < 4; ++i) {
-        if (!std::isfinite(u.alpha[i]) || !std::isfinite(u.beta[i])) return std::nullopt;
+        if (!fits(u.alpha[i]) || !fits(u.beta[i])) return std::nullopt;
         r.alpha[i] = u.alpha[i];
         r.beta[i] = u.beta[i];
     }
-    if (u.leaps > kMostLeaps || !std::isfinite(u.a0) || !std::isfinite(u.a1)) return std::nullopt;
+    if (std::cmp_greater(u.leaps, kMostLeapSeconds) || !fits(u.a0) || !fits(u.a1)) return std::nullopt;
     r.a0 = u.a0;
     r.a1 = u.a1;
     r.utc_reference = (u.utc_week & 0xFFFF) * kWeekSeconds + u.utc_second % kWeekSeconds;

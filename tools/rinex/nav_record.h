@@ -17,6 +17,9 @@ inline constexpr const char* kNavMessageNames[] = {"LNAV", "INAV", "FNAV", "D1",
 /// A field that nobody has told.
 inline constexpr double kBlank = std::numeric_limits<double>::quiet_NaN();
 
+/// The largest size of a number whose exponent has two digits; what is beyond fits no field.
+inline constexpr double kLargestNumber = 9.9e99;
+
 /// One ephemeris: an epoch with three numbers and the lines of four numbers behind it, in the units of the files.
 struct nav_record_t {
     satellite_t satellite;
@@ -30,6 +33,8 @@ struct nav_record_t {
     std::array<std::array<double, 4>, 7> orbit{};
     int lines = 0;   // of the orbit
 };
+
+inline constexpr int kMostLeapSeconds = 99;   ///< GPS - UTC that can be
 
 /// Ionosphere and UTC as GPS broadcasts them.
 struct ion_utc_record_t {

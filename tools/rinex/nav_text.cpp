@@ -19,8 +19,8 @@ constexpr std::int64_t kWeekSeconds = 604800, kDaySeconds = 86400;
 // D or E format: what has no two-digit exponent is 0 or, too large, blank.
 void put_number(text_t& out, double value, int width, int decimals)
 {
-    constexpr double kSmallest = 1e-99, kLargest = 9.9e99;
-    if (!(std::fabs(value) <= kLargest)) {
+    constexpr double kSmallest = 1e-99;
+    if (!(std::fabs(value) <= kLargestNumber)) {
         out.blanks(width);
         return;
     }

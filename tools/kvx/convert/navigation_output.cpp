@@ -97,9 +97,11 @@ decode_result_t navigation_output_t::take(int id, std::int64_t sent, const std::
         rinex::read_ephemerides(id, sent, body, size, [&](const rinex::nav_record_t& r) { is_new |= add(r); });
     if (result == rinex::nav_result_t::no_ephemeris) return DECODE_NOTHING;
     if (result == rinex::nav_result_t::refused) return DECODE_REFUSED;
-    if (id == MSG_GLONASS_EPHEMERIS && !leap_seconds_)
-        leap_seconds_ =
+    if (id == MSG_GLONASS_EPHEMERIS && !leap_seconds_) {
+        const int leaps =
             static_cast<int>(kMoscowTime) - static_cast<int>(korvex::read_glonass_ephemeris(body).time_offset);
+        if (leaps > 0 && leaps <= rinex::kMostLeapSeconds) leap_seconds_ = leaps;
+    }
     return is_new ? DECODE_EPH : DECODE_NOTHING;
 }
 

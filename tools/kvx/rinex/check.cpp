@@ -1,0 +1,248 @@
+// kvx check: RINEX files against the published formats.
+#include <fnmatch.h>
+
+#include <algorithm>
+#include <memory>
+
+#include "common/command.h"
+#include "common/error.h"
+#include "common/input_file.h"
+#include "common/interrupt.h"
+#include "common/progress.h"
+#include "common/text_format.h"
+#include "rinex/check_file.h"
+
+namespace kvx {
+
+namespace {
+
+using rinex::findings_t;
+using rinex::rules;
+using rinex::severity_t;
+
+constexpr std::uint64_t kMostOfARule = 10, kAll = ~std::uint64_t{0};
+
+struct check_options_t {
+    std::vector<std::string> files, allow;
+    bool json = false, quiet = false, strict = false, all = false, rules = false;
+};
+
+const char* name_of(severity_t severity)
+{
+    return severity == severity_t::error ? "error" : "warning";
+}
+
+nlohmann::ordered_json json_of(const rinex::finding_t& finding)
+{
+    const rinex::rule_info_t& rule = rules()[static_cast<std::size_t>(finding.rule)];
+    return {{"rule", rule.id},
+            {"severity", name_of(rule.severity)},
+            {"line", finding.line},
+            {"column", finding.column},
+            {"concerns", finding.subject.empty() ? rule.concerns : finding.subject},
+            {"text", finding.text}};
+}
+
+// Prints the findings of one file as they come, so that many of them take no memory.
+class report_t {
+public:
+    report_t(const input_file_t& file, const check_options_t& options, const std::vector<bool>& allowed)
+        : name_(file.name()),
+          options_(options),
+          findings_([this](const rinex::finding_t& finding) { print(finding); },
+                    options.quiet ? 0
+                    : options.all ? kAll
+                                  : kMostOfARule,
+                    allowed)
+    {
+        if (options.json) std::printf("{\"file\":%s,\"findings\":[", json_text(name_).c_str());
+    }
+
+    findings_t& findings() { return findings_; }
+
+    void finish(const rinex::file_summary_t& summary)
+    {
+        const std::uint64_t errors = findings_.count(severity_t::error),
+                            warnings = findings_.count(severity_t::warning);
+        const bool navigation = summary.kind == "navigation";
+        if (options_.json) {
+            std::string end = json_text({{"version", summary.version},
+                                         {"kind", summary.kind},
+                                         {"compressed", summary.compressed},
+                                         {navigation ? "records" : "epochs", summary.records},
+                                         {"satellites", summary.satellites},
+                                         {"errors", errors},
+                                         {"warnings", warnings},
+                                         {"counts", counts()}});
+            end[0] = ',';   // goes on with the object
+            std::printf("]%s\n", end.c_str());
+            return;
+        }
+        if (!options_.quiet) print_left_out();
+        std::printf("%s: %sRINEX %s %s, %s, %s: %s, %s\n", name_.c_str(), summary.compressed ? "compressed " : "",
+                    summary.version.c_str(), summary.kind.c_str(),
+                    plural(summary.records, navigation ? "record" : "epoch").c_str(),
+                    plural(summary.satellites, "satellite").c_str(), plural(errors, "error").c_str(),
+                    plural(warnings, "warning").c_str());
+    }
+
+    // An object that cannot be ended as it should still is one.
+    void give_up()
+    {
+        if (options_.json) std::printf("],\"complete\":false}\n");
+    }
+
+private:
+    void print(const rinex::finding_t& finding)
+    {
+        const rinex::rule_info_t& rule = rules()[static_cast<std::size_t>(finding.rule)];
+        if (options_.json) {
+            std::printf("%s%s", first_ ? "" : ",", json_text(json_of(finding)).c_str());
+        } else {
+            std::string what = finding.subject + (finding.subject.empty() ? "" : ": ") + finding.text;
+            std::replace_if(
+                what.begin(), what.end(), [](char c) { return c < ' ' || c > '~'; }, '?');
+            std::printf("%s:%llu:%zu: %s: %s: %s\n", name_.c_str(), static_cast<unsigned long long>(finding.line),
+                        finding.column, name_of(rule.severity), rule.id.c_str(), what.c_str());
+        }
+        first_ = false;
+    }
+
+    void print_left_out() const
+    {
+        for (std::size_t i = 0; i < rules().size(); ++i) {
+            const std::uint64_t more = findings_.left_out(static_cast<rinex::rule_t>(i));
+            if (more == 0) continue;
+            std::printf("%s: %s: %s: and %llu more of this kind\n", name_.c_str(), name_of(rules()[i].severity),
+                        rules()[i].id.c_str(), static_cast<unsigned long long>(more));
+        }
+    }
+
+    nlohmann::ordered_json counts() const
+    {
+        auto all = nlohmann::ordered_json::object();
+        for (std::size_t i = 0; i < rules().size(); ++i) {
+            const std::uint64_t n = findings_.count(static_cast<rinex::rule_t>(i));
+            if (n > 0) all[rules()[i].id] = n;
+        }
+        return all;
+    }
+
+    std::string name_;
+    const check_options_t& options_;
+    bool first_ = true;
+    findings_t findings_;
+};
+
+void read_file(input_file_t& file, findings_t& findings, rinex::file_summary_t& summary)
+{
+    progress_t progress(file.name(), file.size_on_disk());
+    rinex::line_ends_t ends;
+    std::uint64_t bytes = 0;
+    rinex::byte_lines_t lines([&](char* to, std::size_t n) {
+        const std::size_t got = file.read(reinterpret_cast<std::uint8_t*>(to), n);
+        ends.add(to, got);
+        bytes += got;
+        progress.at(file.size_on_disk() > 0 ? file.position_on_disk() : bytes);
+        return got;
+    });
+    const bool is_rinex = rinex::check_file(lines, findings, summary);
+    if (interrupted()) throw error_t(file.name(), "interrupted", "at byte " + std::to_string(bytes));
+    if (!file.damage().empty()) throw error_t(file.name(), file.damage(), "behind byte " + std::to_string(bytes));
+    if (!is_rinex) throw error_t(file.name(), "is no RINEX file", "no RINEX VERSION / TYPE in the first line");
+    ends.report(findings);
+}
+
+int check(const std::string& path, const check_options_t& options, const std::vector<bool>& allowed)
+{
+    input_file_t file(path);
+    report_t report(file, options, allowed);
+    rinex::file_summary_t summary;
+    try {
+        read_file(file, report.findings(), summary);
+    } catch (...) {
+        report.give_up();
+        throw;
+    }
+    report.finish(summary);
+    const findings_t& findings = report.findings();
+    const bool bad =
+        findings.count(severity_t::error) > 0 || (options.strict && findings.count(severity_t::warning) > 0);
+    return bad ? kDamaged : kDone;
+}
+
+// By rule, what the patterns name. A pattern that names none is a mistake.
+std::vector<bool> allowed_rules(const std::vector<std::string>& patterns)
+{
+    std::vector<bool> allowed(rules().size());
+    for (const std::string& pattern : patterns) {
+        bool any = false;
+        for (std::size_t i = 0; i < allowed.size(); ++i) {
+            if (fnmatch(pattern.c_str(), rules()[i].id.c_str(), 0) != 0) continue;
+            any = allowed[i] = true;
+        }
+        if (!any) throw CLI::ValidationError("--allow", pattern + " is no rule (see --rules)");
+    }
+    return allowed;
+}
+
+int list_rules(bool json)
+{
+    for (const rinex::rule_info_t& rule : rules()) {
+        if (json) {
+            const nlohmann::ordered_json row = {{"rule", rule.id},
+                                                {"severity", name_of(rule.severity)},
+                                                {"concerns", rule.concerns},
+                                                {"text", rule.text}};
+            std::printf("%s\n", json_text(row).c_str());
+        } else {
+            std::printf("%-28s %-7s  %-22s %s\n", rule.id.c_str(), name_of(rule.severity), rule.concerns.c_str(),
+                        rule.text.c_str());
+        }
+    }
+    return kDone;
+}
+
+int run(const check_options_t& options)
+{
+    const std::vector<bool> allowed = allowed_rules(options.allow);
+    if (options.rules) return list_rules(options.json);
+    if (options.files.empty()) throw CLI::RequiredError("FILE");
+    catch_interrupts();
+    int code = kDone;
+    for (const std::string& path : options.files) {
+        try {
+            const int one = check(path, options, allowed);
+            if (code == kDone) code = one;
+        } catch (const std::exception& e) {
+            std::fflush(stdout);
+            std::fprintf(stderr, "kvx: error: %s\n", e.what());
+            code = kFailed;
+            if (interrupted()) break;
+        }
+    }
+    return code;
+}
+
+}   // namespace
+
+command_t check_command(CLI::App& program)
+{
+    auto options = std::make_shared<check_options_t>();
+    CLI::App* app = program.add_subcommand("check", "RINEX files against the published formats");
+    app->add_option("FILE", options->files,
+                    "RINEX files, observation or navigation; .gz is read directly, - is standard input");
+    app->add_option("--allow", options->allow, "Rules to tolerate, by name or pattern: missing-*,cr-lf")
+        ->delimiter(',')
+        ->type_name("RULE");
+    app->add_flag("--all", options->all, "Print every finding, not only the first ten of a rule");
+    app->add_flag("--strict", options->strict, "Exit code 3 for warnings, too");
+    app->add_flag("--quiet,-q", options->quiet, "Print the summary lines alone");
+    app->add_flag("--json", options->json, "Print an object a file, each on its own line");
+    app->add_flag("--rules", options->rules, "List the rules");
+    app->footer(
+        "Exit codes: 0 no errors, 1 a file cannot be read or is no RINEX file, 2 wrong usage, 3 errors were found.");
+    return {app, [options] { return run(*options); }};
+}
+
+}   // namespace kvx

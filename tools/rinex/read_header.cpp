@@ -1,0 +1,246 @@
+#include "rinex/read_header.h"
+
+#include <algorithm>
+
+#include "rinex/field_formats.h"
+#include "rinex/header_labels.h"
+
+namespace rinex {
+
+namespace {
+
+constexpr std::size_t kLabelColumn = 60, kColumns = 80, kMostRecords = 100'000;
+constexpr std::size_t kMostTypes = 999;   // what the count of a list can say; a line of data stays bounded by it
+constexpr std::string_view kVersionLabel = "RINEX VERSION / TYPE", kEndLabel = "END OF HEADER";
+
+// The longest label of the table that stands anywhere in a line.
+std::string_view label_within(std::string_view line)
+{
+    std::string_view found;
+    for (const label_t& row : label_table()) {
+        if (row.label.size() > found.size() && line.find(row.label) != std::string_view::npos) found = row.label;
+    }
+    return found;
+}
+
+void check_text(std::string_view line, std::uint64_t number, findings_t& findings)
+{
+    const auto odd = std::find_if(line.begin(), line.end(), [](char c) { return c < ' ' || c > '~'; });
+    if (odd != line.end()) {
+        findings.add(rule_t::not_ascii, number, static_cast<std::size_t>(odd - line.begin()) + 1, "",
+                     "byte " + std::to_string(static_cast<unsigned char>(*odd)));
+    }
+    if (line.size() > kColumns) {
+        findings.add(rule_t::line_length, number, kColumns + 1, "", std::to_string(line.size()) + " columns");
+    }
+}
+
+std::string columns(std::string_view line, std::size_t n)
+{
+    std::string text(cut(line, 0, n));
+    text.resize(n, ' ');
+    return text;
+}
+
+// Lines that no header has: of the data, when the header's end lacks.
+bool begins_data(std::string_view line, const header_t& header)
+{
+    if (find_label(trimmed(cut(line, kLabelColumn, kColumns)), header.type, header.version) != nullptr) return false;
+    if (header.version >= 300 && (header.is_observation() || header.version >= 400)) return line.substr(0, 2) == "> ";
+    const std::size_t day = header.version >= 300 ? 12 : header.is_observation() ? 7 : 9;
+    const auto date = [&](std::size_t at) { return is_digit(cut(line, at + 1, 1).empty() ? ' ' : line[at + 1]); };
+    return label_within(line).empty() && line.size() > 32 && date(day) && line[day - 1] == ' ' && date(day + 3);
+}
+
+void read_version(header_t& header)
+{
+    const std::string_view text = header.records.front().text;
+    header.version_text = trimmed(text.substr(0, 9));
+    const auto version = decimal_of(text.substr(0, 9), 2);
+    header.stated_version = version && *version < 10000 ? static_cast<int>(*version) : -1;
+    header.version = nearest_version(header.stated_version < 0 ? 304 : header.stated_version);
+    header.type = text[20];
+    header.system = text[40];
+}
+
+}   // namespace
+
+bool is_version_line(std::string_view line)
+{
+    return line.substr(0, kColumns + 20).find(kVersionLabel) != std::string_view::npos;
+}
+
+header_record_t read_record(std::string_view line, std::uint64_t number, char type, int version, findings_t& findings)
+{
+    check_text(line, number, findings);
+    line = line.substr(0, 2 * kColumns);
+    header_record_t record{number, columns(line, kLabelColumn), std::string(trimmed(cut(line, kLabelColumn, 20)))};
+    const bool in_column = line.size() > kLabelColumn && line[kLabelColumn] != ' ';
+    if (in_column && find_label(record.label, type, version) != nullptr) return record;
+    const std::string_view label = record.label == "COMMENT" ? record.label : label_within(line);
+    const std::size_t at = label.empty() ? std::string_view::npos : line.find(label);
+    if (at == std::string_view::npos || at == kLabelColumn) return record;
+    findings.add(rule_t::label_column, number, at + 1, std::string(label), "the label does not begin in column 61");
+    return {number, columns(line.substr(0, at), kLabelColumn), std::string(label)};
+}
+
+bool read_header(numbered_lines_t& lines, findings_t& findings, header_t& header)
+{
+    for (std::string_view line; lines.next(line);) {
+        if (!header.records.empty() && begins_data(line, header)) {
+            lines.put_back();
+            break;
+        }
+        const std::uint64_t number = lines.number();
+        if (header.records.empty() && !is_version_line(line)) return false;
+        header_record_t record = read_record(line, number, header.type, header.version, findings);
+        header.end_line = number;
+        const bool ends = record.label == kEndLabel;
+        header.add(std::move(record), findings);
+        if (header.records.size() == 1) read_version(header);
+        if (ends) return true;
+        if (header.records.size() >= kMostRecords) break;
+    }
+    if (header.records.empty()) return false;
+    findings.add(rule_t::no_end_of_header, header.end_line, 1, std::string(kEndLabel),
+                 "the header does not end with it");
+    return true;
+}
+
+char header_t::default_system() const
+{
+    if (type == 'G') return 'R';
+    if (type == 'H') return 'S';
+    return version < 300 && (system == ' ' || system == 'M') ? 'G' : system;
+}
+
+const type_list_t& header_t::types_of(char letter) const
+{
+    static const type_list_t kNone;
+    const std::size_t at = system_index(letter);
+    return at == kSystemCount ? kNone : types_[version < 300 ? 0 : at];
+}
+
+bool header_t::has_types() const
+{
+    return std::any_of(types_.begin(), types_.end(), [](const type_list_t& list) { return list.line > 0; });
+}
+
+void header_t::add(header_record_t record, findings_t& findings)
+{
+    const std::string_view text = record.text;
+    if (record.label == "# / TYPES OF OBSERV" && version < 300) {
+        if (!is_blank(text.substr(0, 6))) begin_types(record, 0, text.substr(0, 6), findings);
+        add_types(record, 6, 6, findings);
+    } else if (record.label == "SYS / # / OBS TYPES" && version >= 300) {
+        if (text[0] != ' ') begin_types(record, system_index(text[0]), text.substr(3, 3), findings);
+        add_types(record, 4, 6, findings);
+    }
+    records.push_back(std::move(record));
+}
+
+// A first line of a list: its system and the number of types.
+void header_t::begin_types(const header_record_t& record, std::size_t list, std::string_view count,
+                           findings_t& findings)
+{
+    current_ = list < kSystemCount ? list : kNoList;
+    if (current_ == kNoList) {
+        findings.add(rule_t::obs_types, record.line, 1, record.label, "there is no system " + record.text.substr(0, 1));
+        return;
+    }
+    types_[list] = {record.line, integer_of(count).value_or(-1), {}};
+}
+
+void header_t::add_types(const header_record_t& record, std::size_t step, std::size_t first, findings_t& findings)
+{
+    if (current_ == kNoList) {
+        if (record.text[0] == ' ') {
+            findings.add(rule_t::obs_types, record.line, 1, record.label, "a continuation of no list");
+        }
+        return;
+    }
+    for (std::size_t at = first; at + step <= kLabelColumn; at += step) {
+        const std::string_view cell = std::string_view(record.text).substr(at, step),
+                               gap = cell.substr(0, step - (step == 6 ? 2 : 3));
+        if (is_blank(cell)) continue;
+        if (!is_blank(gap) || cell[gap.size()] == ' ') {
+            findings.add(rule_t::format_obs_types, record.line, at + 1, record.label,
+                         "'" + std::string(cell) + "' does not stand in its columns");
+        }
+        listed_type_t listed{{}, record.line, at + gap.size() + 1};
+        const std::string_view code = trimmed(cell);
+        std::copy_n(code.begin(), std::min<std::size_t>(3, code.size()), listed.code.letters.begin());
+        if (types_[current_].types.size() < kMostTypes) types_[current_].types.push_back(listed);
+    }
+}
+
+const header_record_t* header_t::find(std::string_view label) const
+{
+    const auto at = std::find_if(records.begin(), records.end(),
+                                 [label](const header_record_t& record) { return record.label == label; });
+    return at == records.end() ? nullptr : &*at;
+}
+
+std::optional<ticks_t> header_t::time(std::string_view label) const
+{
+    const header_record_t* record = find(label);
+    if (record == nullptr) return std::nullopt;
+    std::array<int, 5> date{};
+    for (std::size_t i = 0; i < date.size(); ++i) {
+        const auto number = integer_of(std::string_view(record->text).substr(6 * i, 6));
+        if (!number || *number > 9999) return std::nullopt;
+        date[i] = *number;
+    }
+    const auto second = decimal_of(std::string_view(record->text).substr(30, 13), 7);
+    if (!second) return std::nullopt;
+    return ticks_of(date[0], date[1], date[2], date[3], date[4], *second);
+}
+
+std::optional<ticks_t> header_t::interval() const
+{
+    const header_record_t* record = find("INTERVAL");
+    const auto ms = record == nullptr ? std::nullopt : decimal_of(std::string_view(record->text).substr(0, 10), 3);
+    if (!ms || *ms <= 0) return std::nullopt;
+    return *ms * (kTicksPerSecond / 1000);
+}
+
+std::optional<std::array<double, 3>> header_t::vector(std::string_view label) const
+{
+    const header_record_t* record = find(label);
+    std::array<double, 3> xyz{};
+    for (std::size_t i = 0; i < 3; ++i) {
+        const auto value =
+            record == nullptr ? std::nullopt : real_of(std::string_view(record->text).substr(14 * i, 14));
+        if (!value) return std::nullopt;
+        xyz[i] = *value;
+    }
+    return xyz;
+}
+
+std::optional<int> header_t::leap_seconds() const
+{
+    const header_record_t* record = find("LEAP SECONDS");
+    return record == nullptr ? std::nullopt : integer_of(std::string_view(record->text).substr(0, 6));
+}
+
+std::string_view header_t::time_system() const
+{
+    const header_record_t* record = find("TIME OF FIRST OBS");
+    return record == nullptr ? std::string_view() : trimmed(std::string_view(record->text).substr(48, 3));
+}
+
+std::map<int, int> header_t::glonass_channels() const
+{
+    std::map<int, int> channels;
+    for (const header_record_t& record : records) {
+        if (record.label != "GLONASS SLOT / FRQ #") continue;
+        for (std::size_t at = 4; at < kLabelColumn; at += 7) {
+            const std::string_view cell = std::string_view(record.text).substr(at, 7);
+            const auto slot = integer_of(cell.substr(1, 2)), channel = integer_of(cell.substr(4, 2));
+            if (cell[0] == 'R' && slot && channel) channels[*slot] = *channel;
+        }
+    }
+    return channels;
+}
+
+}   // namespace rinex

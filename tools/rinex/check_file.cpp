@@ -33,22 +33,22 @@ private:
     bool given_ = false;
 };
 
-void check_observations(numbered_lines_t& lines, header_t& header, findings_t& findings, file_summary_t& summary)
+void check_observations(numbered_lines_t& lines, file_header_t& header, findings_t& findings, file_summary_t& summary)
 {
     observation_reader_t reader(lines, header, findings);
     observation_check_t check(header, reader, findings);
-    for (epoch_t epoch; reader.next(epoch);) check.add(epoch);
+    for (read_epoch_t epoch; reader.next(epoch);) check.add(epoch);
     check.finish();
     summary.records = check.epochs();
     summary.satellites = check.satellites();
 }
 
-void check_navigation(numbered_lines_t& lines, const header_t& header, findings_t& findings, file_summary_t& summary)
+void check_navigation(numbered_lines_t& lines, const file_header_t& header, findings_t& findings,
+                      file_summary_t& summary)
 {
     navigation_reader_t reader(lines, header, findings);
     navigation_check_t check(header, reader, findings);
     for (read_nav_record_t record; reader.next(record);) check.add(record);
-    check.finish();
     summary.records = check.records();
     summary.satellites = check.satellites();
 }
@@ -56,13 +56,17 @@ void check_navigation(numbered_lines_t& lines, const header_t& header, findings_
 bool check_lines(line_source_t& source, findings_t& findings, file_summary_t& summary)
 {
     numbered_lines_t lines(source);
-    header_t header;
+    file_header_t header;
     if (!read_header(lines, findings, header)) return false;
     summary.version = header.version_text;
     summary.kind = header.is_observation() ? "observation" : header.is_navigation() ? "navigation" : "other";
     check_header(header, findings);
     if (header.is_observation()) check_observations(lines, header, findings, summary);
     if (header.is_navigation()) check_navigation(lines, header, findings, summary);
+    const bool readable = header.is_navigation() || (header.is_observation() && header.has_types());
+    if (readable && lines.number() == header.end_line) {
+        findings.add(rule_t::no_data, header.end_line, 1, "", "nothing follows the header");
+    }
     return true;
 }
 
@@ -83,14 +87,15 @@ bool is_program_line(std::string_view line)
 void check_compressed(const std::string& first, line_source_t& source, findings_t& findings, file_summary_t& summary)
 {
     std::string_view line;
+    summary.compressed = true;
+    summary.kind = "observation";
     const bool second = source.next(line);
     if (!second || !is_program_line(line)) {
         findings.add(rule_t::crinex_prog_date, 2, 1, std::string(kProgramLabel),
                      "program and date are not in their columns");
+        return;
     }
     const std::string version(trimmed(std::string_view(first).substr(0, 20)));
-    summary.compressed = true;
-    summary.kind = "observation";
     if (version != "1.0" && version != "3.0") {
         findings.add(rule_t::crinex_version, 1, 1, std::string(kCompressedLabel),
                      "'" + version + "' cannot be expanded");
@@ -119,19 +124,16 @@ bool check_file(line_source_t& source, findings_t& findings, file_summary_t& sum
 void line_ends_t::add(const char* bytes, std::size_t n)
 {
     if (n == 0) return;
-    if (first_cr_ == 0) {
-        const auto* cr = static_cast<const char*>(std::memchr(bytes, '\r', n));
-        const char* end = cr == nullptr ? bytes + n : cr;
-        lines_ += static_cast<std::uint64_t>(std::count(bytes, end, '\n'));
-        if (cr != nullptr) first_cr_ = lines_ + 1;
-    }
+    const auto* cr = first_cr_ > 0 ? nullptr : static_cast<const char*>(std::memchr(bytes, '\r', n));
+    if (cr != nullptr) first_cr_ = lines_ + 1 + static_cast<std::uint64_t>(std::count(bytes, cr, '\n'));
+    lines_ += static_cast<std::uint64_t>(std::count(bytes, bytes + n, '\n'));
     last_ = bytes[n - 1];
 }
 
 void line_ends_t::report(findings_t& findings) const
 {
     if (first_cr_ > 0) findings.add(rule_t::cr_lf, first_cr_, 1, "", "lines end with CR LF");
-    if (last_ != '\n') findings.add(rule_t::last_line_end, 0, 1, "", "the last line has no end");
+    if (last_ != '\n') findings.add(rule_t::last_line_end, lines_ + 1, 1, "", "the last line has no end");
 }
 
 }   // namespace rinex

@@ -10,7 +10,7 @@ namespace rinex {
 
 namespace {
 
-void check_version(const header_t& header, findings_t& findings)
+void check_version(const file_header_t& header, findings_t& findings)
 {
     const header_record_t& first = header.records.front();
     const bool known = header.stated_version == header.version || header.stated_version == 212;
@@ -33,9 +33,9 @@ void check_version(const header_t& header, findings_t& findings)
 }
 
 // Records that stand once, and those that must be there.
-void check_presence(const header_t& header, findings_t& findings)
+void check_presence(const file_header_t& header, findings_t& findings)
 {
-    for (const label_t& row : label_table()) {
+    for (const header_label_t& row : label_table()) {
         const char use = row.use(header.type, header.version);
         if (use == '-') continue;
         const header_record_t* first = header.find(row.label);
@@ -51,7 +51,7 @@ void check_presence(const header_t& header, findings_t& findings)
 }
 
 // From the first to the last record of one label: only comments stand among them.
-void check_block(const header_t& header, std::string_view label, findings_t& findings)
+void check_block(const file_header_t& header, std::string_view label, findings_t& findings)
 {
     const header_record_t* last = nullptr;
     bool broken = false;
@@ -70,7 +70,7 @@ void check_block(const header_t& header, std::string_view label, findings_t& fin
 }
 
 // Records that need another one in front of them.
-void check_order(const header_t& header, findings_t& findings)
+void check_order(const file_header_t& header, findings_t& findings)
 {
     struct order_t {
         std::string_view before, behind;
@@ -113,7 +113,7 @@ void check_list(const type_list_t& list, char system, int version, findings_t& f
 
 }   // namespace
 
-void require(const header_t& header, std::string_view label, findings_t& findings)
+void require(const file_header_t& header, std::string_view label, findings_t& findings)
 {
     if (header.find(label) != nullptr || label == "END OF HEADER") return;
     const header_record_t* type = header.find("MARKER TYPE");
@@ -125,9 +125,9 @@ void require(const header_t& header, std::string_view label, findings_t& finding
     findings.add(missing_rule(label), header.end_line, 1, std::string(label), "the record is mandatory");
 }
 
-void check_record(const header_record_t& record, const header_t& header, findings_t& findings)
+void check_record(const header_record_t& record, const file_header_t& header, findings_t& findings)
 {
-    const label_t* row = find_label(record.label, header.type, header.version);
+    const header_label_t* row = find_label(record.label, header.type, header.version);
     const char use = row == nullptr ? '-' : row->use(header.type, header.version);
     if (row == nullptr) {
         findings.add(rule_t::label, record.line, 61, "", "'" + record.label + "' is no label");
@@ -146,7 +146,7 @@ void check_record(const header_record_t& record, const header_t& header, finding
     if (fine) check_values(record, header, findings);
 }
 
-void check_types(const header_t& header, findings_t& findings)
+void check_types(const file_header_t& header, findings_t& findings)
 {
     if (header.version < 300) {
         const type_list_t& list = header.types_of('G');
@@ -164,7 +164,7 @@ void check_types(const header_t& header, findings_t& findings)
     }
 }
 
-void check_header(const header_t& header, findings_t& findings)
+void check_header(const file_header_t& header, findings_t& findings)
 {
     check_version(header, findings);
     if (!header.is_observation() && !header.is_navigation()) return;

@@ -28,7 +28,7 @@ constexpr std::string_view kIonospheres = "GAL GPSA GPSB QZSA QZSB BDSA BDSB IRN
 constexpr std::string_view kOffsets = "GAUT GPUT SBUT GLUT GPGA GAGP GLGP QZGP QZUT BDUT BDGP IRUT IRGP";
 constexpr std::string_view kTimeSystems = "GPS GLO GAL QZS BDT IRN", kTimeSystems2 = "GPS GLO GAL";
 
-void check_date(const header_record_t& record, const header_t& header, findings_t& findings)
+void check_date(const header_record_t& record, const file_header_t& header, findings_t& findings)
 {
     if (header.version < 300) return;
     const std::string_view date = std::string_view(record.text).substr(40, 20), zone = trimmed(date.substr(16));
@@ -46,7 +46,7 @@ void check_date(const header_record_t& record, const header_t& header, findings_
     }
 }
 
-void check_marker_type(const header_record_t& record, const header_t&, findings_t& findings)
+void check_marker_type(const header_record_t& record, const file_header_t&, findings_t& findings)
 {
     if (!is_one_of(trimmed(record.text), kMarkerTypes)) {
         findings.add(rule_t::marker_type, record.line, 1, record.label,
@@ -54,14 +54,14 @@ void check_marker_type(const header_record_t& record, const header_t&, findings_
     }
 }
 
-void check_strength_unit(const header_record_t& record, const header_t&, findings_t& findings)
+void check_strength_unit(const header_record_t& record, const file_header_t&, findings_t& findings)
 {
     if (trimmed(record.text) != "DBHZ") {
         findings.add(rule_t::strength_unit, record.line, 1, record.label, quoted(record.text) + " is not DBHZ");
     }
 }
 
-void check_clock_applied(const header_record_t& record, const header_t&, findings_t& findings)
+void check_clock_applied(const header_record_t& record, const file_header_t&, findings_t& findings)
 {
     const int value = integer_of(record.text).value_or(-1);
     if (value != 0 && value != 1) {
@@ -69,7 +69,7 @@ void check_clock_applied(const header_record_t& record, const header_t&, finding
     }
 }
 
-void check_scale_factor(const header_record_t& record, const header_t&, findings_t& findings)
+void check_scale_factor(const header_record_t& record, const file_header_t&, findings_t& findings)
 {
     const std::string_view text = trimmed(std::string_view(record.text).substr(2, 4));
     if (record.text[0] != ' ' && !is_one_of(text, "1 10 100 1000")) {
@@ -77,7 +77,7 @@ void check_scale_factor(const header_record_t& record, const header_t&, findings
     }
 }
 
-void check_correction(const header_record_t& record, const header_t&, findings_t& findings)
+void check_correction(const header_record_t& record, const file_header_t&, findings_t& findings)
 {
     const std::string_view name = trimmed(std::string_view(record.text).substr(0, 4));
     const bool ionosphere = record.label == "IONOSPHERIC CORR";
@@ -88,7 +88,7 @@ void check_correction(const header_record_t& record, const header_t&, findings_t
     }
 }
 
-void check_slots(const header_record_t& record, const header_t& header, findings_t& findings)
+void check_slots(const header_record_t& record, const file_header_t& header, findings_t& findings)
 {
     const std::string_view text = record.text;
     for (std::size_t at = 4; at < text.size(); at += 7) {
@@ -109,7 +109,7 @@ void check_slots(const header_record_t& record, const header_t& header, findings
     }
 }
 
-void check_time(const header_record_t& record, const header_t& header, findings_t& findings)
+void check_time(const header_record_t& record, const file_header_t& header, findings_t& findings)
 {
     if (!header.time(record.label)) {
         findings.add(format_rule(record.label), record.line, 1, record.label,
@@ -119,7 +119,7 @@ void check_time(const header_record_t& record, const header_t& header, findings_
 
 struct value_check_t {
     std::string_view label;
-    void (*check)(const header_record_t&, const header_t&, findings_t&);
+    void (*check)(const header_record_t&, const file_header_t&, findings_t&);
 };
 
 constexpr value_check_t kChecks[] = {
@@ -135,34 +135,36 @@ constexpr value_check_t kChecks[] = {
     {"TIME OF LAST OBS", check_time},
 };
 
-bool lists(const header_t& header, char system, std::string_view code)
+bool lists(const file_header_t& header, char system, std::string_view code)
 {
     const auto& types = header.types_of(system).types;
     return std::any_of(types.begin(), types.end(),
                        [code](const listed_type_t& type) { return type.code.text() == code; });
 }
 
-void check_scale(const header_record_t& record, const header_t& header, findings_t& findings)
+// @return whether the record's time system is right
+bool check_scale(const header_record_t& record, const file_header_t& header, findings_t& findings)
 {
     const std::string_view scale = trimmed(std::string_view(record.text).substr(48, 3));
     const bool known = is_one_of(scale, header.version < 300 ? kTimeSystems2 : kTimeSystems);
-    if (known || (scale.empty() && header.system != 'M')) return;
+    if (known || (scale.empty() && header.system != 'M')) return true;
     findings.add(rule_t::time_system, record.line, 49, record.label,
                  scale.empty() ? "a mixed file names its time system" : quoted(scale) + " is no time system");
+    return false;
 }
 
 }   // namespace
 
-void check_values(const header_record_t& record, const header_t& header, findings_t& findings)
+void check_values(const header_record_t& record, const file_header_t& header, findings_t& findings)
 {
     for (const value_check_t& row : kChecks) {
         if (row.label == record.label) row.check(record, header, findings);
     }
 }
 
-void check_phase_shifts(const header_t& header, findings_t& findings)
+void check_phase_shifts(const file_header_t& header, findings_t& findings)
 {
-    if (header.version < 300 || header.version >= 400) return;
+    if (header.version < 300 || header.version >= 400 || header.lost_types()) return;
     std::set<std::string> stated;   // "G L1C"; "G" stands for the whole system
     for (const header_record_t& record : header.records) {
         if (record.label != "SYS / PHASE SHIFT" || record.text[0] == ' ') continue;
@@ -179,17 +181,19 @@ void check_phase_shifts(const header_t& header, findings_t& findings)
         if (stated.count(std::string(1, system)) > 0) continue;
         for (const listed_type_t& type : header.types_of(system).types) {
             const std::string name = std::string(1, system) + " " + type.code.text();
-            if (!type.code.is_phase() || stated.count(name) > 0) continue;
+            if (!type.code.is_phase() || !is_observation_code(system, type.code, header.version) ||
+                stated.count(name) > 0)
+                continue;
             findings.add(rule_t::phase_shift_missing, type.line, type.column, name, "has no SYS / PHASE SHIFT");
         }
     }
 }
 
-void check_time_systems(const header_t& header, findings_t& findings)
+void check_time_systems(const file_header_t& header, findings_t& findings)
 {
     const header_record_t *first = header.find("TIME OF FIRST OBS"), *last = header.find("TIME OF LAST OBS");
-    if (first != nullptr) check_scale(*first, header, findings);
-    if (first == nullptr || last == nullptr) return;
+    const bool known = first != nullptr && check_scale(*first, header, findings);
+    if (!known || last == nullptr) return;
     const std::string_view one = trimmed(std::string_view(first->text).substr(48, 3));
     const std::string_view other = trimmed(std::string_view(last->text).substr(48, 3));
     if (one != other)

@@ -96,9 +96,7 @@ void navigation_check_t::add(const read_nav_record_t& record)
 bool navigation_check_t::check_satellite(const read_nav_record_t& record)
 {
     const std::size_t column = header_.version >= 400 ? 7 : 1;
-    const bool of_file = header_.system == 'M' || header_.system == record.system ||
-                         (header_.version < 300 && record.system == header_.default_system());
-    if (!of_file) {
+    if (!header_.carries(record.system)) {
         findings_.add(rule_t::satellite_system, record.frame_line, column, record.name(),
                       "its system is not of this file");
         return false;
@@ -119,9 +117,9 @@ void navigation_check_t::check_fields(const read_nav_record_t& record)
     for (std::size_t i = 1; i < record.values.size(); ++i) {
         const nav_value_t& value = record.values[i];
         const char letter = record.layout->field(i);
-        const bool mandatory = letter == 'n' || letter == 'i' || letter == 'a';
+        const bool mandatory = std::string_view("niwa").find(letter) != std::string_view::npos;
         if (mandatory && is_blank(value.text)) report(rule_t::nav_blank, record, i, "the field is mandatory");
-        const bool whole = letter == 'i' || letter == 'j';
+        const bool whole = std::string_view("iwj").find(letter) != std::string_view::npos;
         if (whole && value.present && value.number != std::floor(value.number)) {
             report(rule_t::nav_integer, record, i, std::string(trimmed(value.text)) + " is no whole number");
         }
@@ -131,7 +129,7 @@ void navigation_check_t::check_fields(const read_nav_record_t& record)
 // The week belongs to the reference time; in 3.02 Galileo weeks may be Galileo's own.
 void navigation_check_t::check_week(const read_nav_record_t& record)
 {
-    if (record.layout->field(kNavWeek) != 'i') return;
+    if (record.layout->field(kNavWeek) != 'w') return;
     const nav_value_t &week = record.values[kNavWeek], &toe = record.values[kNavToe];
     if (!record.has_time || !week.present || !toe.present) return;
     if (std::abs(week.number) > 10000 || toe.number < 0 || toe.number > kWeek) return;   // the latter has been found
@@ -192,11 +190,6 @@ void navigation_check_t::check_twice(const read_nav_record_t& record)
         findings_.add(rule_t::nav_twice, record.frame_line, 1, record.name(), "the record stands in the file already");
     }
     last[turn_[at]++ % kRemembered] = digest;
-}
-
-void navigation_check_t::finish()
-{
-    if (records_ == 0) findings_.add(rule_t::no_data, header_.end_line, 1, "", "no records");
 }
 
 }   // namespace rinex

@@ -13,12 +13,11 @@ namespace rinex {
 class navigation_check_t {
 public:
     /// All must outlive this; the reader tells the places of fields.
-    navigation_check_t(const header_t& header, const navigation_reader_t& reader, findings_t& findings)
+    navigation_check_t(const file_header_t& header, const navigation_reader_t& reader, findings_t& findings)
         : header_(header), reader_(reader), findings_(findings)
     {}
 
     void add(const read_nav_record_t& record);
-    void finish();
 
     std::uint64_t records() const { return records_; }
     std::size_t satellites() const { return present_.count(); }   ///< different ones
@@ -36,7 +35,7 @@ private:
     void check_names(const read_nav_record_t& record);
     void check_twice(const read_nav_record_t& record);
 
-    const header_t& header_;
+    const file_header_t& header_;
     const navigation_reader_t& reader_;
     findings_t& findings_;
     std::uint64_t records_ = 0;

@@ -35,7 +35,7 @@ std::string seconds_text(ticks_t ticks)
 
 }   // namespace
 
-observation_check_t::observation_check_t(const header_t& header, const observation_reader_t& reader,
+observation_check_t::observation_check_t(const file_header_t& header, const observation_reader_t& reader,
                                          findings_t& findings)
     : header_(header), reader_(reader), findings_(findings)
 {
@@ -63,7 +63,7 @@ void observation_check_t::prepare()
     for (counts_t& counts : counts_) counts = {};
 }
 
-void observation_check_t::add(const epoch_t& epoch)
+void observation_check_t::add(const read_epoch_t& epoch)
 {
     if (epoch.is_event()) {
         check_event(epoch);
@@ -76,14 +76,16 @@ void observation_check_t::add(const epoch_t& epoch)
     ++epochs_;
     if (!header_.has_types()) return;
     std::bitset<kSystemCount * kNumbers> seen;
-    for (const satellite_t& satellite : epoch.satellites) {
-        if (check_satellite(satellite, seen) && epoch.flag != kSlips) {
-            check_values(satellite, epoch.observations.data() + satellite.first);
+    for (const read_satellite_t& satellite : epoch.satellites) {
+        if (!check_satellite(satellite, seen)) {
+            all_satellites_ = false;
+        } else if (epoch.flag != kSlips) {
+            check_values(satellite, epoch.values.data() + satellite.first);
         }
     }
 }
 
-void observation_check_t::check_event(const epoch_t& epoch)
+void observation_check_t::check_event(const read_epoch_t& epoch)
 {
     for (const header_record_t& record : epoch.records) check_record(record, header_, findings_);
     const auto has = [&epoch](std::string_view label) {
@@ -103,7 +105,7 @@ void observation_check_t::check_event(const epoch_t& epoch)
     }
 }
 
-void observation_check_t::check_order(const epoch_t& epoch)
+void observation_check_t::check_order(const read_epoch_t& epoch)
 {
     if (!epoch.has_time) return;
     if (!timed_) first_ = epoch.time;
@@ -126,18 +128,17 @@ void observation_check_t::check_order(const epoch_t& epoch)
 }
 
 // @return whether its values can be looked at
-bool observation_check_t::check_satellite(const satellite_t& satellite, std::bitset<kSystemCount * kNumbers>& seen)
+bool observation_check_t::check_satellite(const read_satellite_t& satellite, std::bitset<kSystemCount * kNumbers>& seen)
 {
     const char letter = satellite.system;
     const auto column = static_cast<std::size_t>(1);
     const std::string name(satellite.name);
-    const bool of_file =
-        header_.system == letter || header_.system == 'M' || (header_.version < 300 && header_.system == ' ');
     if (name[0] == ' ' && is_blank(name)) {
         findings_.add(rule_t::satellite_id, satellite.line, column, "", "a line without a satellite");
         return false;
     }
-    if (!is_system_of(letter, 'O', header_.version) || !of_file || satellite.count == 0) {
+    if (satellite.count == 0 && header_.lost_types()) return false;   // that is known
+    if (!is_system_of(letter, 'O', header_.version) || !header_.carries(letter) || satellite.count == 0) {
         findings_.add(rule_t::satellite_system, satellite.line, column, name, "its system is not of this file");
         return false;
     }
@@ -146,13 +147,16 @@ bool observation_check_t::check_satellite(const satellite_t& satellite, std::bit
         return false;
     }
     const std::size_t at = system_index(letter) * kNumbers + static_cast<std::size_t>(satellite.number);
-    if (seen[at]) findings_.add(rule_t::satellite_twice, satellite.line, column, name, "stands in this epoch already");
+    if (seen[at]) {
+        findings_.add(rule_t::satellite_twice, satellite.line, column, name, "stands in this epoch already");
+        return false;
+    }
     seen[at] = true;
     present_[at] = true;
     return true;
 }
 
-void observation_check_t::check_values(const satellite_t& satellite, const observation_t* values)
+void observation_check_t::check_values(const read_satellite_t& satellite, const read_value_t* values)
 {
     const std::size_t system = system_index(satellite.system);
     std::vector<type_use_t>& types = types_[system];
@@ -163,7 +167,7 @@ void observation_check_t::check_values(const satellite_t& satellite, const obser
     }
     const char harmless = header_.version < 300 ? '4' : '0';   // RINEX 2: under antispoofing, of any type
     for (std::size_t i = 0; i < satellite.count; ++i) {
-        const observation_t& value = values[i];
+        const read_value_t& value = values[i];
         type_use_t& type = types[i];
         if (value.present) {
             (value.thousandths != 0 ? counts.values : counts.zeros)[i]++;
@@ -181,10 +185,10 @@ void observation_check_t::check_values(const satellite_t& satellite, const obser
     }
 }
 
-void observation_check_t::check_strength(const satellite_t& satellite, std::size_t i, const type_use_t& type,
-                                         const observation_t* values)
+void observation_check_t::check_strength(const read_satellite_t& satellite, std::size_t i, const type_use_t& type,
+                                         const read_value_t* values)
 {
-    const observation_t &value = values[i], &strength = values[type.strength];
+    const read_value_t &value = values[i], &strength = values[type.strength];
     if (!value.present || !strength.present || strength.thousandths == 0) return;
     const char digit = strength_digit(strength.thousandths);
     if (digit == value.strength || value.strength > '9') return;
@@ -199,16 +203,15 @@ std::size_t observation_check_t::satellites() const
     return present_.count();
 }
 
+// What the header says of the data is compared with data that could be read as a whole.
 void observation_check_t::finish()
 {
-    if (epochs_ == 0) {
-        if (header_.has_types()) findings_.add(rule_t::no_data, header_.end_line, 1, "", "no epochs");
-        return;
-    }
+    if (epochs_ == 0) return;
+    check_slots();
+    if (!reader_.all_epochs()) return;
     check_times();
     check_interval();
-    check_slots();
-    if (types_changed_) return;
+    if (types_changed_ || !reader_.all_values() || !all_satellites_) return;
     check_unused();
     check_numbers();
 }
@@ -309,6 +312,7 @@ void observation_check_t::check_numbers()
     counts_t* counts = nullptr;
     std::size_t first = 0;
     const header_record_t* any = nullptr;
+    bool all_known = true;
     for (const header_record_t& record : header_.records) {
         if (record.label != "PRN / # OF OBS") continue;
         any = &record;
@@ -321,13 +325,14 @@ void observation_check_t::check_numbers()
             counts = known ? &counts_[at] : nullptr;
             first = 0;
             if (known) listed[at] = true;
+            all_known = all_known && known;
             if (!known)
                 findings_.add(rule_t::obs_number, record.line, 4, record.label,
                               record.text.substr(3, 3) + " is not in the data");
         }
         if (counts != nullptr) check_obs_number(record, counts, first);
     }
-    if (any != nullptr && listed != present_) {
+    if (any != nullptr && all_known && listed != present_) {
         findings_.add(rule_t::obs_number, any->line, 4, any->label, "satellites of the data are not listed");
     }
 }
@@ -336,6 +341,7 @@ void observation_check_t::check_obs_number(const header_record_t& record, counts
 {
     for (std::size_t i = 0; i < 9; ++i) {
         const std::string_view text = std::string_view(record.text).substr(6 + 6 * i, 6);
+        if (!is_blank(text) && !integer_of(text)) continue;   // has been found
         const auto said = static_cast<std::uint64_t>(std::max(0, integer_of(text).value_or(0)));
         const bool is_type = first + i < counts->values.size();
         const std::uint64_t values = is_type ? counts->values[first + i] : 0,

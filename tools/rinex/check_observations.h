@@ -14,9 +14,9 @@ namespace rinex {
 class observation_check_t {
 public:
     /// All must outlive this; the reader tells the places of fields.
-    observation_check_t(const header_t& header, const observation_reader_t& reader, findings_t& findings);
+    observation_check_t(const file_header_t& header, const observation_reader_t& reader, findings_t& findings);
 
-    void add(const epoch_t& epoch);
+    void add(const read_epoch_t& epoch);
     void finish();   ///< what only the whole file tells
 
     std::uint64_t epochs() const { return epochs_; }   ///< with observations
@@ -37,12 +37,12 @@ private:
     static constexpr std::size_t kNumbers = 100;
 
     void prepare();
-    void check_order(const epoch_t& epoch);
-    void check_event(const epoch_t& epoch);
-    bool check_satellite(const satellite_t& satellite, std::bitset<kSystemCount * kNumbers>& seen);
-    void check_values(const satellite_t& satellite, const observation_t* values);
-    void check_strength(const satellite_t& satellite, std::size_t i, const type_use_t& type,
-                        const observation_t* values);
+    void check_order(const read_epoch_t& epoch);
+    void check_event(const read_epoch_t& epoch);
+    bool check_satellite(const read_satellite_t& satellite, std::bitset<kSystemCount * kNumbers>& seen);
+    void check_values(const read_satellite_t& satellite, const read_value_t* values);
+    void check_strength(const read_satellite_t& satellite, std::size_t i, const type_use_t& type,
+                        const read_value_t* values);
     void check_times();
     void check_interval();
     void check_unused();
@@ -50,7 +50,7 @@ private:
     void check_numbers();
     void check_obs_number(const header_record_t& record, counts_t* counts, std::size_t first);
 
-    const header_t& header_;
+    const file_header_t& header_;
     const observation_reader_t& reader_;
     findings_t& findings_;
     std::array<std::vector<type_use_t>, kSystemCount> types_;
@@ -58,7 +58,7 @@ private:
     std::bitset<kSystemCount * kNumbers> present_;
     std::uint64_t epochs_ = 0;
     ticks_t first_ = 0, last_ = 0, shortest_ = 0;
-    bool timed_ = false, types_changed_ = false, off_grid_ = false;
+    bool timed_ = false, types_changed_ = false, all_satellites_ = true, off_grid_ = false;
     std::uint64_t off_grid_line_ = 0;
     ticks_t off_grid_step_ = 0;
 };

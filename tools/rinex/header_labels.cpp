@@ -13,7 +13,7 @@ constexpr const char* kVector = "3F14.4,18X";
 
 // One column a version: 2.10, 2.11, 3.02, 3.03, 3.04, 3.05, 4.00, 4.01, 4.02.
 // clang-format off
-constexpr label_t kLabels[] = {
+constexpr header_label_t kLabels[] = {
     // label                  observation  navigation   repeated format
     {"RINEX VERSION / TYPE",  "mmmmmmmmm", "mmmmmmmmm", false, "F9.2,11X,A20,A20"},
     {"PGM / RUN BY / DATE",   "mmmmmmmmm", "mmmmmmmmm", false, kAny},
@@ -73,21 +73,21 @@ int nearest_version(int version)
                              [version](int a, int b) { return std::abs(a - version) < std::abs(b - version); });
 }
 
-char label_t::use(char file_type, int version) const
+char header_label_t::use(char file_type, int version) const
 {
     const auto column = std::lower_bound(std::begin(kKnownVersions), std::end(kKnownVersions), version);
     return (file_type == 'O' ? observation : navigation)[column - std::begin(kKnownVersions)];
 }
 
-std::span<const label_t> label_table()
+std::span<const header_label_t> label_table()
 {
     return kLabels;
 }
 
-const label_t* find_label(std::string_view label, char file_type, int version)
+const header_label_t* find_label(std::string_view label, char file_type, int version)
 {
-    const label_t* found = nullptr;
-    for (const label_t& row : kLabels) {
+    const header_label_t* found = nullptr;
+    for (const header_label_t& row : kLabels) {
         if (row.label != label) continue;
         if (row.use(file_type, version) != '-') return &row;
         if (found == nullptr) found = &row;

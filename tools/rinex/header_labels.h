@@ -14,7 +14,7 @@ inline constexpr int kKnownVersions[] = {210, 211, 302, 303, 304, 305, 400, 401,
 /// The known version that is nearest to a number.
 int nearest_version(int version);
 
-struct label_t {
+struct header_label_t {
     std::string_view label;
     const char* observation;   ///< a letter a version, as the table says
     const char* navigation;
@@ -26,10 +26,10 @@ struct label_t {
 };
 
 /// A label whose format changed with a version has several rows.
-std::span<const label_t> label_table();
+std::span<const header_label_t> label_table();
 
 /// The row of a label for a version and kind of file; the first of the label when none is; nullptr: no label at all.
-const label_t* find_label(std::string_view label, char file_type, int version);
+const header_label_t* find_label(std::string_view label, char file_type, int version);
 
 }   // namespace rinex
 

@@ -8,10 +8,10 @@ namespace {
 
 constexpr int kAlways = 9999;
 
-constexpr std::string_view kGps = ".nnn innn nnnn nnnn nnnn njij nini noss";
-constexpr std::string_view kGalileo = ".nnn innn nnnn nnnn nnnn niis nino nsss";
-constexpr std::string_view kBeidou = ".nnn innn nnnn nnnn nnnn nsis ninn njss";
-constexpr std::string_view kNavic = ".nnn innn nnnn nnnn nnnn nsis nins nsss";
+constexpr std::string_view kGps = ".nnn innn nnnn nnnn nnnn njwj nini noss";
+constexpr std::string_view kGalileo = ".nnn innn nnnn nnnn nnnn niws nino nsss";
+constexpr std::string_view kBeidou = ".nnn innn nnnn nnnn nnnn nsws ninn njss";
+constexpr std::string_view kNavic = ".nnn innn nnnn nnnn nnnn nsws nins nsss";
 constexpr std::string_view kGlonass = ".nnn nnni nnni nnnn";
 constexpr std::string_view kGlonass4 = ".nnn nnni nnni nnnn oooo";
 constexpr std::string_view kSbas = ".nnn nnni nnnn nnnj";

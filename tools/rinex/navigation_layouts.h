@@ -10,7 +10,8 @@ namespace rinex {
 inline constexpr std::size_t kNavColumns = 4;   // fields of a line; in the first line the time stands for the first
 
 /// What the fields of a message are, a letter each, four a line, lines apart by a blank:
-/// n number, i whole number, both mandatory; o and j the same, optional; s spare; a text, b optional text; . none.
+/// n number, i whole number, w week of the reference time, all mandatory; o number, j whole number, both optional;
+/// s spare; a text, b optional text; . none.
 struct nav_layout_t {
     std::string_view record;   ///< EPH, STO, EOP or ION
     char system;

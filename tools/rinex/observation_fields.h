@@ -14,7 +14,7 @@ enum class field_fault_t : unsigned char { none, value, digits };
 
 /// Reads F14.3,I1,I1; blanks where something lacks.
 /// @param p  16 characters
-inline field_fault_t read_field(const char* p, observation_t& to)
+inline field_fault_t read_field(const char* p, read_value_t& to)
 {
     constexpr std::size_t kPoint = 10, kEnd = 14;
     to = {0, false, p[kEnd], p[kEnd + 1]};

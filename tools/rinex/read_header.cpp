@@ -9,7 +9,7 @@ namespace rinex {
 
 namespace {
 
-constexpr std::size_t kLabelColumn = 60, kColumns = 80, kMostRecords = 100'000;
+constexpr std::size_t kTypesColumn = 6, kLabelColumn = 60, kColumns = 80, kMostRecords = 100'000, kMostEarly = 100;
 constexpr std::size_t kMostTypes = 999;   // what the count of a list can say; a line of data stays bounded by it
 constexpr std::string_view kVersionLabel = "RINEX VERSION / TYPE", kEndLabel = "END OF HEADER";
 
@@ -17,7 +17,7 @@ constexpr std::string_view kVersionLabel = "RINEX VERSION / TYPE", kEndLabel = "
 std::string_view label_within(std::string_view line)
 {
     std::string_view found;
-    for (const label_t& row : label_table()) {
+    for (const header_label_t& row : label_table()) {
         if (row.label.size() > found.size() && line.find(row.label) != std::string_view::npos) found = row.label;
     }
     return found;
@@ -43,7 +43,7 @@ std::string columns(std::string_view line, std::size_t n)
 }
 
 // Lines that no header has: of the data, when the header's end lacks.
-bool begins_data(std::string_view line, const header_t& header)
+bool begins_data(std::string_view line, const file_header_t& header)
 {
     if (find_label(trimmed(cut(line, kLabelColumn, kColumns)), header.type, header.version) != nullptr) return false;
     if (header.version >= 300 && (header.is_observation() || header.version >= 400)) return line.substr(0, 2) == "> ";
@@ -52,7 +52,7 @@ bool begins_data(std::string_view line, const header_t& header)
     return label_within(line).empty() && line.size() > 32 && date(day) && line[day - 1] == ' ' && date(day + 3);
 }
 
-void read_version(header_t& header)
+void read_version(file_header_t& header)
 {
     const std::string_view text = header.records.front().text;
     header.version_text = trimmed(text.substr(0, 9));
@@ -61,6 +61,24 @@ void read_version(header_t& header)
     header.version = nearest_version(header.stated_version < 0 ? 304 : header.stated_version);
     header.type = text[20];
     header.system = text[40];
+}
+
+// Those behind the version.
+void read_records(numbered_lines_t& lines, findings_t& findings, file_header_t& header)
+{
+    for (std::string_view line; header.records.size() < kMostRecords && lines.next(line);) {
+        if (begins_data(line, header)) {
+            lines.put_back();
+            break;
+        }
+        header_record_t record = read_record(line, lines.number(), header.type, header.version, findings);
+        header.end_line = lines.number();
+        const bool ends = record.label == kEndLabel;
+        header.add(std::move(record), findings);
+        if (ends) return;
+    }
+    findings.add(rule_t::no_end_of_header, header.end_line, 1, std::string(kEndLabel),
+                 "the header does not end with it");
 }
 
 }   // namespace
@@ -84,104 +102,118 @@ header_record_t read_record(std::string_view line, std::uint64_t number, char ty
     return {number, columns(line.substr(0, at), kLabelColumn), std::string(label)};
 }
 
-bool read_header(numbered_lines_t& lines, findings_t& findings, header_t& header)
+bool read_header(numbered_lines_t& lines, findings_t& findings, file_header_t& header)
 {
-    for (std::string_view line; lines.next(line);) {
-        if (!header.records.empty() && begins_data(line, header)) {
-            lines.put_back();
-            break;
-        }
-        const std::uint64_t number = lines.number();
-        if (header.records.empty() && !is_version_line(line)) return false;
-        header_record_t record = read_record(line, number, header.type, header.version, findings);
-        header.end_line = number;
-        const bool ends = record.label == kEndLabel;
-        header.add(std::move(record), findings);
-        if (header.records.size() == 1) read_version(header);
-        if (ends) return true;
-        if (header.records.size() >= kMostRecords) break;
+    std::string_view line;
+    std::vector<header_record_t> early;   // which stand in front of the version, without which they mean nothing
+    while (lines.next(line) && !is_version_line(line)) {
+        const std::string_view label = trimmed(cut(line, kLabelColumn, 20));
+        if (early.size() >= kMostEarly || find_label(label, 'O', nearest_version(0)) == nullptr) return false;
+        early.push_back({lines.number(), columns(line, kLabelColumn), std::string(label)});
     }
-    if (header.records.empty()) return false;
-    findings.add(rule_t::no_end_of_header, header.end_line, 1, std::string(kEndLabel),
-                 "the header does not end with it");
+    if (!is_version_line(line)) return false;
+    header.add(read_record(line, lines.number(), header.type, nearest_version(0), findings), findings);
+    header.end_line = lines.number();
+    read_version(header);
+    for (header_record_t& record : early) {
+        findings.add(rule_t::header_order, record.line, 61, record.label,
+                     "stands before " + std::string(kVersionLabel));
+        header.add(std::move(record), findings);
+    }
+    read_records(lines, findings, header);
     return true;
 }
 
-char header_t::default_system() const
+char file_header_t::default_system() const
 {
     if (type == 'G') return 'R';
     if (type == 'H') return 'S';
     return version < 300 && (system == ' ' || system == 'M') ? 'G' : system;
 }
 
-const type_list_t& header_t::types_of(char letter) const
+bool file_header_t::carries(char letter) const
+{
+    return system == letter || system_index(system) == kSystemCount || (version < 300 && letter == default_system());
+}
+
+const type_list_t& file_header_t::types_of(char letter) const
 {
     static const type_list_t kNone;
     const std::size_t at = system_index(letter);
     return at == kSystemCount ? kNone : types_[version < 300 ? 0 : at];
 }
 
-bool header_t::has_types() const
+bool file_header_t::has_types() const
 {
     return std::any_of(types_.begin(), types_.end(), [](const type_list_t& list) { return list.line > 0; });
 }
 
-void header_t::add(header_record_t record, findings_t& findings)
+void file_header_t::add(header_record_t record, findings_t& findings)
 {
     const std::string_view text = record.text;
     if (record.label == "# / TYPES OF OBSERV" && version < 300) {
         if (!is_blank(text.substr(0, 6))) begin_types(record, 0, text.substr(0, 6), findings);
-        add_types(record, 6, 6, findings);
+        add_types(record, 6, findings);
     } else if (record.label == "SYS / # / OBS TYPES" && version >= 300) {
         if (text[0] != ' ') begin_types(record, system_index(text[0]), text.substr(3, 3), findings);
-        add_types(record, 4, 6, findings);
+        add_types(record, 4, findings);
     }
     records.push_back(std::move(record));
 }
 
 // A first line of a list: its system and the number of types.
-void header_t::begin_types(const header_record_t& record, std::size_t list, std::string_view count,
-                           findings_t& findings)
+void file_header_t::begin_types(const header_record_t& record, std::size_t list, std::string_view count,
+                                findings_t& findings)
 {
     current_ = list < kSystemCount ? list : kNoList;
-    if (current_ == kNoList) {
-        findings.add(rule_t::obs_types, record.line, 1, record.label, "there is no system " + record.text.substr(0, 1));
+    if (current_ != kNoList) {
+        types_[list] = {record.line, integer_of(count).value_or(-1), {}};
         return;
     }
-    types_[list] = {record.line, integer_of(count).value_or(-1), {}};
+    lost_types_ = true;
+    findings.add(rule_t::obs_types, record.line, 1, record.label, "there is no system " + record.text.substr(0, 1));
 }
 
-void header_t::add_types(const header_record_t& record, std::size_t step, std::size_t first, findings_t& findings)
+// The types of a line, from its cells; where they do not stand in these, from its words.
+void file_header_t::add_types(const header_record_t& record, std::size_t step, findings_t& findings)
 {
     if (current_ == kNoList) {
-        if (record.text[0] == ' ') {
+        if (!lost_types_) {
             findings.add(rule_t::obs_types, record.line, 1, record.label, "a continuation of no list");
         }
+        lost_types_ = true;
         return;
     }
-    for (std::size_t at = first; at + step <= kLabelColumn; at += step) {
-        const std::string_view cell = std::string_view(record.text).substr(at, step),
-                               gap = cell.substr(0, step - (step == 6 ? 2 : 3));
-        if (is_blank(cell)) continue;
-        if (!is_blank(gap) || cell[gap.size()] == ' ') {
-            findings.add(rule_t::format_obs_types, record.line, at + 1, record.label,
-                         "'" + std::string(cell) + "' does not stand in its columns");
-        }
-        listed_type_t listed{{}, record.line, at + gap.size() + 1};
-        const std::string_view code = trimmed(cell);
+    const std::string_view text = record.text;
+    const std::size_t gap = step - (version < 300 ? 2 : 3);
+    bool in_cells = true;
+    for (std::size_t at = kTypesColumn; at + step <= kLabelColumn && in_cells; at += step) {
+        const std::string_view cell = text.substr(at, step);
+        in_cells = is_blank(cell) || (is_blank(cell.substr(0, gap)) && cell[gap] != ' ');
+        if (in_cells) continue;
+        findings.add(rule_t::format_obs_types, record.line, at + 1, record.label,
+                     "'" + std::string(cell) + "' does not stand in its columns");
+    }
+    for (std::size_t at = kTypesColumn; at < kLabelColumn;) {
+        const std::size_t first = text.find_first_not_of(' ', at);
+        if (first == std::string_view::npos) break;
+        const std::size_t end = in_cells ? first + step - gap : std::min(text.find(' ', first), kLabelColumn);
+        listed_type_t listed{{}, record.line, first + 1};
+        const std::string_view code = trimmed(text.substr(first, end - first));
         std::copy_n(code.begin(), std::min<std::size_t>(3, code.size()), listed.code.letters.begin());
         if (types_[current_].types.size() < kMostTypes) types_[current_].types.push_back(listed);
+        at = end;
     }
 }
 
-const header_record_t* header_t::find(std::string_view label) const
+const header_record_t* file_header_t::find(std::string_view label) const
 {
     const auto at = std::find_if(records.begin(), records.end(),
                                  [label](const header_record_t& record) { return record.label == label; });
     return at == records.end() ? nullptr : &*at;
 }
 
-std::optional<ticks_t> header_t::time(std::string_view label) const
+std::optional<ticks_t> file_header_t::time(std::string_view label) const
 {
     const header_record_t* record = find(label);
     if (record == nullptr) return std::nullopt;
@@ -196,7 +228,7 @@ std::optional<ticks_t> header_t::time(std::string_view label) const
     return ticks_of(date[0], date[1], date[2], date[3], date[4], *second);
 }
 
-std::optional<ticks_t> header_t::interval() const
+std::optional<ticks_t> file_header_t::interval() const
 {
     const header_record_t* record = find("INTERVAL");
     const auto ms = record == nullptr ? std::nullopt : decimal_of(std::string_view(record->text).substr(0, 10), 3);
@@ -204,7 +236,7 @@ std::optional<ticks_t> header_t::interval() const
     return *ms * (kTicksPerSecond / 1000);
 }
 
-std::optional<std::array<double, 3>> header_t::vector(std::string_view label) const
+std::optional<std::array<double, 3>> file_header_t::vector(std::string_view label) const
 {
     const header_record_t* record = find(label);
     std::array<double, 3> xyz{};
@@ -217,19 +249,19 @@ std::optional<std::array<double, 3>> header_t::vector(std::string_view label) co
     return xyz;
 }
 
-std::optional<int> header_t::leap_seconds() const
+std::optional<int> file_header_t::leap_seconds() const
 {
     const header_record_t* record = find("LEAP SECONDS");
     return record == nullptr ? std::nullopt : integer_of(std::string_view(record->text).substr(0, 6));
 }
 
-std::string_view header_t::time_system() const
+std::string_view file_header_t::time_system() const
 {
     const header_record_t* record = find("TIME OF FIRST OBS");
     return record == nullptr ? std::string_view() : trimmed(std::string_view(record->text).substr(48, 3));
 }
 
-std::map<int, int> header_t::glonass_channels() const
+std::map<int, int> file_header_t::glonass_channels() const
 {
     std::map<int, int> channels;
     for (const header_record_t& record : records) {

@@ -37,7 +37,7 @@ struct type_list_t {
     std::vector<listed_type_t> types;
 };
 
-class header_t {
+class file_header_t {
 public:
     int version = 0;            ///< times 100, a known one: the nearest to the stated one
     std::string version_text;   ///< as stated
@@ -53,9 +53,13 @@ public:
     /// The system of satellites without a letter, in RINEX 2.
     char default_system() const;
 
+    /// Whether the file may hold satellites of a system; a letter that says nothing forbids nothing.
+    bool carries(char letter) const;
+
     /// The types in the order of a satellite's fields; none for a system without a list.
     const type_list_t& types_of(char system) const;
-    bool has_types() const;   ///< of any system
+    bool has_types() const;                           ///< of any system
+    bool lost_types() const { return lost_types_; }   ///< some belong to no list, which has been reported
 
     /// A record of the header, or of an event, whose types take effect.
     void add(header_record_t record, findings_t& findings);
@@ -72,11 +76,12 @@ public:
 
 private:
     void begin_types(const header_record_t& record, std::size_t list, std::string_view count, findings_t& findings);
-    void add_types(const header_record_t& record, std::size_t step, std::size_t first, findings_t& findings);
+    void add_types(const header_record_t& record, std::size_t step, findings_t& findings);
 
     static constexpr std::size_t kNoList = ~std::size_t{0};
     std::array<type_list_t, kSystemCount> types_;   // RINEX 2 has the first alone
-    std::size_t current_ = kNoList;                 // list that continuation lines belong to
+    bool lost_types_ = false;
+    std::size_t current_ = kNoList;   // list that continuation lines belong to
 };
 
 /// One line of a header or an event as a record; a label that is not in column 61 is reported and put right.
@@ -87,7 +92,7 @@ bool is_version_line(std::string_view line);
 
 /// Reads a header to its end; where its last line lacks, to the first line of the data, which is put back.
 /// @return false when it has no version: the file is no RINEX file
-bool read_header(numbered_lines_t& lines, findings_t& findings, header_t& header);
+bool read_header(numbered_lines_t& lines, findings_t& findings, file_header_t& header);
 
 }   // namespace rinex
 

@@ -68,6 +68,7 @@ bool navigation_reader_t::next(read_nav_record_t& record)
         if (header_.version >= 400 ? !read_frame(line, record) : !read_satellite(line, record)) continue;
         if (!read_lines(record)) continue;
         reported_ = false;
+        check_margins(record);
         read_time(record);
         read_values(record);
         return true;
@@ -148,6 +149,22 @@ bool navigation_reader_t::read_lines(read_nav_record_t& record)
         if (record.lines < read_nav_record_t::kMostLines) record.texts[record.lines++] = line.substr(0, 2 * kColumns);
     }
     return true;
+}
+
+// In front of the fields: the satellite in the first line of an ephemeris, as the frame line has it, else blanks.
+void navigation_reader_t::check_margins(const read_nav_record_t& record)
+{
+    const std::size_t margin = header_.version < 300 ? 3 : 4;
+    const bool satellite = record.record == "EPH";
+    for (std::size_t i = satellite ? 1 : 0; i < record.lines; ++i) {
+        if (is_blank(std::string_view(record.texts[i]).substr(0, margin))) continue;
+        findings_.add(rule_t::nav_number, record.line + i, 1, record.name(),
+                      "columns 1 to " + std::to_string(margin) + " are not blank");
+    }
+    const std::string first = record.texts[0].substr(0, 3);
+    if (header_.version >= 400 && satellite && first != record.name()) {
+        findings_.add(rule_t::nav_record, record.line, 1, record.name(), quoted(first) + ", not as the frame line");
+    }
 }
 
 void navigation_reader_t::read_time(read_nav_record_t& record)

@@ -44,7 +44,7 @@ struct read_nav_record_t {
 class navigation_reader_t {
 public:
     /// All must outlive this.
-    navigation_reader_t(numbered_lines_t& lines, const header_t& header, findings_t& findings)
+    navigation_reader_t(numbered_lines_t& lines, const file_header_t& header, findings_t& findings)
         : lines_(lines), header_(header), findings_(findings)
     {}
 
@@ -60,11 +60,12 @@ private:
     bool read_frame(std::string_view line, read_nav_record_t& record);
     bool read_satellite(std::string_view line, read_nav_record_t& record);
     bool read_lines(read_nav_record_t& record);
+    void check_margins(const read_nav_record_t& record);
     void read_time(read_nav_record_t& record);
     void read_values(read_nav_record_t& record);
 
     numbered_lines_t& lines_;
-    const header_t& header_;
+    const file_header_t& header_;
     findings_t& findings_;
     bool reported_ = false;   // what stands where a record belongs is part of what has been reported
 };

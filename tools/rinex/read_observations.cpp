@@ -58,7 +58,7 @@ std::string quoted(std::string_view text)
 
 }   // namespace
 
-std::uint64_t observation_reader_t::line_of(const satellite_t& satellite, std::size_t field) const
+std::uint64_t observation_reader_t::line_of(const read_satellite_t& satellite, std::size_t field) const
 {
     return satellite.line + (header_.version < 300 ? field / kFieldsPerRow : 0);
 }
@@ -68,7 +68,7 @@ std::size_t observation_reader_t::column_of(std::size_t field) const
     return header_.version < 300 ? 1 + kFieldColumns * (field % kFieldsPerRow) : 1 + kIdColumns + kFieldColumns * field;
 }
 
-std::string subject_of(const header_t& header, const satellite_t& satellite, std::size_t field)
+std::string subject_of(const file_header_t& header, const read_satellite_t& satellite, std::size_t field)
 {
     std::string name(satellite.name);
     if (name[0] == ' ') name[0] = satellite.system;
@@ -76,14 +76,14 @@ std::string subject_of(const header_t& header, const satellite_t& satellite, std
     return field < list.types.size() ? name + " " + list.types[field].code.text() : name;
 }
 
-bool observation_reader_t::next(epoch_t& epoch)
+bool observation_reader_t::next(read_epoch_t& epoch)
 {
     std::string_view line;
     if (header_.version < 300 && !header_.has_types()) return false;   // how many lines a satellite has nobody knows
     if (!find_epoch(line)) return false;
     epoch.line = lines_.number();
     epoch.satellites.clear();
-    epoch.observations.clear();
+    epoch.values.clear();
     epoch.records.clear();
     read_epoch_line(line, epoch);
     if (epoch.is_event()) {
@@ -109,6 +109,7 @@ bool observation_reader_t::find_epoch(std::string_view& line)
                           quoted(line.substr(0, 40)) + " where an epoch line belongs");
         }
         stray = true;
+        all_epochs_ = false;
     }
     return false;
 }
@@ -131,7 +132,7 @@ bool observation_reader_t::is_epoch_line(std::string_view line) const
     return digits && has_clock_form(padded);
 }
 
-void observation_reader_t::read_epoch_line(std::string_view line, epoch_t& epoch)
+void observation_reader_t::read_epoch_line(std::string_view line, read_epoch_t& epoch)
 {
     const bool v3 = header_.version >= 300;
     const std::size_t behind = v3 ? 6 : 3;
@@ -146,6 +147,7 @@ void observation_reader_t::read_epoch_line(std::string_view line, epoch_t& epoch
         const int year = v3 ? integer_of(line.substr(2, 4)).value_or(0) : full_year(two_digits(line, 1));
         epoch.has_time = read_clock(line.substr(behind), year, epoch);
         if (!epoch.has_time) {
+            all_epochs_ = false;
             findings_.add(rule_t::epoch_time, epoch.line, begin + 1, "", quoted(text) + " is no time");
         }
     }
@@ -157,7 +159,7 @@ void observation_reader_t::read_epoch_line(std::string_view line, epoch_t& epoch
     read_tail(line, epoch);
 }
 
-bool observation_reader_t::read_clock(std::string_view rest, int year, epoch_t& epoch)
+bool observation_reader_t::read_clock(std::string_view rest, int year, read_epoch_t& epoch)
 {
     ticks_t second = two_digits(rest, 13);
     for (std::size_t i = 16; i < 23; ++i) second = second * 10 + (rest[i] - '0');
@@ -172,7 +174,7 @@ bool observation_reader_t::read_clock(std::string_view rest, int year, epoch_t& 
 }
 
 // The receiver clock offset, and since 4.02 picoseconds.
-void observation_reader_t::read_tail(std::string_view line, epoch_t& epoch)
+void observation_reader_t::read_tail(std::string_view line, read_epoch_t& epoch)
 {
     const bool v3 = header_.version >= 300;
     const std::size_t at = v3 ? 41 : kNamesEnd, width = v3 ? 15 : 12;
@@ -192,10 +194,11 @@ void observation_reader_t::read_tail(std::string_view line, epoch_t& epoch)
 }
 
 // The next line of an epoch. Where the file ends or the next epoch begins first it is reported.
-bool observation_reader_t::take(std::string_view& line, const epoch_t& epoch, rule_t rule, std::size_t n)
+bool observation_reader_t::take(std::string_view& line, const read_epoch_t& epoch, rule_t rule, std::size_t n)
 {
     const std::string found = std::to_string(epoch.announced) + " announced, ";
     if (!lines_.next(line)) {
+        all_epochs_ = false;
         findings_.add(rule_t::truncated, lines_.number(), 1, "",
                       found + std::to_string(n) + " are there when the file ends");
         return false;
@@ -203,12 +206,13 @@ bool observation_reader_t::take(std::string_view& line, const epoch_t& epoch, ru
     const bool epoch_begins =
         header_.version >= 300 ? line.substr(0, 1) == ">" : may_be_epoch2(line) && is_epoch_line(line);
     if (!epoch_begins) return true;
+    all_epochs_ = false;
     lines_.put_back();
     findings_.add(rule, epoch.line, header_.version >= 300 ? 33 : 30, "", found + std::to_string(n) + " follow");
     return false;
 }
 
-void observation_reader_t::read_records(epoch_t& epoch)
+void observation_reader_t::read_records(read_epoch_t& epoch)
 {
     std::string_view line;
     for (int i = 0; i < epoch.announced; ++i) {
@@ -224,14 +228,15 @@ void observation_reader_t::read_records(epoch_t& epoch)
 }
 
 // Fields [first, first + n) of a satellite from a line of them; reports fields that are none and what stands behind.
-void observation_reader_t::read_fields(std::string_view data, satellite_t& satellite, std::size_t first, std::size_t n,
-                                       epoch_t& epoch)
+void observation_reader_t::read_fields(std::string_view data, read_satellite_t& satellite, std::size_t first,
+                                       std::size_t n, read_epoch_t& epoch)
 {
     const std::size_t whole = std::min(n, data.size() / kFieldColumns);
-    observation_t* to = epoch.observations.data() + satellite.first + first;
+    read_value_t* to = epoch.values.data() + satellite.first + first;
     const auto one = [&](const char* p, std::size_t i) {
         const field_fault_t fault = read_field(p, to[i]);
         if (fault == field_fault_t::none) return;
+        all_values_ = all_values_ && fault != field_fault_t::value;
         findings_.add(fault == field_fault_t::value ? rule_t::value_format : rule_t::value_digits,
                       line_of(satellite, first + i), column_of(first + i) + (fault == field_fault_t::value ? 0 : 14),
                       subject_of(header_, satellite, first + i), quoted({p, kFieldColumns}));
@@ -252,7 +257,7 @@ void observation_reader_t::read_fields(std::string_view data, satellite_t& satel
     }
 }
 
-void observation_reader_t::read_satellites3(epoch_t& epoch)
+void observation_reader_t::read_satellites3(read_epoch_t& epoch)
 {
     std::string_view line;
     names_.assign(kIdColumns * static_cast<std::size_t>(epoch.announced), ' ');
@@ -260,64 +265,65 @@ void observation_reader_t::read_satellites3(epoch_t& epoch)
         if (!take(line, epoch, rule_t::satellite_count, epoch.satellites.size())) return;
         char* name = names_.data() + kIdColumns * static_cast<std::size_t>(i);
         std::copy_n(line.begin(), std::min(line.size(), kIdColumns), name);
-        satellite_t satellite{
-            name[0], two_digits({name, kIdColumns}, 1), {name, kIdColumns}, lines_.number(), epoch.observations.size()};
+        read_satellite_t satellite{
+            name[0], two_digits({name, kIdColumns}, 1), {name, kIdColumns}, lines_.number(), epoch.values.size()};
         satellite.count = header_.types_of(satellite.system).types.size();
-        epoch.observations.resize(satellite.first + satellite.count);
+        epoch.values.resize(satellite.first + satellite.count);
         read_fields(cut(line, kIdColumns, line.size()), satellite, 0, satellite.count, epoch);
         epoch.satellites.push_back(satellite);
     }
 }
 
-// The satellites of an epoch line and of its continuation lines.
-bool observation_reader_t::read_names2(std::string_view line, epoch_t& epoch)
+// The satellites of an epoch line and of its continuation lines. Where these are not as many as announced, the list
+// is believed: the lines below follow it.
+bool observation_reader_t::read_names2(std::string_view line, read_epoch_t& epoch)
 {
-    const auto count = static_cast<std::size_t>(epoch.announced);
-    names_.assign(kIdColumns * count, ' ');
-    for (std::size_t done = 0;;) {
+    const auto announced = static_cast<std::size_t>(epoch.announced);
+    names_.clear();
+    for (;;) {
         if (line.size() > kColumns) {
             findings_.add(rule_t::line_length, lines_.number(), kColumns + 1, "",
                           std::to_string(line.size()) + " columns");
         }
-        const std::size_t here = std::min(kNames, count - done);
         const std::string_view names = cut(line, kNamesColumn, kNamesEnd - kNamesColumn);
-        std::copy_n(names.begin(), std::min(names.size(), kIdColumns * here),
-                    names_.begin() + static_cast<std::ptrdiff_t>(kIdColumns * done));
-        if (names.size() > kIdColumns * here && !is_blank(names.substr(kIdColumns * here))) {
-            findings_.add(rule_t::satellite_count, epoch.line, 30, "",
-                          std::to_string(count) + " announced, more are listed");
+        std::size_t here = 0;
+        for (; here < kNames && !is_blank(cut(names, kIdColumns * here, kIdColumns)); ++here) {
+            names_.append(cut(names, kIdColumns * here, kIdColumns));
+            names_.resize((names_.size() + kIdColumns - 1) / kIdColumns * kIdColumns, ' ');
         }
-        done += here;
-        if (done == count) return true;
-        if (!take(line, epoch, rule_t::satellite_count, done)) return false;
-        if (!is_blank(line.substr(0, kNamesColumn))) {
+        const std::size_t listed = names_.size() / kIdColumns;
+        if (here == kNames && listed < announced) {
+            if (!take(line, epoch, rule_t::satellite_count, listed)) return false;
+            if (is_blank(line.substr(0, kNamesColumn))) continue;
             lines_.put_back();
-            findings_.add(rule_t::satellite_count, epoch.line, 30, "",
-                          std::to_string(count) + " announced, " + std::to_string(done) + " are listed");
-            return false;
         }
+        if (listed == announced) return true;
+        all_epochs_ = false;
+        findings_.add(rule_t::satellite_count, epoch.line, 30, "",
+                      std::to_string(announced) + " announced, " + std::to_string(listed) + " are listed");
+        return true;
     }
 }
 
-void observation_reader_t::read_satellites2(epoch_t& epoch)
+void observation_reader_t::read_satellites2(read_epoch_t& epoch)
 {
     const std::vector<listed_type_t>& types = header_.types_of('G').types;
-    for (std::size_t i = 0; i < static_cast<std::size_t>(epoch.announced); ++i) {
+    for (std::size_t i = 0; i < names_.size() / kIdColumns; ++i) {
         const std::string_view name = std::string_view(names_).substr(kIdColumns * i, kIdColumns);
-        satellite_t satellite{name[0] == ' ' ? header_.default_system() : name[0],
-                              two_digits(name, 1),
-                              name,
-                              lines_.number() + 1,
-                              epoch.observations.size(),
-                              types.size()};
-        epoch.observations.resize(satellite.first + satellite.count);
+        read_satellite_t satellite{name[0] == ' ' ? header_.default_system() : name[0],
+                                   two_digits(name, 1),
+                                   name,
+                                   lines_.number() + 1,
+                                   epoch.values.size(),
+                                   types.size()};
+        epoch.values.resize(satellite.first + satellite.count);
         if (!read_rows2(satellite, types, epoch, i)) return;
         epoch.satellites.push_back(satellite);
     }
 }
 
-bool observation_reader_t::read_rows2(satellite_t& satellite, const std::vector<listed_type_t>& types, epoch_t& epoch,
-                                      std::size_t n)
+bool observation_reader_t::read_rows2(read_satellite_t& satellite, const std::vector<listed_type_t>& types,
+                                      read_epoch_t& epoch, std::size_t n)
 {
     std::string_view line;
     for (std::size_t row = 0; row < rows_of(types.size(), kFieldsPerRow); ++row) {

@@ -48,7 +48,7 @@ void add_once(std::vector<rule_info_t>& all, const std::string& id, std::string_
     all.push_back({id, severity_t::error, std::string(label), text});
 }
 
-bool is_mandatory(const label_t& row)
+bool is_mandatory(const header_label_t& row)
 {
     return std::string_view(row.observation).find_first_of("mg") != std::string_view::npos ||
            std::string_view(row.navigation).find_first_of("mg") != std::string_view::npos;
@@ -63,12 +63,12 @@ std::vector<rule_info_t> make_rules()
     };
     // The version's record is what makes the file one, and the end has a rule of its own.
     const auto special = {"RINEX VERSION / TYPE", "END OF HEADER"};
-    for (const label_t& row : label_table()) {
+    for (const header_label_t& row : label_table()) {
         if (is_mandatory(row) && std::find(special.begin(), special.end(), row.label) == special.end()) {
             add_once(all, missing_id(row.label), row.label, "The record is mandatory");
         }
     }
-    for (const label_t& row : label_table()) {
+    for (const header_label_t& row : label_table()) {
         if (std::string_view(row.format) != "A60") {
             add_once(all, format_id(row.label), row.label, "Fields stand in their columns");
         }

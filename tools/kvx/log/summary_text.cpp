@@ -97,9 +97,12 @@ std::string signals_text(const std::vector<signal_count_t>& signals)
             const std::uint64_t n = count_of(s.counts);
             const auto same =
                 std::find_if(counts.begin(), counts.end(), [&](const auto& c) { return c.first == s.name(); });
-            if (n > 0 && same == counts.end()) counts.emplace_back(s.name(), n);
-            if (n > 0 && same != counts.end()) same->second += n;
             sum += n;
+            if (same != counts.end()) {
+                same->second += n;
+            } else if (n > 0) {
+                counts.emplace_back(s.name(), n);
+            }
         }
         if (sum > 0) out += "  " + what + ": " + std::to_string(sum) + " (" + named_counts(counts) + ")\n";
     };

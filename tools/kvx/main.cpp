@@ -11,7 +11,7 @@ namespace {
 using kvx::command_t;
 
 constexpr command_t (*kCommands[])(CLI::App&) = {
-    kvx::convert_command, kvx::info_command,  kvx::check_command, kvx::simulate_command,
+    kvx::convert_command, kvx::info_command,  kvx::check_command, kvx::verify_command, kvx::simulate_command,
     kvx::dump_command,    kvx::frame_command, kvx::gpio_command,  kvx::i2c_command,
 };
 

@@ -19,7 +19,7 @@ constexpr std::array<const char*, kFates> kFateTexts = {
     "left out by option",
     "outside the time span",
     "off the grid of the interval",
-    "without a name in this version",
+    "without a column in this version",
     "without a value to print",
 };
 

@@ -109,7 +109,7 @@ void observation_comparison_t::missing(const log_epoch_t& log)
 void observation_comparison_t::extra(const rinex::read_epoch_t& file, const char* why)
 {
     ++result_.epochs_extra;
-    result_.fault([&] { return files_.file().place(file.line) + ": " + epoch_text(file.time) + " " + why; });
+    result_.fault([&] { return files_.file().place(file.line) + ": " + epoch_text(file.time) + ": " + why; });
 }
 
 void observation_comparison_t::compare(const log_epoch_t& log, const rinex::read_epoch_t& file)

@@ -4,7 +4,6 @@
 #include <bit>
 #include <charconv>
 #include <cmath>
-#include <cstring>
 
 #include "common/text_format.h"
 
@@ -32,6 +31,14 @@ bool is_equal(double sent, const rinex::nav_value_t& found)
     double printed = 0.0;
     std::from_chars(text, end, printed);
     return printed == found.number;
+}
+
+bool same_digits(const log_ephemeris_t& a, const log_ephemeris_t& b)
+{
+    const auto same = [](double x, double y) {
+        return std::bit_cast<std::uint64_t>(x) == std::bit_cast<std::uint64_t>(y);
+    };
+    return a.compared == b.compared && std::equal(std::begin(a.fields), std::end(a.fields), std::begin(b.fields), same);
 }
 
 struct difference_t {
@@ -75,15 +82,13 @@ void ephemeris_comparison_t::add(const message_t& message, const log_place_t& pl
 
 void ephemeris_comparison_t::add(const log_ephemeris_t& e)
 {
-    entries_t& entries = entries_[{e.satellite, e.time}];
+    entries_t& entries = entries_[{rinex::place_of(e.satellite), e.time}];
     std::size_t set = entries.size();
     for (std::size_t i = entries.size(); i-- > 0;) {
         entry_t& known = entries[i];
         if (!known.ephemeris.same_set(e)) continue;
         set = known.set;
-        const bool same_digits = known.ephemeris.compared == e.compared &&
-                                 std::memcmp(known.ephemeris.fields, e.fields, sizeof e.fields) == 0;
-        if (same_digits) {
+        if (same_digits(known.ephemeris, e)) {
             ++entries[set].told;
             ++result_.ephemerides.repeated;
             return;
@@ -142,7 +147,8 @@ void ephemeris_comparison_t::compare(const rinex_file_t& file, const rinex::navi
         fault(0, [&] { return "ephemeris of " + rinex::ticks_text(record.time) + " " + why; });
     };
     const rinex::satellite_t satellite = rinex::satellite_of(rinex::constellation_of(record.system), record.number);
-    const auto at = satellite.valid() && record.has_time ? entries_.find({satellite, record.time}) : entries_.end();
+    const auto at = satellite.valid() && record.has_time ? entries_.find({rinex::place_of(satellite), record.time})
+                                                         : entries_.end();
     entry_t* nearest = nullptr;
     difference_t least;
     for (std::size_t i = 0; at != entries_.end() && i < at->second.size(); ++i) {

@@ -45,7 +45,7 @@ private:
     const wanted_t& wanted_;
     const log_messages_t& logs_;
     verification_t& result_;
-    std::map<std::pair<rinex::satellite_t, rinex::ticks_t>, entries_t> entries_;
+    std::map<std::pair<int, rinex::ticks_t>, entries_t> entries_;   // by place of the satellite and time
     std::size_t size_ = 0;
     std::string systems_;        // that files are there for
     bool all_systems_ = false;   // the files are of versions that know all systems

@@ -1,6 +1,7 @@
 #include "verify/compare_observations.h"
 
 #include <algorithm>
+#include <cstdlib>
 
 #include "common/text_format.h"
 
@@ -20,14 +21,6 @@ std::string value_text(std::int64_t thousandths)
 std::string epoch_text(rinex::ticks_t time)
 {
     return "epoch " + rinex::ticks_text(time);
-}
-
-// Phases without room in their columns may lack whole cycles, or be left out.
-bool is_equal(const log_record_t& record, const expected_value_t& expected, const rinex::read_value_t& found)
-{
-    if (expected.kind == rinex::kPhase && record.wide_phase)
-        return !found.present || (found.thousandths - expected.thousandths) % 1000 == 0;
-    return found.present && found.thousandths == expected.thousandths;
 }
 
 // The sign of a phase whose half cycles are not known.
@@ -77,8 +70,7 @@ void observation_comparison_t::judge_records(const log_epoch_t& log)
     fates_.clear();
     for (const log_record_t& r : log.records) {
         const bool wanted = wanted_.satellite(r.place) && wanted_.signal(r.constellation, r.signal);
-        const bool blank =
-            !r.wide_phase && std::all_of(r.thousandths.begin(), r.thousandths.end(), [](auto v) { return v == 0; });
+        const bool blank = std::all_of(r.thousandths.begin(), r.thousandths.end(), [](auto v) { return v == 0; });
         fates_.push_back(log.fate != fate_t::found                   ? log.fate
                          : !wanted                                   ? fate_t::not_asked
                          : !row_.has_name(r.constellation, r.signal) ? fate_t::no_name
@@ -178,6 +170,21 @@ void observation_comparison_t::compare_satellite(const log_epoch_t& log, std::si
         }
         fates_[index] = found[i].present || fates_[index] == fate_t::differs ? fate_t::differs : fate_t::missing;
     }
+}
+
+// A phase that has no room in its columns lacks whole cycles from then on, the same number until there is no room
+// again.
+bool observation_comparison_t::is_equal(const log_record_t& record, const expected_value_t& expected,
+                                        const rinex::read_value_t& found)
+{
+    if (expected.kind != rinex::kPhase) return found.present && found.thousandths == expected.thousandths;
+    constexpr std::int64_t kCycle = 1000;
+    std::int64_t& cycles = cycles_[static_cast<std::size_t>(record.place)][static_cast<std::size_t>(record.signal)];
+    if (!found.present) return expected.thousandths + cycles == 0;
+    const std::int64_t off = found.thousandths - expected.thousandths;
+    if (!has_room(expected.thousandths + cycles)) cycles = (off + (off < 0 ? -kCycle : kCycle) / 2) / kCycle * kCycle;
+    const std::int64_t rounding = cycles == 0 ? 0 : 1;   // of the sum
+    return std::llabs(off - cycles) <= rounding;
 }
 
 // What the layout alone tells of the satellite's records.

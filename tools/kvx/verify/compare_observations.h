@@ -28,6 +28,7 @@ private:
     void lacks_satellite(const log_epoch_t& log, std::size_t first, std::size_t n, const rinex::read_epoch_t& file);
     void finish_satellite(const log_epoch_t& log, std::size_t first, std::size_t n,
                           const rinex::read_satellite_t& satellite);
+    bool is_equal(const log_record_t& record, const expected_value_t& expected, const rinex::read_value_t& found);
     void differs(const expected_value_t& expected, const rinex::read_value_t& found,
                  const rinex::read_satellite_t& satellite, std::size_t field);
     void not_sent(const log_epoch_t& log, const rinex::read_epoch_t& file, const rinex::read_satellite_t& satellite,
@@ -46,7 +47,8 @@ private:
     std::size_t types_ = 0;                                    // that row_ is of
     std::vector<fate_t> fates_;                                // of the epoch's records
     std::array<std::int16_t, rinex::kSatellites> in_file_{};   // place in the file's epoch; -1: not there
-    std::vector<bool> seen_;                                   // of the file's satellites: the log has them
+    std::array<std::array<std::int64_t, rinex::kMostSignals>, rinex::kSatellites> cycles_{};   // added, thousandths
+    std::vector<bool> seen_;   // of the file's satellites: the log has them
 };
 
 }   // namespace kvx

@@ -75,12 +75,11 @@ bool expected_row_t::is_free(const log_record_t& record, int kind) const
 void expected_row_t::put(const log_record_t& record, std::size_t index, int kind, fate_t& fate)
 {
     const std::int64_t value = record.thousandths[static_cast<std::size_t>(kind)];
-    const bool wide = kind == rinex::kPhase && record.wide_phase;
-    if (value == 0 && !wide) return;
+    if (value == 0) return;
     const int at = field(record, kind);
     if (at >= 0) {
         row_[static_cast<std::size_t>(at)] = {value, static_cast<std::int16_t>(index), static_cast<std::int8_t>(kind)};
-    } else if (!wide) {
+    } else {
         fate = fate_t::missing;
     }
 }

@@ -19,14 +19,12 @@ constexpr double kLightSpeed = 299792458.0;
 constexpr double kRollover = 8388608.0;   // cycles, of the compressed message
 constexpr double kMostCycles = 1e15;      // phases beyond it have no thousandths
 
-// F14.3 has room for these.
-constexpr std::int64_t kMost = 9'999'999'999'999, kLeast = -999'999'999'999;
-
-// In units of the third decimal, the exact value rounded to nearest, ties to even; 0 where there is no room.
-std::int64_t thousandths_of(double value)
+// In units of the third decimal, the exact value rounded to nearest, ties to even; 0 beyond the largest size, below
+// 2^50.
+std::int64_t thousandths_of(double value, double largest)
 {
     constexpr int kMantissaBits = 52, kExponentBias = 1075;
-    if (!(std::fabs(value) < 1e10)) return 0;
+    if (!(std::fabs(value) <= largest)) return 0;
     const auto bits = std::bit_cast<std::uint64_t>(value);
     const int shift =
         kExponentBias - static_cast<int>(bits >> kMantissaBits & 0x7FF);   // the value is mantissa >> shift
@@ -36,8 +34,14 @@ std::int64_t thousandths_of(double value)
     const std::uint64_t rest = product & ((kOne << shift) - 1), half = kOne << (shift - 1);
     std::uint64_t whole = product >> shift;
     if (rest > half || (rest == half && (whole & 1) != 0)) ++whole;
-    const auto result = value < 0 ? -static_cast<std::int64_t>(whole) : static_cast<std::int64_t>(whole);
-    return result >= kLeast && result <= kMost ? result : 0;
+    return value < 0 ? -static_cast<std::int64_t>(whole) : static_cast<std::int64_t>(whole);
+}
+
+// What F14.3 has room for; others are none.
+std::int64_t printed(double value)
+{
+    const std::int64_t thousandths = thousandths_of(value, 1e10);
+    return kvx::has_room(thousandths) ? thousandths : 0;
 }
 
 // Cycles, growing with the range. The compressed message lacks multiples of the rollover, which the range tells.
@@ -46,14 +50,6 @@ double phase_of(const korvex::range_t& r, const std::string& code, int constella
     if (!compressed) return -r.adr;
     const double carrier = rinex::carrier_frequency(rinex::kConstellations[constellation].letter, code[0], r.channel);
     return std::round((r.pseudorange / (kLightSpeed / carrier) + r.adr) / kRollover) * kRollover - r.adr;
-}
-
-void put_phase(log_record_t& record, double cycles)
-{
-    std::int64_t& to = record.thousandths[rinex::kPhase];
-    to = thousandths_of(cycles);
-    record.wide_phase = to == 0 && std::fabs(cycles) >= 1.0 && std::fabs(cycles) <= kMostCycles;
-    if (record.wide_phase) to = thousandths_of(std::fmod(cycles, 1.0));
 }
 
 }   // namespace
@@ -116,12 +112,12 @@ void epoch_assembly_t::add_record(const std::uint8_t* p, bool compressed)
     record.tracking_key = static_cast<std::uint8_t>(key);
     record.compressed = compressed;
     record.parity_known = track.parity_known;
-    record.thousandths[rinex::kPseudorange] = thousandths_of(r.pseudorange);
-    record.thousandths[rinex::kDoppler] = thousandths_of(r.doppler);
-    record.thousandths[rinex::kStrength] = thousandths_of(r.cn0);
+    record.thousandths[rinex::kPseudorange] = printed(r.pseudorange);
+    record.thousandths[rinex::kDoppler] = printed(r.doppler);
+    record.thousandths[rinex::kStrength] = printed(r.cn0);
     if (track.phase_lock) {
         const std::string& code = names_.codes(constellation)[static_cast<std::size_t>(signal)];
-        put_phase(record, phase_of(r, code, constellation, compressed));
+        record.thousandths[rinex::kPhase] = thousandths_of(phase_of(r, code, constellation, compressed), kMostCycles);
     }
     keep(record);
 }

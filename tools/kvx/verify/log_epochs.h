@@ -11,15 +11,20 @@
 
 namespace kvx {
 
+/// Whether F14.3 has room for a value.
+constexpr bool has_room(std::int64_t thousandths)
+{
+    return thousandths >= -999'999'999'999 && thousandths <= 9'999'999'999'999;
+}
+
 /// One signal of one satellite, by its values as files print them.
 struct log_record_t {
-    std::array<std::int64_t, rinex::kKindCount> thousandths{};   ///< 0: none
+    std::array<std::int64_t, rinex::kKindCount> thousandths{};   ///< 0: none; a phase may be beyond its columns
     std::int16_t place = 0;                                      ///< of the satellite, see rinex/satellites.h
     std::int8_t constellation = 0, signal = 0;                   ///< see rinex/signals.h
     std::uint8_t tracking_key = 0;
     bool compressed = false;
     bool parity_known = false;
-    bool wide_phase = false;   ///< has no room in its columns, thousandths are those beyond whole cycles
 };
 
 struct log_epoch_t {

@@ -47,8 +47,8 @@ const std::vector<expected_value_t>& expected_row_t::lay_out(const std::vector<l
                                                              std::vector<fate_t>& fates, std::size_t first,
                                                              std::size_t n)
 {
-    const int constellation = records[first].constellation;
-    row_.assign(sizes_[static_cast<std::size_t>(constellation)], {});
+    const auto constellation = static_cast<unsigned char>(records[first].constellation);
+    row_.assign(sizes_[constellation], {});
     first_ = first;
     lost_band_ = 0;
     std::array<std::size_t, rinex::kMostSignals> order{};

@@ -18,7 +18,7 @@ KVX, HOST = os.environ["KVX"], os.environ["EXAMPLE"]
 # Logs that are converted at once are forked processes, which spin under qemu-user.
 forks = unittest.skipIf(os.environ.get("KVX_EMULATED"), "forked processes spin under qemu-user")
 PROJECT = pathlib.Path(__file__).parents[2]
-DONE, FAILED, DAMAGED = 0, 1, 3
+DONE, FAILED, USAGE, DAMAGED = range(4)
 
 
 def kvx(*args, **options):
@@ -169,6 +169,66 @@ class Convert(unittest.TestCase):
                 run = kvx(*command, stdout=full)
                 self.assertEqual(FAILED, run.returncode)
                 self.assertIn(b"standard output", run.stderr)
+
+
+class Verify(unittest.TestCase):
+    """What kvx convert writes is proven, and every way to spoil it is noticed at its place."""
+
+    @classmethod
+    def setUpClass(cls):
+        kept = tempfile.TemporaryDirectory()
+        cls.addClassCleanup(kept.cleanup)
+        cls.dir = pathlib.Path(kept.name)
+        cls.log, cls.other = cls.dir / "sky.log", cls.dir / "other.log"
+        for log, seed in ((cls.log, 1), (cls.other, 2)):
+            kvx("simulate", "-o", log, "--every-signal", "--range", "both", "--duration", 120, "--seed", seed)
+        for version in ("2.11", "3.04", "3.05", "4.02"):
+            assert kvx("convert", cls.log, "-o", cls.dir / version, "--rinex", version).returncode == DONE
+
+    def verify(self, log, *files_and_options):
+        run = kvx("verify", log, *files_and_options)
+        return run.returncode, run.stdout.decode().splitlines()
+
+    def test_conversions_are_proven(self):
+        for version in ("2.11", "3.04", "3.05", "4.02"):
+            code, lines = self.verify(self.log, *(self.dir / version).iterdir())
+            self.assertEqual(DONE, code, lines)
+            self.assertRegex("\n".join(lines), r"120 compared, \d{5,} (?s:.*)ephemerides: .* [1-9]\d* found")
+        for options in (("--interval", 30), ("--interval", 7, "--anchor", "first", "--systems", "GE"),
+                        ("--satellites", "G*,C1*", "--signals", "1C,C*", "--signal", "G:17=2L"),
+                        ("--start", "2024-03-10 12:00:10", "--end", "2024-03-10 12:01:00")):
+            out = self.dir / "_".join(map(str, options)).replace("*", "")
+            kvx("convert", self.log, "-o", out, *options)
+            self.assertEqual(DONE, self.verify(self.log, *out.iterdir(), *options)[0], options)
+            self.assertEqual(DAMAGED, self.verify(self.log, *out.iterdir())[0], options)   # others are missing
+            self.assertEqual(DAMAGED, self.verify(self.log, *(self.dir / "3.05").iterdir(), *options)[0], options)
+
+    def test_faults_are_named_with_their_place(self):
+        observations, = (self.dir / "3.05").glob("*_MO.rnx")
+        navigation, = (self.dir / "3.05").glob("*_MN.rnx")
+        text, orbits = (path.read_text().splitlines(True) for path in (observations, navigation))
+        first, second, third = [n for n, line in enumerate(text) if line.startswith(">") and line[31] == "0"][50:53]
+        moved = text[second][:22] + "5" + text[second][23:]
+        fewer = text[first][:32] + f"{int(text[first][32:35]) - 1:3}" + text[first][35:]
+        digit = text[first + 1][:16] + str((int(text[first + 1][16]) + 1) % 10) + text[first + 1][17:]
+        crs = next(n for n, line in enumerate(orbits) if re.match(r"G\d\d ", line)) + 1
+        number = orbits[crs][:37] + str((int(orbits[crs][37]) + 1) % 10) + orbits[crs][38:]
+        name = text[first + 3][:3]
+        for source, change, place, what in (
+                (text, {first + 1: [digit]}, first + 1, text[first + 1][:3] + " C1C: .*, the log has"),
+                (text, {first: [fewer], first + 3: []}, first, name + " is missing in epoch"),
+                (text, {third: [moved, *text[second + 1 : third + 1]]}, third, "no epoch of the log"),
+                (orbits, {crs: [number]}, crs, "column 24: .*, the log has")):
+            spoilt = self.dir / "spoilt.rnx"
+            spoilt.write_text("".join(line for n, old in enumerate(source) for line in change.get(n, [old])))
+            code, lines = self.verify(self.log, spoilt, navigation if source is text else observations)
+            self.assertEqual(DAMAGED, code, what)
+            self.assertRegex(lines[0], f"^{spoilt}:{place + 1}: .*{what}")
+        code, lines = self.verify(self.other, observations)
+        self.assertEqual(DAMAGED, code)
+        self.assertRegex(lines[20], r"^and \d+ more$")
+        self.assertEqual(FAILED, self.verify(self.log, self.dir / "no.rnx")[0])
+        self.assertEqual(USAGE, self.verify(self.log, self.other)[0])
 
 
 if __name__ == "__main__":

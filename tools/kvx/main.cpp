@@ -11,8 +11,8 @@ namespace {
 using kvx::command_t;
 
 constexpr command_t (*kCommands[])(CLI::App&) = {
-    kvx::convert_command, kvx::check_command, kvx::expand_command, kvx::info_command, kvx::simulate_command,
-    kvx::dump_command,    kvx::frame_command, kvx::gpio_command,   kvx::i2c_command,
+    kvx::convert_command,  kvx::check_command, kvx::verify_command, kvx::expand_command, kvx::info_command,
+    kvx::simulate_command, kvx::dump_command,  kvx::frame_command,  kvx::gpio_command,   kvx::i2c_command,
 };
 
 int run(int argc, char** argv)

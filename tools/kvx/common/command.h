@@ -41,6 +41,7 @@ struct command_t {
 command_t convert_command(CLI::App& program);
 command_t info_command(CLI::App& program);
 command_t check_command(CLI::App& program);
+command_t verify_command(CLI::App& program);
 command_t simulate_command(CLI::App& program);
 command_t gpio_command(CLI::App& program);
 command_t i2c_command(CLI::App& program);

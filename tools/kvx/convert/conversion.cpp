@@ -7,6 +7,7 @@
 #include "common/error.h"
 #include "common/interrupt.h"
 #include "common/progress.h"
+#include "common/text_format.h"
 #include "convert/file_names.h"
 #include "convert/navigation_output.h"
 #include "convert/observation_output.h"
@@ -17,6 +18,7 @@
 #include "log/log_reader.h"
 #include "rinex/dates.h"
 #include "rinex/ranges.h"
+#include "verify/verification.h"
 
 namespace kvx {
 
@@ -55,6 +57,7 @@ public:
         if (options_.navigation() != "none") outcome.navigation = navigation_.count();
         outcome.signals = signal_counts(options_.names, ledger_);
         outcome.files = publish();
+        outcome.verified = options_.verify;
         outcome.events = observations_.events_written();
         outcome.events_lost = observations_.events_lost();
         if (interrupted()) throw error_t(source_.name(), "interrupted", "what was read is in " + outcome.files.front());
@@ -140,6 +143,25 @@ private:
         observations_.add(epoch);
     }
 
+    // Reads the log again, and the files that have no names yet.
+    void prove(const std::vector<finished_file_t>& files)
+    {
+        const verify_options_t o{options_.systems,  options_.satellites,   options_.signals, options_.names,
+                                 options_.interval, options_.anchor_first, options_.start,   options_.end};
+        std::vector<std::string> paths;
+        for (const finished_file_t& f : files) {
+            if (!f.name.ends_with(".xyz")) paths.push_back(f.file->path());
+        }
+        const verification_t result = verify(o, {source_.name()}, paths);
+        if (result.proven()) return;
+        std::string first = result.first_faults.front();
+        for (const finished_file_t& f : files) {
+            if (first.starts_with(f.file->path())) first.replace(0, f.file->path().size(), f.name);
+        }
+        throw error_t(source_.name(), "the files do not hold what the log sent, none is kept",
+                      plural(result.faults, "fault") + ", the first: " + first);
+    }
+
     std::vector<std::string> publish()
     {
         const epoch_count_t& epochs = observations_.epochs();
@@ -154,6 +176,7 @@ private:
                                              [&](char letter) { return names.navigation(letter) + partial; }))
             files.push_back(std::move(file));
         if (positions_.exists()) files.push_back(positions_.finish(names.positions() + partial));
+        if (options_.verify && !interrupted()) prove(files);
         std::vector<std::string> paths;
         for (finished_file_t& file : files) paths.push_back(file.publish());
         return paths;

@@ -64,6 +64,7 @@ void add_output_options(CLI::App& app, convert_options_t& o)
     app.add_flag("--xyz", o.position_listing, "Also list the positions of the log, a line per fix");
     app.add_flag("--crx", o.crx, "Make observation files compact (Hatanaka compression)");
     app.add_flag("--gz", o.gz, "Compress the files with gzip");
+    app.add_flag("--verify", o.verify, "Prove that the files hold all that the log sent before they get their names");
     app.add_flag("--json", o.json, "Print the summary as JSON");
 }
 
@@ -153,6 +154,8 @@ void complete(convert_options_t& o)
         throw CLI::ValidationError("--nav", "RINEX 2.11 has no mixed navigation files");
     if (o.as_host && (!o.satellites.empty() || !o.signals.empty() || o.names_changed || o.anchor_first || !o.events))
         throw CLI::ValidationError("--as-host", "takes no --satellites, --signals, --signal, --anchor or --events");
+    if (o.verify && (o.as_host || std::find(o.logs.begin(), o.logs.end(), "-") != o.logs.end()))
+        throw CLI::ValidationError("--verify", "needs files with every signal, and a log that can be read again");
     if (o.crx && o.version() >= kFirstNotCompact)
         throw CLI::ValidationError(
             "--crx", "RINEX 4.02 belongs to CRINEX 3.1, which is not written here; use --gz alone, or --rinex 3.05");

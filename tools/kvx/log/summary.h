@@ -64,6 +64,7 @@ struct outcome_t {
     std::uint64_t left_out = 0;       ///< satellite observations that the version cannot name
     std::uint64_t out_of_order = 0;   ///< epochs not later than the one before
     std::optional<navigation_count_t> navigation;
+    bool verified = false;   ///< the files were read back and hold what the log sent
     std::vector<std::string> files;   ///< paths
 };
 

@@ -80,6 +80,7 @@ void add_outcome(ordered_json& j, const outcome_t& o)
     if (o.left_out > 0) j["observations_left_out"] = o.left_out;
     if (o.out_of_order > 0) j["epochs_out_of_order"] = o.out_of_order;
     if (o.navigation) j["navigation"] = {{"ephemerides", o.navigation->found}, {"written", o.navigation->written}};
+    if (o.verified) j["verified"] = true;
     j["files"] = o.files;
 }
 

@@ -136,6 +136,7 @@ std::string outcome_text(const outcome_t& o)
     if (o.out_of_order > 0) {
         out += "  left out: " + std::to_string(o.out_of_order) + " epoch(s) that are not later than the one before\n";
     }
+    if (o.verified) out += "  verified: the files hold what the log sent\n";
     for (const std::string& file : o.files) out += "  wrote " + file + "\n";
     return out;
 }

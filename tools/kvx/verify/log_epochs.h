@@ -1,0 +1,95 @@
+/// @file log_epochs.h  What range messages sent, epoch by epoch.
+#ifndef KVX_VERIFY_LOG_EPOCHS_H
+#define KVX_VERIFY_LOG_EPOCHS_H
+
+#include <deque>
+#include <functional>
+
+#include "verify/log_messages.h"
+#include "verify/verification.h"
+#include "verify/wanted.h"
+
+namespace kvx {
+
+/// Whether F14.3 has room for a value.
+constexpr bool has_room(std::int64_t thousandths)
+{
+    return thousandths >= -999'999'999'999 && thousandths <= 9'999'999'999'999;
+}
+
+/// One signal of one satellite, by its values as files print them.
+struct log_record_t {
+    std::array<std::int64_t, rinex::kKindCount> thousandths{};   ///< 0: none; a phase may be beyond its columns
+    std::int16_t place = 0;                                      ///< of the satellite, see rinex/satellites.h
+    std::int16_t constellation = 0, signal = 0;                  ///< see rinex/signals.h
+    std::uint8_t tracking_key = 0;
+    bool compressed = false;
+    bool parity_known = false;
+};
+
+struct log_epoch_t {
+    std::int64_t time = 0;   ///< ms since the beginning of GPS time
+    log_place_t place;
+    fate_t fate = fate_t::found;         ///< of all its records: outside, off_grid; found: to be compared
+    std::vector<log_record_t> records;   ///< each signal of a satellite once, in order
+};
+
+/// Takes range messages and gives epochs. Those up to a millisecond apart are one epoch, with the time of its full
+/// message; of a signal told twice the full message's record counts, else the first.
+class epoch_assembly_t {
+public:
+    /// @param names, result  must outlive it; records that stand in no epoch are counted
+    epoch_assembly_t(const rinex::signals_t& names, verification_t& result);
+
+    /// Takes a message.
+    /// @param done  becomes the epoch before it when it begins another one
+    /// @return whether it did
+    bool add(const message_t& message, const log_place_t& place, log_epoch_t& done);
+
+    /// Gives the epoch in hand.
+    /// @return false when there is none
+    bool finish(log_epoch_t& done);
+
+private:
+    void add_record(const std::uint8_t* record, bool compressed);
+    void keep(const log_record_t& record);
+
+    const rinex::signals_t& names_;
+    verification_t& result_;
+    log_epoch_t epoch_;
+    bool pending_ = false, has_full_ = false;
+    std::array<std::array<std::int16_t, rinex::kMostSignals>, rinex::kSatellites> slots_;   // place in records; -1
+};
+
+/// Epochs of logs in order of time, judged by the options.
+class log_epochs_t {
+public:
+    /// Takes the messages that are no ranges.
+    using other_t = std::function<void(const message_t& message, const log_place_t& place)>;
+
+    /// All must outlive it.
+    log_epochs_t(log_messages_t& messages, const verify_options_t& options, const wanted_t& wanted,
+                 verification_t& result, other_t other);
+
+    /// The next epoch; the one before is overwritten.
+    bool next(log_epoch_t& epoch);
+
+private:
+    bool assemble(log_epoch_t& epoch);
+    bool read_ahead();
+
+    log_messages_t& messages_;
+    const wanted_t& wanted_;
+    verification_t& result_;
+    other_t other_;
+    epoch_assembly_t assembly_;
+    grid_t grid_;
+    std::deque<log_epoch_t> ahead_;   // the next one and the one behind it
+    log_epoch_t spare_;
+    std::int64_t last_ = -1, before_ = -1;   // ms: read last; given last
+    bool over_ = false;
+};
+
+}   // namespace kvx
+
+#endif

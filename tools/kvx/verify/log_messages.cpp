@@ -1,0 +1,80 @@
+#include "verify/log_messages.h"
+
+#include <algorithm>
+#include <limits>
+
+#include "common/error.h"
+#include "common/interrupt.h"
+#include "gnss/log/frame.h"
+
+namespace kvx {
+
+namespace {
+
+constexpr std::int64_t kWeekMs = 604800000;
+
+// A log without ranges stands behind the others.
+std::int64_t first_range(const std::string& log)
+{
+    log_messages_t messages({log});
+    for (message_t message{}; messages.next(message);) {
+        if (message.is_range()) return message.sent;
+    }
+    return std::numeric_limits<std::int64_t>::max();
+}
+
+}   // namespace
+
+log_messages_t::log_messages_t(std::vector<std::string> logs)
+    : logs_(std::move(logs)), frame_(std::make_unique<raw_t>())
+{
+    if (logs_.size() > 1) {
+        std::vector<std::pair<std::int64_t, std::string>> order;
+        for (std::string& log : logs_) order.emplace_back(first_range(log), log);
+        std::sort(order.begin(), order.end());
+        for (std::size_t i = 0; i < order.size(); ++i) logs_[i] = order[i].second;
+    }
+    open(0);
+}
+
+void log_messages_t::open(std::size_t log)
+{
+    log_ = log;
+    Initial_raw(frame_.get(), 0);
+    source_ = std::make_unique<input_file_t>(logs_[log]);
+    reader_ = std::make_unique<log_reader_t>(*source_, *frame_, false);
+    progress_ = std::make_unique<progress_t>(source_->name(), source_->size_on_disk());
+}
+
+void log_messages_t::close()
+{
+    if (interrupted()) throw error_t(source_->name(), "interrupted", "at byte " + std::to_string(reader_->bytes()));
+    damaged_ = damaged_ || reader_->losses().any() || !source_->damage().empty();
+    progress_.reset();
+}
+
+bool log_messages_t::next(message_t& message)
+{
+    for (frame_t frame{};;) {
+        if (!reader_->next(frame)) {
+            if (progress_) close();
+            if (log_ + 1 == logs_.size()) return false;
+            open(log_ + 1);
+            continue;
+        }
+        progress_->at(source_->size_on_disk() > 0 ? source_->position_on_disk() : reader_->bytes());
+        if (!frame.checksum_ok) continue;
+        const korvex::header_t header = korvex::read_header(frame_->buff);
+        const bool timed = header.time_status != korvex::kTimeUnknown && header.week != korvex::kWeekUnknown;
+        message = {frame.id, header.week * kWeekMs + header.ms, frame_->buff + korvex::kHeaderSize, header.body_size};
+        // The boards send ranges of week 0 before they know the time.
+        if (timed && header.format == korvex::kBinary && !(header.week == 0 && message.is_range())) return true;
+    }
+}
+
+std::string log_messages_t::text(const log_place_t& place) const
+{
+    return logs_[place.log] + ": byte " + std::to_string(place.byte);
+}
+
+}   // namespace kvx

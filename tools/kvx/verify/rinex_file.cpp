@@ -1,0 +1,64 @@
+#include "verify/rinex_file.h"
+
+#include "common/error.h"
+#include "common/interrupt.h"
+#include "rinex/line_error.h"
+
+namespace kvx {
+
+file_kind_t kind_of_file(const std::string& path)
+{
+    input_file_t source(path);
+    std::string start(160, '\0');
+    start.resize(source.read(reinterpret_cast<std::uint8_t*>(start.data()), start.size()));
+    const std::string line = start.substr(0, start.find('\n'));
+    if (line.find("CRINEX VERS   / TYPE") != std::string::npos) return file_kind_t::crinex;
+    return rinex::is_version_line(line) ? file_kind_t::rinex : file_kind_t::log;
+}
+
+bool expanded_lines_t::next(std::string_view& line)
+{
+    try {
+        return expander_.next(line);
+    } catch (const rinex::line_error_t& e) {
+        damage_ = "line " + std::to_string(e.line()) + " of the compact text: " + e.what();
+        return false;
+    }
+}
+
+rinex_file_t::rinex_file_t(const std::string& path, verification_t* result)
+    : path_(path),
+      result_(result),
+      source_(path),
+      bytes_([this](char* to, std::size_t n) { return source_.read(reinterpret_cast<std::uint8_t*>(to), n); }),
+      expanded_(bytes_),
+      lines_(kind_of_file(path) == file_kind_t::crinex ? static_cast<rinex::line_source_t&>(expanded_) : bytes_),
+      findings_([this](const rinex::finding_t& finding) { receive(finding); }, ~std::uint64_t{0})
+{
+    if (!rinex::read_header(lines_, findings_, header_))
+        throw error_t(path, "is no RINEX file", "no RINEX VERSION / TYPE in the first line");
+    if (!header_.is_observation() && !header_.is_navigation())
+        throw error_t(path, "is neither an observation nor a navigation file",
+                      "file type " + std::string(1, header_.type));
+}
+
+void rinex_file_t::receive(const rinex::finding_t& finding)
+{
+    const auto& rule = rinex::rules()[static_cast<std::size_t>(finding.rule)];
+    if (result_ == nullptr || rule.severity != rinex::severity_t::error) return;
+    result_->fault([&] {
+        const std::string& subject = finding.subject.empty() ? rule.concerns : finding.subject;
+        return place(finding.line) + ": " + subject + ": " + finding.text;
+    });
+}
+
+void rinex_file_t::finish()
+{
+    if (interrupted()) throw error_t(path_, "interrupted", "at line " + std::to_string(lines_.number()));
+    if (!expanded_.damage().empty() && result_ != nullptr)
+        result_->fault([this] { return path_ + ": " + expanded_.damage(); });
+    if (!source_.damage().empty() && result_ != nullptr)
+        result_->fault([this] { return place(lines_.number()) + ": " + source_.damage(); });
+}
+
+}   // namespace kvx

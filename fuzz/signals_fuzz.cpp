@@ -87,7 +87,7 @@ private:
 bool is_fault(const rinex::finding_t& f)
 {
     const std::string_view id = rinex::rules()[static_cast<std::size_t>(f.rule)].id;
-    return id != "glonass-slot" && id.find("interval") == id.npos;
+    return id != "glonass-slot-missing" && id.find("interval") == id.npos;
 }
 
 void check(std::string file)

@@ -84,6 +84,10 @@ convert every -o packs --rinex 2 --crx --name p --nav none
 expand packs/p_MO.crx.gz packs/p.24d packs/p_MN.rnx.gz
 expand packs/p_MO.crx.gz
 check packs/p_MO.crx.gz packs/p.24o packs/p_MN.rnx
+convert every -o packs --verify --name v --crx
+verify every packs/v_MO.crx packs/v_MN.rnx
+verify log packs/v_MO.crx
+convert - --verify
 convert every --rinex 4 --crx
 convert every -o part --satellites 'G0*,C60,S48' --signals '1C,G2*' --signal G:17=2L --signal C:20=1X --events none
 convert every -o thin --interval 60 --nav none --name grid

@@ -340,7 +340,9 @@ TEST(LogDigest, ReadersReturnTheMessageAsSent)
     for (int sys = 1; sys <= SYS_SBS; sys *= 2) {
         for (int type = 0; type < 32; ++type) {
             const signal_t* s = find_signal(sys, type);
-            signals.text(s == nullptr ? "" : std::string(s->name) + (s->rinex == nullptr ? "" : s->rinex) + std::to_string(s->slot));
+            signals.text(s == nullptr
+                             ? ""
+                             : std::string(s->name) + (s->rinex == nullptr ? "" : s->rinex) + std::to_string(s->slot));
         }
     }
     expect_digest("signal_names", signals);

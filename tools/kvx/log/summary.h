@@ -61,10 +61,10 @@ struct outcome_t {
     std::vector<signal_count_t> signals;
     std::map<std::pair<std::string, std::string>, std::uint64_t> beyond_record;   ///< by signal and satellite
     std::uint64_t events = 0, events_lost = 0;   ///< between the epochs; lost: too many of them
-    std::uint64_t left_out = 0;       ///< satellite observations that the version cannot name
-    std::uint64_t out_of_order = 0;   ///< epochs not later than the one before
+    std::uint64_t left_out = 0;                  ///< satellite observations that the version cannot name
+    std::uint64_t out_of_order = 0;              ///< epochs not later than the one before
     std::optional<navigation_count_t> navigation;
-    bool verified = false;   ///< the files were read back and hold what the log sent
+    bool verified = false;            ///< the files were read back and hold what the log sent
     std::vector<std::string> files;   ///< paths
 };
 

@@ -176,8 +176,7 @@ std::string nav_header(int version, const nav_header_t& h)
     const bool rinex2 = version < 300;
     std::string text = rinex2 ? kind_line2(version, h.system[0]) : version_line(version, "N: GNSS NAV DATA", h.system);
     text += program_line(h.program, h.run_by, h.date);
-    const bool has_gps = h.system == "M" || h.system == "G";
-    if (h.ion_utc && has_gps && version < kFirstWithFrames)
+    if (h.ion_utc && version < kFirstWithFrames)
         text += rinex2 ? ion_utc_lines2(*h.ion_utc) : ion_utc_lines3(*h.ion_utc);
     if (h.leap_seconds) {
         text_buffer_t<16> leaps;

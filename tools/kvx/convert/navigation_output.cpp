@@ -82,7 +82,7 @@ decode_result_t navigation_output_t::take_ion_utc(std::int64_t sent, const std::
     const bool changed = !ion_utc_ || !(*ion_utc_ == *record);
     if (changed) ion_utc_ = record;
     constexpr int kFirstWithRecords = 400;
-    if (changed && wanted_ && version_ >= kFirstWithRecords && options_.wants(SYS_GPS)) {
+    if (changed && wanted_ && version_ >= kFirstWithRecords && (mixed_ || options_.wants(SYS_GPS))) {
         // In front of the satellites of its time.
         spool(rinex::ion_utc_text(*record), {record->sent, {rinex::kGps, 0}, rinex::nav_message_t::lnav, 0, 0});
     }
@@ -114,8 +114,9 @@ finished_file_t navigation_output_t::write(char letter, const rinex::station_t& 
         }))
         system = entries_[0].satellite.letter();
     auto file = std::make_unique<output_file_t>(options_.folder);
+    const auto ion_utc = letter == 'M' || letter == 'G' ? ion_utc_ : std::nullopt;   // of use to all, told by GPS
     const std::string header =
-        rinex::nav_header(version_, {station.program, station.run_by, station.date, system, ion_utc_, leap_seconds_});
+        rinex::nav_header(version_, {station.program, station.run_by, station.date, system, ion_utc, leap_seconds_});
     std::fwrite(header.data(), 1, header.size(), file->stream());
     std::string text;
     for (const entry_t& entry : entries_) {

@@ -122,7 +122,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     while (!input.empty()) {
         const int id = kIds[take<std::uint8_t>(input) % std::size(kIds)];
         time += take<std::int16_t>(input);
-        const auto body = input.first(std::min<std::size_t>(take<std::uint8_t>(input), input.size()));
+        const std::size_t announced = take<std::uint8_t>(input);
+        const auto body = input.first(std::min(announced, input.size()));
         input = input.subspan(body.size());
         const std::vector<std::uint8_t> own(body.begin(), body.end());
         const int n = static_cast<int>(own.size());

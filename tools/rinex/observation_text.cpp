@@ -16,10 +16,10 @@ constexpr std::size_t kMostColumns = kMostSignals * kKindCount * kConstellationC
 constexpr std::size_t kLongestRow = kMostSignals * kKindCount * (kFieldWidth + 1) + 8;
 constexpr std::int8_t kNoSignal = -1;
 
+// A phase too large for its columns loses whole cycles; other values do not fit.
 bool printable(const observation_t& o)
 {
-    return std::any_of(std::begin(o.value), std::end(o.value),
-                       [](double v) { return std::fabs(v) >= 1.0 || fits_columns(v); });
+    return std::any_of(std::begin(o.value), std::end(o.value), fits_columns) || std::fabs(o.value[kPhase]) >= 1.0;
 }
 
 }   // namespace

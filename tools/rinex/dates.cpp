@@ -14,7 +14,7 @@ constexpr sys_days kGpsBegin{std::chrono::year(1980) / 1 / 6};
 
 }   // namespace
 
-calendar_t calendar_of(std::int64_t ticks)
+calendar_t calendar_of(ticks_t ticks)
 {
     const std::int64_t day = ticks >= 0 ? ticks / kTicksPerDay : -((kTicksPerDay - 1 - ticks) / kTicksPerDay);
     const sys_days date = kGpsBegin + days(day);
@@ -33,13 +33,7 @@ calendar_t calendar_of(std::int64_t ticks)
     return c;
 }
 
-std::int64_t ticks_of(int year, int month, int day, int hour, int minute, int second)
-{
-    const sys_days date(std::chrono::year(year) / month / day);
-    return (((date - kGpsBegin).count() * 24 + hour) * 60 + minute) * 60 * kTicksPerSecond + second * kTicksPerSecond;
-}
-
-std::int64_t ticks_of_seconds(double seconds)
+ticks_t ticks_of_seconds(double seconds)
 {
     const double whole = std::floor(seconds);
     return static_cast<std::int64_t>(whole) * kTicksPerSecond +

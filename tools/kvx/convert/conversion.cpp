@@ -178,6 +178,7 @@ private:
         if (positions_.exists()) files.push_back(positions_.finish(names.positions() + partial));
         if (options_.verify && !interrupted()) prove(files);
         std::vector<std::string> paths;
+        paths.reserve(files.size());
         for (finished_file_t& file : files) paths.push_back(file.publish());
         return paths;
     }

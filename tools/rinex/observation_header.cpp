@@ -71,7 +71,8 @@ std::string phase_shift_lines(const columns_t& columns)
         const std::string letter(1, kConstellations[c].letter);
         const std::vector<std::string> names = columns.names(c);
         for (const std::string& name : names) {
-            if (name[0] == 'L') lines += header_line(letter + " " + name, "SYS / PHASE SHIFT");
+            if (name[0] == 'L')
+                lines += header_line(std::string{kConstellations[c].letter, ' '} + name, "SYS / PHASE SHIFT");
         }
         if (!names.empty()) without_phase += header_line(letter, "SYS / PHASE SHIFT");
     }

@@ -71,10 +71,10 @@ double transmission_time(double tow, double toe)
 }
 
 // Epoch, clock and the four lines that all Keplerian records share.
-nav_record_t kepler_record(satellite_t satellite, nav_message_t message, std::int64_t week, const korvex::orbit_t& o,
-                           double toc, double issue, double sqrt_A)
+ephemeris_record_t kepler_record(satellite_t satellite, nav_message_t message, std::int64_t week,
+                                 const korvex::orbit_t& o, double toc, double issue, double sqrt_A)
 {
-    nav_record_t r;
+    ephemeris_record_t r;
     r.satellite = satellite;
     r.message = message;
     r.reference = week * kWeekSeconds + std::llround(o.toe);
@@ -88,7 +88,7 @@ nav_record_t kepler_record(satellite_t satellite, nav_message_t message, std::in
     return r;
 }
 
-using take_t = std::function<void(const nav_record_t&)>;
+using take_t = std::function<void(const ephemeris_record_t&)>;
 
 bool usable(satellite_t satellite, std::int64_t week, double toe, double toc)
 {
@@ -98,7 +98,8 @@ bool usable(satellite_t satellite, std::int64_t week, double toe, double toc)
 void take_lnav(satellite_t satellite, const korvex::kepler_t& k, double fit, const take_t& take)
 {
     if (!usable(satellite, k.week, k.orbit.toe, k.toc)) return;
-    nav_record_t r = kepler_record(satellite, nav_message_t::lnav, k.week, k.orbit, k.toc, k.iode, std::sqrt(k.A));
+    ephemeris_record_t r =
+        kepler_record(satellite, nav_message_t::lnav, k.week, k.orbit, k.toc, k.iode, std::sqrt(k.A));
     r.health = k.health;
     r.clock = {k.af0, k.af1, k.af2};
     r.orbit[4] = {k.orbit.idot, kBlank, double(k.week), kBlank};
@@ -127,7 +128,7 @@ void take_subframes(std::int64_t /*sent*/, const std::uint8_t* body, const take_
     const std::int64_t week = korvex::full_week(s.ten_bit_week, s.reference_week);
     const satellite_t satellite = satellite_of(kGps, s.prn);
     if (!usable(satellite, week, s.orbit.toe, s.toc)) return;
-    nav_record_t r = kepler_record(satellite, nav_message_t::lnav, week, s.orbit, s.toc, s.iode, s.sqrt_A);
+    ephemeris_record_t r = kepler_record(satellite, nav_message_t::lnav, week, s.orbit, s.toc, s.iode, s.sqrt_A);
     r.health = static_cast<std::uint32_t>(s.health);
     r.clock = {s.af0, s.af1, s.af2};
     r.orbit[4] = {s.orbit.idot, double(s.codes_on_l2), double(week), double(s.l2p_flag)};
@@ -144,8 +145,8 @@ void take_beidou(korvex::kepler_t k, double sqrt_A, double sigma, std::int64_t g
     const satellite_t satellite = satellite_of(kBeidou, k.prn);
     if (!usable(satellite, gps_week - kBdsWeekOffset, k.orbit.toe, k.toc)) return;
     const bool geostationary = satellite.number <= 5 || satellite.number >= 59;
-    nav_record_t r = kepler_record(satellite, geostationary ? nav_message_t::d2 : nav_message_t::d1, gps_week, k.orbit,
-                                   k.toc, k.iode, sqrt_A);
+    ephemeris_record_t r = kepler_record(satellite, geostationary ? nav_message_t::d2 : nav_message_t::d1, gps_week,
+                                         k.orbit, k.toc, k.iode, sqrt_A);
     r.health = k.health;
     r.clock = {k.af0, k.af1, k.af2};
     r.orbit[4] = {k.orbit.idot, kBlank, double(gps_week - kBdsWeekOffset), kBlank};
@@ -182,8 +183,8 @@ void take_galileo(std::int64_t sent, const korvex::galileo_t& g, bool fnav, cons
     const satellite_t satellite = satellite_of(kGalileo, g.prn);
     if (!usable(satellite, 0, g.orbit.toe, clock.toc)) return;
     const std::int64_t week = nearest(std::llround(g.orbit.toe), sent / 1000, kWeekSeconds) / kWeekSeconds;
-    nav_record_t r = kepler_record(satellite, fnav ? nav_message_t::fnav : nav_message_t::inav, week, g.orbit,
-                                   clock.toc, g.iodnav, g.sqrt_A);
+    ephemeris_record_t r = kepler_record(satellite, fnav ? nav_message_t::fnav : nav_message_t::inav, week, g.orbit,
+                                         clock.toc, g.iodnav, g.sqrt_A);
     r.health = static_cast<std::uint32_t>(galileo_health(g));
     r.clock = {clock.af0, clock.af1, clock.af2};
     r.orbit[4] = {g.orbit.idot, fnav ? kFnavSource : kInavSource, double(week), kBlank};
@@ -205,7 +206,7 @@ void take_galileo_inav(std::int64_t sent, const std::uint8_t* body, const take_t
 }
 
 // Position, velocity and acceleration along each axis in kilometres, and a fourth field.
-void put_state(nav_record_t& r, const double (&pos)[3], const double (&vel)[3], const double (&acc)[3],
+void put_state(ephemeris_record_t& r, const double (&pos)[3], const double (&vel)[3], const double (&acc)[3],
                std::array<double, 3> fourth)
 {
     for (std::size_t i = 0; i < 3; ++i) r.orbit[i] = {pos[i] / 1000.0, vel[i] / 1000.0, acc[i] / 1000.0, fourth[i]};
@@ -214,7 +215,7 @@ void put_state(nav_record_t& r, const double (&pos)[3], const double (&vel)[3], 
 void take_glonass(std::int64_t /*sent*/, const std::uint8_t* body, const take_t& take)
 {
     const korvex::glonass_t g = korvex::read_glonass_ephemeris(body);
-    nav_record_t r;
+    ephemeris_record_t r;
     r.satellite = satellite_of_prn(kGlonass, g.prn);
     if (!r.satellite.valid() || g.week > kLastWeek || g.time_offset > kMostTimeOffset) return;
     if (!is_second_of_week(g.ms / 1000.0)) return;
@@ -240,7 +241,7 @@ void take_sbas(std::int64_t sent, const std::uint8_t* body, const take_t& take)
     constexpr double kNothingTold = 31, kNothingToldNoAccuracy = 63;   // no message of type 17 behind it
     const korvex::sbas_t s = korvex::read_sbas_ephemeris(body);
     const std::int64_t time_of_day = std::int64_t{16} * s.t0;
-    nav_record_t r;
+    ephemeris_record_t r;
     r.satellite = satellite_of(kSbas, s.index + kConstellations[kSbas].first - 1);
     if (s.index < 1 || !r.satellite.valid() || time_of_day >= kDaySeconds) return;
     const bool known = s.ura < kNoAccuracy;
@@ -262,7 +263,7 @@ bool fits(double value)   // into a field; nothing that is no number does
 }
 
 // Whether the clock and the lines of the orbit that have no room for blanks are whole.
-bool is_whole(const nav_record_t& r)
+bool is_whole(const ephemeris_record_t& r)
 {
     const auto line_fits = [](const auto& line) { return std::all_of(line.begin(), line.end(), fits); };
     const int full_lines = r.lines > 4 ? 4 : 3;   // Keplerian elements; a state
@@ -296,7 +297,7 @@ nav_result_t read_ephemerides(int id, std::int64_t sent, const std::uint8_t* bod
     for (const reader_t& reader : kReaders) {
         if (reader.id != id) continue;
         bool taken = false;
-        const auto take_whole = [&](const nav_record_t& r) {
+        const auto take_whole = [&](const ephemeris_record_t& r) {
             if (!is_whole(r) || !is_date(r.reference)) return;
             taken = true;
             take(r);

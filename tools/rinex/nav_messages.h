@@ -18,7 +18,7 @@ enum class nav_result_t { no_ephemeris, taken, refused };
 /// @param sent  time of its header (ms since the beginning of GPS time)
 /// @param size  bytes of the body
 nav_result_t read_ephemerides(int id, std::int64_t sent, const std::uint8_t* body, int size,
-                              const std::function<void(const nav_record_t&)>& take);
+                              const std::function<void(const ephemeris_record_t&)>& take);
 
 /// Message 8; nothing when it is too short or holds what cannot be.
 std::optional<ion_utc_record_t> read_ion_utc_record(std::int64_t sent, const std::uint8_t* body, int size);

@@ -21,7 +21,7 @@ inline constexpr double kBlank = std::numeric_limits<double>::quiet_NaN();
 inline constexpr double kLargestNumber = 9.9e99;
 
 /// One ephemeris: an epoch with three numbers and the lines of four numbers behind it, in the units of the files.
-struct nav_record_t {
+struct ephemeris_record_t {
     satellite_t satellite;
     nav_message_t message{};
     std::int64_t epoch =

@@ -52,7 +52,7 @@ void put_date(text_t& out, std::int64_t seconds)
     for (const int part : {c.month, c.day, c.hour, c.minute, c.second}) out.put(' ').integer(part, 2, '0');
 }
 
-void put_epoch2(text_t& out, const nav_record_t& r)
+void put_epoch2(text_t& out, const ephemeris_record_t& r)
 {
     const calendar_t c = calendar_of(r.epoch * kTicksPerSecond);
     out.integer(r.satellite.number, 2).put(' ').integer(c.year % 100, 2, '0');
@@ -112,7 +112,7 @@ std::string kind_line2(int version, char letter)
 
 }   // namespace
 
-std::string nav_text(int version, const nav_record_t& r)
+std::string nav_text(int version, const ephemeris_record_t& r)
 {
     const bool rinex2 = version < 300;
     std::string text;

@@ -11,7 +11,7 @@ namespace rinex {
 
 /// One record; in RINEX 4 with its frame line.
 /// @param version  times 100
-std::string nav_text(int version, const nav_record_t& record);
+std::string nav_text(int version, const ephemeris_record_t& record);
 
 /// Ionosphere and UTC as records of RINEX 4.
 std::string ion_utc_text(const ion_utc_record_t& record);

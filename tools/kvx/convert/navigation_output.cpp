@@ -42,7 +42,7 @@ bool navigation_output_t::has_file(int constellation) const
     return version_ >= 300 || !options_.nav.empty() || constellation == rinex::kGps || constellation == rinex::kGlonass;
 }
 
-bool navigation_output_t::is_repetition(const rinex::nav_record_t& r)
+bool navigation_output_t::is_repetition(const rinex::ephemeris_record_t& r)
 {
     auto& known = known_[static_cast<std::size_t>(rinex::place_of(r.satellite))];
     const key_t key{r.message, r.reference, r.issue, r.health};
@@ -63,7 +63,7 @@ void navigation_output_t::spool(const std::string& text, entry_t entry)
 }
 
 // Whether it was not there before.
-bool navigation_output_t::add(const rinex::nav_record_t& r)
+bool navigation_output_t::add(const rinex::ephemeris_record_t& r)
 {
     const bool repetition = is_repetition(r);
     count_.found += !repetition;
@@ -94,7 +94,7 @@ decode_result_t navigation_output_t::take(int id, std::int64_t sent, const std::
     if (id == MSG_ION_UTC) return take_ion_utc(sent, body, size);
     bool is_new = false;
     const auto result =
-        rinex::read_ephemerides(id, sent, body, size, [&](const rinex::nav_record_t& r) { is_new |= add(r); });
+        rinex::read_ephemerides(id, sent, body, size, [&](const rinex::ephemeris_record_t& r) { is_new |= add(r); });
     if (result == rinex::nav_result_t::no_ephemeris) return DECODE_NOTHING;
     if (result == rinex::nav_result_t::refused) return DECODE_REFUSED;
     if (id == MSG_GLONASS_EPHEMERIS && !leap_seconds_) {

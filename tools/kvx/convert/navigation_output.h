@@ -62,9 +62,9 @@ private:
 
         auto order() const { return std::tuple(time, satellite, message, at); }
     };
-    bool add(const rinex::nav_record_t& record);
+    bool add(const rinex::ephemeris_record_t& record);
     decode_result_t take_ion_utc(std::int64_t sent, const std::uint8_t* body, int size);
-    bool is_repetition(const rinex::nav_record_t& record);
+    bool is_repetition(const rinex::ephemeris_record_t& record);
     bool has_file(int constellation) const;
     void spool(const std::string& text, entry_t entry);
     finished_file_t write(char letter, const rinex::station_t& station, const std::string& name);

@@ -12,10 +12,11 @@ namespace rinex {
 
 /// One signal of one satellite.
 struct observation_t {
-    double value[kKindCount];    // pseudorange (m), phase (cycles), Doppler (Hz), C/N0 (dB-Hz); 0: none
-    double lock_time;            // s
-    std::uint8_t tracking_key;   // system and type as sent
-    std::uint8_t digits;         // of the loss-of-lock indicator of the phase
+    double value[kKindCount];      // pseudorange (m), phase (cycles), Doppler (Hz), C/N0 (dB-Hz); 0: none
+    double lock_time;              // s
+    std::uint8_t tracking_key;     // system and type as sent
+    std::uint8_t digits;           // of the loss-of-lock indicator of the phase
+    std::uint8_t beyond_columns;   // values that are no numbers or so large that no file has room for them
     bool parity_known : 1;
     bool lock_time_full : 1;   // the message's field holds no more: it tells nothing
     bool compressed : 1;       // came in the compressed message
@@ -54,6 +55,7 @@ private:
 /// Times are milliseconds since the beginning of GPS time, as the messages tell them.
 struct epoch_t {
     std::int64_t time = 0;
+    std::uint64_t offset = 0;   // of its first message in the log (bytes)
     places_t satellites;
     std::array<std::uint16_t, kSatellites> signals{};   // bits of those that were observed
     std::array<std::array<observation_t, kMostSignals>, kSatellites> observations;

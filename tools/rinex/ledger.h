@@ -51,10 +51,12 @@ class ledger_t {
 public:
     void add(std::uint8_t tracking_key, fate_t fate) { ++rows_[tracking_key].fates[static_cast<std::size_t>(fate)]; }
     void add_lost_phase(std::uint8_t tracking_key) { ++rows_[tracking_key].lost_phases; }
+    void add_blanks(std::uint8_t tracking_key, unsigned n) { rows_[tracking_key].blanks += n; }
 
     struct row_t {
         std::array<std::uint64_t, kFates> fates{};
         std::uint64_t lost_phases = 0;   // of observations written, in a version with one phase a band
+        std::uint64_t blanks = 0;        // values that have no room in their columns
 
         std::uint64_t records() const { return std::accumulate(fates.begin(), fates.end(), std::uint64_t{0}); }
         std::uint64_t written() const { return fates[0]; }

@@ -2,9 +2,11 @@
 #ifndef RINEX_NAV_RECORD_H
 #define RINEX_NAV_RECORD_H
 
+#include <algorithm>
 #include <array>
+#include <bit>
+#include <cmath>
 #include <cstdint>
-#include <limits>
 
 #include "rinex/satellites.h"
 
@@ -14,8 +16,8 @@ namespace rinex {
 enum class nav_message_t : std::uint8_t { lnav, inav, fnav, d1, d2, fdma, sbas };
 inline constexpr const char* kNavMessageNames[] = {"LNAV", "INAV", "FNAV", "D1", "D2", "FDMA", "SBAS"};
 
-/// A field that nobody has told.
-inline constexpr double kBlank = std::numeric_limits<double>::quiet_NaN();
+/// A field that nobody has told: a NaN of its own, which no arithmetic makes.
+inline constexpr double kBlank = std::bit_cast<double>(std::uint64_t{0x7FF8000000626C6B});
 
 /// The largest size of a number whose exponent has two digits; what is beyond fits no field.
 inline constexpr double kLargestNumber = 9.9e99;
@@ -33,6 +35,20 @@ struct ephemeris_record_t {
     std::array<std::array<double, 4>, 7> orbit{};
     int lines = 0;   // of the orbit
 };
+
+/// Numbers of a record that were told and have no room in their columns: they are blank.
+inline unsigned numbers_without_room(const ephemeris_record_t& r)
+{
+    const auto count = [](const auto& numbers) {
+        return std::count_if(numbers.begin(), numbers.end(), [](double x) {
+            return !(std::fabs(x) <= kLargestNumber) &&
+                   std::bit_cast<std::uint64_t>(x) != std::bit_cast<std::uint64_t>(kBlank);
+        });
+    };
+    auto n = count(r.clock);
+    for (const auto& line : r.orbit) n += count(line);
+    return static_cast<unsigned>(n);
+}
 
 inline constexpr int kMostLeapSeconds = 99;   ///< GPS - UTC that can be
 

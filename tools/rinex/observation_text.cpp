@@ -40,6 +40,7 @@ void observation_text_t::drop_unprintable(epoch_t& epoch)
     epoch.each([&](int place, int signal) {
         const observation_t& o = epoch.at(place, signal);
         const bool named = columns_.of(satellite_at(place).constellation, signal)[kPseudorange] >= 0;
+        ledger_.add_blanks(o.tracking_key, o.beyond_columns);
         if (named && printable(o)) return;
         ledger_.add(o.tracking_key, named ? fate_t::no_value : fate_t::no_name);
         epoch.drop(place, signal);

@@ -7,6 +7,7 @@
 #include "gnss/foundation/wire.h"
 #include "gnss/log/range.h"
 #include "gnss/log/signals.h"
+#include "rinex/fields.h"
 
 namespace rinex {
 
@@ -16,10 +17,14 @@ constexpr std::int64_t kSameEpoch = 1;              // ms, between the two messa
 constexpr double kFullLockTime = 0x1FFFFF / 32.0;   // s; the compressed message counts no further
 constexpr double kMostCycles = 1e15;                // phases beyond it have no fraction to speak of
 
-// Zero means none, and so does what is no number.
-double told(double value)
+// Zero means none.
+void tell(observation_t& o, kind_t kind, double value, bool has_room)
 {
-    return std::isfinite(value) ? value : 0.0;
+    if (has_room) {
+        o.value[kind] = value;
+    } else {
+        ++o.beyond_columns;
+    }
 }
 
 // Channels are sent as numbers from 0; other values than these name none.
@@ -47,21 +52,23 @@ bool range_collector_t::belongs(std::int64_t time, bool compressed) const
     return pending_ && std::llabs(time - epoch_->time) <= (compressed || !has_full_ ? kSameEpoch : 0);
 }
 
-void range_collector_t::begin(std::int64_t time)
+void range_collector_t::begin(std::int64_t time, std::uint64_t offset)
 {
     flush();
     epoch_->time = time;
+    epoch_->offset = offset;
     pending_ = true;
     has_full_ = false;
 }
 
-bool range_collector_t::add(std::int64_t time, const std::uint8_t* body, int size, bool compressed)
+bool range_collector_t::add(std::int64_t time, const std::uint8_t* body, int size, bool compressed,
+                            std::uint64_t offset)
 {
     const auto record = static_cast<std::uint64_t>(compressed ? korvex::kRangeCompressedSize : korvex::kRangeSize);
     if (size < korvex::kCountSize) return false;
     const std::uint64_t n = wire::u32(body);
     if (korvex::kCountSize + n * record > static_cast<std::uint64_t>(size)) return false;
-    if (!belongs(time, compressed)) begin(time);
+    if (!belongs(time, compressed)) begin(time, offset);
     if (!compressed) {
         epoch_->time = time;
         has_full_ = true;
@@ -108,14 +115,14 @@ void range_collector_t::add_record(const std::uint8_t* p, bool compressed)
     o.compressed = compressed;
     const int place = place_of(satellite);
     if (!has_place(place, signal, o)) return;
-    o.value[kPseudorange] = told(r.pseudorange);
+    tell(o, kPseudorange, r.pseudorange, has_room(r.pseudorange));
     if (track.phase_lock) {
         const std::string& code = signals_.codes(constellation)[static_cast<std::size_t>(signal)];
-        o.value[kPhase] = told(phase_of(r, satellite.system(), code, compressed));
-        if (std::fabs(o.value[kPhase]) > kMostCycles) o.value[kPhase] = 0.0;
+        const double phase = phase_of(r, satellite.system(), code, compressed);
+        tell(o, kPhase, phase, std::fabs(phase) <= kMostCycles);
     }
-    o.value[kDoppler] = told(r.doppler);
-    o.value[kStrength] = told(r.cn0);
+    tell(o, kDoppler, r.doppler, has_room(r.doppler));
+    tell(o, kStrength, r.cn0, has_room(r.cn0));
     o.lock_time = r.locktime;
     o.lock_time_full = compressed && r.locktime >= kFullLockTime;
     o.parity_known = track.parity_known;

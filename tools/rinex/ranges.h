@@ -28,10 +28,11 @@ public:
 
     /// Takes a range message. An epoch that it does not belong to is handed out first.
     ///
-    /// @param time  of the message's header (ms)
-    /// @param size  bytes of the body
+    /// @param time    of the message's header (ms)
+    /// @param size    bytes of the body
+    /// @param offset  of the message in the log
     /// @return false when the body is shorter than its records
-    bool add(std::int64_t time, const std::uint8_t* body, int size, bool compressed);
+    bool add(std::int64_t time, const std::uint8_t* body, int size, bool compressed, std::uint64_t offset = 0);
 
     /// Hands out the epoch in hand.
     void flush();
@@ -42,7 +43,7 @@ public:
 
 private:
     bool belongs(std::int64_t time, bool compressed) const;
-    void begin(std::int64_t time);
+    void begin(std::int64_t time, std::uint64_t offset);
     void add_record(const std::uint8_t* p, bool compressed);
     bool has_place(int place, int signal, const observation_t& observation);
 

@@ -11,6 +11,7 @@
 #include "convert/file_names.h"
 #include "convert/navigation_output.h"
 #include "convert/observation_output.h"
+#include "convert/observation_series.h"
 #include "convert/position_list.h"
 #include "convert/selection.h"
 #include "gnss/log/frame.h"
@@ -36,9 +37,14 @@ public:
           selection_(options),
           station_(options),
           ranges_(options.names, ledger_, [this](auto& epoch) { on_epoch(epoch); }),
-          thinning_(options.interval, options.anchor_first,
-                    [this](auto& epoch, bool kept) { on_released(epoch, kept); }),
-          observations_(options, station_.facts(), ranges_.channels(), ledger_),
+          order_(std::make_unique<rinex::epoch_t>, [this](auto& epoch, order_t order) { on_judged(epoch, order); }),
+          files_(
+              {[this] {
+                   return std::make_unique<observation_output_t>(options_, station_.facts(), ranges_.channels(),
+                                                                 ledger_);
+               },
+               [this](const coverage_t& c, int number) { return names_of_files(options_, c, number).observations(); },
+               [](observation_output_t& file, const std::string& name) { return file.finish(name); }}),
           navigation_(options, selection_),
           positions_(options)
     {
@@ -48,18 +54,14 @@ public:
     summary_t run()
     {
         read_log();
-        if (!observations_.exists() && interrupted()) throw error_t(source_.name(), "interrupted", "before any epoch");
-        if (!observations_.exists())
-            throw error_t(source_.name(), "no usable epoch, no file written", summary_.why_no_epoch());
+        if (!files_.any() && interrupted()) throw error_t(source_.name(), "interrupted", "before any epoch");
+        if (!files_.any()) throw error_t(source_.name(), "no usable epoch, no file written", summary_.why_no_epoch());
         outcome_t& outcome = summary_.outcome.emplace();
-        outcome.epochs_written = observations_.epochs().epochs;
-        outcome.out_of_order = out_of_order_;
         if (options_.navigation() != "none") outcome.navigation = navigation_.count();
         outcome.signals = signal_counts(options_.names, ledger_);
         outcome.files = publish();
         outcome.verified = options_.verify;
-        outcome.events = observations_.events_written();
-        outcome.events_lost = observations_.events_lost();
+        outcome.observations = files_.counts();
         if (interrupted()) throw error_t(source_.name(), "interrupted", "what was read is in " + outcome.files.front());
         return std::move(summary_);
     }
@@ -70,13 +72,13 @@ private:
         progress_t progress(source_.name(), source_.size_on_disk());
         frame_t frame{};
         while (reader_.next(frame)) {
-            if (frame.checksum_ok) frame.result = take(frame.id);
-            if (frame.checksum_ok && frame.result == DECODE_REFUSED) reader_.refuse();
-            summary_.count(frame);
+            if (frame.checksum_ok) frame.result = take(frame);
+            summary_.count(frame, frame_->buff, numbering_t::rinex);
             progress.at(source_.size_on_disk() > 0 ? source_.position_on_disk() : reader_.bytes());
         }
         ranges_.flush();
-        thinning_.flush();
+        order_.flush();
+        if (thinning_) thinning_->flush();
         for (int place = 0; place < rinex::kSatellites; ++place) {
             const std::uint64_t epochs = satellite_epochs_[static_cast<std::size_t>(place)];
             if (epochs > 0) summary_.satellites[rinex::satellite_at(place)].epochs = epochs;
@@ -84,8 +86,9 @@ private:
         summary_.finish(reader_, source_);
     }
 
-    int take(int id)
+    int take(const frame_t& frame)
     {
+        const int id = frame.id;
         const korvex::header_t header = korvex::read_header(frame_->buff);
         const bool range = id == MSG_RANGE || id == MSG_RANGE_COMPRESSED;
         if (header.time_status == korvex::kTimeUnknown || header.week == korvex::kWeekUnknown) return DECODE_NOTHING;
@@ -93,7 +96,8 @@ private:
         const std::int64_t time = header.week * kWeekMs + header.ms;
         const std::uint8_t* const body = frame_->buff + korvex::kHeaderSize;
         if (range)
-            return ranges_.add(time, body, header.body_size, id == MSG_RANGE_COMPRESSED) ? DECODE_OBS : DECODE_REFUSED;
+            return ranges_.add(time, body, header.body_size, id == MSG_RANGE_COMPRESSED, frame.offset) ? DECODE_OBS
+                                                                                                       : DECODE_REFUSED;
         const int result = navigation_.take(id, time, body, header.body_size);
         return result != DECODE_NOTHING ? result : take_station(id, time, body, header.body_size);
     }
@@ -104,7 +108,7 @@ private:
         if (station_.fix()) positions_.add(*station_.fix());
         if (station_.event() && selection_.in_window(station_.event()->ticks)) {
             const bool behind = ranges_.pending() && ranges_.time() * rinex::kTicksPerMs == station_.event()->ticks;
-            observations_.add(*station_.event(), behind);
+            files_.current().add(*station_.event(), behind);
         }
         return result;
     }
@@ -116,22 +120,33 @@ private:
 
     void on_epoch(std::unique_ptr<rinex::epoch_t>& epoch)
     {
-        summary_.epochs.add(static_cast<double>(epoch->time) / 1000.0);
         epoch->satellites.each([this](int place) { ++satellite_epochs_[static_cast<std::size_t>(place)]; });
-        if (epoch->time <= last_) {   // a file's epochs follow each other
-            ++out_of_order_;
-            return count(*epoch, rinex::fate_t::out_of_order);
-        }
-        last_ = epoch->time;
-        if (selection_.in_window(epoch->time * rinex::kTicksPerMs)) return thinning_.add(epoch);
-        thinning_.flush();
+        order_.add(epoch->time, epoch);
+    }
+
+    void on_judged(std::unique_ptr<rinex::epoch_t>& epoch, order_t order)
+    {
+        summary_.count_epoch(epoch->time, epoch->offset, order);
+        if (order == order_t::out) return count(*epoch, rinex::fate_t::out_of_order);
+        if (order == order_t::begins_file) begin_file();
+        if (selection_.in_window(epoch->time * rinex::kTicksPerMs)) return thinning_->add(epoch);
+        thinning_->flush();
         leave_out(*epoch, rinex::fate_t::outside);
+    }
+
+    // A file's epochs follow each other, and so do those that an interval is looked for in.
+    void begin_file()
+    {
+        if (thinning_) thinning_->flush();
+        thinning_.emplace(options_.interval, options_.anchor_first,
+                          [this](auto& epoch, bool kept) { on_released(epoch, kept); });
+        files_.begin();
     }
 
     // Its phases are followed all the same.
     void leave_out(const rinex::epoch_t& epoch, rinex::fate_t fate)
     {
-        observations_.follow(epoch);
+        files_.current().follow(epoch);
         count(epoch, fate);
     }
 
@@ -140,7 +155,7 @@ private:
         if (!kept) return leave_out(epoch, rinex::fate_t::off_grid);
         selection_.apply(epoch, ledger_);
         if (const auto leaps = navigation_.leap_seconds()) station_.take_leap_seconds(*leaps);
-        observations_.add(epoch);
+        files_.current().add(epoch);
     }
 
     // Reads the log again, and the files that have no names yet.
@@ -164,15 +179,12 @@ private:
 
     std::vector<std::string> publish()
     {
-        const epoch_count_t& epochs = observations_.epochs();
-        const double interval = options_.interval > 0.0 ? options_.interval : epochs.steps.usual();
-        const file_names_t names(options_.version(), options_.marker, options_.country, options_.name,
-                                 {epochs.first, epochs.last, interval});
         const std::string partial = interrupted() ? ".partial" : "";
         if (const auto leaps = navigation_.leap_seconds()) station_.take_leap_seconds(*leaps);
-        std::vector<finished_file_t> files;
-        files.push_back(observations_.finish(names.observations() + partial));
-        for (auto& file : navigation_.finish(station_.facts(), epochs.first,
+        std::vector<finished_file_t> files = files_.finish(partial);
+        const coverage_t& coverage = files_.coverage();
+        const file_names_t names = names_of_files(options_, coverage);
+        for (auto& file : navigation_.finish(station_.facts(), coverage.first,
                                              [&](char letter) { return names.navigation(letter) + partial; }))
             files.push_back(std::move(file));
         if (positions_.exists()) files.push_back(positions_.finish(names.positions() + partial));
@@ -192,13 +204,12 @@ private:
     selection_t selection_;
     station_messages_t station_;
     rinex::range_collector_t ranges_;
-    thinning_t thinning_;
-    observation_output_t observations_;
+    epoch_order_t<std::unique_ptr<rinex::epoch_t>> order_;
+    std::optional<thinning_t> thinning_;   // of the file that is written
+    observation_series_t<observation_output_t> files_;
     navigation_output_t navigation_;
     position_list_t positions_;
     std::array<std::uint64_t, rinex::kSatellites> satellite_epochs_{};
-    std::int64_t last_ = -1;   // epoch, ms
-    std::uint64_t out_of_order_ = 0;
 };
 
 }   // namespace

@@ -82,7 +82,7 @@ std::string short_stem(const std::string& site, const coverage_t& c)
 }   // namespace
 
 file_names_t::file_names_t(int version, const std::string& marker, const std::string& country, const std::string& stem,
-                           const coverage_t& coverage)
+                           const coverage_t& coverage, int number)
     : short_(version < 300), year_(text("%02d", date_of(coverage.first).year % 100))
 {
     const std::string name = site(marker, country);
@@ -94,6 +94,7 @@ file_names_t::file_names_t(int version, const std::string& marker, const std::st
         navigation_stem_ = long_stem(name, coverage);
         observation_stem_ = navigation_stem_ + "_" + rate(coverage.interval);
     }
+    if (number > 1) observation_stem_ += "_" + std::to_string(number);
 }
 
 std::string file_names_t::observations() const
@@ -106,6 +107,11 @@ std::string file_names_t::navigation(char letter) const
     if (!short_) return navigation_stem_ + "_" + letter + "N.rnx";
     constexpr std::string_view kLetters = "GRSEJC", kEndings = "nghlqc";
     return navigation_stem_ + "." + year_ + kEndings[kLetters.find(letter)];
+}
+
+file_names_t names_of_files(const convert_options_t& options, const coverage_t& coverage, int number)
+{
+    return {options.version(), options.marker, options.country, options.name, coverage, number};
 }
 
 std::string log_stem(const std::string& path)

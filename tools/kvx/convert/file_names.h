@@ -2,8 +2,9 @@
 #ifndef KVX_FILE_NAMES_H
 #define KVX_FILE_NAMES_H
 
-#include <cstdint>
 #include <string>
+
+#include "convert/convert_options.h"
 
 namespace kvx {
 
@@ -20,8 +21,9 @@ public:
     /// @param marker   its letters and digits make the site (nine-character names stand whole); empty: XXXX
     /// @param country  ISO 3166, empty: XXX
     /// @param stem     instead of the convention; empty: by convention
+    /// @param number   of the observation file among those of one name, behind its stem from 2 on
     file_names_t(int version, const std::string& marker, const std::string& country, const std::string& stem,
-                 const coverage_t& coverage);
+                 const coverage_t& coverage, int number = 1);
 
     std::string observations() const;            ///< "SITE00XXX_R_20240701200_15M_01S_MO.rnx" or "site070m.24o"
     std::string navigation(char letter) const;   ///< of a system, M for all
@@ -31,6 +33,9 @@ private:
     bool short_;
     std::string observation_stem_, navigation_stem_, year_;
 };
+
+/// Names by what the command line asks for.
+file_names_t names_of_files(const convert_options_t& options, const coverage_t& coverage, int number = 1);
 
 /// Name of the log without folder and endings.
 std::string log_stem(const std::string& path);

@@ -71,6 +71,7 @@ bool navigation_output_t::add(const rinex::ephemeris_record_t& r)
     if (!has_file(r.satellite.constellation)) return !repetition;
     spool(rinex::nav_text(version_, r), {r.epoch, r.satellite, r.message, 0, 0});
     ++count_.written;
+    count_.blanks += numbers_without_room(r);
     return !repetition;
 }
 

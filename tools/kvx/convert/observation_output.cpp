@@ -1,6 +1,7 @@
 #include "convert/observation_output.h"
 
 #include <algorithm>
+#include <iterator>
 #include <limits>
 
 #include "common/error.h"
@@ -80,6 +81,14 @@ std::string observation_output_t::header() const
     return rinex::observation_header(options_.version(), station_, session_, text_.columns(), text_.seen(), channels_);
 }
 
+void observation_output_t::hand_over_events(observation_output_t& next)
+{
+    const auto mine = [this](const waiting_t& w) { return file_ != nullptr && w.event.ticks >= session_.last; };
+    const auto first = std::find_if(events_.begin(), events_.end(), mine);   // they are in order
+    std::move(events_.begin(), first, std::back_inserter(next.events_));
+    events_.erase(events_.begin(), first);
+}
+
 // The same file with another header, and its columns in order.
 std::unique_ptr<output_file_t> observation_output_t::rewritten(const std::string& header)
 {
@@ -92,12 +101,17 @@ std::unique_ptr<output_file_t> observation_output_t::rewritten(const std::string
     return copy;
 }
 
+coverage_t observation_output_t::coverage() const
+{
+    return {epochs_.first, epochs_.last, options_.interval > 0.0 ? options_.interval : epochs_.steps.usual()};
+}
+
 finished_file_t observation_output_t::finish(const std::string& name)
 {
     write_events(std::numeric_limits<std::int64_t>::max());
     flush();
     file_->check(name);
-    session_.interval = options_.interval > 0.0 ? options_.interval : epochs_.steps.usual();
+    session_.interval = coverage().interval;
     const std::string last_header = header();
     if (last_header.size() == header_size_ && text_.columns().settled()) {
         std::fseek(file_->stream(), 0, SEEK_SET);

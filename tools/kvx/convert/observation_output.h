@@ -7,6 +7,7 @@
 #include <string>
 
 #include "common/output_file.h"
+#include "convert/file_names.h"
 #include "convert/packing.h"
 #include "convert/station_messages.h"
 #include "log/summary.h"
@@ -31,10 +32,12 @@ public:
     /// @param behind  of an epoch of the same time
     void add(event_t event, bool behind);
 
+    /// Gives the events that belong to no epoch so far to another file, but for those behind the last epoch.
+    void hand_over_events(observation_output_t& next);
+
     bool exists() const { return file_ != nullptr; }
-    const epoch_count_t& epochs() const { return epochs_; }
-    std::uint64_t events_written() const { return events_written_; }
-    std::uint64_t events_lost() const { return events_lost_; }   ///< too many between two epochs
+    coverage_t coverage() const;
+    observation_counts_t counts() const { return {epochs_.epochs, events_written_, events_lost_, 0}; }
 
     /// Writes what is left and puts the header right.
     finished_file_t finish(const std::string& name);

@@ -1,5 +1,6 @@
 #include "convert/station_messages.h"
 
+#include <algorithm>
 #include <bit>
 #include <cmath>
 #include <cstring>
@@ -34,9 +35,11 @@ std::string text_of(const char* text, std::size_t size)
     return s;
 }
 
-bool finite(const std::array<double, 3>& v)
+// F14.4, with a sign.
+bool fit_columns(const std::array<double, 3>& v)
 {
-    return std::isfinite(v[0]) && std::isfinite(v[1]) && std::isfinite(v[2]);
+    constexpr double kLargest = 99999999.9999;   // m
+    return std::all_of(v.begin(), v.end(), [](double x) { return std::fabs(x) <= kLargest; });
 }
 
 }   // namespace
@@ -91,7 +94,7 @@ decode_result_t station_messages_t::take_position(int id, std::int64_t time, con
         const double geodetic[3] = {position[0] * kDegree, position[1] * kDegree, position[2] + p.undulation};
         pos2ecef(geodetic, position.data());
     }
-    if (!finite(position)) return DECODE_REFUSED;
+    if (!fit_columns(position)) return DECODE_REFUSED;
     station_.position = position;
     fix_ = {time, position, cartesian};
     return DECODE_STATION;
@@ -113,7 +116,8 @@ decode_result_t station_messages_t::take_antenna(const std::uint8_t* body)
     const korvex::antenna_t a = korvex::read_antenna(body);
     if (options_.antenna_type.empty()) station_.antenna_type = korvex::antenna_name(a.type);
     const auto height = static_cast<double>(std::bit_cast<float>(a.words[1]));
-    if (!options_.antenna_delta && std::fabs(height) < kHighest) station_.delta = {height, 0.0, 0.0};
+    if (!(std::fabs(height) < kHighest)) return DECODE_REFUSED;
+    if (!options_.antenna_delta) station_.delta = {height, 0.0, 0.0};
     return DECODE_STATION;
 }
 
@@ -134,15 +138,15 @@ decode_result_t station_messages_t::take_mark(std::int64_t time, const std::uint
 decode_result_t station_messages_t::take_stop_and_go(std::int64_t time, const std::uint8_t* body, int size)
 {
     const korvex::stop_and_go_record_t s = korvex::read_stop_and_go(body, size);
-    if (s.word != 0 && size < korvex::kStopAndGoFullSize) return DECODE_REFUSED;
+    const std::array<double, 3> delta{s.antenna_delta[0], s.antenna_delta[1], s.antenna_delta[2]};
+    if (s.word != 0 && (size < korvex::kStopAndGoFullSize || !fit_columns(delta))) return DECODE_REFUSED;
     event_ = {time * rinex::kTicksPerMs, s.word == 0 ? rinex::kStartMoving : rinex::kNewSite, {}};
     if (s.word == 0) return DECODE_STOP_AND_GO;
     auto& lines = event_->lines;
     lines.push_back(rinex::header_line(station_.marker, "MARKER NAME"));
     if (!station_.marker_number.empty()) lines.push_back(rinex::header_line(station_.marker_number, "MARKER NUMBER"));
     lines.push_back(rinex::vector_line(station_.position, "APPROX POSITION XYZ"));
-    lines.push_back(
-        rinex::vector_line({s.antenna_delta[0], s.antenna_delta[1], s.antenna_delta[2]}, "ANTENNA: DELTA H/E/N"));
+    lines.push_back(rinex::vector_line(delta, "ANTENNA: DELTA H/E/N"));
     return DECODE_STOP_AND_GO;
 }
 

@@ -8,6 +8,7 @@
 #include "common/output_file.h"
 #include "common/progress.h"
 #include "convert/file_names.h"
+#include "convert/observation_series.h"
 #include "gnss/log/frame.h"
 #include "host/navigation_files.h"
 #include "host/observation_file.h"
@@ -29,10 +30,19 @@ public:
           source_(log),
           raw_(std::make_unique<raw_t>()),
           reader_(source_, *raw_),
-          observations_(options, log_stem(log)),
+          files_({[this] { return std::make_unique<observation_file_t>(options_, log_stem(source_.name())); },
+                  [this](const coverage_t& c, int number) { return names_of(c, number).observations(); },
+                  [this](observation_file_t& file, const std::string& name) {
+                      return file.finish(*raw_, has_antenna_, name);
+                  }}),
           navigation_(options),
           limits_(!options.no_signal_map, options.raw_prn),
-          epochs_([this](raw_t& epoch) { on_epoch(epoch); })
+          order_(
+              [] {
+                  return host_epoch_t{std::make_unique<raw_t>(), 0, {}};
+              },
+              [this](host_epoch_t& epoch, order_t order) { on_judged(epoch, order); }),
+          epochs_([this](auto& epoch, std::uint64_t offset) { on_epoch(epoch, offset); })
     {
         Initial_raw(raw_.get(), 0);
         raw_->opt_nosigmap = options.no_signal_map;
@@ -43,18 +53,18 @@ public:
     summary_t run()
     {
         read_log();
-        if (!observations_.exists() && interrupted()) throw error_t(source_.name(), "interrupted", "before any epoch");
-        if (!observations_.exists()) {
+        if (!files_.any() && interrupted()) throw error_t(source_.name(), "interrupted", "before any epoch");
+        if (!files_.any()) {
             throw error_t(source_.name(), "no usable epoch, no file written", summary_.why_no_epoch());
         }
         outcome_t& outcome = summary_.outcome.emplace();
-        outcome.epochs_written = observations_.epochs().epochs;
-        outcome.left_out = observations_.left_out();
-        outcome.out_of_order = observations_.out_of_order();
         limits_.flush();
         outcome.beyond_record = limits_.lost();
+        outcome.under_other_number = limits_.under_other_number();
         if (options_.navigation() != "none") outcome.navigation = navigation_.count();
         outcome.files = publish();
+        outcome.observations = files_.counts();
+        outcome.observations.events_lost += events_lost_;
         if (interrupted()) {
             throw error_t(source_.name(), "interrupted", "what was read is in " + outcome.files.front());
         }
@@ -62,17 +72,25 @@ public:
     }
 
 private:
+    // An epoch until it is judged, and the events behind it.
+    struct host_epoch_t {
+        std::unique_ptr<raw_t> record;
+        std::uint64_t offset;
+        events_t events;
+    };
+
     void read_log()
     {
         progress_t progress(source_.name(), source_.size_on_disk());
         frame_t frame{};
         while (reader_.next(frame)) {
             if (frame.result == DECODE_EPH && !navigation_.add(*raw_)) frame.result = DECODE_NOTHING;   // repeated
-            summary_.count(frame);
+            summary_.count(frame, raw_->buff, numbering_t::record);
             on_frame(frame);
             progress.at(source_.size_on_disk() > 0 ? source_.position_on_disk() : reader_.bytes());
         }
         epochs_.flush();
+        order_.flush();
         summary_.finish(reader_, source_);
     }
 
@@ -82,13 +100,13 @@ private:
             case DECODE_OBS:
                 limits_.add(raw_->buff + korvex::kHeaderSize, raw_->len - korvex::kHeaderSize,
                             frame.id == MSG_RANGE_COMPRESSED, !epochs_.continues(*raw_));
-                epochs_.add(*raw_);
+                epochs_.add(*raw_, frame.offset);
                 break;
             case DECODE_MARK:
-                observations_.add_mark(*raw_, epochs_.pending());
+                on_event(files_.current().mark_text(*raw_));
                 break;
             case DECODE_STOP_AND_GO:
-                observations_.add_stop_and_go(*raw_, epochs_.pending());
+                on_event(files_.current().stop_and_go_text(*raw_));
                 break;
             case DECODE_STATION:
                 note_station(frame.id);
@@ -98,10 +116,34 @@ private:
         }
     }
 
-    void on_epoch(raw_t& epoch)
+    // An event stands behind the epoch that came before it.
+    void on_event(const std::string& text)
     {
-        summary_.count_epoch(epoch);
-        observations_.add_epoch(epoch);
+        host_epoch_t* const epoch = order_.latest();
+        if (text.empty()) return;
+        if (!epochs_.pending() && epoch == nullptr) {
+            files_.current().add_event(text);
+        } else {
+            events_lost_ += !(epochs_.pending() ? events_ : epoch->events).add(text);
+        }
+    }
+
+    void on_epoch(std::unique_ptr<raw_t>& record, std::uint64_t offset)
+    {
+        summary_.count_satellites(*record);
+        std::swap(epoch_.record, record);
+        epoch_.offset = offset;
+        std::swap(epoch_.events, events_);
+        order_.add(epoch_time(*epoch_.record), epoch_);
+    }
+
+    void on_judged(host_epoch_t& epoch, order_t order)
+    {
+        summary_.count_epoch(epoch_time(*epoch.record), epoch.offset, order);
+        if (order == order_t::begins_file) files_.begin();
+        if (order != order_t::out) files_.current().add_epoch(*epoch.record);
+        epoch.events.each([this](const std::string& text) { files_.current().add_event(text); });
+        epoch.events.clear();
     }
 
     void note_station(int id)
@@ -119,15 +161,23 @@ private:
 
     std::vector<std::string> publish()
     {
-        const std::string marker = options_.marker.empty() ? log_stem(source_.name()) : options_.marker;
-        constexpr int kLongNames = 300;   // for all versions
-        const file_names_t names(kLongNames, marker, options_.country, options_.name, observations_.coverage());
         const std::string partial = interrupted() ? ".partial" : "";
-        std::vector<std::string> files = {observations_.finish(*raw_, has_antenna_, names.observations() + partial)};
+        std::vector<finished_file_t> files = files_.finish(partial);
+        const file_names_t names = names_of(files_.coverage(), 1);
         const auto name_of = [&](char letter) { return names.navigation(letter) + partial; };
-        for (const std::string& path : navigation_.finish(*raw_, name_of)) files.push_back(path);
-        if (positions_ != nullptr) files.push_back(positions_->publish(names.positions() + partial));
-        return files;
+        for (finished_file_t& file : navigation_.finish(*raw_, name_of)) files.push_back(std::move(file));
+        if (positions_ != nullptr) files.push_back({std::move(positions_), names.positions() + partial});
+        std::vector<std::string> paths;
+        paths.reserve(files.size());
+        for (finished_file_t& file : files) paths.push_back(file.publish());
+        return paths;
+    }
+
+    file_names_t names_of(const coverage_t& coverage, int number) const
+    {
+        constexpr int kLongNames = 300;   // for all versions
+        const std::string marker = options_.marker.empty() ? log_stem(source_.name()) : options_.marker;
+        return {kLongNames, marker, options_.country, options_.name, coverage, number};
     }
 
     const convert_options_t& options_;
@@ -136,10 +186,14 @@ private:
     log_reader_t reader_;
     summary_t summary_;
     bool has_antenna_ = false;
-    observation_file_t observations_;
+    observation_series_t<observation_file_t> files_;
     navigation_files_t navigation_;
     record_limits_t limits_;
     std::unique_ptr<output_file_t> positions_;
+    host_epoch_t epoch_{std::make_unique<raw_t>(), 0, {}};
+    events_t events_;   // behind the epoch that is collected
+    std::uint64_t events_lost_ = 0;
+    epoch_order_t<host_epoch_t> order_;
     epoch_collector_t epochs_;
 };
 

@@ -17,8 +17,7 @@ namespace kvx {
 
 namespace {
 
-constexpr double kOnGrid = 0.005;               // s; times are printed to the hundredth
-constexpr std::size_t kMostWaiting = 1 << 20;   // bytes of events kept for a file that has no epoch yet
+constexpr double kOnGrid = 0.005;   // s; times are printed to the hundredth
 constexpr double kEveryEpoch = 0.0;
 
 // Signal slot whose columns a RINEX 2.11 file has for the system; -1: the file cannot name it.
@@ -118,65 +117,63 @@ void observation_file_t::start(const raw_t& epoch)
     file_ = std::make_unique<output_file_t>(options_.folder);
     std::copy(std::begin(epoch.pos), std::end(epoch.pos), opt_.apppos);
     WriteRinexObsHeader(file_->stream(), &epoch, &opt_);
+    waiting_.each([this](const std::string& text) { add_event(text); });
+    waiting_.clear();
 }
 
-void observation_file_t::write(std::string& events)
+bool events_t::add(const std::string& text)
 {
-    if (!events.empty()) std::fwrite(events.data(), 1, events.size(), file_->stream());
-    events.clear();
+    if (texts_.size() < kMost) {
+        texts_.push_back(text);
+        return true;
+    }
+    ++lost_;
+    return false;
 }
 
-bool observation_file_t::is_wanted(double now)
+void observation_file_t::add_event(const std::string& text)
 {
-    if (!in_window(now) || !on_grid(now)) return false;
-    const bool late = epochs_.epochs > 0 && now <= epochs_.last;   // a file's epochs follow each other
-    out_of_order_ += late;
-    return !late;
+    if (file_ == nullptr) {
+        waiting_.add(text);
+        return;
+    }
+    std::fwrite(text.data(), 1, text.size(), file_->stream());
+    ++events_;
 }
 
-void observation_file_t::write_epoch(const raw_t& epoch, double now)
+void observation_file_t::hand_over_events(observation_file_t& next)
 {
-    if (file_ == nullptr) start(epoch);
-    write(events_before_);
-    const auto write_record = rinex::records_are_rinex3(opt_.version) ? WriteRinexObsRec : WriteRinexObsRec_2;
-    write_record(file_->stream(), &epoch, &opt_, kEveryEpoch);
-    epochs_.add(now);
+    waiting_.each([&](const std::string& text) { next.waiting_.add(text); });
+    waiting_.clear();
 }
 
 void observation_file_t::add_epoch(raw_t& epoch)
 {
     const double now = gps_seconds(epoch.week, epoch.tow);
-    if (is_wanted(now)) {
-        select_satellites(epoch);
-        if (epoch.nobs > 0) write_epoch(epoch, now);
-    }
-    events_before_ += events_after_;
-    events_after_.clear();
-    if (file_ != nullptr) write(events_before_);
+    if (!in_window(now) || !on_grid(now)) return;
+    select_satellites(epoch);
+    if (epoch.nobs == 0) return;
+    if (file_ == nullptr) start(epoch);
+    const auto write_record = rinex::records_are_rinex3(opt_.version) ? WriteRinexObsRec : WriteRinexObsRec_2;
+    write_record(file_->stream(), &epoch, &opt_, kEveryEpoch);
+    epochs_.add(now);
 }
 
-void observation_file_t::add_event(const std::string& text, bool epoch_pending)
+std::string observation_file_t::stop_and_go_text(const raw_t& raw) const
 {
-    if (events_before_.size() + events_after_.size() > kMostWaiting) return;
-    (epoch_pending ? events_after_ : events_before_) += text;
-    if (!epoch_pending && file_ != nullptr) write(events_before_);
-}
-
-void observation_file_t::add_stop_and_go(const raw_t& raw, bool epoch_pending)
-{
-    if (!in_window(gps_seconds(raw.week, raw.tow))) return;
+    if (!in_window(gps_seconds(raw.week, raw.tow))) return "";
     const auto site = std::make_unique<raw_t>(raw);
     if (site->rcv_text[0][0] == '\0') std::memcpy(site->rcv_text[0], opt_.marker, sizeof site->rcv_text[0] - 1);
     rnx_t opt = opt_;   // the event tells its own position; the header gets the last one
-    add_event(written_text([&](std::FILE* fp) { WriteStopAndGoInfo(fp, site.get(), &opt); }), epoch_pending);
+    return written_text([&](std::FILE* fp) { WriteStopAndGoInfo(fp, site.get(), &opt); });
 }
 
-void observation_file_t::add_mark(const raw_t& raw, bool epoch_pending)
+std::string observation_file_t::mark_text(const raw_t& raw) const
 {
-    if (!in_window(gps_seconds(raw.week, raw.tow))) return;
+    if (!in_window(gps_seconds(raw.week, raw.tow))) return "";
     rnx_t opt = opt_;
     opt.lastweek = -1;   // a mark that reaches us late is still a mark
-    add_event(written_text([&](std::FILE* fp) { WriteRinexObsRec(fp, &raw, &opt, kEventMarkRate); }), epoch_pending);
+    return written_text([&](std::FILE* fp) { WriteRinexObsRec(fp, &raw, &opt, kEventMarkRate); });
 }
 
 coverage_t observation_file_t::coverage() const
@@ -203,12 +200,12 @@ void observation_file_t::patch_header(const raw_t& raw, bool has_antenna)
     WriteRinexObsApppos(file_->stream(), copy.get(), &opt_);
 }
 
-std::string observation_file_t::finish(const raw_t& raw, bool has_antenna, const std::string& name)
+finished_file_t observation_file_t::finish(const raw_t& raw, bool has_antenna, const std::string& name)
 {
     file_->check(name);
     patch_header(raw, has_antenna);
     file_->check(name);
-    return packed_observations(std::move(file_), name, options_).publish();
+    return packed_observations(std::move(file_), name, options_);
 }
 
 }   // namespace kvx

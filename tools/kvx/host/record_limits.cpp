@@ -20,7 +20,7 @@ void record_limits_t::lose(const sent_t& observation)
 }
 
 // Where the record keeps an observation; -1 when it has no place, or only one under another satellite's number.
-int record_limits_t::place(const korvex::trackstat_t& track, int prn, bool compressed) const
+int record_limits_t::place(const korvex::trackstat_t& track, int prn, bool compressed)
 {
     const bool override_slot = signal_map_ && (compressed || raw_prn_) && track.slot_override;
     const int slot = track.slot >= 0 && override_slot ? 2 : track.slot;
@@ -29,7 +29,10 @@ int record_limits_t::place(const korvex::trackstat_t& track, int prn, bool compr
         raw_prn_ ? korvex::raw_satellite_number(track.sys, prn, small_bds) : korvex::satellite_number(track.sys, prn);
     if (slot < 0 || slot >= kNumSlots || sat <= 0 || sat > kMaxSat) return -1;
     const auto own = rinex::satellite_of_prn(rinex::constellation_of_sys(track.sys), prn);
-    return satellite_of_record(sat) == own ? sat * kNumSlots + slot : -1;
+    const auto kept = satellite_of_record(sat);
+    if (kept == own) return sat * kNumSlots + slot;
+    ++under_other_number_[(own.valid() ? own.name() : text("PRN %d", prn)) + " as " + kept.name()];
+    return -1;
 }
 
 void record_limits_t::add(const std::uint8_t* body, int size, bool compressed, bool new_epoch)

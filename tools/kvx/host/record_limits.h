@@ -28,19 +28,23 @@ public:
     using row_t = std::pair<std::string, std::string>;
     const std::map<row_t, std::uint64_t>& lost() const { return lost_; }
 
+    /// Of them, those that stand in the file under the number of another satellite: "J08 as S20".
+    const std::map<std::string, std::uint64_t>& under_other_number() const { return under_other_number_; }
+
 private:
     struct sent_t {
         std::uint8_t tracking_key;
         std::uint16_t prn;
         bool there;
     };
-    int place(const korvex::trackstat_t& track, int prn, bool compressed) const;
+    int place(const korvex::trackstat_t& track, int prn, bool compressed);
     void lose(const sent_t& observation);
 
     bool signal_map_, raw_prn_;
     std::array<sent_t, (kMaxSat + 1) * kNumSlots> epoch_{};   // by satellite number and slot
     std::vector<int> satellites_;                             // of the epoch, as they came
     std::map<row_t, std::uint64_t> lost_;
+    std::map<std::string, std::uint64_t> under_other_number_;
     rinex::signals_t signals_;
 };
 

@@ -3,13 +3,20 @@
 #include <cmath>
 #include <cstring>
 
+#include "common/gps_time.h"
+
 namespace kvx {
 
 namespace {
 constexpr double kSameEpoch = 0.0015;   // s; the decoder joins compressed messages up to 1 ms apart
 }
 
-epoch_collector_t::epoch_collector_t(std::function<void(raw_t&)> on_epoch)
+std::int64_t epoch_time(const raw_t& epoch)
+{
+    return std::llround(gps_seconds(epoch.week, epoch.tow) * 1000.0);
+}
+
+epoch_collector_t::epoch_collector_t(take_t on_epoch)
     : on_epoch_(std::move(on_epoch)), epoch_(std::make_unique<raw_t>())
 {
     Initial_raw(epoch_.get(), 0);
@@ -26,9 +33,12 @@ bool epoch_collector_t::continues(const raw_t& raw) const
     return true;
 }
 
-void epoch_collector_t::add(const raw_t& raw)
+void epoch_collector_t::add(const raw_t& raw, std::uint64_t offset)
 {
-    if (!continues(raw)) flush();
+    if (!continues(raw)) {
+        flush();
+        offset_ = offset;
+    }
     // What lies before the ephemerides, and between them and the lock tables.
     std::memcpy(static_cast<void*>(epoch_.get()), &raw, offsetof(raw_t, eph));
     std::memcpy(epoch_->ant_type, raw.ant_type, offsetof(raw_t, reserved5) - offsetof(raw_t, ant_type));
@@ -39,7 +49,7 @@ void epoch_collector_t::flush()
 {
     if (!held_) return;
     held_ = false;
-    on_epoch_(*epoch_);
+    on_epoch_(epoch_, offset_);
 }
 
 }   // namespace kvx

@@ -14,6 +14,12 @@ namespace kvx {
 
 namespace {
 
+// Of an epoch.
+struct place_t {
+    std::int64_t time;   // ms
+    std::uint64_t offset;
+};
+
 struct info_options_t {
     std::vector<std::string> logs;
     bool json = false;
@@ -26,16 +32,23 @@ int describe(const std::string& log, bool json)
     Initial_raw(raw.get(), 0);
     log_reader_t reader(source, *raw);
     summary_t summary;
-    epoch_collector_t epochs([&summary](const raw_t& epoch) { summary.count_epoch(epoch); });
+    epoch_order_t<place_t> order([] { return place_t{}; },
+                                 [&](place_t& p, order_t o) { summary.count_epoch(p.time, p.offset, o); });
+    epoch_collector_t epochs([&](auto& epoch, std::uint64_t offset) {
+        summary.count_satellites(*epoch);
+        place_t place{epoch_time(*epoch), offset};
+        order.add(place.time, place);
+    });
     {
         progress_t progress(source.name(), source.size_on_disk());
         frame_t frame{};
         while (reader.next(frame)) {
-            summary.count(frame);
-            if (frame.result == DECODE_OBS) epochs.add(*raw);
+            summary.count(frame, raw->buff, numbering_t::record);
+            if (frame.result == DECODE_OBS) epochs.add(*raw, frame.offset);
             progress.at(source.size_on_disk() > 0 ? source.position_on_disk() : reader.bytes());
         }
         epochs.flush();
+        order.flush();
     }
     if (interrupted()) throw error_t(source.name(), "interrupted", "at byte " + std::to_string(reader.bytes()));
     summary.finish(reader, source);

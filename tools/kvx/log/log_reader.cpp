@@ -19,7 +19,11 @@ log_reader_t::log_reader_t(input_file_t& source, raw_t& raw, bool decode)
 int log_reader_t::take(int& left)
 {
     const std::uint8_t* const data = block_.data() + at_;
-    if (decode_) return input_korvexb(&raw_, data, &left);
+    if (decode_) {
+        const int result = input_korvexb(&raw_, data, &left);
+        // Of an SBAS satellite behind the last one of its table nothing is kept.
+        return result == DECODE_EPH && (raw_.eph_sat == 0 || raw_.eph_sat > kMaxSat) ? DECODE_REFUSED : result;
+    }
     const bool whole = korvex::frame_block(&raw_, data, left) == korvex::framing_t::kComplete;
     return whole && !korvex::checksum_agrees(raw_.buff, raw_.len) ? DECODE_REFUSED : DECODE_NOTHING;
 }
@@ -56,10 +60,10 @@ bool log_reader_t::next(frame_t& frame)
             ++losses_.too_long;
             continue;
         }
-        frame = {size, korvex::read_header(raw_.buff).id, result, true};
+        frame = {size, korvex::read_header(raw_.buff).id, result, true, offset_ - static_cast<std::uint64_t>(size)};
         if (result == DECODE_REFUSED) {
             frame.checksum_ok = decode_ && korvex::checksum_agrees(raw_.buff, raw_.len);
-            ++(frame.checksum_ok ? losses_.refused : losses_.bad_checksum);
+            losses_.bad_checksum += !frame.checksum_ok;
         }
         return true;
     }

@@ -17,6 +17,7 @@ struct frame_t {
     int id;       ///< message
     int result;   ///< decode_result_t
     bool checksum_ok;
+    std::uint64_t offset;   ///< of its first byte in the log
 };
 
 /// What was lost. frames + skipped + dropped headers + the torn end make up the bytes of the log.
@@ -24,7 +25,7 @@ struct losses_t {
     std::uint64_t skipped_bytes = 0;   ///< bytes between frames
     std::uint64_t skipped_runs = 0;
     std::uint64_t bad_checksum = 0;   ///< frames
-    std::uint64_t refused = 0;        ///< frames with a right checksum that the decoder turned away
+    std::uint64_t refused = 0;        ///< frames with a right checksum whose contents cannot be right, as counted later
     std::uint64_t too_long = 0;       ///< headers that announce more than a frame holds
     std::uint64_t torn_bytes = 0;     ///< of the frame that the end of the log cuts off
 
@@ -42,9 +43,6 @@ public:
     /// Reads up to the next complete frame.
     /// @return false at the end of the log
     bool next(frame_t& frame);
-
-    /// Counts the frame read last as one whose contents cannot be right.
-    void refuse() { ++losses_.refused; }
 
     std::uint64_t bytes() const { return offset_; }   ///< read so far
     const losses_t& losses() const { return losses_; }

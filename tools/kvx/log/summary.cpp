@@ -49,7 +49,7 @@ const char* message_name(int id)
 
 void epoch_count_t::add(double gps_seconds)
 {
-    if (epochs == 0) {
+    if (last == 0.0) {
         first = gps_seconds;
     } else {
         steps.add(gps_seconds - last);
@@ -58,7 +58,7 @@ void epoch_count_t::add(double gps_seconds)
     ++epochs;
 }
 
-void summary_t::count(const frame_t& frame)
+void summary_t::count(const frame_t& frame, const std::uint8_t* content, numbering_t numbering)
 {
     // A frame with a wrong checksum may carry any number: it counts as lost, not as a message.
     if (!frame.checksum_ok) return;
@@ -66,12 +66,31 @@ void summary_t::count(const frame_t& frame)
     ++m.frames;
     m.bytes += static_cast<std::uint64_t>(frame.size);
     m.new_data += frame.result > 0;
-    m.refused += frame.result == DECODE_REFUSED;
+    if (frame.result != DECODE_REFUSED || notices.take(content, numbering)) return;
+    ++m.refused;
+    ++refused;
 }
 
-void summary_t::count_epoch(const raw_t& epoch)
+void summary_t::count_epoch(std::int64_t time, std::uint64_t offset, order_t order)
 {
-    epochs.add(gps_seconds(epoch.week, epoch.tow));
+    const clock_faults_t::place_t place{offset, static_cast<double>(time) / 1000.0, epochs.last};
+    const auto name = [&place](auto& places) {
+        if (places.size() < clock_faults_t::kMostNamed) places.push_back(place);
+    };
+    if (order == order_t::out) {
+        ++epochs.epochs;
+        ++clock.epochs_out;
+        return name(clock.first_out);
+    }
+    if (order == order_t::begins_file && place.before != 0.0) {
+        ++clock.steps_back;
+        name(clock.first_steps);
+    }
+    epochs.add(place.time);
+}
+
+void summary_t::count_satellites(const raw_t& epoch)
+{
     for (int i = 0; i < epoch.nobs; ++i) {
         satellite_count_t& s = satellites[satellite_of_record(epoch.obs[i].sat)];
         ++s.epochs;
@@ -84,12 +103,14 @@ void summary_t::finish(const log_reader_t& reader, const input_file_t& file)
     log = file.name();
     bytes = reader.bytes();
     lost = reader.losses();
+    lost.refused = refused;
     source_damage = file.damage();
 }
 
 bool summary_t::damaged() const
 {
-    return lost.any() || !source_damage.empty() || (outcome && outcome->out_of_order + outcome->events_lost > 0);
+    return lost.any() || !source_damage.empty() || clock.epochs_out > 0 ||
+           (outcome && outcome->observations.events_lost > 0);
 }
 
 std::string summary_t::why_no_epoch() const

@@ -12,7 +12,9 @@
 #include <string>
 #include <vector>
 
+#include "log/epoch_order.h"
 #include "log/log_reader.h"
+#include "log/notices.h"
 #include "log/steps.h"
 #include "rinex/ledger.h"
 
@@ -37,9 +39,22 @@ struct epoch_count_t {
     void add(double gps_seconds);
 };
 
+/// Epochs with a time that cannot be, and steps back of the clock.
+struct clock_faults_t {
+    static constexpr std::size_t kMostNamed = 20;
+
+    struct place_t {
+        std::uint64_t offset;   ///< of the epoch in the log (bytes)
+        double time, before;    ///< GPS seconds; of the last epoch in order, 0: there is none
+    };
+    std::uint64_t epochs_out = 0, steps_back = 0;
+    std::vector<place_t> first_out, first_steps;   ///< no more than are named
+};
+
 struct navigation_count_t {
     std::uint64_t found = 0;     ///< ephemerides of the log without repetitions
     std::uint64_t written = 0;   ///< records
+    std::uint64_t blanks = 0;    ///< numbers that have no room in their columns
 };
 
 /// What became of the observations of one signal.
@@ -55,14 +70,28 @@ struct signal_count_t {
 /// Those signals of which there were observations.
 std::vector<signal_count_t> signal_counts(const rinex::signals_t& signals, const rinex::ledger_t& ledger);
 
-/// What a conversion made of the log.
-struct outcome_t {
-    std::uint64_t epochs_written = 0;
-    std::vector<signal_count_t> signals;
-    std::map<std::pair<std::string, std::string>, std::uint64_t> beyond_record;   ///< by signal and satellite
+/// What was written to observation files.
+struct observation_counts_t {
+    std::uint64_t epochs = 0;
     std::uint64_t events = 0, events_lost = 0;   ///< between the epochs; lost: too many of them
     std::uint64_t left_out = 0;                  ///< satellite observations that the version cannot name
-    std::uint64_t out_of_order = 0;              ///< epochs not later than the one before
+
+    observation_counts_t& operator+=(const observation_counts_t& other)
+    {
+        epochs += other.epochs;
+        events += other.events;
+        events_lost += other.events_lost;
+        left_out += other.left_out;
+        return *this;
+    }
+};
+
+/// What a conversion made of the log.
+struct outcome_t {
+    observation_counts_t observations;
+    std::vector<signal_count_t> signals;
+    std::map<std::pair<std::string, std::string>, std::uint64_t> beyond_record;   ///< by signal and satellite
+    std::map<std::string, std::uint64_t> under_other_number;   ///< of them, by both satellites ("J08 as S20")
     std::optional<navigation_count_t> navigation;
     bool verified = false;            ///< the files were read back and hold what the log sent
     std::vector<std::string> files;   ///< paths
@@ -74,12 +103,24 @@ struct summary_t {
     std::map<int, message_count_t> messages;   ///< by number
     std::map<rinex::satellite_t, satellite_count_t> satellites;
     epoch_count_t epochs;
+    clock_faults_t clock;
+    notices_t notices;
     losses_t lost;
     std::string source_damage;   ///< why a compressed log could not be read to its end
     std::optional<outcome_t> outcome;
 
-    void count(const frame_t& frame);
-    void count_epoch(const raw_t& epoch);
+    /// Takes a frame.
+    /// @param content    of it
+    /// @param numbering  that the decoder has; what has no number there, or no time yet, is no damage
+    void count(const frame_t& frame, const std::uint8_t* content, numbering_t numbering);
+    std::uint64_t refused = 0;   ///< frames with contents that cannot be right
+
+    void count_satellites(const raw_t& epoch);
+
+    /// Takes an epoch when it has been judged.
+    /// @param time    ms since the beginning of GPS time
+    /// @param offset  of the epoch in the log (bytes)
+    void count_epoch(std::int64_t time, std::uint64_t offset, order_t order);
 
     /// Takes what the reader has told by the end of the log.
     void finish(const log_reader_t& reader, const input_file_t& log);

@@ -58,6 +58,7 @@ ordered_json signals_json(const std::vector<signal_count_t>& signals)
                         {"written", s.counts.written()},
                         {"left_out", left_out}});
         if (s.counts.lost_phases > 0) rows.back()["phases_without_column"] = s.counts.lost_phases;
+        if (s.counts.blanks > 0) rows.back()["values_left_blank"] = s.counts.blanks;
     }
     return rows;
 }
@@ -70,16 +71,32 @@ ordered_json beyond_record_json(const outcome_t& o)
     return rows;
 }
 
+void add_clock(ordered_json& j, const clock_faults_t& clock)
+{
+    if (clock.epochs_out > 0) {
+        j["epochs_out_of_order"] = clock.epochs_out;
+        auto& places = j["first_out_of_order"] = ordered_json::array();
+        for (const auto& p : clock.first_out) places.push_back({{"byte", p.offset}, {"time", date_text(p.time)}});
+    }
+    if (clock.steps_back > 0) {
+        j["clock_steps_back"] = clock.steps_back;
+        auto& places = j["first_steps_back"] = ordered_json::array();
+        for (const auto& p : clock.first_steps)
+            places.push_back({{"byte", p.offset}, {"from", date_text(p.before)}, {"to", date_text(p.time)}});
+    }
+}
+
 void add_outcome(ordered_json& j, const outcome_t& o)
 {
-    j["epochs_written"] = o.epochs_written;
+    j["epochs_written"] = o.observations.epochs;
     if (!o.signals.empty()) j["signals"] = signals_json(o.signals);
     if (!o.beyond_record.empty()) j["beyond_record"] = beyond_record_json(o);
-    if (o.events > 0) j["events"] = o.events;
-    if (o.events_lost > 0) j["events_left_out"] = o.events_lost;
-    if (o.left_out > 0) j["observations_left_out"] = o.left_out;
-    if (o.out_of_order > 0) j["epochs_out_of_order"] = o.out_of_order;
+    if (!o.under_other_number.empty()) j["under_other_number"] = o.under_other_number;
+    if (o.observations.events > 0) j["events"] = o.observations.events;
+    if (o.observations.events_lost > 0) j["events_left_out"] = o.observations.events_lost;
+    if (o.observations.left_out > 0) j["observations_left_out"] = o.observations.left_out;
     if (o.navigation) j["navigation"] = {{"ephemerides", o.navigation->found}, {"written", o.navigation->written}};
+    if (o.navigation && o.navigation->blanks > 0) j["navigation"]["blank_numbers"] = o.navigation->blanks;
     if (o.verified) j["verified"] = true;
     j["files"] = o.files;
 }
@@ -96,6 +113,9 @@ ordered_json summary_json(const summary_t& s)
         j["gaps"] = s.epochs.steps.gaps();
         j["missing_epochs"] = s.epochs.steps.missing();
     }
+    add_clock(j, s.clock);
+    if (!s.notices.without_number.empty()) j["satellites_without_number"] = s.notices.without_number;
+    if (s.notices.clock_not_set > 0) j["messages_before_clock"] = s.notices.clock_not_set;
     auto& systems = j["satellites_by_system"] = ordered_json::object();
     for (const auto& [name, n] : s.satellites_by_system()) systems[name] = n;
     j["satellites"] = satellites_json(s);

@@ -69,7 +69,10 @@ std::string navigation_text(const navigation_count_t& n)
 {
     if (n.found == 0) return "  no ephemerides in the log, no navigation file\n";
     return "  ephemerides: " + std::to_string(n.found) + ", records written: " + std::to_string(n.written) +
-           (n.written == 0 ? ", no navigation file\n" : "\n");
+           (n.written == 0 ? ", no navigation file\n" : "\n") +
+           (n.blanks == 0 ? ""
+                          : "  left blank, numbers of ephemerides too large for their columns: " +
+                                std::to_string(n.blanks) + "\n");
 }
 
 // "G1C 12, G2W 4"
@@ -79,6 +82,36 @@ std::string named_counts(const Counts& counts)
     std::string text;
     for (const auto& [name, n] : counts) text += (text.empty() ? "" : ", ") + name + " " + std::to_string(n);
     return text;
+}
+
+// What is no damage.
+std::string notices_text(const notices_t& notices)
+{
+    std::string out;
+    if (!notices.without_number.empty())
+        out += "  not used, no number for their satellite: messages of " + named_counts(notices.without_number) + "\n";
+    if (notices.clock_not_set > 0)
+        out += "  not used, sent before the clock was set: " + plural(notices.clock_not_set, "message") + "\n";
+    return out;
+}
+
+// A line for each place that is named, and how many more there are.
+std::string clock_text(const clock_faults_t& clock, bool converted)
+{
+    std::string out;
+    for (const auto& p : clock.first_steps) {
+        out += "  the clock steps back from " + date_text(p.before) + " to " + date_text(p.time) + " at byte " +
+               std::to_string(p.offset) + (converted ? ": a new file begins\n" : "\n");
+    }
+    if (clock.steps_back > clock.first_steps.size())
+        out += "  and " + std::to_string(clock.steps_back - clock.first_steps.size()) + " more times\n";
+    for (const auto& p : clock.first_out) {
+        out += (converted ? "  left out: epoch " : "  epoch ") + date_text(p.time) + " at byte " +
+               std::to_string(p.offset) + ": its time is not between those around it\n";
+    }
+    if (clock.epochs_out > clock.first_out.size())
+        out += "  and " + plural(clock.epochs_out - clock.first_out.size(), "more epoch") + " like these\n";
+    return out;
 }
 
 // One line for each reason, with its signals.
@@ -109,6 +142,7 @@ std::string signals_text(const std::vector<signal_count_t>& signals)
     for (std::size_t fate = 1; fate < rinex::kFates; ++fate)
         list(std::string("left out, ") + rinex::kFateNames[fate], [fate](const auto& row) { return row.fates[fate]; });
     list("phases without a column", [](const auto& row) { return row.lost_phases; });
+    list("left blank, values too large for their columns", [](const auto& row) { return row.blanks; });
     return out;
 }
 
@@ -120,22 +154,22 @@ std::string beyond_record_text(const outcome_t& o)
     std::string out;
     for (const auto& [signal, satellites] : by_signal)
         out += "  the record cannot carry " + signal + " of " + named_counts(satellites) + "\n";
+    if (!o.under_other_number.empty())
+        out += "  of these stand under another satellite's number: " + named_counts(o.under_other_number) + "\n";
     return out;
 }
 
 std::string outcome_text(const outcome_t& o)
 {
     std::string out = o.signals.empty() ? beyond_record_text(o) : signals_text(o.signals);
-    if (o.left_out > 0) {
-        out += "  left out: " + std::to_string(o.left_out) +
+    if (o.observations.left_out > 0) {
+        out += "  left out: " + std::to_string(o.observations.left_out) +
                " satellite observation(s) that this RINEX version cannot name here\n";
     }
-    if (o.events > 0) out += "  events: " + std::to_string(o.events) + "\n";
-    if (o.events_lost > 0) out += "  left out: " + plural(o.events_lost, "event") + ", too many between two epochs\n";
+    if (o.observations.events > 0) out += "  events: " + std::to_string(o.observations.events) + "\n";
+    if (o.observations.events_lost > 0)
+        out += "  left out: " + plural(o.observations.events_lost, "event") + ", too many between two epochs\n";
     if (o.navigation) out += navigation_text(*o.navigation);
-    if (o.out_of_order > 0) {
-        out += "  left out: " + std::to_string(o.out_of_order) + " epoch(s) that are not later than the one before\n";
-    }
     if (o.verified) out += "  verified: the files hold what the log sent\n";
     for (const std::string& file : o.files) out += "  wrote " + file + "\n";
     return out;
@@ -150,7 +184,8 @@ std::string summary_text(const summary_t& s, bool tables)
     std::string out = s.log + ":\n  " + plural(s.bytes, "byte") + ", " + plural(frames, "message") + "\n";
     out += (tables ? tables_text(s) : messages_text(s)) + epochs_text(s.epochs) + "  satellites:";
     for (const auto& [name, n] : s.satellites_by_system()) out += " " + (name + (" " + std::to_string(n)));
-    return out + "\n" + losses_text(s) + (s.outcome ? outcome_text(*s.outcome) : "");
+    return out + "\n" + losses_text(s) + notices_text(s.notices) + clock_text(s.clock, s.outcome.has_value()) +
+           (s.outcome ? outcome_text(*s.outcome) : "");
 }
 
 }   // namespace kvx

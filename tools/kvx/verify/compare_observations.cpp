@@ -44,15 +44,26 @@ void observation_comparison_t::run(log_epochs_t& log_epochs)
 {
     log_epoch_t log;
     bool more = log_epochs.next(log);
+    do {
+        files_.begin_run(log.time * kTicksPerMs);
+        more = compare_run(log_epochs, log, more);
+    } while (more);
+    while (files_.begin_run(log.time * kTicksPerMs)) compare_run(log_epochs, log, false);
+}
+
+// A run of the log, and the files along it.
+bool observation_comparison_t::compare_run(log_epochs_t& log_epochs, log_epoch_t& log, bool more)
+{
+    bool in_run = more;
     const rinex::read_epoch_t* file = files_.next();
-    while (more || file != nullptr) {
+    while (in_run || file != nullptr) {
         if (types_ != files_.types_change()) {
             types_ = files_.types_change();
             row_.use(files_.file().header());
         }
         const rinex::ticks_t time = log.time * kTicksPerMs;
-        const bool log_first = more && (file == nullptr || time <= file->time);
-        const bool file_first = file != nullptr && (!more || file->time <= time);
+        const bool log_first = in_run && (file == nullptr || time <= file->time);
+        const bool file_first = file != nullptr && (!in_run || file->time <= time);
         if (log_first && file_first) {
             compare(log, *file);
         } else if (log_first) {
@@ -60,9 +71,14 @@ void observation_comparison_t::run(log_epochs_t& log_epochs)
         } else {
             extra(*file, "no epoch of the log has this time");
         }
-        if (log_first) more = log_epochs.next(log);
+        if (log_first) {
+            more = log_epochs.next(log);
+            in_run = more && !log.begins_run;
+        }
         if (file_first) file = files_.next();
+        if (file == nullptr && in_run) file = files_.next_file(log.time * kTicksPerMs);
     }
+    return more;
 }
 
 void observation_comparison_t::judge_records(const log_epoch_t& log)

@@ -19,6 +19,7 @@ public:
     void run(log_epochs_t& log_epochs);
 
 private:
+    bool compare_run(log_epochs_t& log_epochs, log_epoch_t& log, bool more);
     void missing(const log_epoch_t& log);
     void extra(const rinex::read_epoch_t& file, const char* why);
     void compare(const log_epoch_t& log, const rinex::read_epoch_t& file);

@@ -1,6 +1,7 @@
 #include "verify/file_epochs.h"
 
 #include <algorithm>
+#include <cstdlib>
 #include <limits>
 
 namespace kvx {
@@ -19,36 +20,39 @@ rinex::ticks_t first_time(const std::string& path)
 
 }   // namespace
 
-file_epochs_t::file_epochs_t(const std::vector<std::string>& files, verification_t& result)
-    : result_(result), files_(files)
+file_epochs_t::file_epochs_t(const std::vector<std::string>& files, verification_t& result) : result_(result)
 {
-    if (files_.size() > 1) {
-        std::vector<std::pair<rinex::ticks_t, std::string>> order;
-        for (const std::string& file : files_) order.emplace_back(first_time(file), file);
-        std::sort(order.begin(), order.end());
-        for (std::size_t i = 0; i < order.size(); ++i) files_[i] = order[i].second;
-    }
-    open(0);
+    for (const std::string& file : files) unread_.push_back({file, files.size() > 1 ? first_time(file) : 0});
+    std::stable_sort(unread_.begin(), unread_.end(),
+                     [](const unread_t& a, const unread_t& b) { return a.first < b.first; });
 }
 
-void file_epochs_t::open(std::size_t file)
+void file_epochs_t::open(std::vector<unread_t>::iterator file)
 {
-    at_ = file;
     reader_.reset();
-    file_ = std::make_unique<rinex_file_t>(files_[file], &result_);
+    file_ = std::make_unique<rinex_file_t>(file->path, &result_);
     reader_.emplace(file_->lines(), file_->header(), file_->findings());
+    unread_.erase(file);
     ++types_change_;
 }
 
-// The next epoch or event of any file.
-bool file_epochs_t::read()
+bool file_epochs_t::begin_run(rinex::ticks_t time)
 {
-    for (;;) {
-        if (reader_->next(epoch_)) return true;
-        file_->finish();
-        if (at_ + 1 == files_.size()) return false;
-        open(at_ + 1);
-    }
+    last_.reset();
+    if (unread_.empty()) return false;
+    open(std::min_element(unread_.begin(), unread_.end(), [time](const unread_t& a, const unread_t& b) {
+        return std::llabs(a.first / 2 - time / 2) < std::llabs(b.first / 2 - time / 2);   // the last may be without end
+    }));
+    return true;
+}
+
+const rinex::read_epoch_t* file_epochs_t::next_file(rinex::ticks_t time)
+{
+    const auto file =
+        std::find_if(unread_.begin(), unread_.end(), [this](const unread_t& f) { return !last_ || f.first > *last_; });
+    if (file == unread_.end() || file->first > time) return nullptr;
+    open(file);
+    return next();
 }
 
 bool file_epochs_t::is_usable() const
@@ -72,12 +76,14 @@ bool file_epochs_t::is_usable() const
 
 const rinex::read_epoch_t* file_epochs_t::next()
 {
-    while (read()) {
+    while (reader_ && reader_->next(epoch_)) {
         types_change_ += epoch_.is_event() && !epoch_.records.empty();
         if (epoch_.is_event() || !is_usable()) continue;
         last_ = epoch_.time;
         return &epoch_;
     }
+    if (reader_) file_->finish();
+    reader_.reset();
     return nullptr;
 }
 

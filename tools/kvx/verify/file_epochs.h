@@ -1,4 +1,4 @@
-/// @file file_epochs.h  The epochs of observation files, one file after the other in order of time.
+/// @file file_epochs.h  The epochs of observation files, along those of a log.
 #ifndef KVX_VERIFY_FILE_EPOCHS_H
 #define KVX_VERIFY_FILE_EPOCHS_H
 
@@ -12,14 +12,23 @@ namespace kvx {
 
 class file_epochs_t {
 public:
-    /// @param files  observation files, at least one
+    /// @param files  observation files, at least one; of those that begin at one time the first is that of the log's
+    ///               first run
     /// @throws error_t when one cannot be read
     file_epochs_t(const std::vector<std::string>& files, verification_t& result);
 
-    /// The next epoch with observations, later than the ones before; others are faults. It is valid until the next
-    /// call.
+    /// Opens the file that begins nearest a time, where a run of the log's epochs begins.
+    /// @return false when every file has been read
+    bool begin_run(rinex::ticks_t time);
+
+    /// The next epoch of the file with observations, later than the ones before; others are faults. It is valid until
+    /// the next call.
     /// @return nullptr behind the last one
     const rinex::read_epoch_t* next();
+
+    /// Goes on with the file that begins next in the run, when that is not later than a time of the log.
+    /// @return its first epoch, else nullptr
+    const rinex::read_epoch_t* next_file(rinex::ticks_t time);
 
     /// The file that the epoch is of; behind the last epoch, the last file.
     const rinex_file_t& file() const { return *file_; }
@@ -34,13 +43,17 @@ public:
     std::size_t types_change() const { return types_change_; }
 
 private:
-    void open(std::size_t file);
-    bool read();
+    // A file that has not been read.
+    struct unread_t {
+        std::string path;
+        rinex::ticks_t first;   // epoch
+    };
+    void open(std::vector<unread_t>::iterator file);
     bool is_usable() const;
 
     verification_t& result_;
-    std::vector<std::string> files_;
-    std::size_t at_ = 0, types_change_ = 0;
+    std::vector<unread_t> unread_;   // in the order of their first epochs
+    std::size_t types_change_ = 0;
     std::unique_ptr<rinex_file_t> file_;
     std::optional<rinex::observation_reader_t> reader_;
     rinex::read_epoch_t epoch_;

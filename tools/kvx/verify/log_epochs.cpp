@@ -146,6 +146,7 @@ log_epochs_t::log_epochs_t(log_messages_t& messages, const verify_options_t& opt
       result_(result),
       other_(std::move(other)),
       assembly_(options.names, result),
+      order_([] { return log_epoch_t{}; }, [this](log_epoch_t& epoch, order_t order) { on_judged(epoch, order); }),
       grid_(options)
 {}
 
@@ -161,23 +162,27 @@ bool log_epochs_t::assemble(log_epoch_t& epoch)
     return assembly_.finish(epoch);
 }
 
-// Epochs that step back have no place in a file, whose epochs follow each other.
+void log_epochs_t::on_judged(log_epoch_t& epoch, order_t order)
+{
+    if (order == order_t::out) {
+        ++result_.epochs_out_of_order;
+        for (const log_record_t& r : epoch.records) result_.count(r.tracking_key, fate_t::out_of_order);
+        return;
+    }
+    epoch.begins_run = order == order_t::begins_file;
+    ahead_.push_back(std::move(epoch));
+}
+
 bool log_epochs_t::read_ahead()
 {
-    while (!over_) {
-        if (!assemble(spare_)) {
-            over_ = true;
-        } else if (spare_.time > last_) {
-            last_ = spare_.time;
-            grid_.add(last_);
-            ahead_.push_back(std::move(spare_));
-            return true;
-        } else {
-            ++result_.epochs_out_of_order;
-            for (const log_record_t& r : spare_.records) result_.count(r.tracking_key, fate_t::out_of_order);
-        }
+    if (over_) return false;
+    if (assemble(spare_)) {
+        order_.add(spare_.time, spare_);
+    } else {
+        over_ = true;
+        order_.flush();
     }
-    return false;
+    return true;
 }
 
 bool log_epochs_t::next(log_epoch_t& epoch)
@@ -186,12 +191,18 @@ bool log_epochs_t::next(log_epoch_t& epoch)
     }
     if (ahead_.empty()) return false;
     std::swap(epoch, ahead_.front());
-    spare_ = std::move(ahead_.front());   // its room serves the next one
     ahead_.pop_front();
-    const std::int64_t after = ahead_.empty() ? epoch.time : ahead_.front().time;
-    const bool on_grid = grid_.judge(before_ < 0 ? epoch.time : before_, epoch.time, after);
+    if (epoch.begins_run) before_.reset();
+    if (!wanted_.time(epoch.time)) {
+        epoch.fate = fate_t::outside;
+        return true;
+    }
+    if (!before_) grid_.add(epoch.time, true);
+    const bool more = !ahead_.empty() && !ahead_.front().begins_run && wanted_.time(ahead_.front().time);
+    if (more) grid_.add(ahead_.front().time, false);
+    const bool on_grid = grid_.judge(before_.value_or(epoch.time), epoch.time, more ? ahead_.front().time : epoch.time);
     before_ = epoch.time;
-    epoch.fate = !wanted_.time(epoch.time) ? fate_t::outside : on_grid ? fate_t::found : fate_t::off_grid;
+    epoch.fate = on_grid ? fate_t::found : fate_t::off_grid;
     return true;
 }
 

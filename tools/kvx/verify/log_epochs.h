@@ -4,7 +4,9 @@
 
 #include <deque>
 #include <functional>
+#include <optional>
 
+#include "log/epoch_order.h"
 #include "verify/log_messages.h"
 #include "verify/verification.h"
 #include "verify/wanted.h"
@@ -30,6 +32,7 @@ struct log_record_t {
 struct log_epoch_t {
     std::int64_t time = 0;   ///< ms since the beginning of GPS time
     log_place_t place;
+    bool begins_run = false;             ///< the first one, or behind a step back of the clock
     fate_t fate = fate_t::found;         ///< of all its records: outside, off_grid; found: to be compared
     std::vector<log_record_t> records;   ///< each signal of a satellite once, in order
 };
@@ -61,7 +64,7 @@ private:
     std::array<std::array<std::int16_t, rinex::kMostSignals>, rinex::kSatellites> slots_;   // place in records; -1
 };
 
-/// Epochs of logs in order of time, judged by the options.
+/// Epochs of logs, judged by the options: runs in each of which they follow each other in time.
 class log_epochs_t {
 public:
     /// Takes the messages that are no ranges.
@@ -77,16 +80,18 @@ public:
 private:
     bool assemble(log_epoch_t& epoch);
     bool read_ahead();
+    void on_judged(log_epoch_t& epoch, order_t order);
 
     log_messages_t& messages_;
     const wanted_t& wanted_;
     verification_t& result_;
     other_t other_;
     epoch_assembly_t assembly_;
+    epoch_order_t<log_epoch_t> order_;
     grid_t grid_;
     std::deque<log_epoch_t> ahead_;   // the next one and the one behind it
     log_epoch_t spare_;
-    std::int64_t last_ = -1, before_ = -1;   // ms: read last; given last
+    std::optional<std::int64_t> before_;   // ms: given last, in the time span
     bool over_ = false;
 };
 

@@ -1,6 +1,7 @@
 // kvx verify: proves that RINEX files hold what logs sent.
 #include <sys/stat.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <memory>
 
@@ -36,6 +37,9 @@ paths_t sorted_by_content(const std::vector<std::string>& paths)
             throw error_t(path, "is no file", "it is read twice");
         (kind_of_file(path) == file_kind_t::log ? sorted.logs : sorted.files).push_back(path);
     }
+    // Where a clock was set back the files' names have numbers: x_MO.rnx, x_2_MO.rnx.
+    std::stable_sort(sorted.files.begin(), sorted.files.end(),
+                     [](const std::string& a, const std::string& b) { return a.size() < b.size(); });
     if (sorted.logs.empty()) throw CLI::ValidationError("LOG", "none of the files is a log");
     if (sorted.files.empty()) throw CLI::ValidationError("FILE", "none of the files is a RINEX file");
     return sorted;

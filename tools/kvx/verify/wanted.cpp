@@ -48,11 +48,14 @@ bool wanted_t::time(std::int64_t ms) const
 grid_t::grid_t(const verify_options_t& o) : interval_(std::llround(o.interval * 1000.0)), anchor_first_(o.anchor_first)
 {}
 
-void grid_t::add(std::int64_t time)
+void grid_t::add(std::int64_t time, bool first)
 {
-    if (!begun_ && anchor_first_) anchor_ = time;
-    if (begun_) steps_.add(static_cast<double>(time - last_) / 1000.0);
-    begun_ = true;
+    if (first) {
+        steps_ = {};
+        if (anchor_first_) anchor_ = time;
+    } else {
+        steps_.add(static_cast<double>(time - last_) / 1000.0);
+    }
     last_ = time;
 }
 

@@ -35,7 +35,8 @@ public:
     explicit grid_t(const verify_options_t& options);
 
     /// Takes the time (ms) of every epoch in order, one ahead of judge().
-    void add(std::int64_t time);
+    /// @param first  of a run of epochs
+    void add(std::int64_t time, bool first);
 
     /// Whether an epoch is on the grid.
     /// @param before, after  epochs next to it; its own time where there is none
@@ -46,7 +47,7 @@ private:
     bool is_nearer(std::int64_t other, std::int64_t time, bool or_as_near) const;
 
     std::int64_t interval_, anchor_ = 0, last_ = 0;   // ms
-    bool anchor_first_, begun_ = false;
+    bool anchor_first_;
     step_counter_t steps_;
 };
 

@@ -1,6 +1,9 @@
 """What a session at the command line does not show: other programs beside kvx, full disks, signals, work in parallel."""
 
 import gzip
+import itertools
+import json
+import math
 import os
 import pathlib
 import pty
@@ -8,6 +11,7 @@ import re
 import resource
 import select
 import signal
+import struct
 import subprocess
 import tempfile
 import unittest
@@ -87,6 +91,70 @@ class Convert(unittest.TestCase):
         self.assertEqual((DONE, len(files)), (check.returncode, len(check.stdout.splitlines())), check.stdout)
         for file in files:
             file.unlink()
+
+    def convert(self, log, *options):
+        """Exit code, summary, and the observation files by name without their dates."""
+        file = self.dir / "changed.log"
+        file.write_bytes(log)
+        with tempfile.TemporaryDirectory(dir=self.dir) as out:
+            run = kvx("convert", file, "-o", out, "--marker", "A", "--json", *options)
+            files = sorted(pathlib.Path(out).iterdir())
+            verified = "--as-host" in options or kvx("verify", file, *files).returncode == DONE
+            texts = {f.name: re.sub(r"\d{8} \d{6} (?=UTC PGM)", "20240310 120000 ", f.read_text()) for f in files if "_MN" not in f.name}
+            return run.returncode, verified and json.loads(run.stdout), texts
+
+    def test_a_wrong_time_costs_its_epoch_alone(self):
+        log = b"".join(frame for _, frame in itertools.islice(logs.frames(self.log.read_bytes()), 200))
+        last = [message for message, _ in logs.frames(log)].count(logs.RANGE) - 1
+        hour, week = 3600000, 1024
+        for host in ((), ("--as-host",)):
+            for epoch, weeks, ms in ((0, week, 0), (1, 0, hour), (1, 0, -hour), (9, week, 0), (9, 0, -hour),
+                                     (last, 0, -hour)):
+                _, _, expected = self.convert(logs.at_other_time(log, [epoch]), *host)
+                code, summary, files = self.convert(logs.at_other_time(log, [epoch], weeks, ms), *host)
+                self.assertEqual((DAMAGED, expected), (code, files), (epoch, weeks, ms))
+                place, = summary["first_out_of_order"]
+                before = [message for message, _ in logs.frames(log[: place["byte"]])]
+                self.assertEqual(epoch, before.count(logs.RANGE))
+            self.assertEqual(DONE, self.convert(logs.at_other_time(log, range(9, last + 1), 0, hour), *host)[0])   # a gap
+
+    def test_a_clock_set_back_begins_a_new_file(self):
+        late, early = (self.dir / name for name in ("late.log", "early.log"))
+        for start in ("2024-03-10 11:00:00", "2024-03-10 12:00:10", "2024-03-10 12:00:00"):
+            kvx("simulate", "-o", late, "--duration", 30)
+            kvx("simulate", "-o", early, "--duration", 20, "--start", start)
+            for options in ((), ("--as-host",), ("--name", "X")):
+                parts = [list(self.convert(log.read_bytes(), *options)[2].values())[0] for log in (late, early)]
+                both = late.read_bytes() + early.read_bytes()
+                code, summary, files = self.convert(both, *options)
+                self.assertEqual((DONE, sorted(parts)), (code, sorted(files.values())), options)
+                before = [message for message, _ in logs.frames(both[: summary["first_steps_back"][0]["byte"]])]
+                self.assertEqual(30, before.count(logs.RANGE))
+                if options[:1] == ("--name",):
+                    self.assertEqual(["X_2_MO.rnx", "X_MO.rnx"], sorted(files))
+
+    def test_what_has_no_number_or_no_clock_is_no_damage(self):
+        every = self.dir / "every.log"
+        kvx("simulate", "-o", every, "--every-signal", "--duration", 120)
+        code, host, _ = self.convert(every.read_bytes(), "--as-host")
+        self.assertEqual(DONE, code)
+        self.assertEqual({"C60", "J08", "R25", "S48"}, set(host["satellites_without_number"]))
+        self.assertEqual({"J08 as S20", "R25 as E01"}, set(host["under_other_number"]))
+        code, own, _ = self.convert(logs.changed(every.read_bytes(), logs.MARK, 36, b"\2"))
+        self.assertEqual((DONE, 1, False), (code, own["messages_before_clock"], "satellites_without_number" in own))
+
+    def test_values_without_room_are_blank_and_told(self):
+        log = self.log.read_bytes()
+        for offset, value in ((4, struct.pack("<d", 1e12)), (28, struct.pack("<f", 1e30)),
+                              (32, struct.pack("<f", math.nan))):
+            code, summary, files = self.convert(logs.changed(log, logs.RANGE, 4 + offset, value))
+            self.assertEqual((DONE, 300), (code, sum(s.get("values_left_blank", 0) for s in summary["signals"])))
+            rinex = self.dir / "blank.rnx"
+            rinex.write_text("".join(files.values()))
+            self.assertEqual(DONE, kvx("check", rinex).returncode)
+        tgd = struct.pack("<d", 1e130)
+        code, summary, _ = self.convert(logs.changed(log, 7, 172, tgd))
+        self.assertGreater(summary["navigation"]["blank_numbers"], 0)
 
     @forks
     def test_logs_in_parallel(self):

@@ -3,8 +3,9 @@
 import zlib
 
 HEADER, CRC = 28, 4
-RANGE, ION_UTC, SBAS, GALILEO = 43, 8, 601, 1122
+RANGE, MARK, ION_UTC, SBAS, GALILEO = 43, 231, 8, 601, 1122
 EPHEMERIDES = {7, 41, SBAS, 723, 1047, 1122, 1309, 1336, 1696}
+WEEK = 604800000         # ms
 RECORD_BYTES = 44        # of message 43
 
 
@@ -40,6 +41,20 @@ def changed(log, message, offset, value):
     for number, frame in frames(log):
         body = frame[HEADER:-CRC]
         out += with_body(frame, body[:offset] + value + body[offset + len(value) :]) if number == message else frame
+    return out
+
+
+def at_other_time(log, epochs, weeks=0, ms=0):
+    """The times of some range messages moved; without weeks and ms these messages are gone."""
+    n, out = -1, b""
+    for message, frame in frames(log):
+        n += message == RANGE
+        if message == RANGE and n in epochs:
+            time = int.from_bytes(frame[14:16], "little") * WEEK + int.from_bytes(frame[16:20], "little")
+            time += weeks * WEEK + ms
+            moved = frame[:14] + u16(time // WEEK) + u32(time % WEEK) + frame[20:HEADER]
+            frame = with_body(moved, frame[HEADER:-CRC]) if weeks or ms else b""
+        out += frame
     return out
 
 

@@ -5,6 +5,7 @@
 #include <new>
 
 #include "common/command.h"
+#include "common/interrupt.h"
 
 namespace {
 
@@ -52,6 +53,8 @@ int main(int argc, char** argv)
         return run(argc, argv);
     } catch (const CLI::ParseError& e) {   // a value that only the command itself could judge
         return failed(e.what(), kvx::kUsage);
+    } catch (const kvx::interruption_t& e) {
+        return failed(e.what(), kvx::interrupt_code());
     } catch (const std::bad_alloc&) {
         return failed("out of memory", kvx::kFailed);
     } catch (const std::exception& e) {

@@ -43,12 +43,14 @@ public:
           positions_(options)
     {
         Initial_raw(frame_.get(), 0);
+        reader_.before_waiting([this] { bring_to_disk(); });
     }
 
     summary_t run()
     {
         read_log();
-        if (!observations_.exists() && interrupted()) throw error_t(source_.name(), "interrupted", "before any epoch");
+        if (!observations_.exists() && source_.ended_by_signal())
+            throw interruption_t(source_.name(), "before any epoch");
         if (!observations_.exists())
             throw error_t(source_.name(), "no usable epoch, no file written", summary_.why_no_epoch());
         outcome_t& outcome = summary_.outcome.emplace();
@@ -56,11 +58,11 @@ public:
         outcome.out_of_order = out_of_order_;
         if (options_.navigation() != "none") outcome.navigation = navigation_.count();
         outcome.signals = signal_counts(options_.names, ledger_);
+        outcome.partial = source_.cut_short();
         outcome.files = publish();
-        outcome.verified = options_.verify;
+        outcome.verified = options_.verify && !outcome.partial;
         outcome.events = observations_.events_written();
         outcome.events_lost = observations_.events_lost();
-        if (interrupted()) throw error_t(source_.name(), "interrupted", "what was read is in " + outcome.files.front());
         return std::move(summary_);
     }
 
@@ -107,6 +109,13 @@ private:
             observations_.add(*station_.event(), behind);
         }
         return result;
+    }
+
+    // A program that follows the files sees what has come so far.
+    void bring_to_disk()
+    {
+        observations_.bring_to_disk();
+        positions_.bring_to_disk();
     }
 
     void count(const rinex::epoch_t& epoch, rinex::fate_t fate)
@@ -168,7 +177,7 @@ private:
         const double interval = options_.interval > 0.0 ? options_.interval : epochs.steps.usual();
         const file_names_t names(options_.version(), options_.marker, options_.country, options_.name,
                                  {epochs.first, epochs.last, interval});
-        const std::string partial = interrupted() ? ".partial" : "";
+        const std::string partial = source_.cut_short() ? ".partial" : "";
         if (const auto leaps = navigation_.leap_seconds()) station_.take_leap_seconds(*leaps);
         std::vector<finished_file_t> files;
         files.push_back(observations_.finish(names.observations() + partial));
@@ -176,7 +185,7 @@ private:
                                              [&](char letter) { return names.navigation(letter) + partial; }))
             files.push_back(std::move(file));
         if (positions_.exists()) files.push_back(positions_.finish(names.positions() + partial));
-        if (options_.verify && !interrupted()) prove(files);
+        if (options_.verify && !source_.cut_short()) prove(files);
         std::vector<std::string> paths;
         paths.reserve(files.size());
         for (finished_file_t& file : files) paths.push_back(file.publish());

@@ -31,6 +31,9 @@ public:
     /// @param behind  of an epoch of the same time
     void add(event_t event, bool behind);
 
+    /// Leaves nothing of what has been written in memory.
+    void bring_to_disk();
+
     bool exists() const { return file_ != nullptr; }
     const epoch_count_t& epochs() const { return epochs_; }
     std::uint64_t events_written() const { return events_written_; }

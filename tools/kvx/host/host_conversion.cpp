@@ -37,13 +37,15 @@ public:
         Initial_raw(raw_.get(), 0);
         raw_->opt_nosigmap = options.no_signal_map;
         raw_->opt_rawprn = options.raw_prn;
+        reader_.before_waiting([this] { bring_to_disk(); });
         g_curleap = kUsualLeaps;   // what another log has told is no concern of this one
     }
 
     summary_t run()
     {
         read_log();
-        if (!observations_.exists() && interrupted()) throw error_t(source_.name(), "interrupted", "before any epoch");
+        if (!observations_.exists() && source_.ended_by_signal())
+            throw interruption_t(source_.name(), "before any epoch");
         if (!observations_.exists()) {
             throw error_t(source_.name(), "no usable epoch, no file written", summary_.why_no_epoch());
         }
@@ -54,10 +56,8 @@ public:
         limits_.flush();
         outcome.beyond_record = limits_.lost();
         if (options_.navigation() != "none") outcome.navigation = navigation_.count();
+        outcome.partial = source_.cut_short();
         outcome.files = publish();
-        if (interrupted()) {
-            throw error_t(source_.name(), "interrupted", "what was read is in " + outcome.files.front());
-        }
         return std::move(summary_);
     }
 
@@ -74,6 +74,13 @@ private:
         }
         epochs_.flush();
         summary_.finish(reader_, source_);
+    }
+
+    // A program that follows the files sees what has come so far.
+    void bring_to_disk()
+    {
+        observations_.bring_to_disk();
+        if (positions_ != nullptr) std::fflush(positions_->stream());
     }
 
     void on_frame(const frame_t& frame)
@@ -122,7 +129,7 @@ private:
         const std::string marker = options_.marker.empty() ? log_stem(source_.name()) : options_.marker;
         constexpr int kLongNames = 300;   // for all versions
         const file_names_t names(kLongNames, marker, options_.country, options_.name, observations_.coverage());
-        const std::string partial = interrupted() ? ".partial" : "";
+        const std::string partial = source_.cut_short() ? ".partial" : "";
         std::vector<std::string> files = {observations_.finish(*raw_, has_antenna_, names.observations() + partial)};
         const auto name_of = [&](char letter) { return names.navigation(letter) + partial; };
         for (const std::string& path : navigation_.finish(*raw_, name_of)) files.push_back(path);

@@ -28,6 +28,12 @@ public:
     void add_stop_and_go(const raw_t& raw, bool epoch_pending);
     void add_mark(const raw_t& raw, bool epoch_pending);
 
+    /// Leaves nothing of what has been written in memory.
+    void bring_to_disk()
+    {
+        if (file_ != nullptr) std::fflush(file_->stream());
+    }
+
     bool exists() const { return file_ != nullptr; }
     const epoch_count_t& epochs() const { return epochs_; }
     std::uint64_t left_out() const { return left_out_; }           ///< satellites that the version cannot name

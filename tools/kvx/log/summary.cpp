@@ -85,6 +85,7 @@ void summary_t::finish(const log_reader_t& reader, const input_file_t& file)
     bytes = reader.bytes();
     lost = reader.losses();
     source_damage = file.damage();
+    ended_by_signal = file.ended_by_signal();
 }
 
 bool summary_t::damaged() const

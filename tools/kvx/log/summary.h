@@ -64,6 +64,7 @@ struct outcome_t {
     std::uint64_t left_out = 0;                  ///< satellite observations that the version cannot name
     std::uint64_t out_of_order = 0;              ///< epochs not later than the one before
     std::optional<navigation_count_t> navigation;
+    bool partial = false;             ///< the files lack what a signal left unread
     bool verified = false;            ///< the files were read back and hold what the log sent
     std::vector<std::string> files;   ///< paths
 };
@@ -75,7 +76,8 @@ struct summary_t {
     std::map<rinex::satellite_t, satellite_count_t> satellites;
     epoch_count_t epochs;
     losses_t lost;
-    std::string source_damage;   ///< why a compressed log could not be read to its end
+    std::string source_damage;      ///< why the log could not be read to its end
+    bool ended_by_signal = false;   ///< and not by its end
     std::optional<outcome_t> outcome;
 
     void count(const frame_t& frame);

@@ -1,4 +1,7 @@
 // kvx: the command-line tool of rtk_utils.
+#include <fcntl.h>
+#include <unistd.h>
+
 #include <csignal>
 #include <cstdio>
 #include <exception>
@@ -38,6 +41,15 @@ int run(int argc, char** argv)
     return kvx::kUsage;
 }
 
+// A standard stream that is closed is opened on nothing, the wrong way round: to use it stays an error, and no file gets
+// its place, and with it what is printed.
+void fill_standard_streams()
+{
+    for (const int fd : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+        if (fcntl(fd, F_GETFD) < 0) (void)!open("/dev/null", fd == STDIN_FILENO ? O_WRONLY : O_RDONLY);
+    }
+}
+
 int failed(const char* what, int code)
 {
     std::fprintf(stderr, "kvx: error: %s\n", what);
@@ -48,6 +60,7 @@ int failed(const char* what, int code)
 
 int main(int argc, char** argv)
 {
+    fill_standard_streams();
     std::signal(SIGPIPE, SIG_IGN);   // a reader that has gone is an error like any other
     try {
         return run(argc, argv);

@@ -76,7 +76,7 @@ std::size_t input_file_t::read_some(std::uint8_t* to, std::size_t n)
     const std::size_t first = std::min(n, head_size_ - head_used_);
     std::copy_n(head_.begin() + head_used_, first, to);
     head_used_ += first;
-    return first;
+    return live_ ? first : first + read_descriptor(to + first, n - first);   // so that later reads begin at pages
 }
 
 std::size_t input_file_t::read(std::uint8_t* to, std::size_t n)

@@ -233,7 +233,7 @@ class Input(Scratch):
                                   (packed + b"\x1f\x8b\x09" + packed, 1, f"{len(packed) + 3} bytes behind .*"),
                                   (packed + bytes(70000), 1, None), (packed + packed, 2, None),
                                   (packed + packed[:-7], 2, "the compressed file ends too early"),
-                                  (wrong_sum, 1, "the compressed data are damaged")):
+                                  (wrong_sum, 1, f"the compressed data are damaged at byte {len(packed) - 4}")):
             run = kvx("info", "--json", "-", stdin=None, input=data)
             summary = json.loads(run.stdout)
             self.assertEqual((DAMAGED if told else DONE, times * len(log)), (run.returncode, summary["good_bytes"]))

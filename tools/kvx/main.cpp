@@ -27,7 +27,8 @@ int run(int argc, char** argv)
     app.failure_message([](const CLI::App*, const CLI::Error& e) {
         return "kvx: error: " + std::string(e.what()) + " (see --help)\n";
     });
-    app.footer("Exit codes: 0 done, 1 failed, 2 wrong usage, 3 done but the input was damaged.");
+    app.footer("Exit codes: 0 done, 1 failed, 2 wrong usage, 3 done but the input was damaged, "
+               "130 or 143 ended by Ctrl-C or SIGTERM.");
     std::vector<command_t> commands;
     for (const auto make : kCommands) commands.push_back(make(app));
     try {
@@ -41,8 +42,8 @@ int run(int argc, char** argv)
     return kvx::kUsage;
 }
 
-// A standard stream that is closed is opened on nothing, the wrong way round: to use it stays an error, and no file gets
-// its place, and with it what is printed.
+// A standard stream that is closed is opened on nothing, the wrong way round: to use it stays an error, and no file
+// gets its place, and with it what is printed.
 void fill_standard_streams()
 {
     for (const int fd : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {

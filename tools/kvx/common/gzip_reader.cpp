@@ -25,7 +25,8 @@ gzip_reader_t::gzip_reader_t(source_t source, std::span<const std::uint8_t> head
     : source_(std::move(source)),
       input_(kPiece),
       stream_(std::make_unique<z_stream>()),
-      header_(std::make_unique<gz_header>())
+      header_(std::make_unique<gz_header>()),
+      taken_(head.size())
 {
     if (inflateInit2(stream_.get(), kWindow) != Z_OK) throw std::bad_alloc();
     std::copy(head.begin(), head.end(), input_.begin());
@@ -47,6 +48,7 @@ bool gzip_reader_t::refill()
 {
     stream_->next_in = input_.data();
     stream_->avail_in = static_cast<uInt>(source_(input_.data(), input_.size()));
+    taken_ += stream_->avail_in;
     return stream_->avail_in > 0;
 }
 
@@ -87,7 +89,9 @@ void gzip_reader_t::inflate_some()
         case Z_MEM_ERROR:
             throw std::bad_alloc();
         default:
-            if (first_ || header_->done == 1) return end("the compressed data are damaged");
+            if (first_ || header_->done == 1) {
+                return end("the compressed data are damaged at byte " + std::to_string(taken_ - in_hand()));
+            }
             pass_rest(stream_->total_in);   // it was no member
             break;
     }

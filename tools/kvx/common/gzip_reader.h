@@ -51,6 +51,7 @@ private:
     std::unique_ptr<z_stream_s> stream_;
     std::unique_ptr<gz_header_s> header_;   // of the member
     bool in_member_ = false, first_ = true, over_ = false;
+    std::uint64_t taken_;   // from the source
     std::string damage_;
 };
 

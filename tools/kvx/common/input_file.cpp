@@ -64,8 +64,8 @@ void input_file_t::begin()
     for (std::size_t got = 1; got > 0 && head_size_ < head_.size() && like_gzip(); head_size_ += got)
         got = read_descriptor(head_.data() + head_size_, head_.size() - head_size_);
     if (head_size_ < head_.size() || !like_gzip()) return;
-    gzip_ = std::make_unique<gzip_reader_t>(
-        [this](std::uint8_t* to, std::size_t n) { return read_descriptor(to, n); }, head_);
+    gzip_ = std::make_unique<gzip_reader_t>([this](std::uint8_t* to, std::size_t n) { return read_descriptor(to, n); },
+                                            head_);
 }
 
 std::size_t input_file_t::read_some(std::uint8_t* to, std::size_t n)

@@ -27,10 +27,10 @@ struct losses_t {
     std::uint64_t skipped_runs = 0;
     std::uint64_t bad_checksum = 0;   ///< frames
     std::uint64_t bad_checksum_bytes = 0;
-    std::uint64_t refused = 0;        ///< frames with a right checksum that the decoder turned away
-    std::uint64_t too_long = 0;       ///< headers that announce more than a frame holds
+    std::uint64_t refused = 0;    ///< frames with a right checksum that the decoder turned away
+    std::uint64_t too_long = 0;   ///< headers that announce more than a frame holds
     std::uint64_t too_long_bytes = 0;
-    std::uint64_t torn_bytes = 0;     ///< of the frame that the end of the log cuts off
+    std::uint64_t torn_bytes = 0;   ///< of the frame that the end of the log cuts off
 
     bool any() const { return skipped_bytes + bad_checksum + refused + too_long + torn_bytes != 0; }
 };

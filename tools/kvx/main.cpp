@@ -27,8 +27,9 @@ int run(int argc, char** argv)
     app.failure_message([](const CLI::App*, const CLI::Error& e) {
         return "kvx: error: " + std::string(e.what()) + " (see --help)\n";
     });
-    app.footer("Exit codes: 0 done, 1 failed, 2 wrong usage, 3 done but the input was damaged, "
-               "130 or 143 ended by Ctrl-C or SIGTERM.");
+    app.footer(
+        "Exit codes: 0 done, 1 failed, 2 wrong usage, 3 done but the input was damaged, "
+        "130 or 143 ended by Ctrl-C or SIGTERM.");
     std::vector<command_t> commands;
     for (const auto make : kCommands) commands.push_back(make(app));
     try {

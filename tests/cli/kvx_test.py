@@ -1,20 +1,26 @@
 """What a session at the command line does not show: other programs beside kvx, full disks, signals, work in parallel."""
 
+import ctypes
 import gzip
 import itertools
 import json
 import math
+import mmap
 import os
 import pathlib
 import pty
+import random
 import re
 import resource
 import select
+import shutil
 import signal
 import struct
 import subprocess
 import tempfile
+import time
 import unittest
+import zlib
 
 import logs
 
@@ -30,16 +36,7 @@ def kvx(*args, **options):
     return subprocess.run([KVX, *map(str, args)], timeout=300, **options)
 
 
-class Convert(unittest.TestCase):
-    @classmethod
-    def setUpClass(cls):
-        cls.kept = tempfile.TemporaryDirectory()
-        cls.log, cls.log140 = (pathlib.Path(cls.kept.name) / name for name in ("survey.log", "compressed.log"))
-        assert kvx("simulate", "-o", cls.log, "--duration", 300).returncode == DONE
-        assert kvx("simulate", "-o", cls.log140, "--duration", 300, "--range", 140,
-                   "--start", "2024-03-10 13:00:00").returncode == DONE
-        cls.addClassCleanup(cls.kept.cleanup)
-
+class Scratch(unittest.TestCase):
     def setUp(self):
         scratch = tempfile.TemporaryDirectory()
         self.addCleanup(scratch.cleanup)
@@ -49,6 +46,17 @@ class Convert(unittest.TestCase):
     def observations(self, folder):
         file, = folder.glob("*_MO.rnx")
         return file
+
+
+class Convert(Scratch):
+    @classmethod
+    def setUpClass(cls):
+        cls.kept = tempfile.TemporaryDirectory()
+        cls.log, cls.log140 = (pathlib.Path(cls.kept.name) / name for name in ("survey.log", "compressed.log"))
+        assert kvx("simulate", "-o", cls.log, "--duration", 300).returncode == DONE
+        assert kvx("simulate", "-o", cls.log140, "--duration", 300, "--range", 140,
+                   "--start", "2024-03-10 13:00:00").returncode == DONE
+        cls.addClassCleanup(cls.kept.cleanup)
 
     def test_example_writes_the_same_epochs(self):
         text = (PROJECT / "examples/convert_log.cpp").read_text()
@@ -179,25 +187,6 @@ class Convert(unittest.TestCase):
             self.assertIn(b"writing", run.stderr)
             self.assertEqual([], list(self.out.iterdir()), limit)
 
-    def test_interrupted_work_is_kept_as_partial(self):
-        run = subprocess.Popen([KVX, "convert", "-", "-o", self.out], stdin=subprocess.PIPE, stdout=subprocess.PIPE,
-                               stderr=subprocess.PIPE)
-        log = self.log.read_bytes()
-        run.stdin.write(log[:len(log) // 4 * 3])   # more than the buffers on the way hold
-        run.stdin.flush()
-        while not (self.out.exists() and any(f.stat().st_size > 0 for f in self.out.glob(".kvx-*"))):
-            self.assertIsNone(run.poll())
-        while pathlib.Path(f"/proc/{run.pid}/stat").read_text().rsplit(") ")[1][0] != "S":
-            pass   # until it waits for more
-        run.send_signal(signal.SIGINT)
-        _, errors = run.communicate(timeout=60)
-        self.assertEqual(FAILED, run.returncode)
-        self.assertIn(b"interrupted", errors)
-        partial, = self.out.glob("*_MO.rnx.partial")
-        self.assertIn("TIME OF LAST OBS", partial.read_text())
-        self.assertGreater(partial.read_text().count("\n> "), 220)   # of 300: all that came
-        self.assertEqual([], list(self.out.glob(".*")))
-
     def test_expand_keeps_what_is_there_and_what_was_good(self):
         kvx("convert", self.log, "-o", self.out)
         rinex = self.observations(self.out)
@@ -237,6 +226,144 @@ class Convert(unittest.TestCase):
                 run = kvx(*command, stdout=full)
                 self.assertEqual(FAILED, run.returncode)
                 self.assertIn(b"standard output", run.stderr)
+
+
+class Input(Scratch):
+    """What comes in pieces, late, damaged or not at all."""
+
+    @classmethod
+    def setUpClass(cls):
+        kept = tempfile.TemporaryDirectory()
+        cls.addClassCleanup(kept.cleanup)
+        cls.log = pathlib.Path(kept.name) / "survey.log"
+        kvx("simulate", "-o", cls.log, "--duration", 20)
+
+    def start(self, *options):
+        return subprocess.Popen([KVX, "convert", *map(str, options), "-o", self.out, "--json"], stdin=subprocess.PIPE,
+                                stdout=subprocess.PIPE, stderr=subprocess.PIPE, bufsize=0)
+
+    def wait_for_epochs(self, run, n):
+        def there():
+            return any(f.read_text().count("\n> ") >= n for f in self.out.glob(".kvx-*"))
+        deadline = time.monotonic() + 60
+        while not there():
+            self.assertTrue(run.poll() is None and time.monotonic() < deadline, n)
+            time.sleep(0.001)
+
+    def test_live_epochs_are_written_when_the_next_has_come(self):
+        for ending, packed, options in ((signal.SIGINT, False, ()), (signal.SIGTERM, True, ()),
+                                        (signal.SIGHUP, False, ("--as-host",))):
+            run = self.start("-", *options)
+            sender, epochs = zlib.compressobj(wbits=31), 0
+            for message, frame in logs.frames(self.log.read_bytes()):
+                run.stdin.write(sender.compress(frame) + sender.flush(zlib.Z_SYNC_FLUSH) if packed else frame)
+                epochs += message == logs.RANGE
+                if message == logs.RANGE and epochs > 1:
+                    self.wait_for_epochs(run, epochs - 1)
+            run.send_signal(ending)
+            text, errors = run.communicate(timeout=60)
+            self.assertEqual(128 + ending, run.returncode, errors)
+            self.assertNotIn(b"error", errors)
+            summary = json.loads(text)
+            self.assertTrue(summary["ended_by_signal"])
+            self.assertEqual((20, 20), (summary["epochs_written"], epochs))
+            self.assertEqual({f.name for f in self.out.iterdir()}, {pathlib.Path(f).name for f in summary["files"]})
+            self.assertEqual(20, self.observations(self.out).read_text().count("\n> "))
+            shutil.rmtree(self.out)
+
+    def test_interrupted_files_are_partial(self):
+        card = self.dir / "card"   # preallocated, with nothing behind the log
+        card.write_bytes(self.log.read_bytes())
+        os.truncate(card, 1 << 40)
+        run = self.start(card)
+        while not any(self.out.glob(".kvx-*")):
+            self.assertIsNone(run.poll())
+        run.send_signal(signal.SIGTERM)
+        text, errors = run.communicate(timeout=60)
+        self.assertEqual(128 + signal.SIGTERM, run.returncode)
+        self.assertIn(b"card: interrupted (what was read is in ", errors)
+        files = [pathlib.Path(f) for f in json.loads(text)["files"]]
+        self.assertEqual({".partial"}, {f.suffix for f in files})
+        self.assertEqual(set(files), set(self.out.iterdir()))
+
+        run = self.start("-")
+        while not int(re.search(r"SigCgt:\t(\w+)", pathlib.Path(f"/proc/{run.pid}/status").read_text())[1], 16) & 2:
+            self.assertIsNone(run.poll())
+        run.send_signal(signal.SIGINT)   # which it catches by now
+        self.assertIn(b"interrupted (before any epoch)", run.communicate(timeout=60)[1].splitlines()[-1])
+        self.assertEqual((128 + signal.SIGINT, set(files)), (run.returncode, set(self.out.iterdir())))
+
+    def test_bytes_behind_compressed_data(self):
+        log, packed = self.log.read_bytes(), gzip.compress(self.log.read_bytes())
+        wrong_sum = packed[:-8] + bytes(4) + packed[-4:]
+        for data, times, told in ((packed + b"junk\0", 1, "5 bytes behind the compressed data were not read"),
+                                  (packed + b"\x1f\x8b\x09" + packed, 1, f"{len(packed) + 3} bytes behind .*"),
+                                  (packed + bytes(70000), 1, None), (packed + packed, 2, None),
+                                  (packed + packed[:-7], 2, "the compressed file ends too early"),
+                                  (wrong_sum, 1, f"the compressed data are damaged at byte {len(packed) - 4}")):
+            run = kvx("info", "--json", "-", stdin=None, input=data)
+            summary = json.loads(run.stdout)
+            self.assertEqual((DAMAGED if told else DONE, times * len(log)), (run.returncode, summary["good_bytes"]))
+            self.assertRegex(summary["lost"].get("source", ""), f"^{told or ''}$")
+        run = kvx("dump", "verify", "-", stdin=None, input=gzip.compress(logs.DUMP) + b"x")
+        self.assertEqual(DAMAGED, run.returncode)
+        self.assertIn(b"1 bytes behind", run.stderr)
+
+    def test_read_errors_end_the_data(self):
+        # Memory, read as a file: where it maps a page that the mapped file has lost there is an error.
+        def with_error_behind(data):
+            pages = -(-len(data) // mmap.PAGESIZE) * mmap.PAGESIZE
+            path = self.dir / "mapped"
+            path.write_bytes(bytes(pages - len(data)) + data + bytes(mmap.PAGESIZE))
+            with open(path, "r+b") as file:
+                memory = mmap.mmap(file.fileno(), 0)
+                file.truncate(pages)
+            self.addCleanup(memory.close)
+            path.unlink()
+            opened = open("/proc/self/mem", "rb", buffering=0)
+            self.addCleanup(opened.close)
+            opened.seek(ctypes.addressof(ctypes.c_char.from_buffer(memory)) + pages - len(data))
+            return opened
+
+        log, told = self.log.read_bytes(), "read error at byte {}: Input/output error"
+        for data in (log, gzip.compress(log)):
+            for command in (["info", "-", "--json"], ["convert", "-", "--json", "-o", self.out]):
+                run = kvx(*command, stdin=with_error_behind(data))
+                summary = json.loads(run.stdout)
+                self.assertEqual((DAMAGED, 20, told.format(len(data))),
+                                 (run.returncode, summary["epochs"], summary["lost"]["source"]))
+        rinex = self.observations(self.out).read_bytes()
+        for command, data, code in (("dump verify", logs.DUMP, DAMAGED), ("dump cat", logs.DUMP, DAMAGED),
+                                    ("check", rinex, FAILED), ("expand", gzip.compress(rinex), DAMAGED),
+                                    ("frame parse", logs.frame(1, b"x"), DAMAGED)):
+            run = kvx(*command.split(), "-", stdin=with_error_behind(data))
+            self.assertEqual(code, run.returncode, command)
+            self.assertIn(told.format(len(data)).encode(), run.stderr)
+        run = kvx("info", "-", stdin=with_error_behind(b""))
+        self.assertEqual((FAILED, b"kvx: error: standard input: Input/output error (reading)\n"),
+                         (run.returncode, run.stderr))
+
+    def test_every_byte_has_its_place_in_the_account(self):
+        log = self.log.read_bytes()
+        spoilt = log[:5000] + bytes([log[5000] ^ 1]) + log[5001:]
+        wild = b"??" + spoilt + log[:3] + b"\x1c" + bytes(4) + b"\xff\xff" + log[:-1]
+        lost = self.account(wild)
+        self.assertTrue(all(lost.values()), lost)
+        generator = random.Random(4)
+        for _ in range(20):
+            self.account(bytes(b ^ (generator.random() < 1e-4) for b in wild[: generator.randrange(200000)]))
+
+    def account(self, log):
+        summary = json.loads(kvx("info", "--json", "-", stdin=None, input=log).stdout)
+        lost = {name: n for name, n in summary["lost"].items() if name.endswith("bytes")}
+        self.assertEqual((len(log), len(log)), (summary["bytes"], summary["good_bytes"] + sum(lost.values())))
+        return lost
+
+    def test_closed_standard_streams(self):
+        for stream, args in ((0, ["info", "-"]), (1, ["info", self.log]), (1, ["convert", self.log, "-o", self.out])):
+            run = kvx(*args, preexec_fn=lambda: os.close(stream))
+            self.assertEqual(FAILED, run.returncode, args)
+            self.assertIn(b"kvx: error: standard ", run.stderr)
 
 
 class Verify(unittest.TestCase):

@@ -1,10 +1,14 @@
 // kvx: the command-line tool of rtk_utils.
+#include <fcntl.h>
+#include <unistd.h>
+
 #include <csignal>
 #include <cstdio>
 #include <exception>
 #include <new>
 
 #include "common/command.h"
+#include "common/interrupt.h"
 
 namespace {
 
@@ -23,7 +27,9 @@ int run(int argc, char** argv)
     app.failure_message([](const CLI::App*, const CLI::Error& e) {
         return "kvx: error: " + std::string(e.what()) + " (see --help)\n";
     });
-    app.footer("Exit codes: 0 done, 1 failed, 2 wrong usage, 3 done but the input was damaged.");
+    app.footer(
+        "Exit codes: 0 done, 1 failed, 2 wrong usage, 3 done but the input was damaged, "
+        "130 or 143 ended by Ctrl-C or SIGTERM.");
     std::vector<command_t> commands;
     for (const auto make : kCommands) commands.push_back(make(app));
     try {
@@ -37,6 +43,15 @@ int run(int argc, char** argv)
     return kvx::kUsage;
 }
 
+// A standard stream that is closed is opened on nothing, the wrong way round: to use it stays an error, and no file
+// gets its place, and with it what is printed.
+void fill_standard_streams()
+{
+    for (const int fd : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+        if (fcntl(fd, F_GETFD) < 0) (void)!open("/dev/null", fd == STDIN_FILENO ? O_WRONLY : O_RDONLY);
+    }
+}
+
 int failed(const char* what, int code)
 {
     std::fprintf(stderr, "kvx: error: %s\n", what);
@@ -47,11 +62,14 @@ int failed(const char* what, int code)
 
 int main(int argc, char** argv)
 {
+    fill_standard_streams();
     std::signal(SIGPIPE, SIG_IGN);   // a reader that has gone is an error like any other
     try {
         return run(argc, argv);
     } catch (const CLI::ParseError& e) {   // a value that only the command itself could judge
         return failed(e.what(), kvx::kUsage);
+    } catch (const kvx::interruption_t& e) {
+        return failed(e.what(), kvx::interrupt_code());
     } catch (const std::bad_alloc&) {
         return failed("out of memory", kvx::kFailed);
     } catch (const std::exception& e) {

@@ -3,22 +3,19 @@
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
-#include <zlib.h>
 
 #include <algorithm>
+#include <cstring>
 
 #include "common/error.h"
 #include "common/interrupt.h"
 
 namespace kvx {
 
-namespace {
-constexpr unsigned kPiece = 8 * 1024;   // what a damaged place of a compressed log costs at most, twice over
-}
-
 input_file_t::input_file_t(const std::string& path) : name_(path == "-" ? "standard input" : path)
 {
-    fd_ = path == "-" ? ::dup(STDIN_FILENO) : ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
+    fd_ = path == "-" ? ::dup(STDIN_FILENO) : ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY);
+    if (fd_ < 0 && errno == EINTR && interrupted()) throw interruption_t(name_, "waiting for its writer");
     if (fd_ < 0) throw system_error(name_, "opening");
     struct stat status {};
     ::fstat(fd_, &status);
@@ -26,65 +23,78 @@ input_file_t::input_file_t(const std::string& path) : name_(path == "-" ? "stand
         ::close(fd_);
         throw error_t(name_, "is a directory", "name a file in it");
     }
+    live_ = !S_ISREG(status.st_mode) && !S_ISBLK(status.st_mode);
     if (S_ISREG(status.st_mode)) size_ = static_cast<std::uint64_t>(status.st_size);
-    file_ = gzdopen(fd_, "rb");
-    if (file_ == nullptr) {
-        ::close(fd_);
-        throw error_t(name_, "out of memory", "opening");
-    }
-    gzbuffer(file_, kPiece);
 }
 
 input_file_t::~input_file_t()
 {
-    gzclose_r(file_);
+    ::close(fd_);
+}
+
+// Some bytes of the file. Its end is final, though a terminal or a file that grows would give more behind it.
+std::size_t input_file_t::read_descriptor(std::uint8_t* to, std::size_t n)
+{
+    while (!at_end_ && n > 0) {
+        if (interrupted() || (live_ && !wait_for_input(fd_))) {
+            at_end_ = ended_by_signal_ = true;
+            break;
+        }
+        const ssize_t got = ::read(fd_, to, n);
+        if (got > 0) {
+            position_ += static_cast<std::uint64_t>(got);
+            return static_cast<std::size_t>(got);
+        }
+        if (got < 0 && (errno == EINTR || errno == EAGAIN)) continue;
+        at_end_ = true;
+        if (got == 0) break;
+        if (position_ == 0) throw system_error(name_, "reading");
+        damage_ = "read error at byte " + std::to_string(position_) + ": " + std::strerror(errno);
+    }
+    return 0;
+}
+
+// Reads no further than it takes to know that the file is plain.
+void input_file_t::begin()
+{
+    begun_ = true;
+    const auto like_gzip = [this] {
+        return std::equal(head_.begin(), head_.begin() + head_size_, std::begin(gzip_reader_t::kMagic));
+    };
+    for (std::size_t got = 1; got > 0 && head_size_ < head_.size() && like_gzip(); head_size_ += got)
+        got = read_descriptor(head_.data() + head_size_, head_.size() - head_size_);
+    if (head_size_ < head_.size() || !like_gzip()) return;
+    gzip_ = std::make_unique<gzip_reader_t>([this](std::uint8_t* to, std::size_t n) { return read_descriptor(to, n); },
+                                            head_);
+}
+
+std::size_t input_file_t::read_some(std::uint8_t* to, std::size_t n)
+{
+    if (!begun_) begin();
+    if (gzip_) return gzip_->read_some(to, n);
+    if (head_used_ == head_size_) return read_descriptor(to, n);
+    const std::size_t first = std::min(n, head_size_ - head_used_);
+    std::copy_n(head_.begin() + head_used_, first, to);
+    head_used_ += first;
+    return live_ ? first : first + read_descriptor(to + first, n - first);   // so that later reads begin at pages
 }
 
 std::size_t input_file_t::read(std::uint8_t* to, std::size_t n)
 {
-    if (!damage_.empty() || interrupted()) return 0;
     std::size_t done = 0;
-    for (int got = 1; !plain_ && done < n && got > 0; done += got > 0 ? static_cast<std::size_t>(got) : 0) {
-        got = gzread(file_, to + done, static_cast<unsigned>(std::min<std::size_t>(kPiece, n - done)));
-        // To tell what the file is zlib has looked one piece ahead. Behind that a plain file is read without zlib,
-        // which forgets what a read has brought when the next one is interrupted.
-        plain_ = !begun_ && got == static_cast<int>(kPiece) && gzdirect(file_) != 0;
-        begun_ = true;
-    }
-    if (plain_) return done + read_plain(to + done, n - done);
-    if (done == n) return n;
-
-    int code = Z_OK;
-    gzerror(file_, &code);
-    if (code == Z_ERRNO && errno == EINTR) return done;   // the end, by request
-    if (code == Z_ERRNO) throw system_error(name_, "reading");
-    if (code != Z_OK && code != Z_STREAM_END) {
-        damage_ = code == Z_BUF_ERROR ? "the compressed file ends too early" : "the compressed data are damaged";
-    }
+    for (std::size_t got = 1; got > 0 && done < n; done += got) got = read_some(to + done, n - done);
     return done;
 }
 
-std::size_t input_file_t::read_plain(std::uint8_t* to, std::size_t n)
+const std::string& input_file_t::damage() const
 {
-    std::size_t done = 0;
-    while (done < n && !interrupted()) {
-        const ssize_t got = ::read(fd_, to + done, n - done);
-        if (got < 0 && errno != EINTR) throw system_error(name_, "reading");
-        if (got <= 0) break;   // the end, or the end by request
-        done += static_cast<std::size_t>(got);
-    }
-    return done;
-}
-
-bool input_file_t::compressed() const
-{
-    return !plain_ && gzdirect(file_) == 0;
+    // That the signal cut off compressed data is no fault of theirs.
+    return damage_.empty() && gzip_ && !ended_by_signal_ ? gzip_->damage() : damage_;
 }
 
 std::uint64_t input_file_t::position_on_disk() const
 {
-    const z_off_t at = gzoffset(file_);
-    return at > 0 ? static_cast<std::uint64_t>(at) : 0;
+    return position_ - (gzip_ ? gzip_->in_hand() : 0);
 }
 
 }   // namespace kvx

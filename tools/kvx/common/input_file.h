@@ -2,46 +2,66 @@
 #ifndef KVX_INPUT_FILE_H
 #define KVX_INPUT_FILE_H
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <string>
 
-struct gzFile_s;
+#include "common/gzip_reader.h"
 
 namespace kvx {
 
 /// Reads plain and gzip-compressed files alike; "-" is standard input.
+///
+/// The data end where the file ends, where it can be read no further (damage() tells), or with an interrupt
+/// (ended_by_signal() tells). What has been read by then is given in each case.
 class input_file_t {
 public:
-    /// @throws error_t when the file cannot be opened or is a directory
+    /// @throws error_t when the file cannot be opened or is a directory, interruption_t while a pipe has no writer
     explicit input_file_t(const std::string& path);
     ~input_file_t();
     input_file_t(const input_file_t&) = delete;
     input_file_t& operator=(const input_file_t&) = delete;
 
-    /// Up to n bytes; fewer only at the end of the file, 0 behind it. An interrupt is such an end: what has been read
-    /// by then is still given.
-    /// @throws error_t when reading fails
+    /// Up to n bytes; fewer only at the end of the data, 0 behind it.
+    /// @throws error_t when not even the first byte can be read
     std::size_t read(std::uint8_t* to, std::size_t n);
 
-    /// What is left unread after a compressed file broke off; empty when all was read.
-    const std::string& damage() const { return damage_; }
+    /// The same, but what is there is given without waiting for more: at least one byte, 0 at the end of the data.
+    std::size_t read_some(std::uint8_t* to, std::size_t n);
+
+    /// Why not all could be read; empty when nothing failed.
+    const std::string& damage() const;
+
+    bool ended_by_signal() const { return ended_by_signal_; }
+
+    /// Whether the signal left something unread that will still be there; a recording that is read while it comes in
+    /// just ends with it.
+    bool cut_short() const { return ended_by_signal_ && !live_; }
+
+    /// A pipe, a terminal, a serial line: what may have to be waited for.
+    bool live() const { return live_; }
 
     /// Whether its bytes are compressed; known after the first read.
-    bool compressed() const;
+    bool compressed() const { return gzip_ != nullptr; }
 
     const std::string& name() const { return name_; }
     std::uint64_t size_on_disk() const { return size_; }   ///< bytes, 0: unknown
     std::uint64_t position_on_disk() const;                ///< bytes of it used up
 
 private:
-    std::size_t read_plain(std::uint8_t* to, std::size_t n);
+    void begin();
+    std::size_t read_descriptor(std::uint8_t* to, std::size_t n);
 
     std::string name_;
-    int fd_ = -1;   // that of file_
-    gzFile_s* file_;
-    bool begun_ = false, plain_ = false;
-    std::uint64_t size_ = 0;
+    int fd_;
+    bool live_ = false;
+    std::uint64_t size_ = 0, position_ = 0;
+    std::array<std::uint8_t, std::size(gzip_reader_t::kMagic)> head_{};   // tells what the file is
+    std::size_t head_size_ = 0, head_used_ = 0;
+    bool begun_ = false, at_end_ = false, ended_by_signal_ = false;
+    std::unique_ptr<gzip_reader_t> gzip_;   // none: plain
     std::string damage_;
 };
 

@@ -15,8 +15,17 @@ namespace {
 
 constexpr std::size_t kStreamBuffer = 256 * 1024;
 
+// In memory, and in no place of a standard stream that the program was started without.
+int create_claims()
+{
+    const int low = ::memfd_create("kvx-claims", MFD_CLOEXEC);
+    const int fd = ::fcntl(low, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
+    ::close(low);
+    return fd;
+}
+
 // Names that this run has published, each between NULs; forked processes share them.
-const int kClaims = ::memfd_create("kvx-claims", MFD_CLOEXEC);
+const int kClaims = create_claims();
 
 void lock_claims(short type)
 {

@@ -2,6 +2,7 @@
 
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdio>
 
 namespace kvx {
@@ -26,7 +27,8 @@ void progress_t::at(std::uint64_t done)
     next_ = now + std::chrono::milliseconds(200);
     shown_ = true;
     if (total_ > 0) {
-        std::fprintf(stderr, "\r%s: %3llu %%", what_.c_str(), static_cast<unsigned long long>(done * 100 / total_));
+        std::fprintf(stderr, "\r%s: %3llu %%", what_.c_str(),
+                     static_cast<unsigned long long>(std::min(done, total_) * 100 / total_));
     } else {
         std::fprintf(stderr, "\r%s: %llu MB", what_.c_str(), static_cast<unsigned long long>(done / 1000000));
     }

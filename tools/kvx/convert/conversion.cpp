@@ -49,20 +49,21 @@ public:
           positions_(options)
     {
         Initial_raw(frame_.get(), 0);
+        reader_.before_waiting([this] { bring_to_disk(); });
     }
 
     summary_t run()
     {
         read_log();
-        if (!files_.any() && interrupted()) throw error_t(source_.name(), "interrupted", "before any epoch");
+        if (!files_.any() && source_.ended_by_signal()) throw interruption_t(source_.name(), "before any epoch");
         if (!files_.any()) throw error_t(source_.name(), "no usable epoch, no file written", summary_.why_no_epoch());
         outcome_t& outcome = summary_.outcome.emplace();
         if (options_.navigation() != "none") outcome.navigation = navigation_.count();
         outcome.signals = signal_counts(options_.names, ledger_);
+        outcome.partial = source_.cut_short();
         outcome.files = publish();
-        outcome.verified = options_.verify;
+        outcome.verified = options_.verify && !outcome.partial;
         outcome.observations = files_.counts();
-        if (interrupted()) throw error_t(source_.name(), "interrupted", "what was read is in " + outcome.files.front());
         return std::move(summary_);
     }
 
@@ -95,11 +96,16 @@ private:
         if (header.format != korvex::kBinary || (header.week == 0 && range)) return DECODE_NOTHING;
         const std::int64_t time = header.week * kWeekMs + header.ms;
         const std::uint8_t* const body = frame_->buff + korvex::kHeaderSize;
-        if (range)
-            return ranges_.add(time, body, header.body_size, id == MSG_RANGE_COMPRESSED, frame.offset) ? DECODE_OBS
-                                                                                                       : DECODE_REFUSED;
+        if (range) return take_range(frame, time, body, header.body_size);
         const int result = navigation_.take(id, time, body, header.body_size);
         return result != DECODE_NOTHING ? result : take_station(id, time, body, header.body_size);
+    }
+
+    int take_range(const frame_t& frame, std::int64_t time, const std::uint8_t* body, int size)
+    {
+        if (!ranges_.add(time, body, size, frame.id == MSG_RANGE_COMPRESSED, frame.offset)) return DECODE_REFUSED;
+        order_.expect(ranges_.time());
+        return DECODE_OBS;
     }
 
     int take_station(int id, std::int64_t time, const std::uint8_t* body, int size)
@@ -111,6 +117,13 @@ private:
             files_.current().add(*station_.event(), behind);
         }
         return result;
+    }
+
+    // A program that follows the files sees what has come so far.
+    void bring_to_disk()
+    {
+        files_.current().bring_to_disk();
+        positions_.bring_to_disk();
     }
 
     void count(const rinex::epoch_t& epoch, rinex::fate_t fate)
@@ -179,7 +192,7 @@ private:
 
     std::vector<std::string> publish()
     {
-        const std::string partial = interrupted() ? ".partial" : "";
+        const std::string partial = source_.cut_short() ? ".partial" : "";
         if (const auto leaps = navigation_.leap_seconds()) station_.take_leap_seconds(*leaps);
         std::vector<finished_file_t> files = files_.finish(partial);
         const coverage_t& coverage = files_.coverage();
@@ -188,7 +201,7 @@ private:
                                              [&](char letter) { return names.navigation(letter) + partial; }))
             files.push_back(std::move(file));
         if (positions_.exists()) files.push_back(positions_.finish(names.positions() + partial));
-        if (options_.verify && !interrupted()) prove(files);
+        if (options_.verify && !source_.cut_short()) prove(files);
         std::vector<std::string> paths;
         paths.reserve(files.size());
         for (finished_file_t& file : files) paths.push_back(file.publish());

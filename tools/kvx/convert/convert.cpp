@@ -2,6 +2,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <csignal>
 #include <cstdio>
 #include <memory>
@@ -25,7 +26,15 @@ int convert_one(const convert_options_t& options, const std::string& log)
         const summary_t summary = convert_log(options, log);
         const std::string text = options.json ? json_text(summary_json(summary)) + "\n" : summary_text(summary, false);
         std::fputs(text.c_str(), stdout);
+        if (summary.outcome->partial) {
+            const error_t cut(summary.log, "interrupted", "what was read is in " + summary.outcome->files.front());
+            std::fprintf(stderr, "kvx: error: %s\n", cut.what());
+        }
+        if (summary.ended_by_signal) return interrupt_code();
         return summary.damaged() ? kDamaged : kDone;
+    } catch (const interruption_t& e) {
+        std::fprintf(stderr, "kvx: error: %s\n", e.what());
+        return interrupt_code();
     } catch (const std::exception& e) {
         std::fprintf(stderr, "kvx: error: %s\n", e.what());
         return kFailed;
@@ -34,8 +43,9 @@ int convert_one(const convert_options_t& options, const std::string& log)
 
 int worse(int a, int b)
 {
-    if (a == kFailed || b == kFailed) return kFailed;
-    return a == kDamaged || b == kDamaged ? kDamaged : kDone;
+    const auto fine = [](int code) { return code == kDone || code == kDamaged; };
+    if (!fine(a) || !fine(b)) return kFailed;
+    return std::max(a, b);
 }
 
 // The library's writers keep process-wide state: logs at once are processes at once.
@@ -51,7 +61,7 @@ public:
             start(log);
         }
         while (!children_.empty()) wait_for_one();
-        return interrupted() ? static_cast<int>(kFailed) : code_;
+        return interrupted() ? interrupt_code() : code_;
     }
 
 private:
@@ -73,18 +83,20 @@ private:
 
     void wait_for_one()
     {
+        if (interrupted() && !told_) {   // a signal that perhaps only this process got
+            told_ = true;
+            for (const pid_t child : children_) kill(child, SIGUSR1);
+        }
         int status = 0;
         const pid_t done = wait(&status);
-        if (done < 0) {   // a signal that perhaps only this process got; the children finish what they have
-            for (const pid_t child : children_) kill(child, SIGUSR1);
-            return;
-        }
+        if (done < 0) return;   // a signal; the children finish what they have
         children_.erase(done);
         code_ = worse(code_, WIFEXITED(status) ? WEXITSTATUS(status) : static_cast<int>(kFailed));
     }
 
     const convert_options_t& options_;
     std::set<pid_t> children_;
+    bool told_ = false;   // that there was an interrupt
     int code_ = kDone;
 };
 

@@ -36,6 +36,13 @@ void observation_output_t::flush()
     buffer_.clear();
 }
 
+void observation_output_t::bring_to_disk()
+{
+    if (file_ == nullptr) return;
+    flush();
+    std::fflush(file_->stream());
+}
+
 void observation_output_t::write_events(std::int64_t until)
 {
     for (; !events_.empty(); events_.pop_front()) {

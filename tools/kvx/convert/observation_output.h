@@ -35,6 +35,9 @@ public:
     /// Gives the events that belong to no epoch so far to another file, but for those behind the last epoch.
     void hand_over_events(observation_output_t& next);
 
+    /// Leaves nothing of what has been written in memory.
+    void bring_to_disk();
+
     bool exists() const { return file_ != nullptr; }
     coverage_t coverage() const;
     observation_counts_t counts() const { return {epochs_.epochs, events_written_, events_lost_, 0}; }

@@ -20,6 +20,12 @@ public:
     void add(const fix_t& fix);
     bool exists() const { return waiting_.has_value() || file_ != nullptr; }
 
+    /// Leaves nothing of what has been written in memory.
+    void bring_to_disk()
+    {
+        if (file_ != nullptr) std::fflush(file_->stream());
+    }
+
     finished_file_t finish(const std::string& name);
 
 private:

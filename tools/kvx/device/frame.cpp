@@ -12,6 +12,7 @@
 #include "common/command.h"
 #include "common/error.h"
 #include "common/input_file.h"
+#include "common/interrupt.h"
 #include "common/output_file.h"
 #include "common/text_format.h"
 #include "device_frame.h"
@@ -115,6 +116,7 @@ void print_frame(unsigned short id, const unsigned char* payload, unsigned n, bo
 
 int parse(const frame_options_t& options)
 {
+    catch_interrupts();
     std::vector<unsigned char> piece;
     std::optional<input_file_t> source;
     if (options.hex)
@@ -138,19 +140,21 @@ int parse(const frame_options_t& options)
     };
     if (!source) take();
     while (source) {
+        if (source->live()) std::fflush(stdout);   // before it waits
         piece.resize(kPiece);
-        piece.resize(source->read(piece.data(), kPiece));
+        piece.resize(source->read_some(piece.data(), kPiece));
         if (piece.empty()) break;
         take();
     }
 
     const std::string damage = source ? source->damage() : "";
-    if (bytes == framed && damage.empty()) return kDone;
+    const int whole = source && source->ended_by_signal() ? interrupt_code() : kDone;
+    if (bytes == framed && damage.empty()) return whole;
     const std::string lost =
         std::to_string(bytes - framed) + " of " + std::to_string(bytes) + " bytes belong to no frame";
     std::fprintf(stderr, "kvx: warning: %s: %s%s%s (%llu frames found)\n", source ? source->name().c_str() : "--hex",
                  lost.c_str(), damage.empty() ? "" : ", ", damage.c_str(), static_cast<unsigned long long>(frames));
-    return kDamaged;
+    return whole == kDone ? kDamaged : whole;
 }
 
 }   // namespace

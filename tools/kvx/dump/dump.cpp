@@ -31,11 +31,6 @@ void print(const ordered_json& object)
     std::printf("%s\n", json_text(object).c_str());
 }
 
-int exit_code(const dump_totals_t& totals)
-{
-    return totals.damaged() ? kDamaged : kDone;
-}
-
 ordered_json to_json(const std::string& file, const dump_totals_t& totals)
 {
     return {{"file", file},
@@ -44,7 +39,7 @@ ordered_json to_json(const std::string& file, const dump_totals_t& totals)
             {"record_bytes", totals.records.bytes},
             {"damaged_stretches", totals.damage.items},
             {"skipped_bytes", totals.damage.bytes},
-            {"complete", totals.source_damage.empty()}};
+            {"complete", totals.source_damage.empty() && !totals.ended_by_signal}};
 }
 
 void print_totals(const std::string& file, const dump_totals_t& totals)

@@ -41,7 +41,7 @@ struct dump_item_t {
 /// most, and takes time in proportion to the file whatever it contains.
 class dump_reader_t {
 public:
-    /// Writes up to n bytes and returns how many; fewer than n only at the end.
+    /// Writes up to n bytes, as many as there are, and returns how many; 0 at the end.
     using Source = std::function<std::size_t(std::uint8_t* to, std::size_t n)>;
 
     explicit dump_reader_t(Source source);

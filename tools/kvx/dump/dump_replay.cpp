@@ -11,7 +11,6 @@
 #include <cstring>
 #include <thread>
 
-#include "common/command.h"
 #include "common/error.h"
 #include "dump/dump_scan.h"
 #include "phg_records.h"
@@ -141,7 +140,7 @@ int replay_dump(const std::string& path, const std::string& library, double rate
         static_cast<unsigned long long>(unbound), static_cast<unsigned long long>(no_inputs),
         static_cast<unsigned long long>(totals.damage.bytes));
     if (taken == 0 && refused + unbound > 0) throw error_t(path, "the library took none of the records", "replay");
-    return totals.damaged() ? kDamaged : kDone;
+    return exit_code(totals);
 }
 
 }   // namespace kvx

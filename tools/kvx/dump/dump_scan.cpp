@@ -2,7 +2,7 @@
 
 #include <cstdio>
 
-#include "common/error.h"
+#include "common/command.h"
 #include "common/input_file.h"
 #include "common/interrupt.h"
 #include "common/progress.h"
@@ -23,11 +23,13 @@ dump_totals_t scan_dump(const std::string& path, const std::function<void(const 
 {
     catch_interrupts();
     input_file_t source(path);
-    dump_reader_t reader([&source](std::uint8_t* to, std::size_t n) { return source.read(to, n); });
+    dump_reader_t reader([&source](std::uint8_t* to, std::size_t n) {
+        if (source.live()) std::fflush(stdout);   // before it waits
+        return source.read_some(to, n);
+    });
     progress_t progress(source.name(), source.size_on_disk());
     dump_totals_t totals;
     for (dump_item_t item; reader.next(item);) {
-        if (interrupted()) throw error_t(source.name(), "interrupted", "at byte " + std::to_string(item.offset));
         if (item.damage == dump_damage_t::none) {
             count(totals.records, item);
             count(totals.types[static_cast<std::size_t>(item.type - kDumpTypes)], item);
@@ -38,11 +40,19 @@ dump_totals_t scan_dump(const std::string& path, const std::function<void(const 
         progress.at(source.size_on_disk() > 0 ? source.position_on_disk() : item.offset);
     }
     totals.source_damage = source.damage();
-    if (!totals.source_damage.empty()) {
+    totals.ended_by_signal = source.ended_by_signal();
+    const std::string why = source.cut_short() ? "interrupted" : totals.source_damage;
+    if (!why.empty()) {
         std::fprintf(stderr, "kvx: warning: %s: %s (behind byte %llu of the dump)\n", source.name().c_str(),
-                     totals.source_damage.c_str(), static_cast<unsigned long long>(totals.bytes()));
+                     why.c_str(), static_cast<unsigned long long>(totals.bytes()));
     }
     return totals;
+}
+
+int exit_code(const dump_totals_t& totals)
+{
+    if (totals.ended_by_signal) return interrupt_code();
+    return totals.damaged() ? kDamaged : kDone;
 }
 
 dump_totals_t scan_dump_records(const std::string& path, const std::function<void(const dump_item_t&)>& on_record)

@@ -21,20 +21,24 @@ struct dump_totals_t {
     std::array<count_t, std::size(kDumpTypes)> types;   ///< in the order of kDumpTypes
     count_t records;
     count_t damage;              ///< stretches and their bytes
-    std::string source_damage;   ///< why a compressed file could not be read to its end
+    std::string source_damage;   ///< why the file could not be read to its end
+    bool ended_by_signal = false;
 
     bool damaged() const { return damage.items != 0 || !source_damage.empty(); }
     std::uint64_t bytes() const { return records.bytes + damage.bytes; }
 };
 
-/// Hands every item of a dump to `on_item`. Shows progress; tells of a compressed file that breaks off on stderr.
+/// Hands every item of a dump to `on_item`, as it comes. Shows progress; tells on stderr why not all could be read.
 ///
 /// @param path  dump file; .gz is read directly, "-" is standard input
-/// @throws error_t when the file cannot be read or the user interrupts
+/// @throws error_t when the file cannot be read
 dump_totals_t scan_dump(const std::string& path, const std::function<void(const dump_item_t&)>& on_item);
 
 /// scan_dump for those that care for records: damage is a warning on stderr.
 dump_totals_t scan_dump_records(const std::string& path, const std::function<void(const dump_item_t&)>& on_record);
+
+/// What a command that has walked through a dump returns: an exit_code_t, or that of a signal.
+int exit_code(const dump_totals_t& totals);
 
 /// Replays a dump through CPhgAdapter into a vision library.
 ///

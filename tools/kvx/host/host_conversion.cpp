@@ -47,13 +47,14 @@ public:
         Initial_raw(raw_.get(), 0);
         raw_->opt_nosigmap = options.no_signal_map;
         raw_->opt_rawprn = options.raw_prn;
+        reader_.before_waiting([this] { bring_to_disk(); });
         g_curleap = kUsualLeaps;   // what another log has told is no concern of this one
     }
 
     summary_t run()
     {
         read_log();
-        if (!files_.any() && interrupted()) throw error_t(source_.name(), "interrupted", "before any epoch");
+        if (!files_.any() && source_.ended_by_signal()) throw interruption_t(source_.name(), "before any epoch");
         if (!files_.any()) {
             throw error_t(source_.name(), "no usable epoch, no file written", summary_.why_no_epoch());
         }
@@ -62,12 +63,10 @@ public:
         outcome.beyond_record = limits_.lost();
         outcome.under_other_number = limits_.under_other_number();
         if (options_.navigation() != "none") outcome.navigation = navigation_.count();
+        outcome.partial = source_.cut_short();
         outcome.files = publish();
         outcome.observations = files_.counts();
         outcome.observations.events_lost += events_lost_;
-        if (interrupted()) {
-            throw error_t(source_.name(), "interrupted", "what was read is in " + outcome.files.front());
-        }
         return std::move(summary_);
     }
 
@@ -94,6 +93,13 @@ private:
         summary_.finish(reader_, source_);
     }
 
+    // A program that follows the files sees what has come so far.
+    void bring_to_disk()
+    {
+        files_.current().bring_to_disk();
+        if (positions_ != nullptr) std::fflush(positions_->stream());
+    }
+
     void on_frame(const frame_t& frame)
     {
         switch (frame.result) {
@@ -101,6 +107,7 @@ private:
                 limits_.add(raw_->buff + korvex::kHeaderSize, raw_->len - korvex::kHeaderSize,
                             frame.id == MSG_RANGE_COMPRESSED, !epochs_.continues(*raw_));
                 epochs_.add(*raw_, frame.offset);
+                order_.expect(epoch_time(*raw_));
                 break;
             case DECODE_MARK:
                 on_event(files_.current().mark_text(*raw_));
@@ -119,12 +126,11 @@ private:
     // An event stands behind the epoch that came before it.
     void on_event(const std::string& text)
     {
-        host_epoch_t* const epoch = order_.latest();
         if (text.empty()) return;
-        if (!epochs_.pending() && epoch == nullptr) {
-            files_.current().add_event(text);
+        if (epochs_.pending()) {
+            events_lost_ += !events_.add(text);
         } else {
-            events_lost_ += !(epochs_.pending() ? events_ : epoch->events).add(text);
+            files_.current().add_event(text);
         }
     }
 
@@ -161,7 +167,7 @@ private:
 
     std::vector<std::string> publish()
     {
-        const std::string partial = interrupted() ? ".partial" : "";
+        const std::string partial = source_.cut_short() ? ".partial" : "";
         std::vector<finished_file_t> files = files_.finish(partial);
         const file_names_t names = names_of(files_.coverage(), 1);
         const auto name_of = [&](char letter) { return names.navigation(letter) + partial; };

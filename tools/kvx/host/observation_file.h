@@ -56,6 +56,12 @@ public:
     /// Gives the events that wait for the first epoch to another file.
     void hand_over_events(observation_file_t& next);
 
+    /// Leaves nothing of what has been written in memory.
+    void bring_to_disk()
+    {
+        if (file_ != nullptr) std::fflush(file_->stream());
+    }
+
     bool exists() const { return file_ != nullptr; }
     observation_counts_t counts() const { return {epochs_.epochs, events_, waiting_.lost(), left_out_}; }
     coverage_t coverage() const;

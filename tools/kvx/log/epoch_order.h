@@ -2,6 +2,7 @@
 #ifndef KVX_EPOCH_ORDER_H
 #define KVX_EPOCH_ORDER_H
 
+#include <algorithm>
 #include <array>
 #include <cstdint>
 #include <functional>
@@ -44,12 +45,17 @@ public:
         held_[count_].time = time;
         std::swap(held_[count_].epoch, epoch);
         ++count_;
-        while (count_ > 1 && judge()) {
+        while (count_ > 1 && judge(count_)) {
         }
     }
 
-    /// The epoch added last, while it is not judged; it may be changed.
-    Epoch* latest() { return count_ == 0 ? nullptr : &held_[count_ - 1].epoch; }
+    /// Judges what can be judged by the time (ms) of the epoch to be added next.
+    void expect(std::int64_t time)
+    {
+        held_[count_].time = time;
+        while (count_ > 0 && judge(count_ + 1)) {
+        }
+    }
 
     /// Judges what is left, at the end of the log: the last one may lie behind a gap, but not before the others.
     void flush()
@@ -66,10 +72,11 @@ private:
 
     bool is_late() const { return held_[0].time <= last_; }
 
+    // @param known  times, at least two
     // @return whether the first one could be judged
-    bool judge()
+    bool judge(std::size_t known)
     {
-        if (files_ == 0) return judge_first();
+        if (files_ == 0) return judge_first(known);
         const std::int64_t first = held_[0].time, second = held_[1].time;
         const bool back_with_the_next = is_late() && first < second && second <= last_ && files_ < kMostFilesOfLog;
         const bool out = is_late() || (last_ < second && second <= first);
@@ -77,10 +84,10 @@ private:
         return true;
     }
 
-    bool judge_first()
+    bool judge_first(std::size_t known)
     {
         const std::int64_t first = held_[0].time, second = held_[1].time;
-        if (first > second && count_ == 2) return false;
+        if (first > second && known == 2) return false;
         const bool contradicted = first > second && held_[2].time <= first;
         give(contradicted ? order_t::out : order_t::begins_file);
         return true;
@@ -92,7 +99,7 @@ private:
         files_ += order == order_t::begins_file;
         take_(held_[0].epoch, order);
         --count_;
-        for (std::size_t i = 0; i < count_; ++i) std::swap(held_[i], held_[i + 1]);
+        std::rotate(held_.begin(), held_.begin() + 1, held_.end());
     }
 
     take_t take_;

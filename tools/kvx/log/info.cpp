@@ -50,7 +50,6 @@ int describe(const std::string& log, bool json)
         epochs.flush();
         order.flush();
     }
-    if (interrupted()) throw error_t(source.name(), "interrupted", "at byte " + std::to_string(reader.bytes()));
     summary.finish(reader, source);
     std::fputs((json ? json_text(summary_json(summary)) + "\n" : summary_text(summary, true)).c_str(), stdout);
     return summary.damaged() ? kDamaged : kDone;
@@ -68,6 +67,7 @@ int run(const info_options_t& options)
             std::fprintf(stderr, "kvx: error: %s\n", e.what());
             code = kFailed;
         }
+        if (interrupted()) return interrupt_code();
     }
     return code;
 }

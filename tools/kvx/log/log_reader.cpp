@@ -30,8 +30,9 @@ int log_reader_t::take(int& left)
 
 bool log_reader_t::refill()
 {
+    if (source_.live() && before_waiting_) before_waiting_();
     at_ = 0;
-    end_ = source_.read(block_.data(), block_.size());
+    end_ = source_.read_some(block_.data(), block_.size());
     return end_ > 0;
 }
 
@@ -58,17 +59,25 @@ bool log_reader_t::next(frame_t& frame)
         frame_end_ = offset_;
         if (!whole) {
             ++losses_.too_long;
+            losses_.too_long_bytes += korvex::kLengthKnown;
             continue;
         }
         frame = {size, korvex::read_header(raw_.buff).id, result, true, offset_ - static_cast<std::uint64_t>(size)};
-        if (result == DECODE_REFUSED) {
-            frame.checksum_ok = decode_ && korvex::checksum_agrees(raw_.buff, raw_.len);
-            losses_.bad_checksum += !frame.checksum_ok;
-        }
+        count(frame);
         return true;
     }
     finish();
     return false;
+}
+
+// Finds out whether a refused frame was refused for its checksum.
+void log_reader_t::count(frame_t& frame)
+{
+    if (frame.result == DECODE_REFUSED) {
+        frame.checksum_ok = decode_ && korvex::checksum_agrees(raw_.buff, raw_.len);
+        losses_.bad_checksum += !frame.checksum_ok;
+    }
+    (frame.checksum_ok ? losses_.good_bytes : losses_.bad_checksum_bytes) += static_cast<std::uint64_t>(frame.size);
 }
 
 void log_reader_t::finish()

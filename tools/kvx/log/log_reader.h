@@ -5,6 +5,7 @@
 #include <rtk_gnss.h>
 
 #include <cstdint>
+#include <functional>
 #include <vector>
 
 #include "common/input_file.h"
@@ -20,14 +21,17 @@ struct frame_t {
     std::uint64_t offset;   ///< of its first byte in the log
 };
 
-/// What was lost. frames + skipped + dropped headers + the torn end make up the bytes of the log.
+/// What became of the bytes of the log, and what was lost. Each byte is in exactly one of the counts of bytes.
 struct losses_t {
+    std::uint64_t good_bytes = 0;      ///< of frames with a right checksum
     std::uint64_t skipped_bytes = 0;   ///< bytes between frames
     std::uint64_t skipped_runs = 0;
     std::uint64_t bad_checksum = 0;   ///< frames
-    std::uint64_t refused = 0;        ///< frames with a right checksum whose contents cannot be right, as counted later
-    std::uint64_t too_long = 0;       ///< headers that announce more than a frame holds
-    std::uint64_t torn_bytes = 0;     ///< of the frame that the end of the log cuts off
+    std::uint64_t bad_checksum_bytes = 0;
+    std::uint64_t refused = 0;    ///< frames with a right checksum whose contents cannot be right; counted by others
+    std::uint64_t too_long = 0;   ///< headers that announce more than a frame holds
+    std::uint64_t too_long_bytes = 0;
+    std::uint64_t torn_bytes = 0;   ///< of the frame that the end of the log cuts off
 
     bool any() const { return skipped_bytes + bad_checksum + refused + too_long + torn_bytes != 0; }
 };
@@ -40,6 +44,9 @@ public:
     ///                     checksum is right
     log_reader_t(input_file_t& source, raw_t& raw, bool decode = true);
 
+    /// Called each time before more of a log that comes in live is waited for.
+    void before_waiting(std::function<void()> act) { before_waiting_ = std::move(act); }
+
     /// Reads up to the next complete frame.
     /// @return false at the end of the log
     bool next(frame_t& frame);
@@ -51,6 +58,7 @@ private:
     int take(int& left);
     bool refill();
     void skip(std::uint64_t n);
+    void count(frame_t& frame);
     void finish();
 
     input_file_t& source_;
@@ -60,6 +68,7 @@ private:
     std::size_t at_ = 0, end_ = 0;   // unread part of the block
     std::uint64_t offset_ = 0;       // of block_[at_] in the log
     std::uint64_t frame_end_ = 0;    // where the last frame or dropped header ended
+    std::function<void()> before_waiting_;
     losses_t losses_;
 };
 

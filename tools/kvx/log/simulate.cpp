@@ -84,7 +84,7 @@ int write_file(const options_t& options)
     const std::string name = path.filename().string() + (interrupted() ? ".partial" : "");
     const std::string published = file.publish(name);
     if (interrupted())
-        throw error_t(options.output, "interrupted", std::to_string(result.epochs) + " epochs are in " + published);
+        throw interruption_t(options.output, std::to_string(result.epochs) + " epochs are in " + published);
     std::printf("%s: %lld epochs, %llu bytes\n", options.output.c_str(), static_cast<long long>(result.epochs),
                 static_cast<unsigned long long>(result.bytes));
     return kDone;
@@ -97,7 +97,7 @@ int write_stream(const options_t& options, std::FILE* out)
     const result_t result = write_log(options, out);
     std::fprintf(stderr, "%lld epochs, %llu bytes\n", static_cast<long long>(result.epochs),
                  static_cast<unsigned long long>(result.bytes));
-    return interrupted() ? kFailed : kDone;
+    return interrupted() ? interrupt_code() : kDone;
 }
 
 int simulate(const options_t& options)

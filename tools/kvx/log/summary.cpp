@@ -105,6 +105,7 @@ void summary_t::finish(const log_reader_t& reader, const input_file_t& file)
     lost = reader.losses();
     lost.refused = refused;
     source_damage = file.damage();
+    ended_by_signal = file.ended_by_signal();
 }
 
 bool summary_t::damaged() const

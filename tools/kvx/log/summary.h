@@ -93,6 +93,7 @@ struct outcome_t {
     std::map<std::pair<std::string, std::string>, std::uint64_t> beyond_record;   ///< by signal and satellite
     std::map<std::string, std::uint64_t> under_other_number;   ///< of them, by both satellites ("J08 as S20")
     std::optional<navigation_count_t> navigation;
+    bool partial = false;             ///< the files lack what a signal left unread
     bool verified = false;            ///< the files were read back and hold what the log sent
     std::vector<std::string> files;   ///< paths
 };
@@ -106,7 +107,8 @@ struct summary_t {
     clock_faults_t clock;
     notices_t notices;
     losses_t lost;
-    std::string source_damage;   ///< why a compressed log could not be read to its end
+    std::string source_damage;      ///< why the log could not be read to its end
+    bool ended_by_signal = false;   ///< and not by its end
     std::optional<outcome_t> outcome;
 
     /// Takes a frame.

@@ -36,9 +36,14 @@ ordered_json satellites_json(const summary_t& s)
 
 ordered_json losses_json(const summary_t& s)
 {
-    ordered_json j = {{"skipped_bytes", s.lost.skipped_bytes}, {"skipped_runs", s.lost.skipped_runs},
-                      {"bad_checksum", s.lost.bad_checksum},   {"refused", s.lost.refused},
-                      {"too_long", s.lost.too_long},           {"torn_bytes", s.lost.torn_bytes}};
+    ordered_json j = {{"skipped_bytes", s.lost.skipped_bytes},
+                      {"skipped_runs", s.lost.skipped_runs},
+                      {"bad_checksum", s.lost.bad_checksum},
+                      {"bad_checksum_bytes", s.lost.bad_checksum_bytes},
+                      {"refused", s.lost.refused},
+                      {"too_long", s.lost.too_long},
+                      {"too_long_bytes", s.lost.too_long_bytes},
+                      {"torn_bytes", s.lost.torn_bytes}};
     if (!s.source_damage.empty()) j["source"] = s.source_damage;
     return j;
 }
@@ -105,7 +110,11 @@ void add_outcome(ordered_json& j, const outcome_t& o)
 
 ordered_json summary_json(const summary_t& s)
 {
-    ordered_json j = {{"log", s.log}, {"bytes", s.bytes}, {"messages", messages_json(s)}, {"epochs", s.epochs.epochs}};
+    ordered_json j = {{"log", s.log},
+                      {"bytes", s.bytes},
+                      {"good_bytes", s.lost.good_bytes},
+                      {"messages", messages_json(s)},
+                      {"epochs", s.epochs.epochs}};
     if (s.epochs.epochs > 0) {
         j["first_epoch"] = date_text(s.epochs.first);
         j["last_epoch"] = date_text(s.epochs.last);
@@ -120,6 +129,7 @@ ordered_json summary_json(const summary_t& s)
     for (const auto& [name, n] : s.satellites_by_system()) systems[name] = n;
     j["satellites"] = satellites_json(s);
     j["lost"] = losses_json(s);
+    if (s.ended_by_signal) j["ended_by_signal"] = true;
     if (s.outcome) add_outcome(j, *s.outcome);
     return j;
 }

@@ -49,20 +49,24 @@ std::string losses_text(const summary_t& s)
     struct loss_t {
         std::uint64_t n;
         const char* what;
+        std::uint64_t bytes = 0;
     };
     const loss_t losses[] = {
-        {s.lost.bad_checksum, "frame(s) with a wrong checksum"},
+        {s.lost.bad_checksum, "frame(s) with a wrong checksum", s.lost.bad_checksum_bytes},
         {s.lost.refused, "frame(s) with contents that cannot be right"},
-        {s.lost.too_long, "header(s) that announce more than a frame can hold"},
+        {s.lost.too_long, "header(s) that announce more than a frame can hold", s.lost.too_long_bytes},
         {s.lost.skipped_bytes, "byte(s) between frames"},
         {s.lost.torn_bytes, "byte(s) of a frame that the end of the log cuts off"},
     };
     std::string out;
     for (const loss_t& loss : losses) {
-        if (loss.n > 0) out += "  lost: " + std::to_string(loss.n) + " " + loss.what + "\n";
+        if (loss.n == 0) continue;
+        out += "  lost: " + std::to_string(loss.n) + " " + loss.what;
+        out += loss.bytes > 0 ? ", " + plural(loss.bytes, "byte") + "\n" : "\n";
     }
     if (!s.source_damage.empty()) out += "  lost: " + s.source_damage + "\n";
-    return out.empty() ? "  nothing lost\n" : out;
+    if (out.empty()) return "  nothing lost: good frames make up all " + plural(s.bytes, "byte") + "\n";
+    return out + "  good: " + std::to_string(s.lost.good_bytes) + " of " + plural(s.bytes, "byte") + "\n";
 }
 
 std::string navigation_text(const navigation_count_t& n)
@@ -185,7 +189,7 @@ std::string summary_text(const summary_t& s, bool tables)
     out += (tables ? tables_text(s) : messages_text(s)) + epochs_text(s.epochs) + "  satellites:";
     for (const auto& [name, n] : s.satellites_by_system()) out += " " + (name + (" " + std::to_string(n)));
     return out + "\n" + losses_text(s) + notices_text(s.notices) + clock_text(s.clock, s.outcome.has_value()) +
-           (s.outcome ? outcome_text(*s.outcome) : "");
+           (s.ended_by_signal ? "  ended by a signal\n" : "") + (s.outcome ? outcome_text(*s.outcome) : "");
 }
 
 }   // namespace kvx

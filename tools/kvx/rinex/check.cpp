@@ -147,7 +147,7 @@ void read_file(input_file_t& file, findings_t& findings, rinex::file_summary_t& 
         return got;
     });
     const bool is_rinex = rinex::check_file(lines, findings, summary);
-    if (interrupted()) throw error_t(file.name(), "interrupted", "at byte " + std::to_string(bytes));
+    if (file.ended_by_signal()) throw interruption_t(file.name(), "at byte " + std::to_string(bytes));
     if (!file.damage().empty()) throw error_t(file.name(), file.damage(), "behind byte " + std::to_string(bytes));
     if (!is_rinex) throw error_t(file.name(), "is no RINEX file", "no RINEX VERSION / TYPE in the first line");
     ends.report(findings);
@@ -218,8 +218,8 @@ int run(const check_options_t& options)
             std::fflush(stdout);
             std::fprintf(stderr, "kvx: error: %s\n", e.what());
             code = kFailed;
-            if (interrupted()) break;
         }
+        if (interrupted()) return interrupt_code();
     }
     return code;
 }

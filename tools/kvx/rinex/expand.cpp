@@ -42,7 +42,7 @@ public:
     const std::string& name() const { return file_.name(); }
 
     // Why not all of it could be read; empty when it could.
-    std::string cut_short() const { return interrupted() ? "interrupted" : file_.damage(); }
+    std::string cut_short() const { return file_.ended_by_signal() ? "interrupted" : file_.damage(); }
 
     // Up to n bytes, fewer only at the end; n is at least kHead.
     std::size_t read(char* to, std::size_t n)
@@ -188,7 +188,7 @@ private:
     {
         if (source.cut_short().empty()) return kDone;
         std::fprintf(stderr, "kvx: error: %s\n", error_t(source.name(), source.cut_short(), outcome).what());
-        return interrupted() ? kFailed : kDamaged;
+        return kDamaged;
     }
 
     const options_t& options_;
@@ -211,7 +211,7 @@ int run(const options_t& options)
             code = kFailed;
         }
     }
-    return code;
+    return interrupted() ? interrupt_code() : code;
 }
 
 }   // namespace

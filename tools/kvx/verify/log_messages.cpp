@@ -48,7 +48,8 @@ void log_messages_t::open(std::size_t log)
 
 void log_messages_t::close()
 {
-    if (interrupted()) throw error_t(source_->name(), "interrupted", "at byte " + std::to_string(reader_->bytes()));
+    if (source_->ended_by_signal())
+        throw interruption_t(source_->name(), "at byte " + std::to_string(reader_->bytes()));
     damaged_ = damaged_ || reader_->losses().any() || !source_->damage().empty();
     progress_.reset();
 }

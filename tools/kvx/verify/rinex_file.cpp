@@ -54,7 +54,7 @@ void rinex_file_t::receive(const rinex::finding_t& finding)
 
 void rinex_file_t::finish()
 {
-    if (interrupted()) throw error_t(path_, "interrupted", "at line " + std::to_string(lines_.number()));
+    if (interrupted()) throw interruption_t(path_, "at line " + std::to_string(lines_.number()));
     if (!expanded_.damage().empty() && result_ != nullptr)
         result_->fault([this] { return path_ + ": " + expanded_.damage(); });
     if (!source_.damage().empty() && result_ != nullptr)

@@ -5,6 +5,7 @@
 #include <new>
 
 #include "common/command.h"
+#include "common/standard_streams.h"
 
 namespace {
 
@@ -23,13 +24,15 @@ int run(int argc, char** argv)
     app.failure_message([](const CLI::App*, const CLI::Error& e) {
         return "kvx: error: " + std::string(e.what()) + " (see --help)\n";
     });
-    app.footer("Exit codes: 0 done, 1 failed, 2 wrong usage, 3 done but the input was damaged.");
+    app.footer(
+        "Exit codes: 0 done, 1 failed, 2 wrong usage, 3 done but the input was damaged, "
+        "141 who read the standard output has gone.");
     std::vector<command_t> commands;
     for (const auto make : kCommands) commands.push_back(make(app));
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& e) {
-        return app.exit(e) == 0 ? kvx::kDone : kvx::kUsage;
+        return kvx::finished(app.exit(e) == 0 ? kvx::kDone : kvx::kUsage);
     }
     for (const command_t& command : commands) {
         if (command.app->parsed()) return kvx::finished(command.run());
@@ -43,13 +46,24 @@ int failed(const char* what, int code)
     return code;
 }
 
+// What would end the program is an error of the call that it comes of; whoever started us may have set the rest.
+void set_signals()
+{
+    std::signal(SIGPIPE, SIG_IGN);   // a reader that has gone
+    std::signal(SIGXFSZ, SIG_IGN);   // a file as large as files may be
+    std::signal(SIGCHLD, SIG_DFL);   // else nobody tells how a child has ended
+}
+
 }   // namespace
 
 int main(int argc, char** argv)
 {
-    std::signal(SIGPIPE, SIG_IGN);   // a reader that has gone is an error like any other
+    set_signals();
+    if (!kvx::occupy_closed_streams()) return kvx::kFailed;
     try {
         return run(argc, argv);
+    } catch (const kvx::stdout_lost_t&) {
+        return kvx::finished(kvx::kDone);
     } catch (const CLI::ParseError& e) {   // a value that only the command itself could judge
         return failed(e.what(), kvx::kUsage);
     } catch (const std::bad_alloc&) {

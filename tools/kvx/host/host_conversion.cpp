@@ -5,8 +5,8 @@
 #include "common/command.h"
 #include "common/error.h"
 #include "common/interrupt.h"
-#include "common/output_file.h"
 #include "common/progress.h"
+#include "common/publish.h"
 #include "convert/file_names.h"
 #include "gnss/log/frame.h"
 #include "host/navigation_files.h"
@@ -123,11 +123,12 @@ private:
         constexpr int kLongNames = 300;   // for all versions
         const file_names_t names(kLongNames, marker, options_.country, options_.name, observations_.coverage());
         const std::string partial = interrupted() ? ".partial" : "";
-        std::vector<std::string> files = {observations_.finish(*raw_, has_antenna_, names.observations() + partial)};
         const auto name_of = [&](char letter) { return names.navigation(letter) + partial; };
-        for (const std::string& path : navigation_.finish(*raw_, name_of)) files.push_back(path);
-        if (positions_ != nullptr) files.push_back(positions_->publish(names.positions() + partial));
-        return files;
+        std::vector<finished_file_t> files;
+        files.push_back(observations_.finish(*raw_, has_antenna_, names.observations() + partial));
+        for (finished_file_t& file : navigation_.finish(*raw_, name_of)) files.push_back(std::move(file));
+        if (positions_ != nullptr) files.push_back({std::move(positions_), names.positions() + partial});
+        return kvx::publish(files, options_.force);
     }
 
     const convert_options_t& options_;

@@ -126,7 +126,7 @@ void navigation_files_t::write(std::size_t kind, raw_t& raw)
     count_.written += static_cast<std::uint64_t>(kFiles[kind].write_record(files_[in]->stream(), &raw, &opt_));
 }
 
-std::string navigation_files_t::publish(std::size_t kind, const raw_t& raw, const std::string& name)
+finished_file_t navigation_files_t::patched(std::size_t kind, const raw_t& raw, const std::string& name)
 {
     std::unique_ptr<output_file_t> file = std::move(files_[kind]);
     file->check(name);
@@ -136,17 +136,18 @@ std::string navigation_files_t::publish(std::size_t kind, const raw_t& raw, cons
     if (sys == SYS_GPS && knows_ionosphere(raw)) WriteRinexGpsEphIonPara(file->stream(), ion, &opt_);
     if (sys == SYS_GLO || kind == kMixedKind) WriteRinexGloEphCurleap(file->stream());
     file->check(name);
-    return packed(std::move(file), name, options_).publish();
+    return packed(std::move(file), name, options_);
 }
 
-std::vector<std::string> navigation_files_t::finish(const raw_t& raw, const std::function<std::string(char)>& name_of)
+std::vector<finished_file_t> navigation_files_t::finish(const raw_t& raw,
+                                                        const std::function<std::string(char)>& name_of)
 {
     if (raw.leaps > 0 && raw.leaps <= kMostLeaps) g_curleap = raw.leaps;
-    std::vector<std::string> paths;
+    std::vector<finished_file_t> files;
     for (std::size_t kind = 0; kind < kKinds; ++kind) {
-        if (files_[kind] != nullptr) paths.push_back(publish(kind, raw, name_of(kFiles[kind].letter)));
+        if (files_[kind] != nullptr) files.push_back(patched(kind, raw, name_of(kFiles[kind].letter)));
     }
-    return paths;
+    return files;
 }
 
 }   // namespace kvx

@@ -12,7 +12,7 @@
 #include <string>
 #include <vector>
 
-#include "common/output_file.h"
+#include "common/publish.h"
 #include "convert/convert_options.h"
 #include "host/ephemeris_key.h"
 #include "log/summary.h"
@@ -30,10 +30,10 @@ public:
     /// @return true when it was not there before
     bool add(raw_t& raw);
 
-    /// Patches the headers with what the log has told by its end, and gives the files their names.
+    /// Patches the headers with what the log has told by its end.
     /// @param name_of  name of a file by its system's letter, M for all
-    /// @return paths; none when no ephemeris was written
-    std::vector<std::string> finish(const raw_t& raw, const std::function<std::string(char)>& name_of);
+    /// @return none when no ephemeris was written
+    std::vector<finished_file_t> finish(const raw_t& raw, const std::function<std::string(char)>& name_of);
 
     const navigation_count_t& count() const { return count_; }
 
@@ -42,7 +42,7 @@ private:
 
     bool is_repetition(int sat, const ephemeris_key_t& key);
     void write(std::size_t kind, raw_t& raw);
-    std::string publish(std::size_t kind, const raw_t& raw, const std::string& name);
+    finished_file_t patched(std::size_t kind, const raw_t& raw, const std::string& name);
 
     const convert_options_t& options_;
     rnx_t opt_;

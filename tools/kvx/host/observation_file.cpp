@@ -68,10 +68,11 @@ std::string written_text(Write write)
     std::FILE* memory = open_memstream(&text, &size);
     if (memory == nullptr) throw std::bad_alloc();
     write(memory);
-    std::fclose(memory);
-    std::string result(text, size);
-    std::free(text);
-    return result;
+    const bool whole = std::ferror(memory) == 0;
+    const bool closed = std::fclose(memory) == 0;
+    const std::unique_ptr<char, void (*)(void*)> owner(text, std::free);
+    if (!whole || !closed) throw std::bad_alloc();
+    return {text, size};
 }
 
 }   // namespace
@@ -203,12 +204,12 @@ void observation_file_t::patch_header(const raw_t& raw, bool has_antenna)
     WriteRinexObsApppos(file_->stream(), copy.get(), &opt_);
 }
 
-std::string observation_file_t::finish(const raw_t& raw, bool has_antenna, const std::string& name)
+finished_file_t observation_file_t::finish(const raw_t& raw, bool has_antenna, const std::string& name)
 {
     file_->check(name);
     patch_header(raw, has_antenna);
     file_->check(name);
-    return packed_observations(std::move(file_), name, options_).publish();
+    return packed_observations(std::move(file_), name, options_);
 }
 
 }   // namespace kvx

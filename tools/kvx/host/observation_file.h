@@ -7,7 +7,7 @@
 #include <memory>
 #include <string>
 
-#include "common/output_file.h"
+#include "common/publish.h"
 #include "convert/convert_options.h"
 #include "convert/file_names.h"
 #include "log/summary.h"
@@ -34,11 +34,10 @@ public:
     std::uint64_t out_of_order() const { return out_of_order_; }   ///< epochs not later than the one before
     coverage_t coverage() const;
 
-    /// Patches the header and gives the file its name.
+    /// Patches the header.
     /// @param raw          the decoder's record at the end of the log
     /// @param has_antenna  the log has told the antenna
-    /// @return path
-    std::string finish(const raw_t& raw, bool has_antenna, const std::string& name);
+    finished_file_t finish(const raw_t& raw, bool has_antenna, const std::string& name);
 
 private:
     bool in_window(double now) const;

@@ -26,7 +26,7 @@ int run(int argc, char** argv)
     });
     app.footer(
         "Exit codes: 0 done, 1 failed, 2 wrong usage, 3 done but the input was damaged, "
-        "141 who read the standard output has gone.");
+        "141 the reader of standard output has gone.");
     std::vector<command_t> commands;
     for (const auto make : kCommands) commands.push_back(make(app));
     try {

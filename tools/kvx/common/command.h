@@ -12,11 +12,12 @@ namespace kvx {
 
 /// Exit codes of the program.
 enum exit_code_t : int {
-    kDone = 0,                     ///< everything was done
-    kFailed = 1,                   ///< nothing usable came out
-    kUsage = 2,                    ///< the command line was wrong
-    kDamaged = 3,                  ///< done, but the input was damaged
-    kReaderGone = 128 + SIGPIPE,   ///< done, but who read standard output has gone: what a shell shows of such programs
+    kDone = 0,      ///< everything was done
+    kFailed = 1,    ///< nothing usable came out
+    kUsage = 2,     ///< the command line was wrong
+    kDamaged = 3,   ///< done, but the input was damaged
+    kReaderGone =
+        128 + SIGPIPE,   ///< done, but the reader of standard output has gone: what a shell shows of such programs
 };
 
 /// JSON as text; what is not UTF-8 in it (file names may be anything) is replaced.

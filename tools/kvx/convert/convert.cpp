@@ -85,15 +85,18 @@ private:
             for (const auto& [child, log] : children_) kill(child, SIGUSR1);
             return;
         }
-        if (WIFSIGNALED(status)) tell_end(children_.at(done), WTERMSIG(status));
-        children_.erase(done);
+        const auto child = children_.find(done);
+        if (child == children_.end()) return;   // of the program that has become this one
+        if (WIFSIGNALED(status)) tell_end(child->second, WTERMSIG(status));
+        children_.erase(child);
         code_ = worse(code_, WIFEXITED(status) ? WEXITSTATUS(status) : static_cast<int>(kFailed));
     }
 
     void tell_end(const std::string& log, int signal) const
     {
         const char* name = sigdescr_np(signal);
-        const error_t end(log, "killed by signal " + std::to_string(signal), name == nullptr ? "" : name);
+        const error_t end(log == "-" ? "standard input" : log, "killed by signal " + std::to_string(signal),
+                          name == nullptr ? "" : name);
         std::fprintf(stderr, "kvx: error: %s\n", end.what());
         remove_left_overs(options_.folder);
     }

@@ -87,7 +87,7 @@ class Convert(unittest.TestCase):
         files = [f for f in self.out.iterdir() if not allowed or f.match("*_MO.rnx")]
         check = kvx("check", "--strict", *files, *(["--allow", ",".join(allowed)] if allowed else []))
         self.assertEqual((DONE, len(files)), (check.returncode, len(check.stdout.splitlines())), check.stdout)
-        for file in files:
+        for file in self.out.iterdir():
             file.unlink()
 
     @forks

@@ -1,6 +1,7 @@
 """What a session at the command line does not show: other programs beside kvx, full disks, signals, work in parallel."""
 
 import ctypes
+import fcntl
 import gzip
 import itertools
 import json
@@ -29,6 +30,7 @@ KVX, HOST = os.environ["KVX"], os.environ["EXAMPLE"]
 forks = unittest.skipIf(os.environ.get("KVX_EMULATED"), "forked processes spin under qemu-user")
 PROJECT = pathlib.Path(__file__).parents[2]
 DONE, FAILED, USAGE, DAMAGED = range(4)
+READER_GONE = 141
 
 
 def kvx(*args, **options):
@@ -97,7 +99,7 @@ class Convert(Scratch):
         files = [f for f in self.out.iterdir() if not allowed or f.match("*_MO.rnx")]
         check = kvx("check", "--strict", *files, *(["--allow", ",".join(allowed)] if allowed else []))
         self.assertEqual((DONE, len(files)), (check.returncode, len(check.stdout.splitlines())), check.stdout)
-        for file in files:
+        for file in self.out.iterdir():
             file.unlink()
 
     def convert(self, log, *options):
@@ -175,14 +177,15 @@ class Convert(Scratch):
     def test_full_disk(self):
         def small_files(limit):
             resource.setrlimit(resource.RLIMIT_FSIZE, (limit, limit))
-            signal.signal(signal.SIGXFSZ, signal.SIG_IGN)
 
         kvx("convert", self.log, "-o", self.dir / "plain", "--nav", "none")
         os.utime(self.observations(self.dir / "plain"), (2e9, 2e9))   # written by a board whose clock was ahead
-        self.assertEqual(DONE, kvx("convert", self.log, "-o", self.dir / "plain", "--nav", "none").returncode)
+        plain = kvx("convert", self.log, "-o", self.dir / "plain", "--nav", "none", "--force")
+        self.assertEqual(DONE, plain.returncode)
         whole = self.observations(self.dir / "plain").stat().st_size
-        for limit in (500000, whole - 100):   # in the middle of the epochs, and at their end
-            run = kvx("convert", self.log, "-o", self.out, preexec_fn=lambda: small_files(limit))
+        for limit, *options in ((500000,), (whole - 100,),   # in the middle of the epochs, and at their end
+                                (20000, "--interval", 300), (500000, "--as-host")):
+            run = kvx("convert", self.log, "-o", self.out, *options, preexec_fn=lambda: small_files(limit))
             self.assertEqual(FAILED, run.returncode, limit)
             self.assertIn(b"writing", run.stderr)
             self.assertEqual([], list(self.out.iterdir()), limit)
@@ -219,13 +222,107 @@ class Convert(Scratch):
             shown += os.read(terminal, 1000)
         self.assertRegex(shown, rb"^(\rstandard input: \d+ MB)+\r\x1b\[K$")
 
+    def contents(self, folder, date=rb"\d{8} \d{6} UTC"):
+        return {f.name: re.sub(date, b"", f.read_bytes()) for f in folder.iterdir()}
+
+    def test_names_that_are_taken(self):
+        for n, options in enumerate((["--xyz"], ["--xyz", "--as-host", "--nav", "split"])):
+            folder = self.dir / str(n)
+            command = ["convert", self.log, "-o", folder, "--name", "x", *options]
+            self.assertEqual(DONE, kvx(*command).returncode)
+            before = self.contents(folder)
+            for name in before:   # one of them is enough
+                for other in before.keys() - {name}:
+                    (folder / other).unlink()
+                run = kvx(*command)
+                self.assertEqual((FAILED, b""), (run.returncode, run.stdout))
+                self.assertIn(f"error: {folder / name}: exists already (--force replaces it)\n".encode(), run.stderr)
+                self.assertEqual({name: before[name]}, self.contents(folder))
+                self.assertEqual(DONE, kvx(*command, "--force").returncode)
+                self.assertEqual(before.keys(), self.contents(folder).keys())
+                before = self.contents(folder)
+
+    @forks
+    def test_inputs_and_files_of_the_run_are_never_replaced(self):
+        inputs = self.dir / "a_MO.rnx", self.dir / "b_MN.rnx", self.dir / "c"
+        for path in inputs:
+            path.write_bytes(self.log.read_bytes())
+        before = self.contents(self.dir)
+        os.link(inputs[2], self.dir / "c_MO.rnx")
+        for path in inputs:
+            for log in (path, "-"):
+                with path.open() as stdin:
+                    run = kvx("convert", log, "-o", self.dir, "--name", path.name[0], "--force", stdin=stdin)
+                self.assertEqual(FAILED, run.returncode)
+                self.assertIn(b"is an input of this run", run.stderr)
+        (self.dir / "c_MO.rnx").unlink()
+        pack = kvx("frame", "pack", "--id", 1, "-o", self.dir / "c", self.dir / "c", "--force")
+        self.assertEqual(FAILED, pack.returncode)
+        self.assertEqual(before, self.contents(self.dir))
+        run = kvx("convert", self.log, self.log, self.log, "-o", self.out, "--force", "-j", 3)
+        self.assertEqual((FAILED, 2), (run.returncode, run.stderr.count(b"another log of this run has made this file")))
+
+    def test_what_killed_runs_leave_goes(self):
+        self.out.mkdir()
+        dead, held, short, odd, link, folder = (self.out / f".kvx-{end}" for end in (
+            "aZ09bY", "locked", "abcde", "abc-ef", "linked", "folder"))
+        for path in (dead, held, short, odd):
+            path.touch()
+        link.symlink_to(self.log)
+        folder.mkdir()
+        run = subprocess.Popen([KVX, "convert", "-", "-o", self.out], stdin=subprocess.PIPE, stderr=subprocess.DEVNULL)
+        with held.open() as lock:
+            fcntl.flock(lock, fcntl.LOCK_EX)
+            run.stdin.write(self.log.read_bytes())
+            run.stdin.flush()
+            others = {held, short, odd, link, folder}
+            while not (alive := set(self.out.iterdir()) - others) or dead in alive:
+                self.assertIsNone(run.poll())
+            self.assertEqual(DONE, kvx("convert", self.log, "-o", self.out, "--name", "x").returncode)
+            self.assertLessEqual(others | alive, set(self.out.iterdir()))
+            run.kill()
+            run.communicate()
+            self.assertEqual(DONE, kvx("convert", self.log, "-o", self.out, "--name", "y").returncode)
+        self.assertEqual(others, set(self.out.glob(".*")))
+
+    @forks
+    def test_killed_process_of_a_log(self):
+        run = subprocess.Popen([KVX, "convert", "-", self.log, "-j", "2", "-o", self.out, "--marker", "A"],
+                               stdin=subprocess.PIPE, stdout=subprocess.DEVNULL, stderr=subprocess.PIPE)
+        while not (children := pathlib.Path(f"/proc/{run.pid}/task/{run.pid}/children").read_text().split()):
+            self.assertIsNone(run.poll())
+        os.kill(int(children[0]), signal.SIGKILL)
+        self.assertEqual((None, b"kvx: error: standard input: killed by signal 9 (Killed)\n"), run.communicate(timeout=60))
+        self.assertEqual((FAILED, 2), (run.returncode, len(list(self.out.iterdir()))))
+
     @forks
     def test_results_that_cannot_be_printed(self):
+        dump, packed = self.dir / "dump", self.dir / "log.gz"
+        dump.write_bytes(logs.DUMP * 100)
+        packed.write_bytes(gzip.compress(self.log.read_bytes(), 1))
+        convert = ["convert", self.log, self.log140, "--marker", "A", "--force", "-o"]
+        kvx(*convert, self.out)
+        whole = self.contents(self.out)
+        commands = [["info", self.log], ["--help"], ["check", *self.out.iterdir()], ["dump", "cat", dump],
+                    ["expand", "--stdout", packed], ["simulate", "-o", "-"], [*convert, self.dir / "new"],
+                    [*convert, self.dir / "new", "-j", 2]]
+        reader, pipe = os.pipe()
+        os.close(reader)
         with open("/dev/full", "wb") as full:
-            for command in (["info", self.log], ["convert", self.log, self.log140, "-o", self.out]):
-                run = kvx(*command, stdout=full)
-                self.assertEqual(FAILED, run.returncode)
-                self.assertIn(b"standard output", run.stderr)
+            for command in commands:
+                for code, options in ((FAILED, {"stdout": full}), (FAILED, {"preexec_fn": lambda: os.close(1)}),
+                                      (READER_GONE, {"stdout": pipe})):
+                    run = kvx(*command, **options)
+                    self.assertEqual(code, run.returncode, command)
+                    self.assertEqual(code == FAILED, b"kvx: error: standard output: " in run.stderr, command)
+                    self.assertTrue(code == FAILED or not run.stderr, run.stderr)
+                    self.assertEqual(whole.keys(), {f.name for f in (self.dir / "new").glob("*")} or whole.keys())
+        # Not after a century; and what is closed is not the next file that is opened.
+        self.assertEqual(READER_GONE, kvx("simulate", "-o", "-", "--duration", 366 * 86400, stdout=pipe).returncode)
+        os.close(pipe)
+        for fd in range(3):
+            kvx(*convert, self.out, preexec_fn=lambda: os.close(fd))
+            self.assertEqual(whole, self.contents(self.out))
 
 
 class Input(Scratch):

@@ -32,6 +32,7 @@ simulate -o fast --duration 12 --rate 5 --systems GEC --elevation-mask 30 --ephe
 simulate -o - --duration 1 --rate 20
 simulate -o day --duration 86400 --rate 0.001 --start '2024-12-31 12:00:00'
 simulate -o damaged --duration 60 --damage 30 --seed 2
+simulate -o damaged --duration 60 --damage 30
 simulate -o few --duration 2 --systems GES --elevation-mask 40
 simulate -o x --rate 21
 simulate -o missing/x
@@ -51,12 +52,12 @@ convert log -o log.out
 convert log -o json --json
 convert log.gz -o packed
 convert 140 -o packed
-convert fast -o packed
+convert fast -o packed --force
 convert day -o packed
 convert damaged -o damaged.out
 convert torn -o out --json
 convert gaps -o out
-convert twice -o out
+convert twice -o out --force
 forks convert log missing 140 -o some
 forks convert log log.gz -o same
 forks convert log damaged -o mixed
@@ -107,9 +108,9 @@ convert log -o words --as-host --receiver-type other --name Base --marker 'Point
 convert log -o antenna --marker 'A b Point 17' --agency Office --run-by me --antenna-type TYPE --antenna-delta 1.5,0.25,-0.125
 convert log -o receiver --marker ABMF00GLP --receiver-number R9 --receiver-version 2.0 --antenna-number A1 --marker-type GEODYNAMIC
 convert leap -o changed
-convert noeph -o changed
-convert sbas0 -o changed
-convert sick -o changed --json
+convert noeph -o changed --force
+convert sbas0 -o changed --force
+convert sick -o changed --json --force
 convert leap -o changed.host --as-host
 convert noeph -o changed.host --as-host
 convert sbas0 -o changed.host --as-host
@@ -157,6 +158,7 @@ frame pack --id 65536
 frame pack --id 1 --hex 0g
 frame pack --id 1 --hex 012
 frame pack --id 1 log
+frame pack --id 1 -o text text --force
 frame pack --id 3 -o longest brim
 frame pack --id 1 -o text/out text
 frame parse --hex 00 text

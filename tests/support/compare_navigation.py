@@ -181,7 +181,7 @@ def main():
     logs = [args.recordings / name / f"{name}.log" for name in RECORDINGS if args.recordings]
     for message in ("43", "140"):
         logs.append(args.workdir / f"range_{message}.log")
-        subprocess.run([args.kvx, "simulate", "-o", logs[-1], *SIMULATION, message], check=True)
+        subprocess.run([args.kvx, "simulate", "--force", "-o", logs[-1], *SIMULATION, message], check=True)
     logs[-1].write_bytes(b"".join(varied(logs[-1].read_bytes())))
     for log in logs:
         entries, ion = navigation(log.read_bytes())

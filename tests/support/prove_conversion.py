@@ -182,7 +182,8 @@ def logs(args):
         yield args.recordings / name / f"{name}.log"
     for name, options in SIMULATED.items():
         path = args.workdir / f"{name}.log"
-        subprocess.run([args.kvx, "simulate", "-o", path, "--every-signal", *shlex.split(options)], check=True)
+        subprocess.run([args.kvx, "simulate", "--force", "-o", path, "--every-signal", *shlex.split(options)],
+                       check=True)
         yield path
 
 

@@ -310,7 +310,8 @@ TEST(GzipFile, HasNeitherNameNorTime)
     kvx::output_file_t plain(folder.path()), packed(folder.path());
     std::fputs(text.c_str(), plain.stream());
     kvx::gzip(plain, packed);
-    const std::string path = packed.publish("packed.gz");
+    packed.check("packed.gz");
+    const std::string& path = packed.path();
     EXPECT_EQ(std::string("\x1f\x8b\x08\0\0\0\0\0", 8), contents_of(path).substr(0, 8));
     std::string back(text.size() + 1, '?');
     gzFile file = gzopen(path.c_str(), "rb");

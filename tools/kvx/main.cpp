@@ -1,7 +1,4 @@
 // kvx: the command-line tool of rtk_utils.
-#include <fcntl.h>
-#include <unistd.h>
-
 #include <csignal>
 #include <cstdio>
 #include <exception>
@@ -9,6 +6,7 @@
 
 #include "common/command.h"
 #include "common/interrupt.h"
+#include "common/standard_streams.h"
 
 namespace {
 
@@ -29,27 +27,18 @@ int run(int argc, char** argv)
     });
     app.footer(
         "Exit codes: 0 done, 1 failed, 2 wrong usage, 3 done but the input was damaged, "
-        "130 or 143 ended by Ctrl-C or SIGTERM.");
+        "129, 130 or 143 ended by SIGHUP, Ctrl-C or SIGTERM, 141 the reader of standard output has gone.");
     std::vector<command_t> commands;
     for (const auto make : kCommands) commands.push_back(make(app));
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& e) {
-        return app.exit(e) == 0 ? kvx::kDone : kvx::kUsage;
+        return kvx::finished(app.exit(e) == 0 ? kvx::kDone : kvx::kUsage);
     }
     for (const command_t& command : commands) {
         if (command.app->parsed()) return kvx::finished(command.run());
     }
     return kvx::kUsage;
-}
-
-// A standard stream that is closed is opened on nothing, the wrong way round: to use it stays an error, and no file
-// gets its place, and with it what is printed.
-void fill_standard_streams()
-{
-    for (const int fd : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
-        if (fcntl(fd, F_GETFD) < 0) (void)!open("/dev/null", fd == STDIN_FILENO ? O_WRONLY : O_RDONLY);
-    }
 }
 
 int failed(const char* what, int code)
@@ -58,14 +47,24 @@ int failed(const char* what, int code)
     return code;
 }
 
+// What would end the program is an error of the call that it comes of; whoever started us may have set the rest.
+void set_signals()
+{
+    std::signal(SIGPIPE, SIG_IGN);   // a reader that has gone
+    std::signal(SIGXFSZ, SIG_IGN);   // a file as large as files may be
+    std::signal(SIGCHLD, SIG_DFL);   // else nobody tells how a child has ended
+}
+
 }   // namespace
 
 int main(int argc, char** argv)
 {
-    fill_standard_streams();
-    std::signal(SIGPIPE, SIG_IGN);   // a reader that has gone is an error like any other
+    set_signals();
+    if (!kvx::occupy_closed_streams()) return kvx::kFailed;
     try {
         return run(argc, argv);
+    } catch (const kvx::stdout_lost_t&) {
+        return kvx::finished(kvx::kDone);
     } catch (const CLI::ParseError& e) {   // a value that only the command itself could judge
         return failed(e.what(), kvx::kUsage);
     } catch (const kvx::interruption_t& e) {

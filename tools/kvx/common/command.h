@@ -3,7 +3,7 @@
 #define KVX_COMMAND_H
 
 #include <CLI/CLI.hpp>
-#include <cstdio>
+#include <csignal>
 #include <functional>
 #include <nlohmann/json.hpp>
 #include <string>
@@ -16,15 +16,9 @@ enum exit_code_t : int {
     kFailed = 1,    ///< nothing usable came out
     kUsage = 2,     ///< the command line was wrong
     kDamaged = 3,   ///< done, but the input was damaged
+    kReaderGone =
+        128 + SIGPIPE,   ///< done, but the reader of standard output has gone: what a shell shows of such programs
 };
-
-/// Flushes standard output. Results that did not reach it are a failure, whatever the work itself came to.
-inline int finished(int code)
-{
-    if (std::fflush(stdout) == 0 && std::ferror(stdout) == 0) return code;
-    std::fputs("kvx: error: standard output: a write failed\n", stderr);
-    return kFailed;
-}
 
 /// JSON as text; what is not UTF-8 in it (file names may be anything) is replaced.
 inline std::string json_text(const nlohmann::ordered_json& json)

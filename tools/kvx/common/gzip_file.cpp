@@ -48,7 +48,7 @@ void gzip_writer_t::deflate(std::string_view bytes, bool last)
 void gzip(output_file_t& from, output_file_t& to, int level)
 {
     from.check("a file to be compressed");
-    std::rewind(from.stream());
+    from.seek(0);
     gzip_writer_t writer(to.stream(), level);
     std::vector<char> piece(kPiece);
     for (std::size_t got = kPiece; got == kPiece;) {

@@ -1,13 +1,14 @@
 #include "common/output_file.h"
 
 #include <fcntl.h>
-#include <sys/mman.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <filesystem>
+#include <utility>
 
 #include "common/error.h"
+#include "common/left_overs.h"
 
 namespace kvx {
 
@@ -15,61 +16,39 @@ namespace {
 
 constexpr std::size_t kStreamBuffer = 256 * 1024;
 
-// In memory, and in no place of a standard stream that the program was started without.
-int create_claims()
+std::FILE* stream_of(int fd)
 {
-    const int low = ::memfd_create("kvx-claims", MFD_CLOEXEC);
-    const int fd = ::fcntl(low, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
-    ::close(low);
-    return fd;
-}
-
-// Names that this run has published, each between NULs; forked processes share them.
-const int kClaims = create_claims();
-
-void lock_claims(short type)
-{
-    struct flock all {};   // of the process: flock() would not keep forked ones apart
-    all.l_type = type;
-    all.l_whence = SEEK_SET;
-    while (::fcntl(kClaims, F_SETLKW, &all) != 0 && errno == EINTR) {
-    }
-}
-
-// True the first time that this run asks for the name.
-bool claim(const std::string& name)
-{
-    lock_claims(F_WRLCK);
-    struct stat status {};
-    ::fstat(kClaims, &status);
-    std::string names(static_cast<std::size_t>(status.st_size), '\0');
-    (void)!::pread(kClaims, names.data(), names.size(), 0);
-    const std::string entry = '\0' + name + '\0';
-    const bool first = names.find(entry) == std::string::npos;
-    if (first) (void)!::pwrite(kClaims, entry.data(), entry.size(), status.st_size);
-    lock_claims(F_UNLCK);
-    return first;
+    const int own = ::fcntl(fd, F_DUPFD_CLOEXEC, 0);
+    std::FILE* stream = own < 0 ? nullptr : ::fdopen(own, "w+b");
+    if (stream == nullptr && own >= 0) ::close(own);
+    return stream;
 }
 
 }   // namespace
 
-output_file_t::output_file_t(const std::string& folder) : folder_(folder), path_(folder + "/.kvx-XXXXXX")
+output_file_t::output_file_t(const std::string& folder) : folder_(folder)
 {
-    const int fd = ::mkstemp(path_.data());
-    if (fd < 0) throw system_error(folder, "creating a file in it");
+    remove_left_overs_once(folder);
+    lock_ = make_temporary(folder, path_);
     const mode_t mask = ::umask(0);
     ::umask(mask);
-    ::fchmod(fd, 0666 & ~mask);
-    stream_ = ::fdopen(fd, "w+b");
-    if (stream_ == nullptr) throw system_error(path_, "opening");
+    ::fchmod(lock_, 0666 & ~mask);
+    stream_ = stream_of(lock_);
+    if (stream_ == nullptr) {
+        const int reason = errno;
+        ::unlink(path_.c_str());
+        ::close(lock_);
+        errno = reason;
+        throw system_error(path_, "opening");
+    }
     std::setvbuf(stream_, nullptr, _IOFBF, kStreamBuffer);
 }
 
 output_file_t::~output_file_t()
 {
-    if (stream_ == nullptr) return;
-    std::fclose(stream_);
-    ::unlink(path_.c_str());
+    if (stream_ != nullptr) std::fclose(stream_);
+    if (!path_.empty()) ::unlink(path_.c_str());
+    ::close(lock_);
 }
 
 void output_file_t::check(const std::string& what)
@@ -78,23 +57,25 @@ void output_file_t::check(const std::string& what)
     if (std::ferror(stream_) != 0) throw error_t(folder_, "a write failed: is the disk full?", "writing " + what);
 }
 
-std::string output_file_t::publish(const std::string& name)
+void output_file_t::seek(std::int64_t offset)
 {
-    check(name);
-    std::string target = folder_ + "/" + name;
-    if (!claim(target)) {
-        throw error_t(target, "another log of this run has made this file",
-                      "give the logs different names with --marker, or convert them one by one with --name");
-    }
-    const int closed = std::fclose(stream_);
-    stream_ = nullptr;
-    if (closed != 0 || ::rename(path_.c_str(), target.c_str()) != 0) {
-        const int reason = errno;
-        ::unlink(path_.c_str());
-        errno = reason;
-        throw system_error(target, "closing");
-    }
-    return target;
+    if (::fseeko(stream_, offset, SEEK_SET) != 0) throw system_error(path_, "going to byte " + std::to_string(offset));
+}
+
+void output_file_t::close(const std::string& what)
+{
+    check(what);
+    if (!is_on_disk(lock_)) throw system_error(folder_, "writing " + what);
+    if (std::fclose(std::exchange(stream_, nullptr)) != 0) throw system_error(folder_, "closing " + what);
+}
+
+bool is_on_disk(int fd)
+{
+    int result = 0;
+    do {
+        result = ::fsync(fd);
+    } while (result != 0 && errno == EINTR);
+    return result == 0 || errno == EINVAL || errno == EROFS || errno == ENOTSUP;
 }
 
 bool is_device(const std::string& path)

@@ -2,37 +2,51 @@
 #ifndef KVX_OUTPUT_FILE_H
 #define KVX_OUTPUT_FILE_H
 
+#include <cstdint>
 #include <cstdio>
 #include <string>
 
 namespace kvx {
 
-/// A file under a temporary name in its final folder.
+/// A file under a temporary name in its final folder. publish() gives it its name.
 class output_file_t {
 public:
+    /// Removes what killed runs have left in the folder, too.
     /// @throws error_t when the folder cannot be written
     explicit output_file_t(const std::string& folder);
     ~output_file_t();   ///< removes what was not published
     output_file_t(const output_file_t&) = delete;
     output_file_t& operator=(const output_file_t&) = delete;
 
-    std::FILE* stream() { return stream_; }   ///< open for reading and writing
+    std::FILE* stream() { return stream_; }   ///< open for reading and writing, until the file is closed
+    const std::string& folder() const { return folder_; }
     const std::string& path() const { return path_; }
 
     /// Looks at the stream's error state, which a later close would hide.
     /// @throws error_t
     void check(const std::string& what);
 
-    /// Closes the file and gives it its name; an older file of that name is replaced, one that this run
-    /// or a process forked from it has made is not.
-    /// @return path of the file
+    /// Goes to a place of the file, to read or write there.
+    /// @param offset  bytes from its beginning
+    /// @throws error_t also when what had been written could not reach the file
+    void seek(std::int64_t offset);
+
+    /// Closes the file, when it is whole and on the disk itself.
     /// @throws error_t
-    std::string publish(const std::string& name);
+    void close(const std::string& what);
+
+    /// Tells a closed file that it has a name now, under which it stays.
+    void keep() { path_.clear(); }
 
 private:
     std::string folder_, path_;
+    int lock_ = -1;   // a descriptor of its own: the file is locked until it has its name
     std::FILE* stream_ = nullptr;
 };
+
+/// Waits until what was written is on the disk. File systems that cannot wait are taken as they are.
+/// @return false: it did not get there, errno tells why
+bool is_on_disk(int fd);
 
 /// True for what takes bytes but no other file in its place: character devices and pipes.
 bool is_device(const std::string& path);

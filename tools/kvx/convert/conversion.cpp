@@ -202,10 +202,7 @@ private:
             files.push_back(std::move(file));
         if (positions_.exists()) files.push_back(positions_.finish(names.positions() + partial));
         if (options_.verify && !source_.cut_short()) prove(files);
-        std::vector<std::string> paths;
-        paths.reserve(files.size());
-        for (finished_file_t& file : files) paths.push_back(file.publish());
-        return paths;
+        return kvx::publish(files, options_.force, source_.live());
     }
 
     const convert_options_t& options_;

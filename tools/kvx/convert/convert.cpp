@@ -3,15 +3,19 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <array>
 #include <csignal>
 #include <cstdio>
+#include <cstring>
+#include <map>
 #include <memory>
-#include <set>
 
 #include "common/command.h"
 #include "common/error.h"
 #include "common/interrupt.h"
-#include "common/output_file.h"
+#include "common/left_overs.h"
+#include "common/publish.h"
+#include "common/standard_streams.h"
 #include "convert/conversion.h"
 #include "convert/convert_options.h"
 #include "host/host_options.h"
@@ -43,9 +47,10 @@ int convert_one(const convert_options_t& options, const std::string& log)
 
 int worse(int a, int b)
 {
-    const auto fine = [](int code) { return code == kDone || code == kDamaged; };
-    if (!fine(a) || !fine(b)) return kFailed;
-    return std::max(a, b);
+    constexpr std::array kRising = {int{kDone},    int{kDamaged},    128 + SIGHUP, 128 + SIGINT,
+                                    128 + SIGTERM, int{kReaderGone}, int{kFailed}};
+    return *std::max(std::find(kRising.begin(), kRising.end() - 1, a),
+                     std::find(kRising.begin(), kRising.end() - 1, b));
 }
 
 // The library's writers keep process-wide state: logs at once are processes at once.
@@ -75,7 +80,7 @@ private:
             _exit(finished(convert_one(options_, log)));
         }
         if (pid > 0) {
-            children_.insert(pid);
+            children_.emplace(pid, log);
         } else {
             code_ = worse(code_, convert_one(options_, log));
         }
@@ -85,18 +90,30 @@ private:
     {
         if (interrupted() && !told_) {   // a signal that perhaps only this process got
             told_ = true;
-            for (const pid_t child : children_) kill(child, SIGUSR1);
+            for (const auto& [child, log] : children_) kill(child, SIGUSR1);
         }
         int status = 0;
         const pid_t done = wait(&status);
         if (done < 0) return;   // a signal; the children finish what they have
-        children_.erase(done);
+        const auto child = children_.find(done);
+        if (child == children_.end()) return;   // of the program that has become this one
+        if (WIFSIGNALED(status)) tell_end(child->second, WTERMSIG(status));
+        children_.erase(child);
         code_ = worse(code_, WIFEXITED(status) ? WEXITSTATUS(status) : static_cast<int>(kFailed));
     }
 
+    void tell_end(const std::string& log, int signal) const
+    {
+        const char* name = sigdescr_np(signal);
+        const error_t end(log == "-" ? "standard input" : log, "killed by signal " + std::to_string(signal),
+                          name == nullptr ? "" : name);
+        std::fprintf(stderr, "kvx: error: %s\n", end.what());
+        remove_left_overs(options_.folder);
+    }
+
     const convert_options_t& options_;
-    std::set<pid_t> children_;
-    bool told_ = false;   // that there was an interrupt
+    std::map<pid_t, std::string> children_;   // and their logs
+    bool told_ = false;                       // that there was an interrupt
     int code_ = kDone;
 };
 
@@ -124,6 +141,8 @@ int run(const convert_options_t& options)
 {
     warn(options);
     make_folder(options.folder);
+    begin_run(options.logs);
+    remove_left_overs_once(options.folder);   // not in every process
     catch_interrupts();
     if (options.logs.size() == 1) return convert_one(options, options.logs.front());
     return jobs_t(options).run();

@@ -54,6 +54,7 @@ void add_output_options(CLI::App& app, convert_options_t& o)
     app.add_option("-o,--output", o.folder, "Folder for the files, made if need be")->capture_default_str();
     app.add_option("--name", o.name, "Stem of the file names instead of the RINEX convention")
         ->check([](const std::string& s) { return s.find('/') == s.npos ? "" : "is a stem, not a path"; });
+    app.add_flag("--force", o.force, "Replace files that exist");
     app.add_option("--rinex", o.rinex, "RINEX version: 2.11, 3.04, 3.05, 4.02; 3 and 4 are the newest (default: 3.05)")
         ->transform([](const std::string& s) { return kVersions.count(s) != 0 ? kVersions.at(s) : s; });
     app.add_option("--nav", o.nav,

@@ -22,6 +22,7 @@ struct convert_options_t {
     bool no_signal_map = false;
     bool raw_prn = false;
     bool crx = false, gz = false;
+    bool force = false;
     bool verify = false;
     bool json = false;
     bool events = true;

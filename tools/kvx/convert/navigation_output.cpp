@@ -123,7 +123,7 @@ finished_file_t navigation_output_t::write(char letter, const rinex::station_t& 
     for (const entry_t& entry : entries_) {
         if (one >= 0 && entry.satellite.constellation != one) continue;
         text.resize(entry.size);
-        std::fseek(spool_->stream(), static_cast<long>(entry.at), SEEK_SET);
+        spool_->seek(entry.at);
         if (std::fread(text.data(), 1, text.size(), spool_->stream()) != text.size())
             throw error_t(spool_->path(), "reading back failed", "writing " + name);
         std::fwrite(text.data(), 1, text.size(), file->stream());

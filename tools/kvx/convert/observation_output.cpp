@@ -101,7 +101,7 @@ std::unique_ptr<output_file_t> observation_output_t::rewritten(const std::string
 {
     auto copy = std::make_unique<output_file_t>(options_.folder);
     std::fwrite(header.data(), 1, header.size(), copy->stream());
-    std::fseek(file_->stream(), static_cast<long>(header_size_), SEEK_SET);
+    file_->seek(static_cast<std::int64_t>(header_size_));
     rinex::copy_in_order(file_->stream(), copy->stream(), text_.columns());
     if (std::ferror(file_->stream()) != 0)
         throw error_t(file_->path(), "reading back failed", "putting the columns in order");
@@ -121,7 +121,7 @@ finished_file_t observation_output_t::finish(const std::string& name)
     session_.interval = coverage().interval;
     const std::string last_header = header();
     if (last_header.size() == header_size_ && text_.columns().settled()) {
-        std::fseek(file_->stream(), 0, SEEK_SET);
+        file_->seek(0);
         std::fwrite(last_header.data(), 1, last_header.size(), file_->stream());
     } else {
         file_ = rewritten(last_header);

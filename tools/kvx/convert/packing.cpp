@@ -49,7 +49,7 @@ std::unique_ptr<output_file_t> made_compact(output_file_t& file, const std::stri
         (void)std::fwrite(text.data(), 1, text.size(), compact->stream());
     };
     rinex::crinex_compressor_t compressor(write, KVX_VERSION, compact_date());
-    std::fseek(file.stream(), 0, SEEK_SET);
+    file.seek(0);
     rinex::byte_lines_t lines([&](char* to, std::size_t n) { return std::fread(to, 1, n, file.stream()); });
     try {
         for (std::string_view line; lines.next(line);) compressor.put(line);

@@ -5,21 +5,10 @@
 #include <memory>
 #include <string>
 
-#include "common/output_file.h"
+#include "common/publish.h"
 #include "convert/convert_options.h"
 
 namespace kvx {
-
-/// A whole file that waits for its name.
-struct finished_file_t {
-    std::unique_ptr<output_file_t> file;
-    std::string name;
-
-    /// Gives it its name.
-    /// @return path
-    /// @throws error_t
-    std::string publish() { return file->publish(name); }
-};
 
 /// Brings an observation file into the forms that the command line asks for.
 /// @param name  that of the plain file; its endings follow the form

@@ -13,7 +13,8 @@
 #include "common/error.h"
 #include "common/input_file.h"
 #include "common/interrupt.h"
-#include "common/output_file.h"
+#include "common/publish.h"
+#include "common/standard_streams.h"
 #include "common/text_format.h"
 #include "device_frame.h"
 
@@ -29,7 +30,7 @@ struct frame_options_t {
     std::string file = "-";
     std::optional<std::string> hex;
     std::string output;
-    bool json = false;
+    bool json = false, force = false;
 };
 
 int digit(char c)
@@ -70,8 +71,9 @@ std::vector<unsigned char> payload_of(const frame_options_t& options)
     return bytes;
 }
 
-void write_binary(const std::string& path, const std::string& frame)
+void write_binary(const frame_options_t& options, const std::string& frame)
 {
+    const std::string& path = options.output;
     if (path == "-") {
         std::fwrite(frame.data(), 1, frame.size(), stdout);
         return;
@@ -83,10 +85,12 @@ void write_binary(const std::string& path, const std::string& frame)
         if (std::fclose(out) != 0 || !written) throw system_error(path, "writing the frame");
         return;
     }
+    if (!options.hex) begin_run({options.file});
+    demand_free(path, options.force);
     const std::filesystem::path target(path);
-    output_file_t file(target.has_parent_path() ? target.parent_path().string() : ".");
-    std::fwrite(frame.data(), 1, frame.size(), file.stream());
-    file.publish(target.filename().string());
+    auto file = std::make_unique<output_file_t>(target.has_parent_path() ? target.parent_path().string() : ".");
+    std::fwrite(frame.data(), 1, frame.size(), file->stream());
+    publish(std::move(file), target.filename().string(), options.force);
 }
 
 int pack(const frame_options_t& options)
@@ -101,7 +105,7 @@ int pack(const frame_options_t& options)
     if (options.output.empty())
         std::printf("%s\n", to_hex(reinterpret_cast<const unsigned char*>(frame.data()), frame.size()).c_str());
     else
-        write_binary(options.output, frame);
+        write_binary(options, frame);
     return kDone;
 }
 
@@ -112,6 +116,7 @@ void print_frame(unsigned short id, const unsigned char* payload, unsigned n, bo
         std::printf("{\"id\":%d,\"length\":%u,\"payload\":\"%s\"}\n", id, n, hex.c_str());
     else
         std::printf("id %d length %u%s%s\n", id, n, n == 0 ? "" : " payload ", hex.c_str());
+    look_at_stdout();
 }
 
 int parse(const frame_options_t& options)
@@ -169,6 +174,8 @@ command_t frame_command(CLI::App& program)
     pack_app->add_option("--id", options->id, "Message ID")->check(within(0, 65535))->required();
     pack_app->add_option("--extra", options->extra, "Extra word (default: 0)")->check(within(0, 65535));
     pack_app->add_option("-o,--output", options->output, "Write the frame itself to a file; - is standard output");
+
+    pack_app->add_flag("--force", options->force, "Replace a file that exists");
 
     CLI::App* parse_app = frame->add_subcommand("parse", "Find the frames in a stream, one line for each");
     parse_app->add_flag("--json", options->json, "Print JSON lines");

@@ -6,6 +6,7 @@
 
 #include "common/arguments.h"
 #include "common/command.h"
+#include "common/standard_streams.h"
 #include "common/text_format.h"
 #include "dump/dump_scan.h"
 
@@ -29,6 +30,7 @@ unsigned long long wide(std::uint64_t value)
 void print(const ordered_json& object)
 {
     std::printf("%s\n", json_text(object).c_str());
+    look_at_stdout();
 }
 
 ordered_json to_json(const std::string& file, const dump_totals_t& totals)
@@ -83,6 +85,7 @@ int verify(const dump_options_t& options)
         else
             std::printf("%s: offset %llu: %s, %llu bytes skipped\n", options.file.c_str(), wide(item.offset), kind,
                         wide(item.bytes));
+        look_at_stdout();
     });
     if (options.json)
         print(to_json(options.file, totals));

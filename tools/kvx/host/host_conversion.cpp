@@ -5,8 +5,8 @@
 #include "common/command.h"
 #include "common/error.h"
 #include "common/interrupt.h"
-#include "common/output_file.h"
 #include "common/progress.h"
+#include "common/publish.h"
 #include "convert/file_names.h"
 #include "convert/observation_series.h"
 #include "gnss/log/frame.h"
@@ -173,10 +173,7 @@ private:
         const auto name_of = [&](char letter) { return names.navigation(letter) + partial; };
         for (finished_file_t& file : navigation_.finish(*raw_, name_of)) files.push_back(std::move(file));
         if (positions_ != nullptr) files.push_back({std::move(positions_), names.positions() + partial});
-        std::vector<std::string> paths;
-        paths.reserve(files.size());
-        for (finished_file_t& file : files) paths.push_back(file.publish());
-        return paths;
+        return kvx::publish(files, options_.force, source_.live());
     }
 
     file_names_t names_of(const coverage_t& coverage, int number) const

@@ -6,6 +6,7 @@
 
 #include "gnss/foundation/time_scales.h"
 #include "gnss/rinex/version.h"
+#include "host/header_patch.h"
 #include "host/host_options.h"
 
 namespace kvx {
@@ -132,8 +133,10 @@ finished_file_t navigation_files_t::patched(std::size_t kind, const raw_t& raw, 
     double ion[8];
     std::copy(std::begin(raw.ion_gps), std::end(raw.ion_gps), ion);
     const int sys = kFiles[kind].sys;
-    if (sys == SYS_GPS && knows_ionosphere(raw)) WriteRinexGpsEphIonPara(file->stream(), ion, &opt_);
-    if (sys == SYS_GLO || kind == kMixedKind) WriteRinexGloEphCurleap(file->stream());
+    patch_header(*file, [&](std::FILE* fp) {
+        if (sys == SYS_GPS && knows_ionosphere(raw)) WriteRinexGpsEphIonPara(fp, ion, &opt_);
+        if (sys == SYS_GLO || kind == kMixedKind) WriteRinexGloEphCurleap(fp);
+    });
     file->check(name);
     return packed(std::move(file), name, options_);
 }

@@ -12,7 +12,7 @@
 #include <string>
 #include <vector>
 
-#include "common/output_file.h"
+#include "common/publish.h"
 #include "convert/convert_options.h"
 #include "convert/packing.h"
 #include "host/ephemeris_key.h"

@@ -11,6 +11,7 @@
 #include "gnss/foundation/satellites.h"
 #include "gnss/rinex/obs_layout2.h"
 #include "gnss/rinex/version.h"
+#include "host/header_patch.h"
 #include "host/host_options.h"
 
 namespace kvx {
@@ -67,10 +68,11 @@ std::string written_text(Write write)
     std::FILE* memory = open_memstream(&text, &size);
     if (memory == nullptr) throw std::bad_alloc();
     write(memory);
-    std::fclose(memory);
-    std::string result(text, size);
-    std::free(text);
-    return result;
+    const bool whole = std::ferror(memory) == 0;
+    const bool closed = std::fclose(memory) == 0;
+    const std::unique_ptr<char, void (*)(void*)> owner(text, std::free);
+    if (!whole || !closed) throw std::bad_alloc();
+    return {text, size};
 }
 
 }   // namespace
@@ -184,7 +186,7 @@ coverage_t observation_file_t::coverage() const
 void observation_file_t::patch_header(const raw_t& raw, bool has_antenna)
 {
     opt_.interval = coverage().interval;
-    WriteRinexObsLastEpoch(file_->stream(), &opt_);
+    kvx::patch_header(*file_, [&](std::FILE* fp) { WriteRinexObsLastEpoch(fp, &opt_); });
 
     const auto copy = std::make_unique<raw_t>(raw);
     if (!has_antenna || !options_.antenna_type.empty()) {
@@ -197,7 +199,7 @@ void observation_file_t::patch_header(const raw_t& raw, bool has_antenna)
     if (!has_antenna || options_.antenna_delta) {
         copy->ant_word2 = std::bit_cast<std::uint32_t>(static_cast<float>(opt_.antdel[0]));
     }
-    WriteRinexObsApppos(file_->stream(), copy.get(), &opt_);
+    kvx::patch_header(*file_, [&](std::FILE* fp) { WriteRinexObsApppos(fp, copy.get(), &opt_); });
 }
 
 finished_file_t observation_file_t::finish(const raw_t& raw, bool has_antenna, const std::string& name)

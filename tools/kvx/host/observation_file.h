@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "common/output_file.h"
+#include "common/publish.h"
 #include "convert/convert_options.h"
 #include "convert/file_names.h"
 #include "convert/packing.h"

@@ -10,8 +10,9 @@
 #include "common/error.h"
 #include "common/gps_time.h"
 #include "common/interrupt.h"
-#include "common/output_file.h"
 #include "common/progress.h"
+#include "common/publish.h"
+#include "common/standard_streams.h"
 #include "common/systems.h"
 #include "gnss/foundation/time_scales.h"
 #include "sky/damage.h"
@@ -29,6 +30,7 @@ struct options_t {
     std::array<double, 3> position = {31.2, 121.5, 30.0};
     std::string range = "43";
     std::int64_t faults = 0;
+    bool force = false;
 };
 
 // Reads the time of the first epoch, within the weeks that are simulated.
@@ -45,11 +47,6 @@ struct result_t {
     std::int64_t epochs = 0;
     std::uint64_t bytes = 0;
 };
-
-std::string log_name(const options_t& options)
-{
-    return options.output == "-" ? "standard output" : options.output;
-}
 
 // @throws error_t when the bytes cannot be written
 result_t write_log(const options_t& options, std::FILE* out)
@@ -68,7 +65,9 @@ result_t write_log(const options_t& options, std::FILE* out)
             progress.at(static_cast<std::uint64_t>(++result.epochs));
         }
     }
-    if (std::fflush(out) != 0 || std::ferror(out) != 0) throw system_error(log_name(options), "writing the log");
+    const bool written = std::fflush(out) == 0 && std::ferror(out) == 0;
+    if (!written && out == stdout) throw stdout_lost_t();
+    if (!written) throw system_error(options.output, "writing the log");
     for (const sky::fault_t& f : faults)
         std::fprintf(stderr, "damage at byte %lld: %s\n", static_cast<long long>(f.offset), f.what.c_str());
     return result;
@@ -78,11 +77,11 @@ result_t write_log(const options_t& options, std::FILE* out)
 int write_file(const options_t& options)
 {
     const std::filesystem::path path(options.output);
-    if (std::filesystem::is_directory(path)) throw error_t(options.output, "is a directory", "name the file to write");
-    output_file_t file(path.has_parent_path() ? path.parent_path().string() : ".");
-    const result_t result = write_log(options, file.stream());
+    demand_free(options.output, options.force);
+    auto file = std::make_unique<output_file_t>(path.has_parent_path() ? path.parent_path().string() : ".");
+    const result_t result = write_log(options, file->stream());
     const std::string name = path.filename().string() + (interrupted() ? ".partial" : "");
-    const std::string published = file.publish(name);
+    const std::string published = publish(std::move(file), name, options.force);
     if (interrupted())
         throw interruption_t(options.output, std::to_string(result.epochs) + " epochs are in " + published);
     std::printf("%s: %lld epochs, %llu bytes\n", options.output.c_str(), static_cast<long long>(result.epochs),
@@ -140,6 +139,7 @@ command_t simulate_command(CLI::App& program)
     sky::scenario_t& s = options->scenario;
     CLI::App* app = program.add_subcommand("simulate", "Make a log of a receiver under a built-in sky");
     app->add_option("-o,--output", options->output, "File to write; - is the standard output")->required();
+    app->add_flag("--force", options->force, "Replace a file that exists");
     app->add_option("--start", options->start, "GPS time of the first epoch, YYYY-MM-DD HH:MM:SS")
         ->check(CLI::Validator(check_start, "TIME", "start"))
         ->capture_default_str();

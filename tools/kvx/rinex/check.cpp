@@ -9,6 +9,7 @@
 #include "common/input_file.h"
 #include "common/interrupt.h"
 #include "common/progress.h"
+#include "common/standard_streams.h"
 #include "common/text_format.h"
 #include "rinex/check_file.h"
 
@@ -106,6 +107,7 @@ private:
                         finding.column, name_of(rule.severity), rule.id.c_str(), what.c_str());
         }
         first_ = false;
+        look_at_stdout();
     }
 
     void print_left_out() const

@@ -3,14 +3,16 @@
 #include <cstdio>
 #include <cstring>
 #include <filesystem>
+#include <memory>
 #include <set>
 
 #include "common/command.h"
 #include "common/error.h"
 #include "common/input_file.h"
 #include "common/interrupt.h"
-#include "common/output_file.h"
 #include "common/progress.h"
+#include "common/publish.h"
+#include "common/standard_streams.h"
 #include "rinex/crinex_expand.h"
 #include "rinex/line_error.h"
 
@@ -88,7 +90,7 @@ void expand_compact(source_t& source, std::FILE* out)
     whole_lines_t compact(source);
     rinex::crinex_expander_t expander(compact);
     try {
-        for (std::string_view line; expander.next(line); std::putc('\n', out))
+        for (std::string_view line; std::ferror(out) == 0 && expander.next(line); std::putc('\n', out))
             std::fwrite(line.data(), 1, line.size(), out);
     } catch (const rinex::line_error_t& e) {
         if (compact.cut()) return;   // it lacks what could not be read
@@ -100,7 +102,7 @@ void expand_compact(source_t& source, std::FILE* out)
 void expand_bytes(source_t& source, std::FILE* out)
 {
     std::vector<char> piece(kPiece);
-    for (std::size_t got = kPiece; got == kPiece;) {
+    for (std::size_t got = kPiece; got == kPiece && std::ferror(out) == 0;) {
         got = source.read(piece.data(), kPiece);
         std::fwrite(piece.data(), 1, got, out);
     }
@@ -148,20 +150,22 @@ public:
             throw error_t(source.name(), "is neither compressed with gzip nor compact RINEX", "nothing to expand");
         if (options_.to_stdout || path == "-") {
             copy(source, stdout);
+            look_at_stdout();
             return verdict(source, "what was good has been written");
         }
         const path_t file(path);
         const path_t folder = options_.folder.empty() ? file.parent_path() : path_t(options_.folder);
         path_t target = folder / expanded_name(file.filename(), source);
         demand_free(target, path);
-        output_file_t output(folder.empty() ? "." : folder);
-        copy(source, output.stream());
+        auto output = std::make_unique<output_file_t>(folder.empty() ? "." : folder);
+        copy(source, output->stream());
+        output->check(target.filename());
         if (!source.cut_short().empty()) {
-            if (std::ftell(output.stream()) == 0) throw error_t(source.name(), source.cut_short(), "nothing was good");
+            if (std::ftell(output->stream()) == 0) throw error_t(source.name(), source.cut_short(), "nothing was good");
             target += ".partial";
             demand_free(target, path);
         }
-        output.publish(target.filename());
+        publish(std::move(output), target.filename(), options_.force);
         made_.insert(target);
         std::printf("wrote %s\n", target.c_str());
         return verdict(source, "what was good is in " + target.string());
@@ -177,11 +181,11 @@ private:
 
     void demand_free(const path_t& target, const std::string& source) const
     {
-        if (!std::filesystem::exists(target)) return;
-        if (std::filesystem::equivalent(target, source))
+        std::error_code nothing_there;
+        if (std::filesystem::equivalent(target, source, nothing_there))
             throw error_t(source, "its name has no ending to be dropped", "use --stdout, or -o with another folder");
         if (made_.count(target) != 0) throw error_t(target, "another file of this run has become it", source);
-        if (!options_.force) throw error_t(target, "exists already", "--force replaces it");
+        kvx::demand_free(target, options_.force);
     }
 
     static int verdict(const source_t& source, const std::string& outcome)
@@ -198,6 +202,7 @@ private:
 int run(const options_t& options)
 {
     if (!options.folder.empty()) make_folder(options.folder);
+    begin_run(options.files);
     catch_interrupts();
     expansion_t expansion(options);
     int code = kDone;

@@ -31,7 +31,7 @@ bool appends_only(std::FILE* fp)
 void patch_after(std::FILE* fp, const char* label, const text_t& text)
 {
     if (appends_only(fp) || __freadable(fp) == 0 || !find_line(fp, label)) return;   // a failed read would mark it
-    std::fseek(fp, std::ftell(fp), SEEK_SET);   // between reading and writing a stream wants a seek
+    if (std::fseek(fp, std::ftell(fp), SEEK_SET) != 0) return;   // a stream wants one between reading and writing
     text.write(fp);
 }
 

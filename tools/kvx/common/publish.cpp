@@ -1,0 +1,220 @@
+#include "common/publish.h"
+
+#include <fcntl.h>
+#include <sys/mman.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <set>
+
+#include "common/error.h"
+
+namespace kvx {
+
+namespace {
+
+struct identity_t {
+    dev_t device;
+    ino_t inode;
+
+    bool operator==(const identity_t&) const = default;
+};
+
+std::vector<identity_t> g_inputs;
+
+bool is_input(const struct stat& status)
+{
+    return std::find(g_inputs.begin(), g_inputs.end(), identity_t{status.st_dev, status.st_ino}) != g_inputs.end();
+}
+
+// The paths of the files that the run has made, each between NULs, in memory that forked processes share. While one
+// of them holds the object the others wait.
+class made_files_t {
+public:
+    made_files_t()
+    {
+        struct stat status {};
+        if (::fstat(memory(), &status) != 0) throw failure();
+        text_.resize(static_cast<std::size_t>(status.st_size));
+        if (::pread(memory(), text_.data(), text_.size(), 0) != status.st_size) throw failure();
+    }
+    bool contain(const std::string& path) const { return text_.find(entry(path)) != std::string::npos; }
+
+    void add(const std::string& path)
+    {
+        const std::string added = entry(path);
+        const auto n = static_cast<ssize_t>(added.size());
+        if (::pwrite(memory(), added.data(), added.size(), static_cast<off_t>(text_.size())) != n) throw failure();
+        text_ += added;
+    }
+
+    static int memory()
+    {
+        static const int fd = ::memfd_create("kvx-made", MFD_CLOEXEC);
+        return fd;
+    }
+
+    static error_t failure() { return system_error("the names of this run's files", "keeping them in memory"); }
+
+private:
+    static std::string entry(const std::string& path)
+    {
+        const std::filesystem::path p(path);   // a folder may be spelled in many ways
+        return '\0' + (std::filesystem::canonical(p.parent_path()) / p.filename()).string() + '\0';
+    }
+
+    struct lock_t {
+        lock_t() { set(F_WRLCK); }
+        ~lock_t() { set(F_UNLCK); }
+        lock_t(const lock_t&) = delete;
+        lock_t& operator=(const lock_t&) = delete;
+
+        static void set(short type)
+        {
+            struct flock all {};   // of the process: flock() would not keep forked ones apart
+            all.l_type = type;
+            all.l_whence = SEEK_SET;
+            while (::fcntl(memory(), F_SETLKW, &all) != 0 && errno == EINTR) {
+            }
+        }
+    };
+
+    lock_t lock_;
+    std::string text_;
+};
+
+class taken_t : public error_t {
+public:
+    explicit taken_t(std::string path, const std::string& where = "--force replaces it")
+        : error_t(path, "exists already", where), path_(std::move(path))
+    {}
+    const std::string& path() const { return path_; }
+
+private:
+    std::string path_;
+};
+
+// Without a look beforehand, between which and the renaming another program could make the file.
+int rename_to_free(const std::string& from, const std::string& to)
+{
+    if (::renameat2(AT_FDCWD, from.c_str(), AT_FDCWD, to.c_str(), RENAME_NOREPLACE) == 0) return 0;
+    if (errno != EINVAL && errno != ENOSYS) return -1;
+    if (::link(from.c_str(), to.c_str()) == 0) {
+        ::unlink(from.c_str());
+        return 0;
+    }
+    if (errno == EEXIST) return -1;
+    struct stat status {};   // nor has it hard links: to look is all that is left
+    if (::lstat(to.c_str(), &status) != 0) return ::rename(from.c_str(), to.c_str());
+    errno = EEXIST;
+    return -1;
+}
+
+void name_file(output_file_t& file, const std::string& path, bool replace)
+{
+    const int result = replace ? ::rename(file.path().c_str(), path.c_str()) : rename_to_free(file.path(), path);
+    if (result != 0 && errno == EEXIST && !replace) throw taken_t(path);
+    if (result != 0) throw system_error(path, "giving the file its name");
+    file.keep();
+}
+
+// A folder that cannot be opened for reading takes files all the same.
+void settle_folder(const std::string& folder)
+{
+    const int fd = ::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    if (fd < 0) return;
+    const bool settled = is_on_disk(fd);
+    const int reason = errno;
+    ::close(fd);
+    errno = reason;
+    if (!settled) throw system_error(folder, "writing the folder");
+}
+
+void name_all(const std::vector<finished_file_t>& files, const std::vector<std::string>& paths, bool replace)
+{
+    made_files_t made;
+    for (const std::string& path : paths) {
+        if (made.contain(path))
+            throw error_t(path, "another log of this run has made this file",
+                          "give the logs different names with --marker, or convert them one by one with --name");
+        demand_free(path, replace);
+    }
+    std::size_t named = 0;
+    try {
+        for (; named < files.size(); ++named) name_file(*files[named].file, paths[named], replace);
+        for (const std::string& path : paths) made.add(path);
+    } catch (...) {
+        for (std::size_t i = 0; i < named && !replace; ++i) ::unlink(paths[i].c_str());
+        throw;
+    }
+}
+
+// Under the first number behind all names that is free.
+[[noreturn]] void keep_beside(const std::vector<finished_file_t>& files, const std::vector<std::string>& paths,
+                              const std::string& path_taken)
+{
+    constexpr int kMost = 10000;
+    for (int number = 2; number < kMost; ++number) {
+        std::vector<std::string> numbered;
+        for (const std::string& path : paths) numbered.push_back(path + "." + std::to_string(number));
+        try {
+            name_all(files, numbered, false);
+        } catch (const taken_t&) {
+            continue;
+        }
+        throw taken_t(path_taken, "what was recorded is in " + numbered.front());
+    }
+    throw taken_t(path_taken);
+}
+
+}   // namespace
+
+void begin_run(const std::vector<std::string>& inputs)
+{
+    if (made_files_t::memory() < 0) throw made_files_t::failure();
+    for (const std::string& path : inputs) {
+        struct stat status {};
+        const bool there = (path == "-" ? ::fstat(STDIN_FILENO, &status) : ::stat(path.c_str(), &status)) == 0;
+        if (there) g_inputs.push_back({status.st_dev, status.st_ino});
+    }
+}
+
+void demand_free(const std::string& path, bool replace)
+{
+    struct stat status {};
+    if (::stat(path.c_str(), &status) == 0) {
+        if (is_input(status)) throw error_t(path, "is an input of this run", "choose another name or folder");
+        if (S_ISDIR(status.st_mode)) throw error_t(path, "is a directory", "choose another name or folder");
+    }
+    if (!replace && ::lstat(path.c_str(), &status) == 0) throw taken_t(path);
+}
+
+std::vector<std::string> publish(const std::vector<finished_file_t>& files, bool replace, bool live)
+{
+    std::vector<std::string> paths;
+    std::set<std::string> folders;
+    for (const auto& [file, name] : files) {
+        file->close(name);
+        paths.push_back(file->folder() + "/" + name);
+        folders.insert(file->folder());
+    }
+    try {
+        name_all(files, paths, replace);
+    } catch (const taken_t& e) {
+        if (live) keep_beside(files, paths, e.path());
+        throw;
+    }
+    for (const std::string& folder : folders) settle_folder(folder);
+    return paths;
+}
+
+std::string publish(std::unique_ptr<output_file_t> file, const std::string& name, bool replace)
+{
+    std::vector<finished_file_t> files;
+    files.push_back({std::move(file), name});
+    return publish(files, replace).front();
+}
+
+}   // namespace kvx

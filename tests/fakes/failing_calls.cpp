@@ -1,10 +1,10 @@
-// Preloaded into a program: its n-th allocation, dlsym, start of a process or thread, or system call of a kind fails, or
-// all do from there on.
+// Preloaded into a program: its n-th allocation, dlsym, start of a process or thread, or system call of a kind fails,
+// or all do from there on.
 //
-// FAIL_KIND names the kind, FAIL_AT the first call that fails (from 1), FAIL_COUNT how many do, FAIL_ERRNO with what. The
-// file FAIL_REPORT takes the number of calls, and whether the kind can be counted here. The kernel hands the system calls
-// back by SIGSYS, so that those which libc makes for itself are among them. Devices stand in for hardware, and the clock
-// stands still.
+// FAIL_KIND names the kind, FAIL_AT the first call that fails (from 1), FAIL_COUNT how many do, FAIL_ERRNO with what.
+// The file FAIL_REPORT takes the number of calls, and whether the kind can be counted here. The kernel hands the system
+// calls back by SIGSYS, so that those which libc makes for itself are among them. Devices stand in for hardware, and
+// the clock stands still.
 #include <dlfcn.h>
 #include <fcntl.h>
 #include <linux/filter.h>

@@ -1,6 +1,9 @@
 // kvx: the command-line tool of rtk_utils.
+#include <unistd.h>
+
 #include <csignal>
 #include <cstdio>
+#include <cstdlib>
 #include <exception>
 #include <new>
 
@@ -29,7 +32,7 @@ int run(int argc, char** argv)
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& e) {
-        return app.exit(e) == 0 ? kvx::kDone : kvx::kUsage;
+        return app.exit(e) == 0 ? kvx::finished(kvx::kDone) : kvx::kUsage;
     }
     for (const command_t& command : commands) {
         if (command.app->parsed()) return kvx::finished(command.run());
@@ -41,6 +44,26 @@ int failed(const char* what, int code)
 {
     std::fprintf(stderr, "kvx: error: %s\n", what);
     return code;
+}
+
+std::terminate_handler g_terminate = nullptr;   // the usual one
+
+// Memory may run out before main, where nothing catches it: the option parser makes objects of its own in every file
+// that includes it. Nothing has been opened then.
+void terminate()
+{
+    try {
+        if (std::current_exception() != nullptr) throw;
+    } catch (const std::bad_alloc&) {
+        _exit(failed("out of memory", kvx::kFailed));
+    } catch (...) {   // for the usual one to tell
+    }
+    g_terminate();
+}
+
+__attribute__((constructor(101))) void before_those_objects()
+{
+    g_terminate = std::set_terminate(terminate);
 }
 
 }   // namespace

@@ -27,7 +27,7 @@ int convert_one(const convert_options_t& options, const std::string& log)
         std::fputs(text.c_str(), stdout);
         return summary.damaged() ? kDamaged : kDone;
     } catch (const std::exception& e) {
-        std::fprintf(stderr, "kvx: error: %s\n", e.what());
+        print_failure(e, log);
         return kFailed;
     }
 }

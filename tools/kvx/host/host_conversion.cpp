@@ -51,6 +51,7 @@ public:
         outcome.epochs_written = observations_.epochs().epochs;
         outcome.left_out = observations_.left_out();
         outcome.out_of_order = observations_.out_of_order();
+        outcome.events_lost = observations_.events_lost();
         limits_.flush();
         outcome.beyond_record = limits_.lost();
         if (options_.navigation() != "none") outcome.navigation = navigation_.count();

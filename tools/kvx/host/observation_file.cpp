@@ -157,7 +157,10 @@ void observation_file_t::add_epoch(raw_t& epoch)
 
 void observation_file_t::add_event(const std::string& text, bool epoch_pending)
 {
-    if (events_before_.size() + events_after_.size() > kMostWaiting) return;
+    if (events_before_.size() + events_after_.size() > kMostWaiting) {
+        ++events_lost_;
+        return;
+    }
     (epoch_pending ? events_after_ : events_before_) += text;
     if (!epoch_pending && file_ != nullptr) write(events_before_);
 }

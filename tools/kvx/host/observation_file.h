@@ -32,6 +32,7 @@ public:
     const epoch_count_t& epochs() const { return epochs_; }
     std::uint64_t left_out() const { return left_out_; }           ///< satellites that the version cannot name
     std::uint64_t out_of_order() const { return out_of_order_; }   ///< epochs not later than the one before
+    std::uint64_t events_lost() const { return events_lost_; }     ///< too many before an epoch
     coverage_t coverage() const;
 
     /// Patches the header and gives the file its name.
@@ -56,7 +57,7 @@ private:
     std::unique_ptr<output_file_t> file_;
     std::string events_before_, events_after_;   // of the epoch to come, of the epoch pending
     epoch_count_t epochs_;
-    std::uint64_t left_out_ = 0, out_of_order_ = 0;
+    std::uint64_t left_out_ = 0, out_of_order_ = 0, events_lost_ = 0;
 };
 
 }   // namespace kvx

@@ -71,11 +71,12 @@ Function real(Function, const char* name)
 std::vector<unsigned> calls_of(string_view kind)
 {
     if (kind == "read") return {SYS_read, SYS_pread64, SYS_readv};
+    if (kind == "seek") return {SYS_lseek};
     if (kind == "write") return {SYS_write, SYS_pwrite64, SYS_writev, SYS_ftruncate};
     std::vector<unsigned> calls;
     if (kind == "open") calls = {SYS_openat, SYS_mkdirat, SYS_memfd_create, SYS_getdents64, SYS_dup};
     if (kind == "finish") calls = {SYS_fsync, SYS_fdatasync, SYS_close, SYS_renameat, SYS_renameat2, SYS_linkat};
-    if (kind == "look") calls = {SYS_newfstatat, SYS_fstat, SYS_statx, SYS_lseek, SYS_ioctl, SYS_fcntl, SYS_fchmod};
+    if (kind == "look") calls = {SYS_newfstatat, SYS_fstat, SYS_statx, SYS_ioctl, SYS_fcntl, SYS_fchmod};
 #ifdef __x86_64__
     if (kind == "open") calls.insert(calls.end(), {SYS_open, SYS_mkdir});
     if (kind == "finish") calls.insert(calls.end(), {SYS_rename, SYS_link});

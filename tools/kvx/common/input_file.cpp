@@ -58,6 +58,7 @@ std::size_t input_file_t::read(std::uint8_t* to, std::size_t n)
     gzerror(file_, &code);
     if (code == Z_ERRNO && errno == EINTR) return done;   // the end, by request
     if (code == Z_ERRNO) throw system_error(name_, "reading");
+    if (code == Z_MEM_ERROR) throw error_t(name_, "out of memory", "reading");
     if (code != Z_OK && code != Z_STREAM_END) {
         damage_ = code == Z_BUF_ERROR ? "the compressed file ends too early" : "the compressed data are damaged";
     }

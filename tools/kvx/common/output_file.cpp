@@ -52,7 +52,13 @@ output_file_t::output_file_t(const std::string& folder) : folder_(folder), path_
     ::umask(mask);
     ::fchmod(fd, 0666 & ~mask);
     stream_ = ::fdopen(fd, "w+b");
-    if (stream_ == nullptr) throw system_error(path_, "opening");
+    if (stream_ == nullptr) {
+        const int reason = errno;
+        ::close(fd);
+        ::unlink(path_.c_str());
+        errno = reason;
+        throw system_error(path_, "opening");
+    }
     std::setvbuf(stream_, nullptr, _IOFBF, kStreamBuffer);
 }
 

@@ -15,7 +15,7 @@ if(TARGET kvx)
   # Calls that fail: an emulator has others, and a sanitizer has allocations of its own.
   if(NOT CMAKE_CROSSCOMPILING AND NOT CMAKE_CXX_FLAGS MATCHES "-fsanitize")
     add_library(failing_calls MODULE fakes/failing_calls.cpp)
-    foreach(part "memory;memory dlsym start" "calls;open read write finish look")
+    foreach(part "memory;memory dlsym" "calls;fork open read write finish look")
       list(POP_FRONT part name)
       separate_arguments(part)
       add_test(NAME kvx_failing_${name}

@@ -54,8 +54,8 @@ i2c read /dev/i2c-0 0x50 0x100:16 4 --plain
 i2c write /dev/i2c-0 0x50 0 1
 --help
 """
-# What fails, and how it says so; the first ones are functions of libc.
-KINDS = {"memory": errno.ENOMEM, "dlsym": errno.ENOENT, "start": errno.EAGAIN, "open": errno.EMFILE, "read": errno.EIO,
+# What fails, and how it says so.
+KINDS = {"memory": errno.ENOMEM, "dlsym": errno.ENOENT, "fork": errno.EAGAIN, "open": errno.EMFILE, "read": errno.EIO,
          "write": errno.ENOSPC, "finish": errno.EIO, "look": errno.EIO, "seek": errno.EIO}
 ONCE, EVER = 1, 1 << 40
 CLOSE = 24   # the first allocations that all fail; of later ones every (n / CLOSE)-th does

@@ -1,5 +1,4 @@
-// Preloaded into a program: its n-th allocation, dlsym, start of a process or thread, or system call of a kind fails,
-// or all do from there on.
+// Preloaded into a program: its n-th allocation, dlsym or system call of some kind fails, or all do from there on.
 //
 // FAIL_KIND names the kind, FAIL_AT the first call that fails (from 1), FAIL_COUNT how many do, FAIL_ERRNO with what.
 // The file FAIL_REPORT takes the number of calls, and whether the kind can be counted here. The kernel hands the system
@@ -12,7 +11,6 @@
 #include <linux/i2c-dev.h>
 #include <linux/i2c.h>
 #include <linux/seccomp.h>
-#include <pthread.h>
 #include <sys/ioctl.h>
 #include <sys/mman.h>
 #include <sys/prctl.h>
@@ -41,42 +39,27 @@ string_view g_kind;
 long g_at = 0, g_count = 0;
 int g_errno = 0;
 
-bool fails()
-{
-    const long nth = ++g_report->calls;
-    return nth >= g_at && nth < g_at + g_count;
-}
-
 bool fails(string_view kind)
 {
-    if (g_report == nullptr || kind != g_kind || !fails()) return false;
+    if (g_report == nullptr || kind != g_kind) return false;
+    const long nth = ++g_report->calls;
+    if (nth < g_at || nth >= g_at + g_count) return false;
     errno = g_errno;
     return true;
-}
-
-void* find(void* library, const char* name)
-{
-    static const auto real = reinterpret_cast<decltype(&dlsym)>(dlvsym(RTLD_NEXT, "dlsym", "GLIBC_2.34"));
-    return real(library, name);
-}
-
-template <typename Function>
-Function real(Function, const char* name)
-{
-    return reinterpret_cast<Function>(find(RTLD_NEXT, name));
 }
 
 // ---- system calls ----
 
 std::vector<unsigned> calls_of(string_view kind)
 {
+    if (kind == "fork") return {SYS_clone};   // threads come by clone3
     if (kind == "read") return {SYS_read, SYS_pread64, SYS_readv};
     if (kind == "seek") return {SYS_lseek};
     if (kind == "write") return {SYS_write, SYS_pwrite64, SYS_writev, SYS_ftruncate};
     std::vector<unsigned> calls;
     if (kind == "open") calls = {SYS_openat, SYS_mkdirat, SYS_memfd_create, SYS_getdents64, SYS_dup};
     if (kind == "finish") calls = {SYS_fsync, SYS_fdatasync, SYS_close, SYS_renameat, SYS_renameat2, SYS_linkat};
-    if (kind == "look") calls = {SYS_newfstatat, SYS_fstat, SYS_statx, SYS_ioctl, SYS_fcntl, SYS_fchmod};
+    if (kind == "look") calls = {SYS_newfstatat, SYS_fstat, SYS_statx, SYS_ioctl, SYS_fcntl, SYS_flock, SYS_fchmod};
 #ifdef __x86_64__
     if (kind == "open") calls.insert(calls.end(), {SYS_open, SYS_mkdir});
     if (kind == "finish") calls.insert(calls.end(), {SYS_rename, SYS_link});
@@ -98,7 +81,7 @@ void on_call(int, siginfo_t* info, void* context)
 #endif
     const int kept = errno;
     const bool message = g_kind == "write" && argument[0] == STDERR_FILENO;   // what went wrong can be told
-    const bool failed = !message && fails();
+    const bool failed = !message && fails(g_kind);
     long done = 0;
     if (!failed || info->si_syscall == SYS_close)
         done = syscall(info->si_syscall, argument[0], argument[1], argument[2], argument[3], argument[4], kPass);
@@ -175,15 +158,8 @@ void* realloc(void* block, std::size_t size)
 }
 void* dlsym(void* __restrict library, const char* __restrict name)
 {
-    return fails("dlsym") ? nullptr : find(library, name);
-}
-pid_t fork()
-{
-    return fails("start") ? -1 : real(&fork, "fork")();
-}
-int pthread_create(pthread_t* thread, const pthread_attr_t* how, void* (*run)(void*), void* argument)
-{
-    return fails("start") ? g_errno : real(&pthread_create, "pthread_create")(thread, how, run, argument);
+    static const auto real = reinterpret_cast<decltype(&dlsym)>(dlvsym(RTLD_NEXT, "dlsym", "GLIBC_2.34"));
+    return fails("dlsym") ? nullptr : real(library, name);
 }
 
 // Hardware that takes everything.

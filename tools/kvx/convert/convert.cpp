@@ -2,6 +2,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <csignal>
 #include <cstdio>
 #include <memory>
@@ -42,6 +43,15 @@ int worse(int a, int b)
 class jobs_t {
 public:
     explicit jobs_t(const convert_options_t& options) : options_(options) {}
+    ~jobs_t()   // who gives up half way waits for what is under way
+    {
+        for (; running_ > 0; --running_) {
+            while (wait(nullptr) < 0 && errno == EINTR) {
+            }
+        }
+    }
+    jobs_t(const jobs_t&) = delete;
+    jobs_t& operator=(const jobs_t&) = delete;
 
     int run()
     {
@@ -65,6 +75,7 @@ private:
             _exit(finished(convert_one(options_, log)));
         }
         if (pid > 0) {
+            ++running_;
             children_.insert(pid);
         } else {
             code_ = worse(code_, convert_one(options_, log));
@@ -79,12 +90,13 @@ private:
             for (const pid_t child : children_) kill(child, SIGUSR1);
             return;
         }
-        children_.erase(done);
+        running_ -= static_cast<int>(children_.erase(done));
         code_ = worse(code_, WIFEXITED(status) ? WEXITSTATUS(status) : static_cast<int>(kFailed));
     }
 
     const convert_options_t& options_;
     std::set<pid_t> children_;
+    int running_ = 0;   // the children, and one for which there was no memory in the set
     int code_ = kDone;
 };
 

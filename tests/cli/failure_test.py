@@ -91,7 +91,7 @@ class program_t:
         for name, data in {"log.gz": gzip.compress(log), "torn": log[:-7], "dump": logs.DUMP,
                            "frames": (logs.frame(1, b"one") + logs.frame(2, bytes(5000))) * 3}.items():
             (self.folder / name).write_bytes(data)
-        self.common = self.run("--version", "memory", 0, 0).calls   # allocations before a command begins
+        self.common = self.run("--version", "memory", 0, 0).calls - 100   # allocations that every command begins with
 
     def run(self, command, kind, at, count):
         """One run in a folder of its own."""
@@ -136,14 +136,14 @@ def faults(run, plain, kind):
             yield "left behind: " + name
 
 
-def chosen(calls, kind, row, every):
-    """(first call that fails, how many do); from allocation `every` on none is left out"""
-    at = 1
+def chosen(calls, kind, first, every):
+    """(first call that fails, how many do), allocations from the `first` on"""
+    at = first
     while at <= calls:
         yield at, ONCE
-        if kind != "memory" or at % 8 == 1:
+        if kind != "memory" or (at - first) % 8 == 0:
             yield at, EVER
-        at += 1 if at >= every or kind != "memory" else 1 + (at + row) // CLOSE
+        at += 1 if every or kind != "memory" else 1 + (at - first) // CLOSE
 
 
 def examine(program, row, command, kind):
@@ -151,7 +151,8 @@ def examine(program, row, command, kind):
     plain = program.run(command, kind, 0, 0)
     assert plain.code in (0, 3), plain
     runs, wrong = 0, []
-    for at, count in chosen(plain.calls, kind, row, (program.common if row else 0) if program.options.all else EVER):
+    first = program.common if row and kind == "memory" else 1   # up to there all commands are alike
+    for at, count in chosen(plain.calls, kind, first, program.options.all):
         run = program.run(command, kind, at, count)
         what = "; ".join(faults(run, plain, kind))
         if what:

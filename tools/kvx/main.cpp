@@ -18,6 +18,8 @@ constexpr command_t (*kCommands[])(CLI::App&) = {
     kvx::simulate_command, kvx::dump_command,  kvx::frame_command,  kvx::gpio_command,   kvx::i2c_command,
 };
 
+bool g_memory_ran_out = false;
+
 int run(int argc, char** argv)
 {
     CLI::App app("Logs, RINEX files, messages and hardware of GNSS RTK receivers.", "kvx");
@@ -32,7 +34,9 @@ int run(int argc, char** argv)
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& e) {
-        return app.exit(e) == 0 ? kvx::finished(kvx::kDone) : kvx::kUsage;
+        const int code = app.exit(e) == 0 ? kvx::finished(kvx::kDone) : kvx::kUsage;
+        if (g_memory_ran_out) throw std::bad_alloc();   // the streams that make these texts are silent about it
+        return code;
     }
     for (const command_t& command : commands) {
         if (command.app->parsed()) return kvx::finished(command.run());
@@ -64,6 +68,10 @@ void terminate()
 __attribute__((constructor(101))) void before_those_objects()
 {
     g_terminate = std::set_terminate(terminate);
+    std::set_new_handler([] {
+        g_memory_ran_out = true;
+        throw std::bad_alloc();
+    });
 }
 
 }   // namespace

@@ -128,7 +128,8 @@ def faults(run, plain, kind):
             yield "exit code as ever, but not the output"
     if run.code == 1 and "kvx: error: " not in run.errors:
         yield "no message"
-    if run.code == 1 and kind == "memory" and not re.search("out of memory|Cannot allocate memory", run.errors):
+    memory = "out of memory|Cannot allocate memory|loading the vision library"   # the loader may not say why
+    if run.code == 1 and kind == "memory" and not re.search(memory, run.errors):
         yield "memory was out, the message is another"
     for name, data in run.files.items():
         told = name.endswith(".partial") and name in run.errors

@@ -63,8 +63,8 @@ gps_time_t gps_time_of(double gps_seconds)
 std::string date_text(double gps_seconds)
 {
     const auto hundredths = std::llround(gps_seconds * 100.0);   // may round up into the next minute
-    const auto of_minute = hundredths % 6000;
-    const gps_time_t t = gps_time_of(60.0 * static_cast<double>(hundredths / 6000));
+    const auto minutes = hundredths / 6000, of_minute = hundredths % 6000;
+    const gps_time_t t = gps_time_of(60.0 * static_cast<double>(minutes));
     int year = 0, month = 0, day = 0, hour = 0, minute = 0;
     double second = 0.0;
     GetCommonTime(t.week, t.tow, 0.0, &year, &month, &day, &hour, &minute, &second);

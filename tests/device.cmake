@@ -2,7 +2,7 @@
 find_package(spdlog REQUIRED)
 set(vision_headers ${PROJECT_SOURCE_DIR}/standins/vision/include)
 
-rtk_add_test(CKorvexMsgHelper_test SOURCES unit/CKorvexMsgHelper_test.cpp LABELS device)
+rtk_add_test(CKorvexMsgHelper_test SOURCES unit/CKorvexMsgHelper_test.cpp fakes/failing_new.cpp LABELS device)
 rtk_add_test(CPhgLog_test SOURCES unit/CPhgLog_test.cpp fakes/failing_new.cpp LIBS spdlog::spdlog WRAP fwrite LABELS device threads)
 
 # The fake vision library, and variants that lack some and all of the entry points.
@@ -18,7 +18,7 @@ fake_vision(fake_vision)
 fake_vision(fake_vision_partial fake_vision_partial.map)
 fake_vision(fake_vision_empty fake_vision_empty.map)
 
-rtk_add_test(CPhgAdapter_test SOURCES unit/CPhgAdapter_test.cpp LIBS spdlog::spdlog LABELS device threads)
+rtk_add_test(CPhgAdapter_test SOURCES unit/CPhgAdapter_test.cpp fakes/failing_new.cpp LIBS spdlog::spdlog LABELS device threads)
 target_include_directories(CPhgAdapter_test PRIVATE ${vision_headers})
 target_compile_definitions(CPhgAdapter_test PRIVATE
   FAKE_VISION="$<TARGET_FILE:fake_vision>" FAKE_VISION_PARTIAL="$<TARGET_FILE:fake_vision_partial>"

@@ -11,4 +11,17 @@ if(TARGET kvx)
   add_test(NAME kvx_check COMMAND ${Python3_EXECUTABLE} -B ${CMAKE_CURRENT_SOURCE_DIR}/cli/check_test.py)
   set_tests_properties(kvx kvx_check kvx_session PROPERTIES TIMEOUT 600 LABELS tool
     ENVIRONMENT "KVX=${kvx_command};KVX_EMULATED=${emulated};EXAMPLE=${example}")
+
+  # Calls that fail: an emulator has others, and a sanitizer has allocations of its own.
+  if(NOT CMAKE_CROSSCOMPILING AND NOT CMAKE_CXX_FLAGS MATCHES "-fsanitize")
+    add_library(failing_calls MODULE fakes/failing_calls.cpp)
+    foreach(part "memory;memory dlsym" "calls;fork open read write seek finish look")
+      list(POP_FRONT part name)
+      separate_arguments(part)
+      add_test(NAME kvx_failing_${name}
+               COMMAND ${Python3_EXECUTABLE} -B ${CMAKE_CURRENT_SOURCE_DIR}/cli/failure_test.py --kvx ${kvx_command}
+                       --injector $<TARGET_FILE:failing_calls> --vision $<TARGET_FILE:fake_vision> --kinds ${part})
+      set_tests_properties(kvx_failing_${name} PROPERTIES TIMEOUT 900 LABELS tool SKIP_RETURN_CODE 77)
+    endforeach()
+  endif()
 endif()

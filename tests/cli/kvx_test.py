@@ -424,7 +424,7 @@ class Input(Scratch):
 
         log, told = self.log.read_bytes(), "read error at byte {}: Input/output error"
         for data in (log, gzip.compress(log)):
-            for command in (["info", "-", "--json"], ["convert", "-", "--json", "-o", self.out]):
+            for command in (["info", "-", "--json"], ["convert", "-", "--json", "--force", "-o", self.out]):
                 run = kvx(*command, stdin=with_error_behind(data))
                 summary = json.loads(run.stdout)
                 self.assertEqual((DAMAGED, 20, told.format(len(data))),

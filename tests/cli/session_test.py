@@ -34,6 +34,8 @@ simulate -o day --duration 86400 --rate 0.001 --start '2024-12-31 12:00:00'
 simulate -o damaged --duration 60 --damage 30 --seed 2
 simulate -o damaged --duration 60 --damage 30
 simulate -o few --duration 2 --systems GES --elevation-mask 40
+simulate -o late --duration 1 --start '2024-03-09 23:59:59.997'
+simulate -o x --start '2024-03-10 23:59:59.99999999999999999999'
 simulate -o x --rate 21
 simulate -o missing/x
 simulate -o x --position 91,0,0
@@ -52,6 +54,7 @@ convert log -o log.out
 convert log -o json --json
 convert log.gz -o packed
 convert 140 -o packed
+convert late -o packed --force
 convert fast -o packed --force
 convert day -o packed
 convert damaged -o damaged.out

@@ -6,6 +6,7 @@
 
 #include <string>
 
+#include "fakes/failing_new.h"
 #include "support/plain_message_parser.h"
 
 namespace {
@@ -86,4 +87,30 @@ TEST(KorvexMsgHelper, GarbageIsSearchedOnce)
     const std::string frame = packed(5, "found");
     EXPECT_TRUE(helper.Parse(bytes(frame), size(frame), id, &payload, n));
     EXPECT_EQ(5, id);
+}
+
+// Whichever allocation fails: what the object says it has taken in, and nothing else, is there.
+TEST(KorvexMsgHelper, BytesWithoutMemoryAreCounted)
+{
+    const std::string outer = packed(1, packed(2, std::string(9000, 'x'))), kept = "before";
+    std::uint64_t rejected = 0;
+    const int allocations = fail_allocations([&] {
+        CKorvexMsgHelper helper;
+        unsigned short id = 0;
+        unsigned char* payload = nullptr;
+        unsigned n = 0;
+        const bool found = helper.Parse(bytes(outer), size(outer), id, &payload, n);
+        EXPECT_EQ(found ? 0 : size(outer), helper.RejectedBytes());
+        if (!found) EXPECT_TRUE(helper.Parse(bytes(outer), size(outer), id, &payload, n));
+        const unsigned length = n;
+        const std::uint64_t before = helper.RejectedBytes();
+        const bool inner = helper.Parse(payload, n, id, &payload, n);   // its own bytes, which have to be copied
+        EXPECT_EQ(inner ? 2 : 1, id);
+        EXPECT_EQ(before + (inner ? 0 : length), helper.RejectedBytes());
+        rejected += helper.RejectedBytes();
+        std::string text = kept;
+        if (!helper.Pack(bytes(outer), 9000, 1, text)) EXPECT_EQ(kept, text);
+    });
+    EXPECT_GE(allocations, 4);
+    EXPECT_GT(rejected, 0u);
 }

@@ -13,6 +13,7 @@
 
 #include "CPhgLog.h"
 #include "fakes/captured_log.h"
+#include "fakes/failing_new.h"
 #include "phg_entry_points.h"
 #include "support/dump_records.h"
 #include "support/gate.h"
@@ -206,6 +207,24 @@ TEST_F(PhgAdapter, AHundredStartsAndStopsLeakNothing)
     EXPECT_EQ(before, descriptors());
     EXPECT_FALSE(is_loaded(FAKE_VISION));
     EXPECT_THAT(log.take(), testing::Contains("2 libapp/utils/src/CPhgLog closeDump: close fusion log file\n"));
+}
+
+TEST_F(PhgAdapter, NoMemoryIsNoReasonToEnd)
+{
+    const std::string logger = "vision", path = folder.path(), name(100, 'n');
+    setenv(kVariable, FAKE_VISION, 1);
+    EXPECT_GE(fail_allocations([&] {
+                  adapter.Start(logger);
+                  adapter.RegisterDumpThread(worker);
+                  adapter.OpenDump(path, name, &kHardware, &kConfig);
+                  EXPECT_NE(-28, adapter.PtrPhgLibReset() + adapter.PtrPhgLibVosInit());
+                  adapter.Stop();
+              }),
+              5);
+    start(FAKE_VISION);
+    open_dump();
+    adapter.Stop();
+    EXPECT_EQ(2u, dumped().size());
 }
 
 TEST_F(PhgAdapter, InputsAreDumpedAsTheyGoIn)

@@ -1,6 +1,9 @@
 // kvx: the command-line tool of rtk_utils.
+#include <unistd.h>
+
 #include <csignal>
 #include <cstdio>
+#include <cstdlib>
 #include <exception>
 #include <new>
 
@@ -16,6 +19,8 @@ constexpr command_t (*kCommands[])(CLI::App&) = {
     kvx::convert_command,  kvx::check_command, kvx::verify_command, kvx::expand_command, kvx::info_command,
     kvx::simulate_command, kvx::dump_command,  kvx::frame_command,  kvx::gpio_command,   kvx::i2c_command,
 };
+
+bool g_memory_ran_out = false;
 
 int run(int argc, char** argv)
 {
@@ -33,7 +38,9 @@ int run(int argc, char** argv)
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& e) {
-        return kvx::finished(app.exit(e) == 0 ? kvx::kDone : kvx::kUsage);
+        const int code = app.exit(e) == 0 ? kvx::finished(kvx::kDone) : kvx::kUsage;
+        if (g_memory_ran_out) throw std::bad_alloc();   // the streams that make these texts are silent about it
+        return code;
     }
     for (const command_t& command : commands) {
         if (command.app->parsed()) return kvx::finished(command.run());
@@ -53,6 +60,30 @@ void set_signals()
     std::signal(SIGPIPE, SIG_IGN);   // a reader that has gone
     std::signal(SIGXFSZ, SIG_IGN);   // a file as large as files may be
     std::signal(SIGCHLD, SIG_DFL);   // else nobody tells how a child has ended
+}
+
+std::terminate_handler g_terminate = nullptr;   // the usual one
+
+// Memory may run out before main, where nothing catches it: the option parser makes objects of its own in every file
+// that includes it. Nothing has been opened then.
+void terminate()
+{
+    try {
+        if (std::current_exception() != nullptr) throw;
+    } catch (const std::bad_alloc&) {
+        _exit(failed("out of memory", kvx::kFailed));
+    } catch (...) {   // for the usual one to tell
+    }
+    g_terminate();
+}
+
+__attribute__((constructor(101))) void before_those_objects()
+{
+    g_terminate = std::set_terminate(terminate);
+    std::set_new_handler([] {
+        g_memory_ran_out = true;
+        throw std::bad_alloc();
+    });
 }
 
 }   // namespace

@@ -6,6 +6,7 @@
 #define CKORVEXMSGHELPER_H
 
 #include <cstddef>
+#include <cstdint>
 #include <memory>
 #include <string>
 
@@ -57,14 +58,18 @@ public:
     /// @return true: a frame was found, call again without data for the next; false: none is complete, and nothing
     ///         was written to the arguments
     /// @note Bytes leave only with a valid frame behind them, so that a stream without one is kept whole in memory.
-    ///       Bytes for which there is no memory are not taken in.
+    ///       Bytes for which there is no memory are not taken in; RejectedBytes() tells of them.
     bool Parse(const unsigned char* data, unsigned int len, unsigned short& msgId, unsigned char** payload,
                unsigned int& payloadLen) noexcept;
+
+    /// Bytes that `Parse` has not taken in since the object was made, because there was no memory for them or 4 GiB
+    /// were held: while it is 0, every byte of the stream is looked at.
+    std::uint64_t RejectedBytes() const noexcept;
 
 private:
     unsigned char* front() const noexcept { return m_pBuf.get() + m_nFront; }
     RTK_UTILS_LOCAL void discardUsed() noexcept;
-    RTK_UTILS_LOCAL void append(const unsigned char* data, unsigned int len) noexcept;
+    RTK_UTILS_LOCAL bool append(const unsigned char* data, unsigned int len) noexcept;
     RTK_UTILS_LOCAL bool relocate(std::size_t room) noexcept;
     RTK_UTILS_LOCAL bool isFrame(std::size_t at) const noexcept;
     RTK_UTILS_LOCAL std::size_t findFrame() noexcept;
@@ -74,8 +79,9 @@ private:
     unsigned int m_nDataLen = 0;               // bytes held
     unsigned int m_nUsedLen = 0;               // bytes of them that the next call discards
     unsigned int m_nScanned = 0;               // no frame starts, or will ever start, in that many bytes held
-    std::size_t m_nFront = 0;
-    std::size_t m_nRoom = 0;   // bytes allocated
+    unsigned int m_nFront = 0;
+    unsigned int m_nRoom = 0;        // bytes that the buffer has room for, before the zeros
+    std::uint64_t m_nRejected = 0;   // bytes not taken in
 };
 
 #endif

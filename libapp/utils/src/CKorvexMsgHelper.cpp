@@ -83,21 +83,22 @@ bool CKorvexMsgHelper::Pack(const unsigned char* data, unsigned int len, unsigne
 
 CKorvexMsgHelper::CKorvexMsgHelper() noexcept
 {
-    if (relocate(kFirstCapacity + kZeros)) m_nBufSize = kFirstCapacity;
+    if (relocate(kFirstCapacity)) m_nBufSize = kFirstCapacity;
 }
 
 CKorvexMsgHelper::~CKorvexMsgHelper() = default;
 
-// Moves the bytes held to the front of a new buffer.
+// Moves the bytes held to the front of a new buffer with so much room, or as much as there can be.
 bool CKorvexMsgHelper::relocate(std::size_t room) noexcept
 {
-    std::unique_ptr<unsigned char[]> buffer(new (std::nothrow) unsigned char[room]);
+    room = std::min<std::size_t>(room, UINT32_MAX);
+    std::unique_ptr<unsigned char[]> buffer(new (std::nothrow) unsigned char[room + kZeros]);
     if (buffer == nullptr) return false;
     if (m_nDataLen != 0) std::memcpy(buffer.get(), front(), m_nDataLen);
     std::memset(buffer.get() + m_nDataLen, 0, kZeros);
     m_pBuf = std::move(buffer);
     m_nFront = 0;
-    m_nRoom = room;
+    m_nRoom = static_cast<unsigned int>(room);
     return true;
 }
 
@@ -112,16 +113,16 @@ void CKorvexMsgHelper::discardUsed() noexcept
 
 // The bytes held are moved only when at least as many have left, and room grows by doubling, so that every byte is
 // moved a bounded number of times. m_nBufSize grows to what is needed and no more: results depend on it.
-void CKorvexMsgHelper::append(const unsigned char* data, unsigned int len) noexcept
+bool CKorvexMsgHelper::append(const unsigned char* data, unsigned int len) noexcept
 {
-    if (data == nullptr || len == 0 || len > UINT32_MAX - m_nDataLen) return;
-    const std::size_t needed = std::size_t{m_nDataLen} + len + kZeros;
+    if (len > UINT32_MAX - m_nDataLen) return false;
+    const std::size_t needed = std::size_t{m_nDataLen} + len;
     const bool own = !std::less<>{}(data, m_pBuf.get()) && std::less<>{}(data, m_pBuf.get() + m_nRoom);
 
     std::unique_ptr<unsigned char[]> source;   // bytes of this object, which may move
     if (own) {
         source.reset(new (std::nothrow) unsigned char[len]);
-        if (source == nullptr) return;
+        if (source == nullptr) return false;
         std::memcpy(source.get(), data, len);
         data = source.get();
     }
@@ -130,13 +131,19 @@ void CKorvexMsgHelper::append(const unsigned char* data, unsigned int len) noexc
             std::memcpy(m_pBuf.get(), front(), m_nDataLen);
             m_nFront = 0;
         } else if (!relocate(2 * needed) && !relocate(needed)) {
-            return;
+            return false;
         }
     }
     std::memcpy(front() + m_nDataLen, data, len);
     m_nDataLen += len;
     std::memset(front() + m_nDataLen, 0, kZeros);
     m_nBufSize = std::max(m_nBufSize, m_nDataLen);
+    return true;
+}
+
+std::uint64_t CKorvexMsgHelper::RejectedBytes() const noexcept
+{
+    return m_nRejected;
 }
 
 // ---- parsing ----
@@ -178,7 +185,7 @@ bool CKorvexMsgHelper::Parse(const unsigned char* data, unsigned int len, unsign
                              unsigned char** payload, unsigned int& payloadLen) noexcept
 {
     discardUsed();
-    append(data, len);
+    if (data != nullptr && len != 0 && !append(data, len)) m_nRejected += len;
     const std::size_t at = findFrame();
     if (at == m_nDataLen) return false;
 

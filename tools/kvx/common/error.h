@@ -3,7 +3,9 @@
 #define KVX_ERROR_H
 
 #include <cerrno>
+#include <cstdio>
 #include <cstring>
+#include <new>
 #include <stdexcept>
 #include <string>
 
@@ -21,6 +23,15 @@ public:
 inline error_t system_error(const std::string& file, const std::string& where)
 {
     return {file, std::strerror(errno), where};
+}
+
+/// Prints why the work on one of several files failed; needs no memory.
+inline void print_failure(const std::exception& failure, const std::string& file)
+{
+    if (dynamic_cast<const std::bad_alloc*>(&failure) != nullptr)
+        std::fprintf(stderr, "kvx: error: %s: out of memory\n", file.c_str());
+    else
+        std::fprintf(stderr, "kvx: error: %s\n", failure.what());
 }
 
 }   // namespace kvx

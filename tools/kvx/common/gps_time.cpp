@@ -62,13 +62,14 @@ gps_time_t gps_time_of(double gps_seconds)
 
 std::string date_text(double gps_seconds)
 {
-    const gps_time_t t = gps_time_of(gps_seconds);
+    const auto hundredths = std::llround(gps_seconds * 100.0);   // may round up into the next minute
+    const auto minutes = hundredths / 6000, of_minute = hundredths % 6000;
+    const gps_time_t t = gps_time_of(60.0 * static_cast<double>(minutes));
     int year = 0, month = 0, day = 0, hour = 0, minute = 0;
     double second = 0.0;
     GetCommonTime(t.week, t.tow, 0.0, &year, &month, &day, &hour, &minute, &second);
-    const auto hundredths = std::llround(second * 100.0);
-    return text("%04d-%02d-%02d %02d:%02d:%02lld.%02lld", year, month, day, hour, minute, hundredths / 100,
-                hundredths % 100);
+    return text("%04d-%02d-%02d %02d:%02d:%02lld.%02lld", year, month, day, hour, minute, of_minute / 100,
+                of_minute % 100);
 }
 
 std::optional<gps_time_t> parse_gps_time(const std::string& text)
@@ -84,7 +85,7 @@ std::optional<gps_time_t> parse_gps_time(const std::string& text)
     const year_month_day date{std::chrono::year(year), std::chrono::month(static_cast<unsigned>(month)),
                               std::chrono::day(static_cast<unsigned>(day))};
     gps_time_t time{};
-    const bool valid = scan.good() && date.ok() && hour < 24 && minute < 60 && second < 60 &&
+    const bool valid = scan.good() && date.ok() && hour < 24 && minute < 60 && second < 60 && fraction < 1.0 &&
                        GetGpsTime(year, month, day, hour, minute, second, &time.week, &time.tow) == 1;
     if (!valid) return std::nullopt;
     time.tow += fraction;

@@ -31,19 +31,22 @@ bool is_temporary_name(std::string_view name)
 }
 
 // Whether the name still is that of the open file.
-bool is_named(int folder, const char* name, int fd)
+enum class named_t { yes, no, unknown };
+named_t is_named(int folder, const char* name, int fd)
 {
     struct stat of_name {
     }, of_file{};
-    return ::fstatat(folder, name, &of_name, AT_SYMLINK_NOFOLLOW) == 0 && ::fstat(fd, &of_file) == 0 &&
-           of_name.st_dev == of_file.st_dev && of_name.st_ino == of_file.st_ino;
+    if (::fstatat(folder, name, &of_name, AT_SYMLINK_NOFOLLOW) != 0)
+        return errno == ENOENT ? named_t::no : named_t::unknown;
+    if (::fstat(fd, &of_file) != 0) return named_t::unknown;
+    return of_name.st_dev == of_file.st_dev && of_name.st_ino == of_file.st_ino ? named_t::yes : named_t::no;
 }
 
 // Until it is locked a new file looks like a left-over: who is removing those may hold it, or has removed it.
 bool is_ours(int fd, const std::string& path)
 {
     if (::flock(fd, LOCK_EX | LOCK_NB) != 0) return errno != EWOULDBLOCK;   // without locks nobody removes it
-    return is_named(AT_FDCWD, path.c_str(), fd);
+    return is_named(AT_FDCWD, path.c_str(), fd) != named_t::no;
 }
 
 void remove_if_dead(int folder, const char* name)
@@ -52,7 +55,7 @@ void remove_if_dead(int folder, const char* name)
     if (::fstatat(folder, name, &status, AT_SYMLINK_NOFOLLOW) != 0 || !S_ISREG(status.st_mode)) return;
     const int fd = ::openat(folder, name, O_RDWR | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC);
     if (fd < 0) return;
-    if (::flock(fd, LOCK_EX | LOCK_NB) == 0 && is_named(folder, name, fd)) ::unlinkat(folder, name, 0);
+    if (::flock(fd, LOCK_EX | LOCK_NB) == 0 && is_named(folder, name, fd) == named_t::yes) ::unlinkat(folder, name, 0);
     ::close(fd);
 }
 

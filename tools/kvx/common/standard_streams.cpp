@@ -26,7 +26,7 @@ bool reader_has_gone()
 bool occupy_closed_streams()
 {
     for (const int fd : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
-        if (::fcntl(fd, F_GETFD) != -1) continue;
+        if (::fcntl(fd, F_GETFD) != -1 || errno != EBADF) continue;
         if (::open("/dev/null", fd == STDIN_FILENO ? O_WRONLY : O_RDONLY) != fd) return false;   // the lowest is free
     }
     return true;

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cerrno>
 #include <csignal>
 #include <cstdio>
 #include <cstring>
@@ -40,7 +41,7 @@ int convert_one(const convert_options_t& options, const std::string& log)
         std::fprintf(stderr, "kvx: error: %s\n", e.what());
         return interrupt_code();
     } catch (const std::exception& e) {
-        std::fprintf(stderr, "kvx: error: %s\n", e.what());
+        print_failure(e, log);
         return kFailed;
     }
 }
@@ -57,6 +58,15 @@ int worse(int a, int b)
 class jobs_t {
 public:
     explicit jobs_t(const convert_options_t& options) : options_(options) {}
+    ~jobs_t()   // who gives up half way waits for what is under way
+    {
+        for (; running_ > 0; --running_) {
+            while (wait(nullptr) < 0 && errno == EINTR) {
+            }
+        }
+    }
+    jobs_t(const jobs_t&) = delete;
+    jobs_t& operator=(const jobs_t&) = delete;
 
     int run()
     {
@@ -80,6 +90,7 @@ private:
             _exit(finished(convert_one(options_, log)));
         }
         if (pid > 0) {
+            ++running_;
             children_.emplace(pid, log);
         } else {
             code_ = worse(code_, convert_one(options_, log));
@@ -99,6 +110,7 @@ private:
         if (child == children_.end()) return;   // of the program that has become this one
         if (WIFSIGNALED(status)) tell_end(child->second, WTERMSIG(status));
         children_.erase(child);
+        --running_;
         code_ = worse(code_, WIFEXITED(status) ? WEXITSTATUS(status) : static_cast<int>(kFailed));
     }
 
@@ -113,6 +125,7 @@ private:
 
     const convert_options_t& options_;
     std::map<pid_t, std::string> children_;   // and their logs
+    int running_ = 0;                         // of them, also without memory for its place
     bool told_ = false;                       // that there was an interrupt
     int code_ = kDone;
 };

@@ -142,6 +142,10 @@ int parse(const frame_options_t& options)
             framed += n + device_frame::kOverhead;
             ++frames;
         }
+        if (helper.RejectedBytes() != 0)
+            throw error_t(options.hex ? "--hex" : options.file, "out of memory",
+                          "at byte " + std::to_string(bytes - piece.size()) + ", " + std::to_string(frames) +
+                              " frames found before it");
     };
     if (!source) take();
     while (source) {

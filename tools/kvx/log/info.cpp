@@ -64,7 +64,7 @@ int run(const info_options_t& options)
             const int one = describe(log, options.json);
             if (code == kDone) code = one;
         } catch (const std::exception& e) {
-            std::fprintf(stderr, "kvx: error: %s\n", e.what());
+            print_failure(e, log);
             code = kFailed;
         }
         if (interrupted()) return interrupt_code();

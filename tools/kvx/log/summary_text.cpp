@@ -172,7 +172,7 @@ std::string outcome_text(const outcome_t& o)
     }
     if (o.observations.events > 0) out += "  events: " + std::to_string(o.observations.events) + "\n";
     if (o.observations.events_lost > 0)
-        out += "  left out: " + plural(o.observations.events_lost, "event") + ", too many between two epochs\n";
+        out += "  left out: " + plural(o.observations.events_lost, "event") + ", too many before an epoch\n";
     if (o.navigation) out += navigation_text(*o.navigation);
     if (o.verified) out += "  verified: the files hold what the log sent\n";
     for (const std::string& file : o.files) out += "  wrote " + file + "\n";

@@ -218,7 +218,7 @@ int run(const check_options_t& options)
             if (code == kDone) code = one;
         } catch (const std::exception& e) {
             std::fflush(stdout);
-            std::fprintf(stderr, "kvx: error: %s\n", e.what());
+            print_failure(e, path);
             code = kFailed;
         }
         if (interrupted()) return interrupt_code();

@@ -212,7 +212,7 @@ int run(const options_t& options)
             const int one = expansion.expand(file);
             if (code != kFailed && one != kDone) code = one;
         } catch (const std::exception& e) {
-            std::fprintf(stderr, "kvx: error: %s\n", e.what());
+            print_failure(e, file);
             code = kFailed;
         }
     }

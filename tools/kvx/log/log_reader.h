@@ -37,7 +37,8 @@ public:
     /// @param source, raw  must outlive the reader
     /// @param decode       into the record; else it holds nothing but the frames, and their results say whether the
     ///                     checksum is right
-    log_reader_t(input_file_t& source, raw_t& raw, bool decode = true);
+    /// @param block        bytes read at once
+    log_reader_t(input_file_t& source, raw_t& raw, bool decode = true, std::size_t block = 1 << 20);
 
     /// Reads up to the next complete frame.
     /// @return false at the end of the log

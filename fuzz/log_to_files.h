@@ -1,0 +1,14 @@
+/// @file log_to_files.h  What the tool makes of a log: its bytes accounted for, its files by the rules.
+#ifndef FUZZ_LOG_TO_FILES_H
+#define FUZZ_LOG_TO_FILES_H
+
+#include <rtk_gnss.h>
+
+#include "fuzz.h"
+
+/// @param raw      as at the start of a log
+/// @param block    bytes that the reader is given at once
+/// @param options  bits 0, 1: version of the files; bit 4: the frames are decoded into the record, too
+void log_to_files(raw_t& raw, bytes_t log, std::size_t block, std::uint8_t options);
+
+#endif

@@ -1,6 +1,7 @@
 // Receiver log: the ways in give the same results and the same record, whatever an earlier frame left in the buffer;
 // and what the tool makes of it keeps the rules. Input: way and options, size of the blocks, log.
 #include <rtk_gnss.h>
+#include <sanitizer/asan_interface.h>
 
 #include "fuzz.h"
 #include "gnss/log/frame.h"
@@ -12,7 +13,7 @@ namespace {
 // Results that were not 0. A header that announces too much is left out: only two of the entry points report it.
 using results_t = std::vector<int>;
 
-// What a log may change; the host's own area stays as it was.
+// What a log may change. Behind it lies the host's own area, which nobody may so much as read.
 constexpr std::size_t kDecoded = offsetof(raw_t, host_area);
 
 // Options of the host by bits; the leap seconds of an earlier input are forgotten.
@@ -24,6 +25,7 @@ void start(raw_t& raw, std::uint8_t options, int earlier_frame = 0)
         return r;
     }();
     g_curleap = 18;
+    ASAN_POISON_MEMORY_REGION(raw.host_area, sizeof raw.host_area);
     std::memcpy(static_cast<void*>(&raw), &fresh, kDecoded);
     std::memset(raw.buff, earlier_frame, sizeof raw.buff);
     raw.opt_rawprn = options & 1;
@@ -38,20 +40,18 @@ void start(raw_t& raw, std::uint8_t options, int earlier_frame = 0)
 auto noting(results_t& results, const raw_t& raw)
 {
     return [&](int result) {
+        if (result == DECODE_NOTHING) return;
         FUZZ_CHECK(result >= DECODE_REFUSED && result <= DECODE_STOP_AND_GO);
-        const bool too_long = result == DECODE_REFUSED && raw.len > korvex::kMaxLen;
-        if (result != DECODE_NOTHING && !too_long) results.push_back(result);
+        if (result != DECODE_REFUSED || raw.len <= korvex::kMaxLen) results.push_back(result);
     };
 }
 
 void check_record(const raw_t& raw)
 {
-    static const std::uint8_t kUntouched[sizeof raw.host_area] = {};
     FUZZ_CHECK(raw.nobs <= kMaxObs && raw.nbyte < sizeof raw.buff);
     FUZZ_CHECK(raw.eph_sat <= kMaxSat + 14);   // SBAS indices up to 39 are reported
     for (int i = 0; i < kMaxObs; ++i) FUZZ_CHECK((raw.obs[i].sat != 0) == (i < raw.nobs));
     for (const char(&text)[31] : raw.rcv_text) FUZZ_CHECK(text[30] == '\0');
-    FUZZ_CHECK(std::memcmp(raw.host_area, kUntouched, sizeof kUntouched) == 0);
 }
 
 // Of the framing only what is in hand counts.
@@ -61,7 +61,7 @@ bool same(raw_t& a, raw_t& b, bool framing)
         if (!framing) raw->nbyte = 0, raw->len = 0;
         std::memset(raw->buff + raw->nbyte, 0, sizeof raw->buff - raw->nbyte);
     }
-    return std::memcmp(&a, &b, sizeof a) == 0;
+    return std::memcmp(&a, &b, kDecoded) == 0;
 }
 
 enum way_t { kByBlock, kByFile, kSkipped, kTool };

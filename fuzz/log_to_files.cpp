@@ -18,12 +18,62 @@ namespace {
 
 constexpr int kVersions[] = {211, 304, 305, 402};
 constexpr std::int64_t kWeekMs = 604800000;
+constexpr char kDate[] = "20240301 120000 UTC";
 constexpr int kLastWeekOf2 = 5200;   // in 2079: years of RINEX 2 have two digits
 
-// The epochs with a header, as the converter puts them together.
-class file_t {
+// Slots without a channel, steps of any size, values that cannot be or that no field holds, the same again: the
+// messages' fault.
+bool is_fault(rinex::rule_t rule)
+{
+    using rinex::rule_t;
+    constexpr rule_t kOfMessages[] = {rule_t::glonass_slot_missing,
+                                      rule_t::interval,
+                                      rule_t::interval_unused,
+                                      rule_t::nav_range,
+                                      rule_t::nav_week,
+                                      rule_t::nav_twice,
+                                      rule_t::nav_blank};
+    return std::find(std::begin(kOfMessages), std::end(kOfMessages), rule) == std::end(kOfMessages);
+}
+
+// Gives lines where they stand.
+class lines_t : public rinex::line_source_t {
 public:
-    file_t(int version, const rinex::signals_t& signals) : version_(version), text_(version, signals, ledger_) {}
+    explicit lines_t(std::string_view text) : left_(text) {}
+
+    bool next(std::string_view& line) override
+    {
+        line = left_.substr(0, left_.find('\n'));
+        const bool more = !left_.empty();
+        left_.remove_prefix(std::min(line.size() + 1, left_.size()));
+        return more;
+    }
+
+private:
+    std::string_view left_;
+};
+
+void check(const std::string& file)
+{
+    lines_t lines(file);
+    rinex::findings_t findings(
+        [&](const rinex::finding_t& f) {
+            if (!is_fault(f.rule)) return;
+            std::fprintf(stderr, "%llu: %s %s\n", static_cast<unsigned long long>(f.line), f.subject.c_str(),
+                         f.text.c_str());
+            FUZZ_CHECK(false);
+        },
+        5);
+    rinex::file_summary_t summary;
+    FUZZ_CHECK(rinex::check_file(lines, findings, summary));
+}
+
+// The epochs with a header, as the converter puts them together.
+class observation_file_t {
+public:
+    observation_file_t(int version, const rinex::signals_t& signals)
+        : version_(version), text_(version, signals, ledger_)
+    {}
 
     void add(rinex::epoch_t& epoch)
     {
@@ -40,8 +90,7 @@ public:
     std::string whole(const rinex::channels_t& channels)
     {
         rinex::station_t station;
-        station.program = "fuzz", station.date = "20240301 120000 UTC", station.marker = "M",
-        station.marker_type = "GEODETIC";
+        station.program = "fuzz", station.date = kDate, station.marker = "M", station.marker_type = "GEODETIC";
         std::string file =
             rinex::observation_header(version_, station, session_, text_.columns(), text_.seen(), channels);
         return file += text_.columns().settled() ? epochs_ : in_order();
@@ -74,99 +123,80 @@ private:
     std::int64_t last_ = -1;
 };
 
-// Slots without a channel that can be, and steps of any size, are the messages' fault.
-bool is_fault(const rinex::finding_t& f)
-{
-    const std::string_view id = rinex::rules()[static_cast<std::size_t>(f.rule)].id;
-    return id != "glonass-slot-missing" && id.find("interval") == id.npos;
-}
-
-// Gives lines where they stand.
-class lines_t : public rinex::line_source_t {
+// Range messages on their way into a file, which begins with the first.
+class observations_t {
 public:
-    explicit lines_t(std::string_view text) : left_(text) {}
+    explicit observations_t(int version) : version_(version) {}
 
-    bool next(std::string_view& line) override
+    void take(const korvex::header_t& h, std::int64_t time, const std::uint8_t* body)
     {
-        line = left_.substr(0, left_.find('\n'));
-        const bool more = !left_.empty();
-        left_.remove_prefix(std::min(line.size() + 1, left_.size()));
-        return more;
+        if ((h.id != MSG_RANGE && h.id != MSG_RANGE_COMPRESSED) || h.week == 0) return;
+        if (!file_) {
+            file_.emplace(version_, signals());
+            ranges_.emplace(signals(), file_->ledger(), [this](auto& epoch) { file_->add(*epoch); });
+        }
+        const bool taken = ranges_->add(time, body, h.body_size, h.id == MSG_RANGE_COMPRESSED);
+        if (taken) records_ += wire::u32(body);
+    }
+
+    // What became of every record is known.
+    void finish()
+    {
+        if (!file_) return;
+        ranges_->flush();
+        for (int key = 0; key < rinex::kTrackingKeys; ++key) records_ -= file_->ledger().row(key).records();
+        FUZZ_CHECK(records_ == 0);
+        if (!file_->empty()) check(file_->whole(ranges_->channels()));
     }
 
 private:
-    std::string_view left_;
-};
-
-void check(const std::string& file)
-{
-    lines_t lines(file);
-    rinex::findings_t findings(
-        [&](const rinex::finding_t& f) {
-            if (is_fault(f))
-                std::fprintf(stderr, "%llu: %s\n", static_cast<unsigned long long>(f.line), f.text.c_str());
-            FUZZ_CHECK(!is_fault(f));
-        },
-        5);
-    rinex::file_summary_t summary;
-    FUZZ_CHECK(rinex::check_file(lines, findings, summary));
-}
-
-// The messages of a log on their way into files.
-class conversion_t {
-public:
-    conversion_t(int version, const rinex::signals_t& signals)
-        : version_(version),
-          file_(version, signals),
-          ranges_(signals, file_.ledger(), [this](auto& epoch) { file_.add(*epoch); })
-    {}
-
-    void take(const std::uint8_t* frame)
+    static const rinex::signals_t& signals()
     {
-        const korvex::header_t h = korvex::read_header(frame);
-        const bool range = h.id == MSG_RANGE || h.id == MSG_RANGE_COMPRESSED;
-        if (h.time_status == korvex::kTimeUnknown || h.week == korvex::kWeekUnknown) return;
-        if (h.format != korvex::kBinary || (h.week == 0 && range)) return;
-        if (version_ == 211 && h.week > kLastWeekOf2) return;
-        const std::vector<std::uint8_t> body(frame + korvex::kHeaderSize, frame + korvex::kHeaderSize + h.body_size);
-        const std::int64_t time = h.week * kWeekMs + h.ms;
-        if (range) {
-            const bool taken = ranges_.add(time, body.data(), h.body_size, h.id == MSG_RANGE_COMPRESSED);
-            if (taken) records_ += wire::u32(body.data());
-        } else if (h.id == MSG_ION_UTC) {
-            const auto ion = rinex::read_ion_utc_record(time, body.data(), h.body_size);
-            FUZZ_CHECK(!ion || !rinex::ion_utc_text(*ion).empty());
-        } else {
-            rinex::read_ephemerides(h.id, time, body.data(), h.body_size, [&](const auto& record) {
-                FUZZ_CHECK(rinex::nav_text(version_, record).size() < 1000);
-            });
-        }
+        static const rinex::signals_t signals;
+        return signals;
     }
 
-    void finish()
+    int version_;
+    std::optional<observation_file_t> file_;
+    std::optional<rinex::range_collector_t> ranges_;
+    std::uint64_t records_ = 0;
+};
+
+// Navigation messages on their way into a file: a mixed one, of RINEX 2 one of GPS or GLONASS.
+class navigation_t {
+public:
+    navigation_t(int version, char system) : version_(version), system_(version < 300 ? system : 'M') {}
+
+    void take(const korvex::header_t& h, std::int64_t time, const std::uint8_t* body)
     {
-        ranges_.flush();
-        for (int key = 0; key < rinex::kTrackingKeys; ++key) records_ -= file_.ledger().row(key).records();
-        FUZZ_CHECK(records_ == 0);
-        if (!file_.empty()) check(file_.whole(ranges_.channels()));
+        if (const auto ion = h.id == MSG_ION_UTC ? rinex::read_ion_utc_record(time, body, h.body_size) : std::nullopt) {
+            if (system_ != 'R') ion_ = ion;
+            if (version_ >= 400) records_ += rinex::ion_utc_text(*ion);
+        }
+        rinex::read_ephemerides(h.id, time, body, h.body_size, [&](const rinex::ephemeris_record_t& r) {
+            if (system_ == 'M' || system_ == r.satellite.letter()) records_ += rinex::nav_text(version_, r);
+        });
+    }
+
+    void finish() const
+    {
+        if (records_.empty()) return;
+        const auto leap_seconds = ion_ && ion_->leap_seconds > 0 ? std::optional(ion_->leap_seconds) : std::nullopt;
+        check(rinex::nav_header(version_, {"fuzz", "", kDate, {system_}, ion_, leap_seconds}) + records_);
     }
 
 private:
     int version_;
-    file_t file_;
-    rinex::range_collector_t ranges_;
-    std::uint64_t records_ = 0;   // of range messages
+    char system_;
+    std::string records_;
+    std::optional<rinex::ion_utc_record_t> ion_;
 };
 
-}   // namespace
-
-void log_to_files(raw_t& raw, bytes_t log, std::size_t block, std::uint8_t options)
+// Reads a log and gives its messages to what makes a file of them.
+template <class File>
+void read_log(raw_t& raw, bytes_t log, std::size_t block, bool decode, bool rinex2, File&& file)
 {
-    static const rinex::signals_t signals;
-    conversion_t conversion(kVersions[options & 3], signals);
-    const bool decode = (options & 0x10) != 0;
     static kvx::epoch_collector_t epochs([](raw_t& epoch) { FUZZ_CHECK(epoch.nobs <= kMaxObs); });
-
     memory_input = log;
     memory_input_piece = block;
     kvx::input_file_t source("");
@@ -175,11 +205,30 @@ void log_to_files(raw_t& raw, bytes_t log, std::size_t block, std::uint8_t optio
     for (kvx::frame_t frame{}; reader.next(frame); whole += static_cast<std::uint64_t>(frame.size)) {
         FUZZ_CHECK(frame.checksum_ok == korvex::checksum_agrees(raw.buff, raw.len));
         if (frame.result == DECODE_OBS) epochs.add(raw);
-        if (frame.checksum_ok) conversion.take(raw.buff);
+        const korvex::header_t h = korvex::read_header(raw.buff);
+        const bool has_time = h.time_status != korvex::kTimeUnknown && h.week != korvex::kWeekUnknown;
+        if (!frame.checksum_ok || !has_time || h.format != korvex::kBinary) continue;
+        if (rinex2 && h.week > kLastWeekOf2) continue;
+        const auto* const from = raw.buff + korvex::kHeaderSize;
+        const std::vector<std::uint8_t> body(from, from + h.body_size);   // a read behind it is seen
+        file.take(h, h.week * kWeekMs + h.ms, body.data());
     }
     epochs.flush();
-    conversion.finish();
+    file.finish();
     const kvx::losses_t& lost = reader.losses();
     FUZZ_CHECK(reader.bytes() == log.size());
     FUZZ_CHECK(whole + lost.skipped_bytes + lost.too_long * korvex::kLengthKnown + lost.torn_bytes == log.size());
+}
+
+}   // namespace
+
+void log_to_files(raw_t& raw, bytes_t log, std::size_t block, std::uint8_t options)
+{
+    const int version = kVersions[options & 3];
+    const bool decode = (options & 0x10) != 0, navigation = (options & 0x20) != 0, rinex2 = version == 211;
+    if (navigation) {
+        read_log(raw, log, block, decode, rinex2, navigation_t(version, (options & 8) != 0 ? 'R' : 'G'));
+    } else {
+        read_log(raw, log, block, decode, rinex2, observations_t(version));
+    }
 }

@@ -8,7 +8,9 @@
 
 /// @param raw      as at the start of a log
 /// @param block    bytes that the reader is given at once
-/// @param options  bits 0, 1: version of the files; bit 4: the frames are decoded into the record, too
+/// @param options  bits 0, 1: version of the file; bit 3: of RINEX 2 the system of navigation data; bit 4: the frames
+/// are
+///                 decoded into the record, too; bit 5: a file of navigation data instead of observations
 void log_to_files(raw_t& raw, bytes_t log, std::size_t block, std::uint8_t options);
 
 #endif

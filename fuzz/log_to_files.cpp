@@ -1,5 +1,7 @@
 #include "log_to_files.h"
 
+#include <cmath>
+
 #include "fakes/memory_input.h"
 #include "gnss/foundation/wire.h"
 #include "gnss/log/frame.h"
@@ -174,6 +176,9 @@ public:
             if (version_ >= 400) records_ += rinex::ion_utc_text(*ion);
         }
         rinex::read_ephemerides(h.id, time, body, h.body_size, [&](const rinex::ephemeris_record_t& r) {
+            for (const double value : r.clock) FUZZ_CHECK(std::isfinite(value));
+            for (int line = 0; line < 3; ++line)
+                for (const double value : r.orbit[line]) FUZZ_CHECK(std::isfinite(value));
             if (system_ == 'M' || system_ == r.satellite.letter()) records_ += rinex::nav_text(version_, r);
         });
     }

@@ -16,16 +16,17 @@ void by_byte(raw_t& raw, log_bytes_t log, const Each& each)
     for (const std::uint8_t byte : log) each(input_korvex(&raw, byte));
 }
 
-/// @param size  gives the size of the next block; each is in memory of its own, so that a read behind it is seen
+/// @param size  gives the size of the next block; each ends where its memory ends, so that a read behind it is seen
 template <class Size, class Each>
 void by_block(raw_t& raw, log_bytes_t log, const Size& size, const Each& each)
 {
+    std::vector<std::uint8_t> memory(log.size());
+    const std::uint8_t* const end = memory.data() + memory.size();
     while (!log.empty()) {
-        const auto first = log.first(std::min<std::size_t>(size(), log.size()));
-        const std::vector<std::uint8_t> block(first.begin(), first.end());
+        const auto block = log.first(std::min<std::size_t>(size(), log.size()));
+        std::copy_backward(block.begin(), block.end(), memory.end());
         log = log.subspan(block.size());
-        for (int left = static_cast<int>(block.size()); left > 0;)
-            each(input_korvexb(&raw, block.data() + block.size() - left, &left));
+        for (int left = static_cast<int>(block.size()); left > 0;) each(input_korvexb(&raw, end - left, &left));
     }
 }
 

@@ -9,8 +9,7 @@ namespace kvx {
 namespace {
 
 constexpr std::size_t kHeader = sizeof(LogKvx_tag);
-constexpr std::size_t kPiece = 64 * 1024;   // bytes read at once
-constexpr std::size_t kShort = 4096;        // a payload whose checksum is had directly
+constexpr std::size_t kShort = 4096;   // a payload whose checksum is had directly
 
 LogKvx_tag header_at(const std::uint8_t* bytes)
 {
@@ -42,21 +41,23 @@ const char* dump_damage_text(dump_damage_t damage)
     return "";
 }
 
-dump_reader_t::dump_reader_t(Source source) : source_(std::move(source)), window_(4 * kPiece) {}
+dump_reader_t::dump_reader_t(Source source, std::size_t piece)
+    : source_(std::move(source)), piece_(piece), window_(4 * piece)
+{}
 
 // Holds at least n bytes, unless the file has fewer left.
 bool dump_reader_t::fill(std::size_t n)
 {
     if (held() >= n) return true;
-    if (begin_ + std::max(n, kPiece) > window_.size()) {
+    if (begin_ + std::max(n, piece_) > window_.size()) {
         std::memmove(window_.data(), front(), held());
         end_ = held();
         begin_ = 0;
         checksums_.restart();
-        if (n + kPiece > window_.size()) window_.resize(n + kPiece);   // n is bounded by the longest record
+        if (n + piece_ > window_.size()) window_.resize(n + piece_);   // n is bounded by the longest record
     }
     while (held() < n && !at_end_) {
-        const std::size_t got = source_(window_.data() + end_, std::min(kPiece, window_.size() - end_));
+        const std::size_t got = source_(window_.data() + end_, std::min(piece_, window_.size() - end_));
         end_ += got;
         at_end_ = got == 0;
     }

@@ -44,7 +44,8 @@ public:
     /// Writes up to n bytes, as many as there are, and returns how many; 0 at the end.
     using Source = std::function<std::size_t(std::uint8_t* to, std::size_t n)>;
 
-    explicit dump_reader_t(Source source);
+    /// @param piece  bytes asked for at once
+    explicit dump_reader_t(Source source, std::size_t piece = 64 * 1024);
 
     /// @return false at the end of the file
     bool next(dump_item_t& item);
@@ -60,6 +61,7 @@ private:
     const std::uint8_t* front() const { return window_.data() + begin_; }
 
     Source source_;
+    std::size_t piece_;
     std::vector<std::uint8_t> window_;
     std::size_t begin_ = 0, end_ = 0;   // of the bytes held in the window
     std::uint64_t offset_ = 0;          // of begin_ in the file

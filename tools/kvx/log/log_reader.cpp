@@ -5,14 +5,8 @@
 
 namespace kvx {
 
-namespace {
-
-constexpr std::size_t kBlockSize = 1 << 20;
-
-}   // namespace
-
-log_reader_t::log_reader_t(input_file_t& source, raw_t& raw, bool decode)
-    : source_(source), raw_(raw), decode_(decode), block_(kBlockSize)
+log_reader_t::log_reader_t(input_file_t& source, raw_t& raw, bool decode, std::size_t block)
+    : source_(source), raw_(raw), decode_(decode), block_(block)
 {}
 
 // Takes bytes of the block up to the end of a frame.

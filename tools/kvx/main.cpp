@@ -1,4 +1,5 @@
 // kvx: the command-line tool of rtk_utils.
+#include <CLI/CLI.hpp>
 #include <csignal>
 #include <cstdio>
 #include <exception>

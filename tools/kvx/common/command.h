@@ -2,11 +2,12 @@
 #ifndef KVX_COMMAND_H
 #define KVX_COMMAND_H
 
-#include <CLI/CLI.hpp>
 #include <cstdio>
 #include <functional>
-#include <nlohmann/json.hpp>
-#include <string>
+
+namespace CLI {
+class App;
+}
 
 namespace kvx {
 
@@ -24,12 +25,6 @@ inline int finished(int code)
     if (std::fflush(stdout) == 0 && std::ferror(stdout) == 0) return code;
     std::fputs("kvx: error: standard output: a write failed\n", stderr);
     return kFailed;
-}
-
-/// JSON as text; what is not UTF-8 in it (file names may be anything) is replaced.
-inline std::string json_text(const nlohmann::ordered_json& json)
-{
-    return json.dump(-1, ' ', false, nlohmann::ordered_json::error_handler_t::replace);
 }
 
 /// A subcommand: its place on the command line and what it does when chosen.

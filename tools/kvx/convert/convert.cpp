@@ -2,6 +2,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <CLI/CLI.hpp>
 #include <csignal>
 #include <cstdio>
 #include <memory>
@@ -10,6 +11,7 @@
 #include "common/command.h"
 #include "common/error.h"
 #include "common/interrupt.h"
+#include "common/json_text.h"
 #include "common/output_file.h"
 #include "convert/conversion.h"
 #include "convert/convert_options.h"

@@ -1,0 +1,76 @@
+"""haul_test.py: logs over the instants at which clocks and calendars jump; with --day instead, memory over a whole day."""
+
+import os
+import pathlib
+import re
+import subprocess
+import sys
+import tempfile
+import unittest
+
+KVX = os.environ["KVX"]
+CROSSINGS = {   # five minutes on either side, GPS time
+    "week 2047 to 2048": "2019-04-06 23:55:00",
+    "leap second, day and year": "2016-12-31 23:55:00",
+    "leap second in GPS time": "2016-12-31 23:55:17",
+    "29 February": "2024-02-28 23:55:00",
+    "year that ends in a week": "2023-12-30 23:55:00",
+}
+EPOCH = re.compile(r"^> (\d{4} \d\d \d\d) (\d\d) (\d\d) ([ \d]\d)\.0{7}  0", re.M)
+ROOM = 2 << 20   # bytes that a day may take beyond an hour: a summary grows by satellites and ephemerides, not by epochs
+
+
+def kvx(*args):
+    """(exit code, standard output, greatest memory in bytes)"""
+    with tempfile.TemporaryFile() as out:
+        child = subprocess.Popen([KVX, *map(str, args)], stdin=subprocess.DEVNULL, stdout=out)
+        _, status, usage = os.wait4(child.pid, 0)
+        child.returncode = os.waitstatus_to_exitcode(status)
+        out.seek(0)
+        return child.returncode, out.read().decode(), usage.ru_maxrss * 1024
+
+
+class Haul(unittest.TestCase):
+    def setUp(self):
+        scratch = tempfile.TemporaryDirectory()
+        self.addCleanup(scratch.cleanup)
+        self.dir = pathlib.Path(scratch.name)
+
+    def run_kvx(self, *args):
+        code, printed, memory = kvx(*args)
+        self.assertEqual(0, code, printed)
+        return memory
+
+    def converted(self, name, start, seconds, *options):
+        """Simulates, converts, checks, proves; the greatest memory of conversion and proof, and the observation file."""
+        log, out = self.dir / (name + ".log"), self.dir / name
+        self.run_kvx("simulate", "-o", log, "--start", start, "--duration", seconds)
+        converting = self.run_kvx("convert", log, "-o", out, "--agency", "A", "--observer", "O", *options)
+        self.run_kvx("check", "--strict", *out.iterdir())
+        proving = self.run_kvx("verify", log, *out.iterdir())
+        file, = out.glob("*_MO.rnx")
+        return converting, proving, file
+
+    @unittest.skipIf("--day" in sys.argv, "the day alone")
+    def test_crossings(self):
+        for name, start in CROSSINGS.items():
+            for version in ("3.04", "4.02"):
+                with self.subTest(name, version=version):
+                    _, _, file = self.converted(name + version, start, 600, "--rinex", version)
+                    epochs = EPOCH.findall(file.read_text())
+                    self.assertEqual(600, len(epochs))
+                    of_day = [int(h) * 3600 + int(m) * 60 + int(s) for _, h, m, s in epochs]
+                    self.assertEqual([(of_day[0] + k) % 86400 for k in range(600)], of_day)
+                    self.assertLessEqual(len({day for day, *_ in epochs}), 2)
+
+    @unittest.skipUnless("--day" in sys.argv, "takes minutes: ./dev haul")
+    def test_memory_of_a_day_is_that_of_an_hour(self):
+        hour, day = (self.converted(str(seconds), "2024-03-10 00:00:00", seconds) for seconds in (3600, 86400))
+        self.assertEqual(86400, sum(1 for line in day[2].open() if EPOCH.match(line)))
+        for what, small, large in zip(("convert", "verify"), hour, day):
+            print(f"kvx {what}: {small / 1e6:.1f} MB for an hour, {large / 1e6:.1f} MB for a day")
+        self.assertLessEqual(day[0], hour[0] + ROOM)
+
+
+if __name__ == "__main__":
+    unittest.main(argv=[argument for argument in sys.argv if argument != "--day"])

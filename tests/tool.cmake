@@ -8,8 +8,9 @@ if(TARGET kvx)
   add_test(NAME kvx_session COMMAND ${Python3_EXECUTABLE} -B ${CMAKE_CURRENT_SOURCE_DIR}/cli/session_test.py
                                     ${kvx_command} $<TARGET_FILE:fake_vision>)
   add_test(NAME kvx COMMAND ${Python3_EXECUTABLE} -B ${CMAKE_CURRENT_SOURCE_DIR}/cli/kvx_test.py)
+  add_test(NAME kvx_crossings COMMAND ${Python3_EXECUTABLE} -B ${CMAKE_CURRENT_SOURCE_DIR}/cli/haul_test.py)
   add_test(NAME kvx_check COMMAND ${Python3_EXECUTABLE} -B ${CMAKE_CURRENT_SOURCE_DIR}/cli/check_test.py)
-  set_tests_properties(kvx kvx_check kvx_session PROPERTIES TIMEOUT 600 LABELS tool
+  set_tests_properties(kvx kvx_crossings kvx_check kvx_session PROPERTIES TIMEOUT 600 LABELS tool
     ENVIRONMENT "KVX=${kvx_command};KVX_EMULATED=${emulated};EXAMPLE=${example}")
 
   # Calls that fail: an emulator has others, and a sanitizer has allocations of its own.

@@ -1,6 +1,7 @@
 // kvx: the command-line tool of rtk_utils.
 #include <unistd.h>
 
+#include <CLI/CLI.hpp>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>

@@ -2,11 +2,12 @@
 #ifndef KVX_COMMAND_H
 #define KVX_COMMAND_H
 
-#include <CLI/CLI.hpp>
 #include <csignal>
 #include <functional>
-#include <nlohmann/json.hpp>
-#include <string>
+
+namespace CLI {
+class App;
+}
 
 namespace kvx {
 
@@ -19,12 +20,6 @@ enum exit_code_t : int {
     kReaderGone =
         128 + SIGPIPE,   ///< done, but the reader of standard output has gone: what a shell shows of such programs
 };
-
-/// JSON as text; what is not UTF-8 in it (file names may be anything) is replaced.
-inline std::string json_text(const nlohmann::ordered_json& json)
-{
-    return json.dump(-1, ' ', false, nlohmann::ordered_json::error_handler_t::replace);
-}
 
 /// A subcommand: its place on the command line and what it does when chosen.
 struct command_t {

@@ -2,6 +2,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <array>
 #include <cerrno>
@@ -14,6 +15,7 @@
 #include "common/command.h"
 #include "common/error.h"
 #include "common/interrupt.h"
+#include "common/json_text.h"
 #include "common/left_overs.h"
 #include "common/publish.h"
 #include "common/standard_streams.h"

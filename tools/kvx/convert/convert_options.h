@@ -2,12 +2,15 @@
 #ifndef KVX_CONVERT_OPTIONS_H
 #define KVX_CONVERT_OPTIONS_H
 
-#include <CLI/CLI.hpp>
 #include <optional>
 #include <string>
 #include <vector>
 
 #include "rinex/signals.h"
+
+namespace CLI {
+class App;
+}
 
 namespace kvx {
 

@@ -1,13 +1,14 @@
 // kvx gpio: reads and sets one GPIO line.
 #include <CGpioUtils.h>
 
+#include <CLI/CLI.hpp>
 #include <climits>
 #include <cstdio>
-#include <nlohmann/json.hpp>
 #include <optional>
 
 #include "common/command.h"
 #include "common/error.h"
+#include "common/json_text.h"
 #include "device/hardware.h"
 #include "gpio_number.h"
 

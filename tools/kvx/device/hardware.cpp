@@ -3,6 +3,7 @@
 #include <spdlog/sinks/base_sink.h>
 #include <spdlog/spdlog.h>
 
+#include <CLI/CLI.hpp>
 #include <charconv>
 #include <mutex>
 

@@ -1,11 +1,12 @@
 // kvx i2c: reads and writes registers of an I2C slave.
 #include <CI2cHelper.h>
 
+#include <CLI/CLI.hpp>
 #include <cstdio>
-#include <nlohmann/json.hpp>
 
 #include "common/command.h"
 #include "common/error.h"
+#include "common/json_text.h"
 #include "device/hardware.h"
 
 namespace kvx {

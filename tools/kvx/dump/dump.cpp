@@ -2,10 +2,10 @@
 #include <cstdio>
 #include <cstring>
 #include <memory>
-#include <nlohmann/json.hpp>
 
 #include "common/arguments.h"
 #include "common/command.h"
+#include "common/json_text.h"
 #include "common/standard_streams.h"
 #include "common/text_format.h"
 #include "dump/dump_scan.h"

@@ -1,10 +1,12 @@
 // kvx info: what logs hold, without writing anything.
+#include <CLI/CLI.hpp>
 #include <cstdio>
 #include <memory>
 
 #include "common/command.h"
 #include "common/error.h"
 #include "common/interrupt.h"
+#include "common/json_text.h"
 #include "common/progress.h"
 #include "log/epoch_collector.h"
 #include "log/log_reader.h"

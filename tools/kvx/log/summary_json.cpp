@@ -1,4 +1,6 @@
 // The summary for programs.
+#include <nlohmann/json.hpp>
+
 #include "common/gps_time.h"
 #include "common/systems.h"
 #include "log/summary.h"

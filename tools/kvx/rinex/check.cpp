@@ -1,6 +1,7 @@
 // kvx check: RINEX files against the published formats.
 #include <fnmatch.h>
 
+#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <memory>
 
@@ -8,6 +9,7 @@
 #include "common/error.h"
 #include "common/input_file.h"
 #include "common/interrupt.h"
+#include "common/json_text.h"
 #include "common/progress.h"
 #include "common/standard_streams.h"
 #include "common/text_format.h"

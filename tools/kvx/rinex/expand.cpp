@@ -1,4 +1,5 @@
 // kvx expand: plain files from compressed ones and from compact RINEX.
+#include <CLI/CLI.hpp>
 #include <cctype>
 #include <cstdio>
 #include <cstring>

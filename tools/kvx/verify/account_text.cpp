@@ -1,5 +1,5 @@
 // The account of a proof as text and as JSON.
-#include "common/command.h"
+#include "common/json_text.h"
 #include "common/text_format.h"
 #include "verify/verification.h"
 

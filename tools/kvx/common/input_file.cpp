@@ -49,7 +49,7 @@ std::size_t input_file_t::read_descriptor(std::uint8_t* to, std::size_t n)
         at_end_ = true;
         if (got == 0) break;
         if (position_ == 0) throw system_error(name_, "reading");
-        damage_ = "read error at byte " + std::to_string(position_) + ": " + std::strerror(errno);
+        read_error_ = "read error at byte " + std::to_string(position_) + ": " + std::strerror(errno);
     }
     return 0;
 }
@@ -89,7 +89,7 @@ std::size_t input_file_t::read(std::uint8_t* to, std::size_t n)
 const std::string& input_file_t::damage() const
 {
     // That the signal cut off compressed data is no fault of theirs.
-    return damage_.empty() && gzip_ && !ended_by_signal_ ? gzip_->damage() : damage_;
+    return read_error_.empty() && gzip_ && !ended_by_signal_ ? gzip_->damage() : read_error_;
 }
 
 std::uint64_t input_file_t::position_on_disk() const

@@ -34,6 +34,9 @@ public:
     /// Why not all could be read; empty when nothing failed.
     const std::string& damage() const;
 
+    /// What a read that failed has told; empty: none has. It may not fail the next time.
+    const std::string& read_error() const { return read_error_; }
+
     bool ended_by_signal() const { return ended_by_signal_; }
 
     /// Whether the signal left something unread that will still be there; a recording that is read while it comes in
@@ -62,7 +65,7 @@ private:
     std::size_t head_size_ = 0, head_used_ = 0;
     bool begun_ = false, at_end_ = false, ended_by_signal_ = false;
     std::unique_ptr<gzip_reader_t> gzip_;   // none: plain
-    std::string damage_;
+    std::string read_error_;
 };
 
 }   // namespace kvx

@@ -181,6 +181,8 @@ private:
             if (!f.name.ends_with(".xyz")) paths.push_back(f.file->path());
         }
         const verification_t result = verify(o, {source_.name()}, paths);
+        const bool read_as_before = result.read_error.empty() == source_.read_error().empty();
+        if (!read_as_before) throw error_t(source_.name(), "cannot be read again", "proving the files, none is kept");
         if (result.proven()) return;
         std::string first = result.first_faults.front();
         for (const finished_file_t& f : files) {

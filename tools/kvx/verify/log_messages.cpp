@@ -50,6 +50,7 @@ void log_messages_t::close()
 {
     if (source_->ended_by_signal())
         throw interruption_t(source_->name(), "at byte " + std::to_string(reader_->bytes()));
+    if (!source_->read_error().empty()) read_error_ = source_->name() + ": " + source_->read_error();
     damaged_ = damaged_ || reader_->losses().any() || !source_->damage().empty();
     progress_.reset();
 }

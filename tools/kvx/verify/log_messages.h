@@ -39,6 +39,7 @@ public:
 
     log_place_t place() const { return {log_, reader_->bytes()}; }   ///< of the message read last
     std::string text(const log_place_t& place) const;
+    const std::string& read_error() const { return read_error_; }   ///< "log: what", empty: none so far
     bool damaged() const { return damaged_; }   ///< bytes of the logs read so far were lost
 
 private:
@@ -52,6 +53,7 @@ private:
     std::unique_ptr<log_reader_t> reader_;
     std::unique_ptr<progress_t> progress_;
     bool damaged_ = false;
+    std::string read_error_;
 };
 
 }   // namespace kvx

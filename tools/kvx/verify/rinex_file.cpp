@@ -11,6 +11,7 @@ file_kind_t kind_of_file(const std::string& path)
     input_file_t source(path);
     std::string start(160, '\0');
     start.resize(source.read(reinterpret_cast<std::uint8_t*>(start.data()), start.size()));
+    if (!source.damage().empty()) throw error_t(path, source.damage(), "finding out what it is");
     const std::string line = start.substr(0, start.find('\n'));
     if (line.find("CRINEX VERS   / TYPE") != std::string::npos) return file_kind_t::crinex;
     return rinex::is_version_line(line) ? file_kind_t::rinex : file_kind_t::log;

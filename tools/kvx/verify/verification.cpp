@@ -47,6 +47,7 @@ verification_t verify(const verify_options_t& options, const std::vector<std::st
     }
     ephemerides.run(sorted.navigation);
     result.logs_damaged = messages.damaged();
+    result.read_error = messages.read_error();
     return result;
 }
 

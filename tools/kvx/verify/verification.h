@@ -54,6 +54,7 @@ struct verification_t {
     std::uint64_t other_records = 0;                           ///< of navigation files: no ephemerides, not compared
     std::size_t unpublished_files = 0;   ///< navigation files of systems that RINEX 2 does not know, not read
     bool logs_damaged = false;
+    std::string read_error;   ///< of a log; what lies behind it has not been compared
     std::uint64_t faults = 0;
     std::vector<std::string> first_faults;   ///< "file:line: what"
 

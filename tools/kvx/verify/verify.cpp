@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <memory>
+#include <stdexcept>
 
 #include "common/arguments.h"
 #include "common/command.h"
@@ -100,6 +101,7 @@ int run(const command_options_t& options)
     catch_interrupts();
     const paths_t paths = sorted_by_content(options.paths);
     const verification_t result = verify(options.verify, paths.logs, paths.files);
+    if (!result.read_error.empty()) throw std::runtime_error(result.read_error + " (reading the logs)");
     const auto print = options.json ? verification_json : verification_text;
     std::fputs(print(result, options.verify.names).c_str(), stdout);
     return result.proven() ? kDone : kDamaged;

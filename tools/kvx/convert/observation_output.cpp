@@ -40,7 +40,7 @@ void observation_output_t::bring_to_disk()
 {
     if (file_ == nullptr) return;
     flush();
-    std::fflush(file_->stream());
+    file_->check("the observations");
 }
 
 void observation_output_t::write_events(std::int64_t until)

@@ -59,7 +59,7 @@ public:
     /// Leaves nothing of what has been written in memory.
     void bring_to_disk()
     {
-        if (file_ != nullptr) std::fflush(file_->stream());
+        if (file_ != nullptr) file_->check("the observations");
     }
 
     bool exists() const { return file_ != nullptr; }

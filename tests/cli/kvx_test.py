@@ -270,9 +270,10 @@ class Convert(Scratch):
             path.touch()
         link.symlink_to(self.log)
         folder.mkdir()
-        run = subprocess.Popen([KVX, "convert", "-", "-o", self.out], stdin=subprocess.PIPE, stderr=subprocess.DEVNULL)
         with held.open() as lock:
             fcntl.flock(lock, fcntl.LOCK_EX)
+            run = subprocess.Popen([KVX, "convert", "-", "-o", self.out], stdin=subprocess.PIPE,
+                                   stderr=subprocess.DEVNULL)
             run.stdin.write(self.log.read_bytes())
             run.stdin.flush()
             others = {held, short, odd, link, folder}

@@ -33,6 +33,25 @@ void* operator new(std::size_t size)
     std::memcpy(block + kHead + size, &kGuard, sizeof kGuard);
     return block + kHead;
 }
+
+// Of these the sanitizers have their own, which ask no other.
+void* operator new(std::size_t size, const std::nothrow_t&) noexcept
+{
+    try {
+        return operator new(size);
+    } catch (const std::bad_alloc&) {
+        return nullptr;
+    }
+}
+void* operator new[](std::size_t size)
+{
+    return operator new(size);
+}
+void* operator new[](std::size_t size, const std::nothrow_t& nothrow) noexcept
+{
+    return operator new(size, nothrow);
+}
+
 void operator delete(void* object) noexcept
 {
     if (object == nullptr) return;
@@ -43,6 +62,14 @@ void operator delete(void* object) noexcept
     std::free(block);
 }
 void operator delete(void* object, std::size_t) noexcept
+{
+    operator delete(object);
+}
+void operator delete[](void* object) noexcept
+{
+    operator delete(object);
+}
+void operator delete[](void* object, std::size_t) noexcept
 {
     operator delete(object);
 }

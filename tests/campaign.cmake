@@ -7,5 +7,5 @@ if(TARGET kvx)
   target_include_directories(campaign PRIVATE ${CMAKE_CURRENT_SOURCE_DIR} ${PROJECT_SOURCE_DIR}/tools/kvx
                                               ${PROJECT_SOURCE_DIR}/libapp/utils/src)
   add_test(NAME campaign COMMAND campaign ${CMAKE_CURRENT_SOURCE_DIR}/data/every_message.log)
-  set_tests_properties(campaign PROPERTIES LABELS tool TIMEOUT 600)
+  set_tests_properties(campaign PROPERTIES LABELS "tool;slow" TIMEOUT 600)
 endif()

@@ -384,6 +384,8 @@ class Input(Scratch):
         self.assertEqual({".partial"}, {f.suffix for f in files})
         self.assertEqual(set(files), set(self.out.iterdir()))
 
+        if os.environ.get("KVX_EMULATED"):   # an emulator catches signals before the program does
+            return
         run = self.start("-")
         while not int(re.search(r"SigCgt:\t(\w+)", pathlib.Path(f"/proc/{run.pid}/status").read_text())[1], 16) & 2:
             self.assertIsNone(run.poll())

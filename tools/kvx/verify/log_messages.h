@@ -40,7 +40,7 @@ public:
     log_place_t place() const { return {log_, reader_->bytes()}; }   ///< of the message read last
     std::string text(const log_place_t& place) const;
     const std::string& read_error() const { return read_error_; }   ///< "log: what", empty: none so far
-    bool damaged() const { return damaged_; }   ///< bytes of the logs read so far were lost
+    bool damaged() const { return damaged_; }                       ///< bytes of the logs read so far were lost
 
 private:
     void open(std::size_t log);

@@ -158,6 +158,7 @@ void name_all(const std::vector<finished_file_t>& files, const std::vector<std::
     constexpr int kMost = 10000;
     for (int number = 2; number < kMost; ++number) {
         std::vector<std::string> numbered;
+        numbered.reserve(paths.size());
         for (const std::string& path : paths) numbered.push_back(path + "." + std::to_string(number));
         try {
             name_all(files, numbered, false);

@@ -37,11 +37,8 @@ public:
                   }}),
           navigation_(options),
           limits_(!options.no_signal_map, options.raw_prn),
-          order_(
-              [] {
-                  return host_epoch_t{std::make_unique<raw_t>(), 0, {}};
-              },
-              [this](host_epoch_t& epoch, order_t order) { on_judged(epoch, order); }),
+          order_([] { return host_epoch_t(); },
+                 [this](host_epoch_t& epoch, order_t order) { on_judged(epoch, order); }),
           epochs_([this](auto& epoch, std::uint64_t offset) { on_epoch(epoch, offset); })
     {
         Initial_raw(raw_.get(), 0);
@@ -73,8 +70,8 @@ public:
 private:
     // An epoch until it is judged, and the events behind it.
     struct host_epoch_t {
-        std::unique_ptr<raw_t> record;
-        std::uint64_t offset;
+        std::unique_ptr<raw_t> record = std::make_unique<raw_t>();
+        std::uint64_t offset = 0;
         events_t events;
     };
 
@@ -193,7 +190,7 @@ private:
     navigation_files_t navigation_;
     record_limits_t limits_;
     std::unique_ptr<output_file_t> positions_;
-    host_epoch_t epoch_{std::make_unique<raw_t>(), 0, {}};
+    host_epoch_t epoch_;
     events_t events_;   // behind the epoch that is collected
     std::uint64_t events_lost_ = 0;
     epoch_order_t<host_epoch_t> order_;

@@ -109,6 +109,8 @@ std::string clock_text(const clock_faults_t& clock, bool converted)
     }
     if (clock.steps_back > clock.first_steps.size())
         out += "  and " + std::to_string(clock.steps_back - clock.first_steps.size()) + " more times\n";
+    if (clock.steps_back + 1 >= static_cast<std::uint64_t>(kMostFilesOfLog))
+        out += "  no more files than these: epochs behind further steps back are out of order\n";
     for (const auto& p : clock.first_out) {
         out += (converted ? "  left out: epoch " : "  epoch ") + date_text(p.time) + " at byte " +
                std::to_string(p.offset) + ": its time is not between those around it\n";

@@ -28,7 +28,7 @@ struct losses_t {
     std::uint64_t skipped_runs = 0;
     std::uint64_t bad_checksum = 0;   ///< frames
     std::uint64_t bad_checksum_bytes = 0;
-    std::uint64_t refused = 0;    ///< frames with a right checksum whose contents cannot be right; counted by others
+    std::uint64_t refused = 0;    ///< frames with a right checksum and wrong contents; counted by the summary
     std::uint64_t too_long = 0;   ///< headers that announce more than a frame holds
     std::uint64_t too_long_bytes = 0;
     std::uint64_t torn_bytes = 0;   ///< of the frame that the end of the log cuts off

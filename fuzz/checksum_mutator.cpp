@@ -3,12 +3,6 @@
 
 #include "fuzz.h"
 
-// Freed memory is kept out of use for as much as fits a cache: with the usual 256 MiB every input runs in cold memory.
-extern "C" const char* __asan_default_options()
-{
-    return "quarantine_size_mb=1:malloc_context_size=3";
-}
-
 extern "C" std::size_t LLVMFuzzerMutate(std::uint8_t* data, std::size_t size, std::size_t max_size);
 
 namespace {

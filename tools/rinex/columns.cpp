@@ -16,7 +16,7 @@ constexpr std::string_view kPreference = "PWYMCQXZLSIBDA";
 constexpr std::string_view kOrder = "CPLDS";
 
 // Signal, then kind.
-std::pair<std::string, std::size_t> rank_of(const std::string& name)
+std::pair<std::string_view, std::size_t> rank_of(std::string_view name)
 {
     return {name.substr(1), kOrder.find(name[0])};
 }

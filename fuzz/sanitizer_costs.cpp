@@ -1,6 +1,6 @@
 // What the sanitizer costs, cut. Big blocks, which it maps and unmaps one by one, are kept from input to input, which
-// takes a third of the time away; while nobody has them they are poisoned. Freed memory is kept out of use for as much as
-// fits a cache: with the usual 256 MiB every input runs in cold memory. Where a block was taken is not noted:
+// takes a third of the time away; while nobody has them they are poisoned. Freed memory is kept out of use for as much
+// as fits a cache: with the usual 256 MiB every input runs in cold memory. Where a block was taken is not noted:
 // ASAN_OPTIONS=malloc_context_size=30 when a finding is looked at.
 #include <sanitizer/asan_interface.h>
 

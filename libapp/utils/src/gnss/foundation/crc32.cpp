@@ -78,8 +78,8 @@ bool everywhere() noexcept
 
 // ---- Folding by carry-less multiplication ----
 //
-// Sixteen bytes with n more behind them may be replaced by any that leave the same remainder n bytes further on, and
-// these are two products with constants. A message so shrinks to its last sixteen bytes.
+// A block n bytes before another is moved onto that one without changing the remainder: each of its halves
+// times a power of x that has been divided already. A message so shrinks to its last block.
 
 constexpr int kBlock = sizeof(__m128i);
 constexpr int kLanes = 4;   // as many as hide how long a product takes
@@ -95,7 +95,7 @@ constexpr std::int64_t factor(int n)
     return _mm_loadu_si128(reinterpret_cast<const __m128i*>(p));
 }
 
-// A block moved on by so many bytes. Its first eight bytes have eight more behind them.
+// A block moved on by so many bytes; its first half has eight more to go.
 template <int Bytes>
 [[gnu::target("pclmul,sse4.1")]] __m128i moved_on(__m128i block)
 {
@@ -111,7 +111,7 @@ constexpr auto kBehindZeros = [] {
     return places;
 }();
 
-// The checksum of a block. Its first eight bytes leave four and twelve, of these the first four leave eight.
+// The checksum of a block: its first half moved onto the rest leaves twelve bytes, the first four of these leave eight.
 [[gnu::target("pclmul,sse4.1")]] std::uint32_t reduced(__m128i block)
 {
     const __m128i factors = _mm_set_epi64x(factor(64), factor(96));

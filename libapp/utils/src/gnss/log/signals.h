@@ -16,7 +16,7 @@ struct signal_t {
     const char* name;    // as the systems name it
     const char* rinex;   // band and attribute of its RINEX 3 observation codes; null: it has none
     std::uint8_t code;   // observation code number of the record
-    std::int8_t slot;    // signal slot of the record 0..4
+    int slot;            // signal slot of the record 0..4
     double wavelength;   // m; kByChannel: GLONASS, by the frequency channel
 };
 
@@ -45,7 +45,7 @@ struct trackstat_t {
 struct place_t {
     double wavelength;
     std::uint8_t sys, code;
-    std::int8_t slot;
+    int slot;
 };
 
 /// The rows unfolded: index is system (3 bits) and signal type (5 bits) of the tracking status.

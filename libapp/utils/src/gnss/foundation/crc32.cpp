@@ -78,7 +78,7 @@ bool everywhere() noexcept
 
 // ---- Folding by carry-less multiplication ----
 //
-// A block n bytes before another is moved onto that one without changing the remainder: each of its halves
+// A block that stands n bytes before another is moved onto that one without changing the remainder: each of its halves
 // times a power of x that has been divided already. A message so shrinks to its last block.
 
 constexpr int kBlock = sizeof(__m128i);

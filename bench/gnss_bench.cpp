@@ -1,5 +1,6 @@
 // Receiver log and RINEX epochs. Names are <what>/<variant>[/<size>], the same what meaning the same work.
 #include <benchmark/benchmark.h>
+#include <libdeflate.h>
 #include <sys/mman.h>
 #include <zlib.h>
 
@@ -8,6 +9,7 @@
 #include <cstring>
 #include <span>
 
+#include "gnss/foundation/crc32.h"
 #include "gnss/rinex/text.h"
 #include "gnss_data.h"
 #include "gnss_plain.h"
@@ -33,10 +35,12 @@ std::FILE* memory_file()
 // ---- Checksum ----
 
 template <typename Checksum>
-void checksum(benchmark::State& state, Checksum of)
+void checksum_of(benchmark::State& state, Checksum of)
 {
     const sky::bytes_t bytes = garbage(static_cast<size_t>(state.range(0)));
-    for (auto _ : state) benchmark::DoNotOptimize(of(bytes.data(), static_cast<int>(bytes.size())));
+    const auto size = static_cast<int>(bytes.size());
+    if (of(bytes.data(), size) != plain::crc32(bytes.data(), size)) state.SkipWithError("another checksum");
+    for (auto _ : state) benchmark::DoNotOptimize(of(bytes.data(), size));
     count_bytes(state, bytes.size());
 }
 
@@ -45,9 +49,15 @@ unsigned library_crc32(const std::uint8_t* data, int len)
     return ::crc32(data, len);
 }
 
+// Initial values and results of these two are inverted.
 unsigned zlib_crc32(const std::uint8_t* data, int len)
 {
     return ~static_cast<unsigned>(::crc32(0xFFFFFFFF, data, static_cast<uInt>(len)));
+}
+
+unsigned libdeflate_sum(const std::uint8_t* data, int len)
+{
+    return ~libdeflate_crc32(0xFFFFFFFF, data, static_cast<size_t>(len));
 }
 
 void frame_sizes(benchmark::internal::Benchmark* b)
@@ -55,9 +65,11 @@ void frame_sizes(benchmark::internal::Benchmark* b)
     for (const int size : {64, 256, 1024, 4096, 8192}) b->Arg(size);
 }
 
-BENCHMARK_CAPTURE(checksum, plain, plain::crc32)->Name("crc32/plain")->Apply(frame_sizes);
-BENCHMARK_CAPTURE(checksum, library, library_crc32)->Name("crc32/library")->Apply(frame_sizes);
-BENCHMARK_CAPTURE(checksum, zlib, zlib_crc32)->Name("crc32/zlib")->Apply(frame_sizes);
+BENCHMARK_CAPTURE(checksum_of, plain, plain::crc32)->Name("crc32/plain")->Apply(frame_sizes);
+BENCHMARK_CAPTURE(checksum_of, tables, checksum::ways().back().crc32)->Name("crc32/tables")->Apply(frame_sizes);
+BENCHMARK_CAPTURE(checksum_of, library, library_crc32)->Name("crc32/library")->Apply(frame_sizes);
+BENCHMARK_CAPTURE(checksum_of, zlib, zlib_crc32)->Name("crc32/zlib")->Apply(frame_sizes);
+BENCHMARK_CAPTURE(checksum_of, libdeflate, libdeflate_sum)->Name("crc32/libdeflate")->Apply(frame_sizes);
 
 // ---- Observation field ----
 

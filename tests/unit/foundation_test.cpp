@@ -4,6 +4,7 @@
 #include <chrono>
 #include <cmath>
 
+#include "gnss/foundation/crc32.h"
 #include "support/frame_builder.h"
 #include "support/plain_message_parser.h"
 
@@ -16,8 +17,12 @@ TEST(Checksums, KnownValuesEveryLengthAndAlignment)
     const Bytes frame = range_frame(std::vector<sky::range_t>(15, signal(0, 0, 5))).bytes();
     EXPECT_EQ(0u, crc32(frame.data(), static_cast<int>(frame.size())));   // with its checksum
     for (int at = 0; at < 16; ++at)
-        for (int len = 0; at + len <= static_cast<int>(frame.size()); ++len)
-            ASSERT_EQ(bitwise_crc32(&frame[at], len), crc32(&frame[at], len)) << at << ' ' << len;
+        for (int len = 0; at + len <= static_cast<int>(frame.size()); ++len) {
+            const unsigned expected = bitwise_crc32(&frame[at], len);
+            ASSERT_EQ(expected, crc32(&frame[at], len)) << at << ' ' << len;
+            for (const checksum::way_t& way : checksum::ways())
+                if (way.available()) ASSERT_EQ(expected, way.crc32(&frame[at], len)) << way.name << at << ' ' << len;
+        }
 }
 
 TEST(Calendar, EveryDayOfACentury)

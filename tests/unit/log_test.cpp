@@ -84,6 +84,7 @@ TEST(LogFraming, LongestFrameAndFiles)
     std::FILE* file = fmemopen(stream.data(), stream.size(), "rb");
     EXPECT_EQ(0, input_korvexf(raw.get(), nullptr, 0));
     EXPECT_EQ(0, input_korvexf(raw.get(), file, 0));   // searched in vain, not at the end
+    EXPECT_EQ(4097, std::ftell(file));
     EXPECT_EQ(0, input_korvexf(raw.get(), file, 7));   // steps over one frame
     EXPECT_EQ(1.0, raw->pos[0]);
     EXPECT_EQ(DECODE_STATION, input_korvexf(raw.get(), file, 0));
@@ -154,6 +155,11 @@ TEST(LogRange, EpochsBeginAndJoinByTime)
     EXPECT_EQ(DECODE_OBS, feed(raw.get(), range_frame({signal(0, 1, 1)}).ms(9000)));
     EXPECT_EQ(0, raw->nobs + raw->obs[0].sat);
     EXPECT_EQ(9.0, raw->obs_tow);
+    std::vector<sky::range_t> many;
+    for (int prn = 1; prn <= kMaxObs / 3 + 1; ++prn)
+        many.insert(many.end(), {signal(0, 0, prn), signal(3, 2, prn), signal(4, 0, prn)});
+    EXPECT_EQ(DECODE_OBS, feed(raw.get(), range_frame(many)));
+    EXPECT_EQ(kMaxObs, raw->nobs);
 }
 
 // ---- Ephemerides ----

@@ -76,14 +76,26 @@ int collect(raw_t* raw, const std::uint8_t* data, int n)
     return take;
 }
 
-framing_t hunt_in_file(raw_t* raw, std::FILE* file)
+framing_t hunt_in_file(std::uint32_t& last_three, std::FILE* file)
 {
+    constexpr std::uint32_t kWanted = kSync[0] << 16 | kSync[1] << 8 | kSync[2];
     for (int i = 0; i < kSearchLimit; ++i) {
         const int byte = getc_unlocked(file);
         if (byte == EOF) return framing_t::kEndOfFile;
-        if (sync_completed_by(raw, static_cast<std::uint8_t>(byte))) return framing_t::kComplete;
+        last_three = (last_three << 8 | static_cast<std::uint32_t>(byte)) & 0xFFFFFF;
+        if (last_three == kWanted) return framing_t::kComplete;
     }
     return framing_t::kMore;
+}
+
+// The file is left right behind the sync, and may be a pipe: bytes are taken one at a time. Those of the frame buffer
+// would wait for each other in memory.
+framing_t hunt_in_file(raw_t* raw, std::FILE* file)
+{
+    auto last_three = static_cast<std::uint32_t>(raw->buff[0] << 16 | raw->buff[1] << 8 | raw->buff[2]);
+    const framing_t found = hunt_in_file(last_three, file);
+    for (int i = 0; i < kSyncSize; ++i) raw->buff[i] = static_cast<std::uint8_t>(last_three >> (16 - 8 * i));
+    return found;
 }
 
 bool read_exactly(std::FILE* file, std::uint8_t* to, int n)

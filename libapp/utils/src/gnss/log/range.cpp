@@ -1,5 +1,6 @@
 #include "gnss/log/range.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstring>
 #include <iterator>
@@ -62,7 +63,7 @@ double unrolled_phase(double pseudorange, double wavelength, double adr)
 
 namespace {
 
-// What tells the two messages apart.
+// What tells the two messages apart. Known when compiled, so that each message has a loop without questions.
 struct range_form_t {
     int record_size;
     range_t (*read)(const std::uint8_t* p);
@@ -93,24 +94,30 @@ void begin_epoch(raw_t* raw, double tolerance)
     std::memset(raw->obs, 0, sizeof raw->obs);
 }
 
-// The satellite's entry of the epoch, taken from the free ones if need be. A full epoch takes nothing more.
-obsd_t* observation_of(raw_t* raw, int sat)
-{
-    if (raw->nobs >= kMaxObs) return nullptr;
-    for (int i = raw->nobs - 1; i >= 0; --i) {   // the records of a satellite mostly come together
-        if (raw->obs[i].sat == sat) return &raw->obs[i];
+// The entries of the epoch in hand by satellite number, so that none is searched for.
+class entries_t {
+public:
+    explicit entries_t(raw_t* raw) : raw_(raw)
+    {
+        const int n = std::min<int>(raw->nobs, kMaxObs);
+        for (int i = 0; i < n; ++i) place_[raw->obs[i].sat] = static_cast<std::uint8_t>(i + 1);
     }
-    raw->obs_tow = raw->tow;
-    obsd_t* obs = &raw->obs[raw->nobs++];
-    obs->sat = static_cast<std::uint8_t>(sat);
-    return obs;
-}
 
-int mapped_satellite(const raw_t* raw, const range_form_t& form, int sys, int prn)
-{
-    const int sat = raw->opt_rawprn != 0 ? raw_satellite_number(sys, prn, form.small_bds_prn) : satnov_OEM7(sys, prn);
-    return sat <= kMaxSat ? sat : 0;
-}
+    // The satellite's entry, taken from the free ones if need be. A full epoch takes nothing more.
+    obsd_t* of(int sat)
+    {
+        if (raw_->nobs >= kMaxObs) return nullptr;
+        if (place_[sat] == 0) {
+            raw_->obs[raw_->nobs].sat = static_cast<std::uint8_t>(sat);
+            place_[sat] = ++raw_->nobs;
+        }
+        return &raw_->obs[place_[sat] - 1];
+    }
+
+private:
+    raw_t* raw_;
+    std::uint8_t place_[256] = {};   // from 1, 0: none
+};
 
 // The channel is known from the range message before the first ephemeris comes.
 void note_glonass_channel(raw_t* raw, int sat, const range_t& r)
@@ -121,10 +128,9 @@ void note_glonass_channel(raw_t* raw, int sat, const range_t& r)
 }
 
 // Strength in quarters of dB-Hz.
-double strength(const range_t& r, bool compressed)
+double strength(const range_t& r)
 {
-    if (!(r.cn0 >= 0.0 && r.cn0 < 255.0)) return 0.0;
-    return compressed ? static_cast<std::uint8_t>(std::trunc(r.cn0 * 4.0 + 0.5)) : r.cn0 * 4.0;
+    return r.cn0 >= 0.0 && r.cn0 < 255.0 ? r.cn0 * 4.0 : 0.0;
 }
 
 // The record keeps single precision. What the plain message sends so is kept bit for bit: on the way through a double
@@ -137,25 +143,31 @@ float kept_doppler(const range_t& r, const std::uint8_t* p, bool compressed)
 // Deliberate: the compressed message's lock time is kept in whole seconds.
 float kept_locktime(const range_t& r, const std::uint8_t* p, bool compressed)
 {
-    return compressed ? static_cast<float>(std::trunc(r.locktime)) : wire::f32(p + kAtLocktime);
+    return compressed ? static_cast<float>(static_cast<int>(r.locktime)) : wire::f32(p + kAtLocktime);
 }
 
-void store_range(raw_t* raw, const std::uint8_t* p, const range_form_t& form)
+int mapped_satellite(const raw_t* raw, const range_form_t& form, int sys, int prn)
 {
-    const range_t r = form.read(p);
+    const int sat = raw->opt_rawprn != 0 ? raw_satellite_number(sys, prn, form.small_bds_prn) : satnov_OEM7(sys, prn);
+    return sat <= kMaxSat ? sat : 0;
+}
+
+template <const range_form_t& kForm>
+void store_range(raw_t* raw, entries_t& entries, const std::uint8_t* p)
+{
+    const range_t r = kForm.read(p);
     trackstat_t track;
     int slot = decode_trackstat(r.status, track);
-    if (slot < 0 || slot >= kNumSlots || !track.code_lock) return;
-    if (track.sys == SYS_GPS && track.code == 2) return;
+    if (slot < 0 || !track.code_lock) return;
 
-    const bool may_override = raw->opt_nosigmap == 0 && (!form.override_needs_rawprn || raw->opt_rawprn != 0);
+    const bool may_override = raw->opt_nosigmap == 0 && (!kForm.override_needs_rawprn || raw->opt_rawprn != 0);
     if (may_override && track.slot_override) slot = 2;
 
-    const int sat = mapped_satellite(raw, form, track.sys, r.prn);
+    const int sat = mapped_satellite(raw, kForm, track.sys, r.prn);
     if (sat == 0) return;
 
     double phase = -r.adr;
-    if (form.compressed) {
+    if (kForm.compressed) {
         const auto channel = static_cast<std::int8_t>(r.channel);
         const double wavelength = track.sys == SYS_GLO ? satwavelen(sat, slot, channel) : track.wavelength;
         if (!(wavelength > 0.0)) return;
@@ -165,27 +177,29 @@ void store_range(raw_t* raw, const std::uint8_t* p, const range_form_t& form)
     }
     if (!track.parity_known || !track.phase_lock) phase = 0.0;
 
-    raw->locktime[sat - 1][slot] = kept_locktime(r, p, form.compressed);
+    raw->locktime[sat - 1][slot] = kept_locktime(r, p, kForm.compressed);
     raw->halfc[sat - 1][slot] = track.half_cycle;
 
-    obsd_t* obs = observation_of(raw, sat);
+    obsd_t* obs = entries.of(sat);
     if (obs == nullptr) return;
     obs->P[slot] = r.pseudorange;
     obs->L[slot] = phase;
-    obs->D[slot] = kept_doppler(r, p, form.compressed);
-    obs->SNR[slot] = strength(r, form.compressed);
+    obs->D[slot] = kept_doppler(r, p, kForm.compressed);
+    obs->SNR[slot] = strength(r);
     obs->LLI[slot] = static_cast<std::uint8_t>((r.locktime < 0.0 ? 1 : 0) | (track.parity_known ? 0 : 2));
-    if (form.compressed) obs->code[slot] = track.code;   // Deliberate: the plain message leaves the code at 0.
+    if (kForm.compressed) obs->code[slot] = track.code;   // Deliberate: the plain message leaves the code at 0.
 }
 
-int decode_ranges(raw_t* raw, const std::uint8_t* body, const range_form_t& form)
+template <const range_form_t& kForm>
+int decode_ranges(raw_t* raw, const std::uint8_t* body)
 {
     const std::uint64_t n = wire::u32(body);
     const int body_size = raw->len - kHeaderSize;
-    if (kCountSize + n * form.record_size > static_cast<std::uint64_t>(body_size)) return DECODE_REFUSED;
-    begin_epoch(raw, form.epoch_tolerance);
+    if (kCountSize + n * kForm.record_size > static_cast<std::uint64_t>(body_size)) return DECODE_REFUSED;
+    begin_epoch(raw, kForm.epoch_tolerance);
+    entries_t entries(raw);
     const std::uint8_t* p = body + kCountSize;
-    for (std::uint64_t i = 0; i < n; ++i, p += form.record_size) store_range(raw, p, form);
+    for (std::uint64_t i = 0; i < n; ++i, p += kForm.record_size) store_range<kForm>(raw, entries, p);
     raw->obs_tow = raw->tow;
     return DECODE_OBS;
 }
@@ -194,12 +208,12 @@ int decode_ranges(raw_t* raw, const std::uint8_t* body, const range_form_t& form
 
 int decode_range(raw_t* raw, const std::uint8_t* body)
 {
-    return decode_ranges(raw, body, kPlain);
+    return decode_ranges<kPlain>(raw, body);
 }
 
 int decode_range_compressed(raw_t* raw, const std::uint8_t* body)
 {
-    return decode_ranges(raw, body, kCompressed);
+    return decode_ranges<kCompressed>(raw, body);
 }
 
 }   // namespace korvex

@@ -1,8 +1,6 @@
 #include "gnss/log/signals.h"
 
-#include <array>
-
-#include "gnss/foundation/satellites.h"
+#include <algorithm>
 
 namespace korvex {
 
@@ -46,8 +44,10 @@ constexpr signal_t kSignals[] = {
 };
 // clang-format on
 
+static_assert(std::ranges::all_of(kSignals, [](const signal_t& s) { return s.slot >= 0 && s.slot < kNumSlots; }));
+
 // Systems by the three bits of the tracking status.
-constexpr int kStatusSystems[] = {SYS_GPS, SYS_GLO, SYS_SBS, SYS_GAL, SYS_BDS, SYS_QZS, SYS_NONE, SYS_NONE};
+constexpr std::uint8_t kStatusSystems[] = {SYS_GPS, SYS_GLO, SYS_SBS, SYS_GAL, SYS_BDS, SYS_QZS, SYS_NONE, SYS_NONE};
 
 constexpr const signal_t* find(int sys, int type)
 {
@@ -57,24 +57,6 @@ constexpr const signal_t* find(int sys, int type)
     return nullptr;
 }
 
-// What the record needs of a signal, close together.
-struct place_t {
-    double wavelength;
-    std::uint8_t code;
-    int slot;
-};
-
-// The rows unfolded: index is system (3 bits) and signal type (5 bits).
-constexpr auto kPlaces = [] {
-    std::array<place_t, 256> places{};
-    for (int i = 0; i < 256; ++i) {
-        const signal_t* signal = find(kStatusSystems[i >> 5], i & 31);
-        places[i] =
-            signal == nullptr ? place_t{kByChannel, 0, -1} : place_t{signal->wavelength, signal->code, signal->slot};
-    }
-    return places;
-}();
-
 }   // namespace
 
 const signal_t* find_signal(int sys, int type)
@@ -82,30 +64,15 @@ const signal_t* find_signal(int sys, int type)
     return find(sys, type);
 }
 
-trackstat_t read_trackstat(std::uint32_t status)
-{
-    const auto bits = [status](int pos, int len) { return status >> pos & ((1u << len) - 1); };
-    const place_t& place = kPlaces[bits(16, 3) << 5 | bits(21, 5)];
-    trackstat_t t;
-    t.sys = kStatusSystems[bits(16, 3)];
-    t.type = static_cast<int>(bits(21, 5));
-    t.slot = place.slot;
-    t.code = place.code;
-    t.tracking_state = static_cast<int>(bits(0, 5));
-    t.phase_lock = bits(10, 1) != 0;
-    t.parity_known = bits(11, 1) != 0;
-    t.code_lock = bits(12, 1) != 0;
-    t.slot_override = bits(19, 1) != 0;
-    t.half_cycle = bits(28, 1) != 0;
-    t.wavelength = place.wavelength;
-    return t;
-}
-
-int satellite_number(int sys, int prn)
-{
-    const system_t& s = system_of(sys);
-    return prn > s.prn_before && prn <= s.last_prn ? s.first + prn - s.prn_before - 1 : 0;
-}
+constinit const std::array<place_t, 256> kPlaces = [] {
+    std::array<place_t, 256> places{};
+    for (int i = 0; i < 256; ++i) {
+        const std::uint8_t sys = kStatusSystems[i >> 5];
+        const signal_t* s = find(sys, i & 31);
+        places[i] = s == nullptr ? place_t{kByChannel, sys, 0, -1} : place_t{s->wavelength, sys, s->code, s->slot};
+    }
+    return places;
+}();
 
 int raw_satellite_number(int sys, int prn, int small_bds)
 {

@@ -49,18 +49,34 @@ def judged(figures, goal):
 
 
 def short(number):
-    return f"{number:.0f}" if number >= 100 else f"{number:.3g}"
+    return f"{number:.0f}" if number >= 100 else f"{number:.1f}" if number >= 10 else f"{number:.2f}"
 
 
-def print_goals(rows, figures):
-    print(f"\n{'area':42}{'figure':>8}  {'goal':>8}  {'':24}{'':9}beside it")
-    for row in rows:
-        goal = f"<= {row['most']}" if "most" in row else f">= {row['least']}"
-        found = short(row["value"]) if row["value"] is not None else "none"
-        beside = row.get("beside", "")
-        if beside in figures:
-            beside = f"{beside} {short(statistics.median(figures[beside]))}"
-        print(f"{row['area']:42}{found:>8}  {goal:>8}  {row['unit']:24}{'met' if row['met'] else 'NOT MET':9}{beside}")
+def beside(goal, figures):
+    """The peer's figure, and how much of a processor the program got: less than a whole one, and the machine was busy."""
+    peer, share = goal.get("beside"), goal["figure"].replace(":speed", ":share")
+    parts = [f"{peer.removesuffix(':speed')} {short(statistics.median(figures[peer]))} MB/s"] if peer in figures else []
+    if share != goal["figure"] and share in figures and "to" not in goal:
+        parts.append(f"{100 * statistics.median(figures[share]):.0f} % of a processor")
+    return ", ".join(parts)
+
+
+def cells(row, figures):
+    """area, goal, figure, met or not, what stands beside it"""
+    goal = f"at most {row['most']}" if "most" in row else f"at least {row['least']}"
+    found = f"{short(row['value'])} {row['unit']}" if row["value"] is not None else "not measured"
+    return row["area"], goal, found, "met" if row["met"] else "NOT MET", beside(row, figures)
+
+
+def print_goals(table):
+    print()
+    for area, goal, found, met, peer in [("area", "goal", "measured", "", "beside it"), *table]:
+        print(f"{area:38}{goal:16}{found:34}{met:9}{peer}".rstrip())
+
+
+def markdown(table):
+    return "".join(f"| {area} | {goal} | {found}{'' if met == 'met' else ', not met'} | {peer} |\n"
+                   for area, goal, found, met, peer in table)
 
 
 def processor():
@@ -71,7 +87,7 @@ def processor():
 def main():
     parser = argparse.ArgumentParser(description=__doc__.splitlines()[0])
     parser.add_argument("--kvx", required=True)
-    parser.add_argument("--json", type=pathlib.Path, required=True, help="file to write")
+    parser.add_argument("--json", type=pathlib.Path, required=True, help="file to write; beside it a .md with the goals")
     parser.add_argument("--goals", default="", help="only those whose area or figure has this pattern")
     parser.add_argument("benchmarks", nargs="+", help="programs made with Google Benchmark")
     arguments = parser.parse_args()
@@ -84,7 +100,9 @@ def main():
     if whole:
         figures |= programs.figures(arguments.kvx, HERE / "programs.toml", whole)
     rows = [judged(figures, goal) for goal in goals]
-    print_goals(rows, figures)
+    table = [cells(row, figures) for row in rows]
+    print_goals(table)
+    arguments.json.with_suffix(".md").write_text(markdown(table))
     arguments.json.write_text(json.dumps({"machine": processor(), "goals": rows, "figures": figures}, indent=1))
     print(f"\n{sum(row['met'] for row in rows)} of {len(rows)} met in {time.monotonic() - began:.0f} s on {processor()}; "
           f"load at the beginning {load:.1f}; all figures: {arguments.json}")

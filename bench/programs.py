@@ -13,6 +13,7 @@ import os
 import pathlib
 import shlex
 import shutil
+import signal
 import statistics
 import subprocess
 import sys
@@ -22,13 +23,29 @@ import tomllib
 
 HERE = pathlib.Path(__file__).parent
 FIRST = datetime.datetime(2024, 3, 10, 12)
-TIMED = {"speed": "MB/s", "seconds": "s", "system": "ms of system time a file"}
+TIMED = {"speed": "MB/s", "seconds": "s", "processor": "s of processor time", "share": "of a processor", "system": "ms of system time a file"}
 COUNTED = {"memory": "MB, the greatest process", "disk": "x what is left in the end", "calls": "system calls a MB"}
+
+
+def rows(table):
+    """A row with a list `each` as one for each of them, which takes the place of {each}."""
+    for name, row in table.items():
+        for each in row.get("each", [""]):
+            yield name.replace("{each}", each), {key: value.replace("{each}", each) if isinstance(value, str) else value
+                                                 for key, value in row.items()}
+
+
+def read(path):
+    table = tomllib.loads(pathlib.Path(path).read_text())
+    table["make"] = dict(rows(table["make"]))
+    for group in table["set"].values():
+        group["command"] = dict(rows(group["command"]))
+    return table
 
 
 class Programs:
     def __init__(self, kvx, table, folder):
-        self.table = tomllib.loads(pathlib.Path(table).read_text())
+        self.table = table
         self.folder = pathlib.Path(folder)
         self.places = {"kvx": pathlib.Path(kvx).resolve(), "bench": HERE, "logs": self.folder / "logs", "out": self.folder / "out"}
         self.places["logs"].mkdir()
@@ -85,7 +102,8 @@ class Programs:
 
     def timed(self, command):
         seconds, used = self.run(command, while_running=None)
-        return {"seconds": seconds, "speed": self.megabytes(command) / seconds,
+        processor = used.ru_utime + used.ru_stime
+        return {"seconds": seconds, "speed": self.megabytes(command) / seconds, "processor": processor, "share": processor / seconds,
                 "system": 1000 * used.ru_stime / len(self.inputs(command))}
 
     def written(self):
@@ -140,8 +158,9 @@ class Programs:
 
 
 def figures(kvx, table, wanted):
+    signal.signal(signal.SIGTERM, lambda *_: sys.exit(143))   # gigabytes of memory are not to stay behind
     with tempfile.TemporaryDirectory(dir="/dev/shm", prefix="bench-") as folder:
-        return Programs(kvx, table, folder).figures(wanted)
+        return Programs(kvx, read(table), folder).figures(wanted)
 
 
 def main():
@@ -149,9 +168,8 @@ def main():
     parser.add_argument("--kvx", required=True)
     parser.add_argument("table", nargs="?", default=HERE / "programs.toml")
     arguments = parser.parse_args()
-    table = tomllib.loads(pathlib.Path(arguments.table).read_text())
     units = TIMED | COUNTED
-    wanted = {f"{command}:{measure}" for group in table["set"].values() for command in group["command"] for measure in units}
+    wanted = {f"{command}:{measure}" for group in read(arguments.table)["set"].values() for command in group["command"] for measure in units}
     for name, values in figures(arguments.kvx, arguments.table, wanted).items():
         unit = units[name.partition(":")[2]]
         print(f"{name:24}{statistics.median(values):12.3f} {unit} ({min(values):.3f} to {max(values):.3f})")

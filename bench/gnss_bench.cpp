@@ -8,6 +8,8 @@
 #include <cstdlib>
 #include <cstring>
 #include <span>
+#include <string>
+#include <string_view>
 
 #include "gnss/foundation/crc32.h"
 #include "gnss/rinex/text.h"
@@ -108,6 +110,11 @@ void fields(benchmark::State& state, Print print)
 {
     const std::vector<double> values = observation_values();
     char field[24];
+    for (const double value : values) {
+        char expected[24];
+        const std::string_view same(expected, plain::observation(expected, value));
+        if (std::string_view(field, print(field, value)) != same) return state.SkipWithError("other digits");
+    }
     for (auto _ : state) {
         for (const double value : values) {
             benchmark::DoNotOptimize(print(field, value));
@@ -118,6 +125,7 @@ void fields(benchmark::State& state, Print print)
 }
 
 BENCHMARK_CAPTURE(fields, plain, plain::observation)->Name("observation_field/plain");
+BENCHMARK_CAPTURE(fields, fmt, plain::observation_fmt)->Name("observation_field/fmt");
 BENCHMARK_CAPTURE(fields, to_chars, with_to_chars)->Name("observation_field/to_chars");
 BENCHMARK_CAPTURE(fields, library, with_text)->Name("observation_field/library");
 
@@ -138,6 +146,12 @@ int plain_epoch(std::FILE* fp, const raw_t* raw, rnx_t* opt)
     return 1;
 }
 
+int fmt_epoch(std::FILE* fp, const raw_t* raw, rnx_t* opt)
+{
+    plain::write_epoch3_fmt(fp, *raw, *opt);
+    return 1;
+}
+
 int library_epoch(std::FILE* fp, const raw_t* raw, rnx_t* opt)
 {
     return WriteRinexObsRec(fp, raw, opt, 0.0);
@@ -146,10 +160,24 @@ int library_epoch(std::FILE* fp, const raw_t* raw, rnx_t* opt)
 constexpr int kEpochsOfFile = 1000;   // the file does not grow for ever
 
 template <typename Write>
+std::string text_of(Write write, const raw_t* raw, rnx_t* opt)
+{
+    char* text = nullptr;
+    size_t size = 0;
+    std::FILE* fp = open_memstream(&text, &size);
+    write(fp, raw, opt);
+    std::fclose(fp);
+    std::string copy(text, size);
+    std::free(text);
+    return copy;
+}
+
+template <typename Write>
 void epochs(benchmark::State& state, std::FILE* fp, Write write)
 {
     const auto raw = epoch_of(static_cast<int>(state.range(0)));
     rnx_t opt = options();
+    if (text_of(write, raw.get(), &opt) != text_of(plain_epoch, raw.get(), &opt)) state.SkipWithError("another text");
     int until_rewind = kEpochsOfFile;
     for (auto _ : state) {
         benchmark::DoNotOptimize(write(fp, raw.get(), &opt));
@@ -184,8 +212,10 @@ void sky_sizes(benchmark::internal::Benchmark* b)
 }
 
 BENCHMARK_CAPTURE(epochs_nowhere, plain, plain_epoch)->Name("epoch_devnull/plain")->Apply(sky_sizes);
+BENCHMARK_CAPTURE(epochs_nowhere, fmt, fmt_epoch)->Name("epoch_devnull/fmt")->Apply(sky_sizes);
 BENCHMARK_CAPTURE(epochs_nowhere, library, library_epoch)->Name("epoch_devnull/library")->Apply(sky_sizes);
 BENCHMARK_CAPTURE(epochs_in_memory, plain, plain_epoch)->Name("epoch_tmpfs/plain")->Apply(sky_sizes);
+BENCHMARK_CAPTURE(epochs_in_memory, fmt, fmt_epoch)->Name("epoch_tmpfs/fmt")->Apply(sky_sizes);
 BENCHMARK_CAPTURE(epochs_in_memory, library, library_epoch)->Name("epoch_tmpfs/library")->Apply(sky_sizes);
 
 // ---- Decoding ----

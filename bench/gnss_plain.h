@@ -26,9 +26,13 @@ int input_byte(raw_t* raw, std::uint8_t byte);
 /// @param to  24 bytes
 /// @return characters
 std::size_t observation(char* to, double value);
+std::size_t observation_fmt(char* to, double value);   ///< by fmt, the format compiled
 
 /// Writes the epoch of a record in RINEX 3 form, one fprintf a field.
 void write_epoch3(std::FILE* fp, const raw_t& raw, const rnx_t& opt);
+
+/// The same by compiled fmt into a buffer, and one fwrite.
+void write_epoch3_fmt(std::FILE* fp, const raw_t& raw, const rnx_t& opt);
 
 }   // namespace plain
 

@@ -1,43 +1,93 @@
-// RINEX 3 epoch, printed field by field.
+// RINEX 3 epoch, printed field by field: by formatted output, and by compiled fmt into a buffer that is written once.
+#include <fmt/compile.h>
+
+#include <algorithm>
 #include <cstring>
 
 #include "gnss_plain.h"
 
 namespace {
 
-void print_value(std::FILE* fp, double value)
+// Each field a call of fprintf.
+class with_fprintf {
+public:
+    explicit with_fprintf(std::FILE* to) : to_(to) {}
+    void epoch(int year, int month, int day, int hour, int minute, double second, int satellites)
+    {
+        std::fprintf(to_, "> %04d %02d %02d %02d %02d%11.7f  0%3d%21s\n", year, month, day, hour, minute, second,
+                     satellites, "");
+    }
+    void satellite(char system, int prn) { std::fprintf(to_, prn > 9 ? "%c%2d" : "%c0%d", system, prn); }
+    void value(double value) { std::fprintf(to_, "%14.3f", value); }
+    void loss_of_lock(int lli) { std::fprintf(to_, "%1.1d ", lli); }
+    void blanks(int n) { std::fprintf(to_, "%*s", n, ""); }
+    void end_of_line() { std::fprintf(to_, "\n"); }
+
+private:
+    std::FILE* to_;
+};
+
+// Formats that the compiler has read, and one call of fwrite an epoch.
+class with_fmt {
+public:
+    explicit with_fmt(std::FILE* to) : to_(to) {}
+    ~with_fmt() { std::fwrite(buffer_, 1, static_cast<std::size_t>(at_ - buffer_), to_); }
+    with_fmt(const with_fmt&) = delete;
+    with_fmt& operator=(const with_fmt&) = delete;
+    void epoch(int year, int month, int day, int hour, int minute, double second, int satellites)
+    {
+        at_ = fmt::format_to(at_, FMT_COMPILE("> {:04} {:02} {:02} {:02} {:02}{:11.7f}  0{:3}{:21}\n"), year, month,
+                             day, hour, minute, second, satellites, "");
+    }
+    void satellite(char system, int prn) { at_ = fmt::format_to(at_, FMT_COMPILE("{}{:02}"), system, prn); }
+    void value(double value) { at_ = fmt::format_to(at_, FMT_COMPILE("{:14.3f}"), value); }
+    void loss_of_lock(int lli) { at_ = fmt::format_to(at_, FMT_COMPILE("{} "), lli); }
+    void blanks(int n) { at_ = std::fill_n(at_, n, ' '); }
+    void end_of_line() { *at_++ = '\n'; }
+
+private:
+    std::FILE* to_;
+    char buffer_[64 * 1024];   // a full record of 80 satellites with five signals takes 26 KB
+    char* at_ = buffer_;
+};
+
+template <class Out>
+void print_value(Out& out, double value)
 {
     if (value != 0.0 && value > -1e9 && value < 1e9) {
-        std::fprintf(fp, "%14.3f", value);
+        out.value(value);
     } else {
-        std::fprintf(fp, "%14s", "");
+        out.blanks(14);
     }
 }
 
-void print_phase(std::FILE* fp, double phase, int lli)
+template <class Out>
+void print_phase(Out& out, double phase, int lli)
 {
-    print_value(fp, phase);
+    print_value(out, phase);
     if (phase >= 0.01 && phase < 1e9 && lli != 0) {
-        std::fprintf(fp, "%1.1d ", lli);
+        out.loss_of_lock(lli);
     } else {
-        std::fprintf(fp, "%2s", "");
+        out.blanks(2);
     }
 }
 
-void print_signal(std::FILE* fp, const obsd_t& obs, int slot)
+template <class Out>
+void print_signal(Out& out, const obsd_t& obs, int slot)
 {
-    print_value(fp, obs.P[slot]);
-    std::fprintf(fp, "%2s", "");
-    print_phase(fp, obs.L[slot], obs.LLI[slot]);
-    print_value(fp, obs.D[slot]);
-    std::fprintf(fp, "%2s", "");
-    print_value(fp, static_cast<int>(obs.SNR[slot] * 0.25));
-    std::fprintf(fp, "%2s", "");
+    print_value(out, obs.P[slot]);
+    out.blanks(2);
+    print_phase(out, obs.L[slot], obs.LLI[slot]);
+    print_value(out, obs.D[slot]);
+    out.blanks(2);
+    print_value(out, static_cast<int>(obs.SNR[slot] * 0.25));
+    out.blanks(2);
 }
 
-void print_blank_signal(std::FILE* fp)
+template <class Out>
+void print_blank_signal(Out& out)
 {
-    for (int i = 0; i < 4; ++i) std::fprintf(fp, "%14s%2s", "", "");
+    for (int i = 0; i < 4; ++i) out.blanks(16);
 }
 
 struct system_t {
@@ -67,22 +117,36 @@ system_t system_of(const raw_t& raw, const rnx_t& opt, int sys)
     }
 }
 
-void print_satellite(std::FILE* fp, const raw_t& raw, const rnx_t& opt, const obsd_t& obs)
+template <class Out>
+void print_satellite(Out& out, const raw_t& raw, const rnx_t& opt, const obsd_t& obs)
 {
     int prn = 0;
     const int sys = satsys(obs.sat, &prn);
     const system_t system = system_of(raw, opt, sys);
     if (!system.enabled) return;
     if (sys == SYS_SBS) prn += 19;
-    std::fprintf(fp, prn > 9 ? "%c%2d" : "%c0%d", system.letter, prn);
+    out.satellite(system.letter, prn);
     for (int slot = 0; slot < system.slots; ++slot) {
         const bool b2a = sys == SYS_BDS && prn > 16;
-        if (b2a && slot == 1) print_blank_signal(fp);
+        if (b2a && slot == 1) print_blank_signal(out);
         if (b2a && slot == 1 && opt.version != 304) continue;
-        if (sys == SYS_BDS && !b2a && opt.version == 304 && slot == 2) print_blank_signal(fp);
-        print_signal(fp, obs, slot);
+        if (sys == SYS_BDS && !b2a && opt.version == 304 && slot == 2) print_blank_signal(out);
+        print_signal(out, obs, slot);
     }
-    std::fprintf(fp, "\n");
+    out.end_of_line();
+}
+
+template <class Out>
+void write_epoch(std::FILE* fp, const raw_t& raw, const rnx_t& opt)
+{
+    int year, month, day, hour, minute;
+    double second;
+    GetCommonTime(raw.week, raw.tow, 0.0, &year, &month, &day, &hour, &minute, &second);
+    int count = 0;
+    for (int i = 0; i < raw.nobs; ++i) count += system_of(raw, opt, satsys(raw.obs[i].sat, nullptr)).enabled;
+    Out out(fp);
+    out.epoch(year, month, day, hour, minute, second, count);
+    for (int i = 0; i < raw.nobs; ++i) print_satellite(out, raw, opt, raw.obs[i]);
 }
 
 }   // namespace
@@ -92,13 +156,17 @@ std::size_t plain::observation(char* to, double value)
     return static_cast<std::size_t>(std::snprintf(to, 24, "%14.3f", value));
 }
 
+std::size_t plain::observation_fmt(char* to, double value)
+{
+    return static_cast<std::size_t>(fmt::format_to(to, FMT_COMPILE("{:14.3f}"), value) - to);
+}
+
 void plain::write_epoch3(std::FILE* fp, const raw_t& raw, const rnx_t& opt)
 {
-    int year, month, day, hour, minute;
-    double second;
-    GetCommonTime(raw.week, raw.tow, 0.0, &year, &month, &day, &hour, &minute, &second);
-    int count = 0;
-    for (int i = 0; i < raw.nobs; ++i) count += system_of(raw, opt, satsys(raw.obs[i].sat, nullptr)).enabled;
-    std::fprintf(fp, "> %04d %02d %02d %02d %02d%11.7f  0%3d%21s\n", year, month, day, hour, minute, second, count, "");
-    for (int i = 0; i < raw.nobs; ++i) print_satellite(fp, raw, opt, raw.obs[i]);
+    write_epoch<with_fprintf>(fp, raw, opt);
+}
+
+void plain::write_epoch3_fmt(std::FILE* fp, const raw_t& raw, const rnx_t& opt)
+{
+    write_epoch<with_fmt>(fp, raw, opt);
 }

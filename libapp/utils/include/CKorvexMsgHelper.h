@@ -12,8 +12,6 @@
 
 #include "rtk_utils_api.h"
 
-struct stretch_t;
-
 /// Parser of one stream and packer of frames. One object and one thread per stream; never throws, never logs.
 ///
 ///     while (read(port, piece, &size))
@@ -77,7 +75,6 @@ private:
     RTK_UTILS_LOCAL std::size_t findFrame() noexcept;
     RTK_UTILS_LOCAL std::size_t searchFrame() noexcept;
     RTK_UTILS_LOCAL bool becomesCostly(std::size_t covered) noexcept;
-    RTK_UTILS_LOCAL stretch_t held() const noexcept;
     struct state_t;
     RTK_UTILS_LOCAL state_t& state() const noexcept;
 

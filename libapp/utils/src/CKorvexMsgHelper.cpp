@@ -65,6 +65,8 @@ struct CKorvexMsgHelper::state_t {
 
     refused_frames_t& refused() { return *reinterpret_cast<refused_frames_t*>(this + 1); }
 
+    stretch_t stretch(const unsigned char* front, std::size_t held) const { return {front, position, position + held}; }
+
     void judge(std::uint64_t received, std::size_t added)
     {
         cost -= std::min(cost, received - judged);
@@ -143,15 +145,10 @@ bool CKorvexMsgHelper::relocate(std::size_t room, bool for_refused) noexcept
     return true;
 }
 
-stretch_t CKorvexMsgHelper::held() const noexcept
-{
-    return {front(), state().position, state().position + m_nDataLen};
-}
-
 void CKorvexMsgHelper::discardUsed() noexcept
 {
     if (m_nUsedLen == 0) return;
-    if (state().remembers) state().refused().leave(held(), state().position + m_nUsedLen);
+    if (state().remembers) state().refused().leave(state().stretch(front(), m_nDataLen), state().position + m_nUsedLen);
     state().position += m_nUsedLen;
     m_nDataLen -= m_nUsedLen;
     m_nFront = m_nDataLen == 0 ? 0 : m_nFront + m_nUsedLen;
@@ -203,7 +200,8 @@ std::uint64_t CKorvexMsgHelper::RejectedBytes() const noexcept
 // header-length byte says, but stands where a header of 16 bytes puts it.
 bool CKorvexMsgHelper::isFrame(std::size_t at) const noexcept
 {
-    if (state().remembers) return state().refused().agrees(held(), state().position + at, m_nBufSize);
+    if (state().remembers)
+        return state().refused().agrees(state().stretch(front(), m_nDataLen), state().position + at, m_nBufSize);
     const unsigned char* frame = front() + at;
     const std::size_t payload = wire::u16(frame + kPayloadLength);
     const std::size_t covered = frame[kHeaderLength] + payload;
@@ -214,7 +212,7 @@ bool CKorvexMsgHelper::isFrame(std::size_t at) const noexcept
 std::size_t CKorvexMsgHelper::findFrame() noexcept
 {
     if (m_pBuf == nullptr || !state().remembers) return searchFrame();
-    const std::uint64_t at = state().refused().revived(held(), m_nBufSize);
+    const std::uint64_t at = state().refused().revived(state().stretch(front(), m_nDataLen), m_nBufSize);
     if (at != refused_frames_t::kNone) return at - state().position;
     state().judge(state().position + m_nDataLen, 0);
     state().remembers = state().cost != 0 || state().refused().any();

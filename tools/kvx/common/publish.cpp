@@ -6,11 +6,11 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <compare>
 #include <cstdint>
 #include <filesystem>
 #include <functional>
 #include <set>
+#include <utility>
 
 #include "common/error.h"
 
@@ -18,12 +18,7 @@ namespace kvx {
 
 namespace {
 
-struct identity_t {
-    dev_t device;
-    ino_t inode;
-
-    auto operator<=>(const identity_t&) const = default;
-};
+using identity_t = std::pair<dev_t, ino_t>;
 
 std::set<identity_t> g_inputs;
 

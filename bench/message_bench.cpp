@@ -115,6 +115,18 @@ void BM_ParseGarbage(benchmark::State& state)
     run<Parser>(state, stream);
 }
 
+// Candidates as dense as they can be, each with a checksum of 43 KB.
+template <class Parser>
+void BM_ParseAttack(benchmark::State& state)
+{
+    static const std::string stream = [] {
+        std::string text;
+        for (int k = 0; k < 100000; ++k) text += "\xAA\x44\xCC";
+        return text;
+    }();
+    run<Parser>(state, stream);
+}
+
 using Plain = PlainMessageParser<bitwise_crc32>;
 using PlainFastSum = PlainMessageParser<library_crc32>;   // what the parser itself gains
 using Helper = CKorvexMsgHelper;
@@ -142,4 +154,6 @@ BENCHMARK(BM_Parse200To1000<Trusting>)->Name("parse_200_1000/trusting")->Arg(655
 BENCHMARK(BM_Parse200To1000<Helper>)->Name("parse_200_1000/library")->Arg(65536);
 BENCHMARK(BM_ParseGarbage<Plain>)->Name("parse_garbage/plain")->Arg(1024);
 BENCHMARK(BM_ParseGarbage<Helper>)->Name("parse_garbage/library")->Arg(1024);
+BENCHMARK(BM_ParseAttack<PlainFastSum>)->Name("parse_attack/plain_fast_sum")->Arg(65536)->Iterations(1);
+BENCHMARK(BM_ParseAttack<Helper>)->Name("parse_attack/library")->Arg(1)->Arg(256)->Arg(65536);
 BENCHMARK(BM_Pack)->Name("pack/library")->Arg(32)->Arg(1024);

@@ -32,7 +32,7 @@ add_test(NAME adapter_at_exit COMMAND adapter_at_exit ${CMAKE_CURRENT_BINARY_DIR
 set_tests_properties(adapter_at_exit PROPERTIES LABELS "device;threads" ENVIRONMENT VISION_PHG_LIB_NAME=$<TARGET_FILE:fake_vision>)
 
 rtk_add_test(dump_reader_test SOURCES unit/dump_reader_test.cpp
-             ${PROJECT_SOURCE_DIR}/tools/kvx/dump/dump_reader.cpp ${PROJECT_SOURCE_DIR}/tools/kvx/dump/dump_checksums.cpp LABELS device)
+             ${PROJECT_SOURCE_DIR}/tools/kvx/dump/dump_reader.cpp LABELS device)
 target_include_directories(dump_reader_test PRIVATE ${PROJECT_SOURCE_DIR}/tools/kvx)
 
 # The library against a second pair of platform libraries, by the build option alone.

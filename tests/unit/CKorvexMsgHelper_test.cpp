@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <random>
 #include <string>
 
 #include "fakes/failing_new.h"
@@ -87,6 +88,56 @@ TEST(KorvexMsgHelper, GarbageIsSearchedOnce)
     const std::string frame = packed(5, "found");
     EXPECT_TRUE(helper.Parse(bytes(frame), size(frame), id, &payload, n));
     EXPECT_EQ(5, id);
+}
+
+// Candidates wherever there can be one, and among them some that fit: their checksums reach behind them, where what
+// comes takes it away and back again. In every piece size they are what the plain form of the rules finds.
+TEST(KorvexMsgHelper, FalseFramesHideNothing)
+{
+    std::mt19937 random(1);
+    const auto below = [&](unsigned n) { return static_cast<unsigned>(random() % n); };
+    const auto add_checksum = [](std::string& text, std::size_t from) {
+        const unsigned crc = bitwise_crc32(bytes(text) + from, static_cast<int>(text.size() - from));
+        for (int k = 0; k < 4; ++k) text += static_cast<char>(crc >> 8 * k);
+    };
+    int found = 0;
+    for (int stream = 0; stream < 150; ++stream) {
+        std::string text(below(2) * below(6000), '\0');   // makes the capacity greater
+        const unsigned longest = stream % 50 == 0 ? 300 : 60;
+        for (const std::size_t end = text.size() + 8 * longest; text.size() < end;) {
+            const auto add_header = [&](unsigned length) {
+                text += "\xAA\x44\xCC";
+                for (const unsigned byte : {below(256), 0u, 0u, 0u, 0u, length & 0xFF, length >> 8})
+                    text += static_cast<char>(byte);
+            };
+            for (unsigned n = below(30); n > 0; --n) add_header(below(longest));
+            const std::size_t start = text.size();
+            const unsigned length = 4 + below(longest);
+            add_header(length);
+            text.append(2 + length, static_cast<char>(below(3)));
+            add_checksum(text, start);
+            text.append(4, '\0');   // the checksum of all that and any zeros
+            const std::size_t behind = text.size();
+            text.append(1 + below(20), 'x');
+            add_checksum(text, behind);
+        }
+        CKorvexMsgHelper helper;
+        PlainMessageParser<> plain;
+        const unsigned piece = stream % 3 == 0 ? 1 : 1 + below(2 * longest);
+        for (std::size_t at = 0; at < text.size(); at += piece) {
+            const std::string part = text.substr(at, piece);
+            for (unsigned len = size(part);; ++found, len = 0) {
+                unsigned short id = 0, plain_id = 0;
+                unsigned char *payload = nullptr, *plain_payload = nullptr;
+                unsigned n = 0, plain_n = 0;
+                const bool more = helper.Parse(bytes(part), len, id, &payload, n);
+                ASSERT_EQ(plain.Parse(bytes(part), len, plain_id, &plain_payload, plain_n), more);
+                if (!more) break;
+                ASSERT_EQ(std::string(plain_payload, plain_payload + plain_n), std::string(payload, payload + n));
+            }
+        }
+    }
+    EXPECT_GT(found, 100);
 }
 
 // Whichever allocation fails: what the object says it has taken in, and nothing else, is there.

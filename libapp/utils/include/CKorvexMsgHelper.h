@@ -70,9 +70,13 @@ private:
     unsigned char* front() const noexcept { return m_pBuf.get() + m_nFront; }
     RTK_UTILS_LOCAL void discardUsed() noexcept;
     RTK_UTILS_LOCAL bool append(const unsigned char* data, unsigned int len) noexcept;
-    RTK_UTILS_LOCAL bool relocate(std::size_t room) noexcept;
+    RTK_UTILS_LOCAL bool relocate(std::size_t room, bool for_refused) noexcept;
     RTK_UTILS_LOCAL bool isFrame(std::size_t at) const noexcept;
     RTK_UTILS_LOCAL std::size_t findFrame() noexcept;
+    RTK_UTILS_LOCAL std::size_t searchFrame() noexcept;
+    RTK_UTILS_LOCAL bool becomesCostly(std::size_t covered) noexcept;
+    struct state_t;
+    RTK_UTILS_LOCAL state_t& state() const noexcept;
 
     std::unique_ptr<unsigned char[]> m_pBuf;   // the bytes held start m_nFront bytes into it, zeros follow them
     unsigned int m_nBufSize = 0;               // capacity that the checksum of a frame may reach into

@@ -11,6 +11,7 @@
 
 #include "device_frame.h"
 #include "gnss/foundation/wire.h"
+#include "refused_frames.h"
 
 using namespace device_frame;
 
@@ -21,6 +22,9 @@ constexpr unsigned int kPolynomial = 0xEDB88320;   // of the checksum, reflected
 
 // The checksum of a frame may reach this far behind the bytes held, where it has to find zeros.
 constexpr std::size_t kZeros = kMaxHeaderLength;
+
+// Refused candidates may cost this many bytes more than are held before they are remembered.
+constexpr std::uint64_t kPatience = 4096;
 
 void put_u16(char* p, unsigned int value)
 {
@@ -42,7 +46,34 @@ unsigned int checksum(const unsigned char* data, std::size_t len) noexcept
     return CCommFunc::Crc32(data, static_cast<int>(len), kPolynomial);
 }
 
+// Where the state lies in a buffer with this much room: behind the zeros.
+std::size_t state_offset(std::size_t room) noexcept
+{
+    constexpr std::size_t kAlignment = alignof(std::max_align_t);
+    return (room + kZeros + kAlignment - 1) / kAlignment * kAlignment;
+}
+
 }   // namespace
+
+// What the parser knows of its stream; refused_frames_t lies behind it when there is room for one.
+struct CKorvexMsgHelper::state_t {
+    std::uint64_t position = 0;   // of the first byte held in the stream
+    std::uint64_t judged = 0;     // bytes that had come when the cost was told last
+    std::uint64_t cost = 0;       // bytes summed up for candidates that were refused, beyond those that came
+    bool has_room = false;        // for them
+    bool remembers = false;       // them
+
+    refused_frames_t& refused() { return *reinterpret_cast<refused_frames_t*>(this + 1); }
+
+    stretch_t stretch(const unsigned char* front, std::size_t held) const { return {front, position, position + held}; }
+
+    void judge(std::uint64_t received, std::size_t added)
+    {
+        cost -= std::min(cost, received - judged);
+        cost += added;
+        judged = received;
+    }
+};
 
 unsigned int CKorvexMsgHelper::Crc32(const unsigned char* data, int len) noexcept
 {
@@ -83,19 +114,31 @@ bool CKorvexMsgHelper::Pack(const unsigned char* data, unsigned int len, unsigne
 
 CKorvexMsgHelper::CKorvexMsgHelper() noexcept
 {
-    if (relocate(kFirstCapacity)) m_nBufSize = kFirstCapacity;
+    if (relocate(kFirstCapacity, false)) m_nBufSize = kFirstCapacity;
 }
 
 CKorvexMsgHelper::~CKorvexMsgHelper() = default;
 
-// Moves the bytes held to the front of a new buffer with so much room, or as much as there can be.
-bool CKorvexMsgHelper::relocate(std::size_t room) noexcept
+CKorvexMsgHelper::state_t& CKorvexMsgHelper::state() const noexcept
+{
+    return *reinterpret_cast<state_t*>(m_pBuf.get() + state_offset(m_nRoom));
+}
+
+// Moves the bytes held to the front of a new buffer with so much room, or as much as there can be, and the state there.
+bool CKorvexMsgHelper::relocate(std::size_t room, bool for_refused) noexcept
 {
     room = std::min<std::size_t>(room, UINT32_MAX);
-    std::unique_ptr<unsigned char[]> buffer(new (std::nothrow) unsigned char[room + kZeros]);
+    state_t moved;
+    if (m_pBuf != nullptr) moved = state();
+    const bool copies = moved.has_room;
+    moved.has_room |= for_refused;
+    const std::size_t states = sizeof(state_t) + (moved.has_room ? sizeof(refused_frames_t) : 0);
+    std::unique_ptr<unsigned char[]> buffer(new (std::nothrow) unsigned char[state_offset(room) + states]);
     if (buffer == nullptr) return false;
     if (m_nDataLen != 0) std::memcpy(buffer.get(), front(), m_nDataLen);
     std::memset(buffer.get() + m_nDataLen, 0, kZeros);
+    auto* const place = new (buffer.get() + state_offset(room)) state_t(moved);
+    if (copies) std::memcpy(static_cast<void*>(&place->refused()), &state().refused(), sizeof(refused_frames_t));
     m_pBuf = std::move(buffer);
     m_nFront = 0;
     m_nRoom = static_cast<unsigned int>(room);
@@ -105,9 +148,11 @@ bool CKorvexMsgHelper::relocate(std::size_t room) noexcept
 void CKorvexMsgHelper::discardUsed() noexcept
 {
     if (m_nUsedLen == 0) return;
+    if (state().remembers) state().refused().leave(state().stretch(front(), m_nDataLen), state().position + m_nUsedLen);
+    state().position += m_nUsedLen;
     m_nDataLen -= m_nUsedLen;
     m_nFront = m_nDataLen == 0 ? 0 : m_nFront + m_nUsedLen;
-    m_nScanned = 0;
+    m_nScanned -= std::min(m_nScanned, m_nUsedLen);
     m_nUsedLen = 0;
 }
 
@@ -119,6 +164,7 @@ bool CKorvexMsgHelper::append(const unsigned char* data, unsigned int len) noexc
     const std::size_t needed = std::size_t{m_nDataLen} + len;
     const bool own = !std::less<>{}(data, m_pBuf.get()) && std::less<>{}(data, m_pBuf.get() + m_nRoom);
 
+    bool moved = false;
     std::unique_ptr<unsigned char[]> source;   // bytes of this object, which may move
     if (own) {
         source.reset(new (std::nothrow) unsigned char[len]);
@@ -130,13 +176,15 @@ bool CKorvexMsgHelper::append(const unsigned char* data, unsigned int len) noexc
         if (needed <= m_nRoom && m_nFront >= m_nDataLen) {
             std::memcpy(m_pBuf.get(), front(), m_nDataLen);
             m_nFront = 0;
-        } else if (!relocate(2 * needed) && !relocate(needed)) {
+            moved = true;
+        } else if (!relocate(2 * needed, false) && !relocate(needed, false)) {
             return false;
         }
     }
     std::memcpy(front() + m_nDataLen, data, len);
+    const std::size_t zeros = m_nDataLen == 0 || moved ? 0 : kZeros - std::min<std::size_t>(kZeros, len);
     m_nDataLen += len;
-    std::memset(front() + m_nDataLen, 0, kZeros);
+    std::memset(front() + m_nDataLen + zeros, 0, kZeros - zeros);   // the first of them are there
     m_nBufSize = std::max(m_nBufSize, m_nDataLen);
     return true;
 }
@@ -152,18 +200,31 @@ std::uint64_t CKorvexMsgHelper::RejectedBytes() const noexcept
 // header-length byte says, but stands where a header of 16 bytes puts it.
 bool CKorvexMsgHelper::isFrame(std::size_t at) const noexcept
 {
+    if (state().remembers)
+        return state().refused().agrees(state().stretch(front(), m_nDataLen), state().position + at, m_nBufSize);
     const unsigned char* frame = front() + at;
     const std::size_t payload = wire::u16(frame + kPayloadLength);
     const std::size_t covered = frame[kHeaderLength] + payload;
     return at + covered <= m_nBufSize && checksum(frame, covered) == wire::u32(frame + kHeaderSize + payload);
 }
 
-// Position of the first frame with a right checksum, m_nDataLen if there is none. What was refused once is not looked
-// at again, unless its checksum reached beyond the bytes held: it may fit those that come.
+// Position of the first frame with a right checksum, m_nDataLen if there is none.
 std::size_t CKorvexMsgHelper::findFrame() noexcept
 {
+    if (m_pBuf == nullptr || !state().remembers) return searchFrame();
+    const std::uint64_t at = state().refused().revived(state().stretch(front(), m_nDataLen), m_nBufSize);
+    if (at != refused_frames_t::kNone) return at - state().position;
+    state().judge(state().position + m_nDataLen, 0);
+    state().remembers = state().cost != 0 || state().refused().any();
+    return searchFrame();
+}
+
+// What was refused once is not looked at again, unless its checksum reached beyond the bytes held: it may fit those
+// that come.
+std::size_t CKorvexMsgHelper::searchFrame() noexcept
+{
     std::size_t at = m_nScanned;
-    std::size_t open = SIZE_MAX;   // first candidate refused for the time being
+    std::size_t open = SIZE_MAX;   // first candidate refused for the time being, and not remembered
     for (; at + kHeaderSize < m_nDataLen; ++at) {
         const std::size_t end = m_nDataLen - kHeaderSize;
         const void* sync = std::memchr(front() + at, kSync[0], end - at);
@@ -175,10 +236,29 @@ std::size_t CKorvexMsgHelper::findFrame() noexcept
         const std::size_t payload = wire::u16(frame + kPayloadLength);
         if (at + payload + kOverhead > m_nDataLen) break;   // incomplete: what follows has to wait
         if (isFrame(at)) return at;
-        if (at + frame[kHeaderLength] + payload > m_nDataLen) open = std::min(open, at);
+        const std::size_t covered = frame[kHeaderLength] + payload;
+        if (at + covered > m_nDataLen && !state().remembers) open = std::min(open, at);
+        if (becomesCostly(covered)) {
+            m_nScanned = static_cast<unsigned int>(std::min(open, at));
+            return searchFrame();
+        }
     }
     m_nScanned = static_cast<unsigned int>(std::min(open, at));
     return m_nDataLen;
+}
+
+// A candidate was refused. Remembers them from now on when they have come to cost too much; without memory for that
+// results are the same, only late.
+bool CKorvexMsgHelper::becomesCostly(std::size_t covered) noexcept
+{
+    const std::uint64_t limit = m_nDataLen + kPatience;
+    state().judge(state().position + m_nDataLen, covered);
+    const bool costly = state().cost > limit;
+    if (costly) state().cost = limit;
+    if (!costly || state().remembers) return false;
+    if (!state().has_room && !relocate(m_nRoom, true)) return false;
+    state().refused().restart(state().position);
+    return state().remembers = true;
 }
 
 bool CKorvexMsgHelper::Parse(const unsigned char* data, unsigned int len, unsigned short& msgId,

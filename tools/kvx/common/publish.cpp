@@ -6,8 +6,11 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cstdint>
 #include <filesystem>
+#include <functional>
 #include <set>
+#include <utility>
 
 #include "common/error.h"
 
@@ -15,39 +18,44 @@ namespace kvx {
 
 namespace {
 
-struct identity_t {
-    dev_t device;
-    ino_t inode;
+using identity_t = std::pair<dev_t, ino_t>;
 
-    bool operator==(const identity_t&) const = default;
-};
-
-std::vector<identity_t> g_inputs;
+std::set<identity_t> g_inputs;
 
 bool is_input(const struct stat& status)
 {
-    return std::find(g_inputs.begin(), g_inputs.end(), identity_t{status.st_dev, status.st_ino}) != g_inputs.end();
+    return g_inputs.contains({status.st_dev, status.st_ino});
 }
 
-// The paths of the files that the run has made, each between NULs, in memory that forked processes share. While one
-// of them holds the object the others wait.
+// The paths of the files that the run has made, in memory that forked processes share: a table of the first entry with
+// each hash, and entries that each tell the next one, so that a run of many logs searches none but these. While one
+// process holds the object the others wait.
 class made_files_t {
 public:
-    made_files_t()
+    bool contain(const std::string& path) const
     {
-        struct stat status {};
-        if (::fstat(memory(), &status) != 0) throw failure();
-        text_.resize(static_cast<std::size_t>(status.st_size));
-        if (::pread(memory(), text_.data(), text_.size(), 0) != status.st_size) throw failure();
+        const std::string name = full_name(path);
+        entry_t entry{};
+        for (std::uint64_t at = first_with(name); at != 0; at = entry.next) {
+            read(&entry, sizeof entry, at);
+            if (entry.size != name.size()) continue;
+            std::string other(name.size(), '\0');
+            read(other.data(), other.size(), at + sizeof entry);
+            if (other == name) return true;
+        }
+        return false;
     }
-    bool contain(const std::string& path) const { return text_.find(entry(path)) != std::string::npos; }
 
     void add(const std::string& path)
     {
-        const std::string added = entry(path);
-        const auto n = static_cast<ssize_t>(added.size());
-        if (::pwrite(memory(), added.data(), added.size(), static_cast<off_t>(text_.size())) != n) throw failure();
-        text_ += added;
+        const std::string name = full_name(path);
+        struct stat status {};
+        if (::fstat(memory(), &status) != 0) throw failure();
+        const std::uint64_t at = std::max<std::uint64_t>(static_cast<std::uint64_t>(status.st_size), kTableSize);
+        const entry_t entry{first_with(name), name.size()};
+        write(&entry, sizeof entry, at);
+        write(name.data(), name.size(), at + sizeof entry);
+        write(&at, sizeof at, place_of(name));
     }
 
     static int memory()
@@ -59,10 +67,39 @@ public:
     static error_t failure() { return system_error("the names of this run's files", "keeping them in memory"); }
 
 private:
-    static std::string entry(const std::string& path)
+    struct entry_t {   // its name behind it
+        std::uint64_t next;
+        std::uint64_t size;
+    };
+    static constexpr std::uint64_t kPlaces = 16384;
+    static constexpr std::uint64_t kTableSize = kPlaces * sizeof(std::uint64_t);
+
+    static std::string full_name(const std::string& path)
     {
         const std::filesystem::path p(path);   // a folder may be spelled in many ways
-        return '\0' + (std::filesystem::canonical(p.parent_path()) / p.filename()).string() + '\0';
+        return (std::filesystem::canonical(p.parent_path()) / p.filename()).string();
+    }
+
+    static std::uint64_t place_of(const std::string& name)
+    {
+        return std::hash<std::string>{}(name) % kPlaces * sizeof(std::uint64_t);
+    }
+
+    static std::uint64_t first_with(const std::string& name)
+    {
+        std::uint64_t at = 0;
+        if (::pread(memory(), &at, sizeof at, static_cast<off_t>(place_of(name))) < 0) throw failure();
+        return at;   // 0 too where nothing has been written yet
+    }
+
+    static void read(void* to, std::size_t n, std::uint64_t at)
+    {
+        if (::pread(memory(), to, n, static_cast<off_t>(at)) != static_cast<ssize_t>(n)) throw failure();
+    }
+
+    static void write(const void* from, std::size_t n, std::uint64_t at)
+    {
+        if (::pwrite(memory(), from, n, static_cast<off_t>(at)) != static_cast<ssize_t>(n)) throw failure();
     }
 
     struct lock_t {
@@ -82,7 +119,6 @@ private:
     };
 
     lock_t lock_;
-    std::string text_;
 };
 
 class taken_t : public error_t {
@@ -178,7 +214,7 @@ void begin_run(const std::vector<std::string>& inputs)
     for (const std::string& path : inputs) {
         struct stat status {};
         const bool there = (path == "-" ? ::fstat(STDIN_FILENO, &status) : ::stat(path.c_str(), &status)) == 0;
-        if (there) g_inputs.push_back({status.st_dev, status.st_ino});
+        if (there) g_inputs.insert({status.st_dev, status.st_ino});
     }
 }
 

@@ -43,7 +43,9 @@ const char* dump_damage_text(dump_damage_t damage)
 
 dump_reader_t::dump_reader_t(Source source, std::size_t piece)
     : source_(std::move(source)), piece_(piece), window_(4 * piece)
-{}
+{
+    checksums_.restart(0);
+}
 
 // Holds at least n bytes, unless the file has fewer left.
 bool dump_reader_t::fill(std::size_t n)
@@ -53,7 +55,7 @@ bool dump_reader_t::fill(std::size_t n)
         std::memmove(window_.data(), front(), held());
         end_ = held();
         begin_ = 0;
-        checksums_.restart();
+        checksums_.restart(0);
         if (n + piece_ > window_.size()) window_.resize(n + piece_);   // n is bounded by the longest record
     }
     while (held() < n && !at_end_) {
@@ -109,9 +111,8 @@ dump_damage_t dump_reader_t::check_header(const LogKvx_tag& head)
 bool dump_reader_t::checksum_agrees(const LogKvx_tag& head)
 {
     const std::size_t payload = begin_ + kHeader;
-    if (head.length <= kShort)
-        return CPhgLog::Crc32(window_.data() + payload, static_cast<int>(head.length)) == head.crc;
-    return checksums_.of(window_.data(), payload, payload + head.length) == head.crc;
+    if (head.length <= kShort) return dump_checksum(window_.data() + payload, head.length) == head.crc;
+    return checksums_.of({window_.data(), 0, end_}, payload, payload + head.length) == head.crc;
 }
 
 bool dump_reader_t::next(dump_item_t& item)

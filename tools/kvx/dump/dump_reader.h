@@ -9,8 +9,8 @@
 #include <functional>
 #include <vector>
 
-#include "dump/dump_checksums.h"
 #include "dump/dump_types.h"
+#include "stretch_checksums.h"
 
 namespace kvx {
 
@@ -36,6 +36,12 @@ struct dump_item_t {
     const std::uint8_t* payload;   ///< until the next item is read
     std::uint32_t length;
 };
+
+/// CPhgLog::Crc32 of so many bytes.
+inline std::uint32_t dump_checksum(const std::uint8_t* bytes, std::size_t n)
+{
+    return CPhgLog::Crc32(bytes, static_cast<int>(n));
+}
 
 /// Reads a dump from its start to its end. Every byte is in exactly one item. Holds one record of the longest kind at
 /// most, and takes time in proportion to the file whatever it contains.
@@ -63,11 +69,12 @@ private:
     Source source_;
     std::size_t piece_;
     std::vector<std::uint8_t> window_;
-    std::size_t begin_ = 0, end_ = 0;   // of the bytes held in the window
-    std::uint64_t offset_ = 0;          // of begin_ in the file
-    std::size_t pending_ = 0;           // bytes of the item handed out last
-    bool at_end_ = false;               // of the source
-    stretch_checksums_t checksums_;
+    std::size_t begin_ = 0, end_ = 0;                            // of the bytes held in the window
+    std::uint64_t offset_ = 0;                                   // of begin_ in the file
+    std::size_t pending_ = 0;                                    // bytes of the item handed out last
+    bool at_end_ = false;                                        // of the source
+    stretch_checksums_t<dump_checksum, 1024, 2048> checksums_;   // positions are those in the window
+    static_assert(1024 * 2048 > kMaxDumpPayload + 1024);
 };
 
 }   // namespace kvx

@@ -4,7 +4,7 @@
 
 namespace rinex {
 
-inline constexpr int kValueWidth = 14, kFieldWidth = 16;   // F14.3; with loss-of-lock indicator and strength
+inline constexpr int kFieldWidth = 16;   // F14.3 with loss-of-lock indicator and strength
 
 /// Whether a value can have a place in F14.3; what is no number cannot.
 constexpr bool has_room(double value)

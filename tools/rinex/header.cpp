@@ -7,6 +7,7 @@ namespace rinex {
 namespace {
 
 constexpr std::size_t kContent = 60;
+constexpr std::size_t kLongestLine = 81;   // bytes, with LF
 
 // What a log says may be anything: headers are printable ASCII.
 bool is_printable(char c)
@@ -46,6 +47,22 @@ std::string version_line(int version, std::string_view kind, std::string_view sy
 std::string program_line(std::string_view program, std::string_view run_by, std::string_view date)
 {
     return header_line(in_columns({{program, 20}, {run_by, 20}, {date, 20}}), "PGM / RUN BY / DATE");
+}
+
+std::optional<std::string> header_of_size(const std::string& header, std::size_t size)
+{
+    if (header.size() > size) return std::nullopt;
+    const std::string comment = header_line("", "COMMENT");
+    std::size_t blanks = (size - header.size()) % kEmptyComment;
+    std::string comments;
+    for (std::size_t n = (size - header.size()) / kEmptyComment; n > 0; --n) {
+        const std::size_t more = std::min(blanks, kLongestLine - kEmptyComment);
+        blanks -= more;
+        comments.append(comment).insert(comments.size() - 1, more, ' ');
+    }
+    if (blanks > 0) return std::nullopt;
+    const std::size_t last_line = header.rfind('\n', header.size() - 2) + 1;
+    return std::string(header).insert(last_line, comments);
 }
 
 }   // namespace rinex

@@ -2,6 +2,7 @@
 #ifndef RINEX_HEADER_H
 #define RINEX_HEADER_H
 
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -19,6 +20,13 @@ std::string program_line(std::string_view program, std::string_view run_by, std:
 
 /// Texts in columns of these widths.
 std::string in_columns(std::initializer_list<std::pair<std::string_view, std::size_t>> texts);
+
+/// Bytes of a comment that says nothing.
+inline constexpr std::size_t kEmptyComment = 68;
+
+/// Brings a header to a size by empty comments in front of its last line, of which some have blanks behind their label.
+/// @return nothing when the header is longer, or so little shorter that comments do not come to the difference
+std::optional<std::string> header_of_size(const std::string& header, std::size_t size);
 
 }   // namespace rinex
 

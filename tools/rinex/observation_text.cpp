@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 
+#include "gnss/rinex/observation_number.h"
 #include "rinex/dates.h"
 #include "rinex/fields.h"
 
@@ -10,7 +11,7 @@ namespace rinex {
 
 namespace {
 
-constexpr int kRowOf2 = 5;           // values in a line of RINEX 2
+constexpr std::size_t kRowOf2 = 5;   // values in a line of RINEX 2
 constexpr int kSatellitesOf2 = 12;   // in an epoch line of RINEX 2
 constexpr std::size_t kMostColumns = kMostSignals * kKindCount * kConstellationCount;
 constexpr std::size_t kLongestRow = kMostSignals * kKindCount * (kFieldWidth + 1) + 8;
@@ -96,29 +97,32 @@ void observation_text_t::fill_row(epoch_t& epoch, int place)
     seen_.set(place);
 }
 
-// A line of values ends with the last one there is.
+// Values in columns of their own; a line ends with the last one there is.
+void observation_text_t::put_line(std::size_t begin, std::size_t end)
+{
+    char* const columns = out_.columns(static_cast<int>(end - begin) * kFieldWidth);
+    char* behind = columns;
+    for (std::size_t i = begin; i < end; ++i) {
+        const auto [value, digits] = row_[i];
+        if (value == 0.0) continue;
+        char* const field = columns + (i - begin) * kFieldWidth;
+        if (!put_observation(field, value)) {
+            text_buffer_t<kValueWidth> wide;
+            std::memcpy(field, wide.observation(value).view().data(), kValueWidth);
+        }
+        behind = field + kValueWidth;
+        if (digits != 0) *behind++ = static_cast<char>('0' + digits);
+    }
+    out_.cut(behind).put('\n');
+}
+
 void observation_text_t::put_row(satellite_t satellite)
 {
-    if (!rinex2_) out_.put(satellite.name());
-    int blanks = 0;
-    for (std::size_t i = 0; i < row_.size(); ++i) {
-        if (rinex2_ && i > 0 && i % kRowOf2 == 0) {
-            out_.put('\n');
-            blanks = 0;
-        }
-        const field_t& field = row_[i];
-        if (field.value == 0.0) {
-            blanks += kFieldWidth;
-            continue;
-        }
-        out_.blanks(blanks).observation(field.value);
-        blanks = kFieldWidth - kValueWidth;
-        if (field.digits != 0) {
-            out_.put(static_cast<char>('0' + field.digits));
-            --blanks;
-        }
+    if (!rinex2_) {
+        out_.put(satellite.name());
+        return put_line(0, row_.size());
     }
-    out_.put('\n');
+    for (std::size_t i = 0; i < row_.size(); i += kRowOf2) put_line(i, std::min(i + kRowOf2, row_.size()));
 }
 
 void observation_text_t::put_epoch_lines(const epoch_t& epoch)

@@ -37,6 +37,7 @@ private:
     void take_values(observation_t& o, const columns_t::kinds_t& columns, int place, int signal, std::int64_t time);
     bool is_other_source(int place, int column, int signal);
     void put_epoch_lines(const epoch_t& epoch);
+    void put_line(std::size_t begin, std::size_t end);
     void put_row(satellite_t satellite);
 
     bool rinex2_;

@@ -26,7 +26,8 @@ std::FILE* stream_of(int fd)
 
 }   // namespace
 
-output_file_t::output_file_t(const std::string& folder) : folder_(folder)
+output_file_t::output_file_t(const std::string& folder)
+    : folder_(folder), buffer_(std::make_unique_for_overwrite<char[]>(kStreamBuffer))
 {
     remove_left_overs_once(folder);
     lock_ = make_temporary(folder, path_);
@@ -41,7 +42,7 @@ output_file_t::output_file_t(const std::string& folder) : folder_(folder)
         errno = reason;
         throw system_error(path_, "opening");
     }
-    std::setvbuf(stream_, nullptr, _IOFBF, kStreamBuffer);
+    std::setvbuf(stream_, buffer_.get(), _IOFBF, kStreamBuffer);
 }
 
 output_file_t::~output_file_t()

@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <cstdio>
+#include <memory>
 #include <string>
 
 namespace kvx {
@@ -40,7 +41,8 @@ public:
 
 private:
     std::string folder_, path_;
-    int lock_ = -1;   // a descriptor of its own: the file is locked until it has its name
+    int lock_ = -1;                    // a descriptor of its own: the file is locked until it has its name
+    std::unique_ptr<char[]> buffer_;   // the stream's; with one of its own it would not take the size
     std::FILE* stream_ = nullptr;
 };
 

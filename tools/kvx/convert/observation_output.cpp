@@ -6,41 +6,36 @@
 
 #include "common/error.h"
 #include "rinex/dates.h"
+#include "rinex/header.h"
 #include "rinex/relay.h"
 
 namespace kvx {
 
 namespace {
 
-constexpr std::size_t kBuffer = 1 << 18;        // bytes
 constexpr std::size_t kMostWaiting = 1 << 14;   // events kept until the next epoch
+
+// Lines kept free in the header for what later epochs bring: signals, satellites of GLONASS, a system more.
+constexpr std::size_t kFreeLines = 20;
+
+// What is smaller is copied in a moment, and its header needs no comments.
+constexpr std::uint64_t kWorthPatching = 1 << 20;   // bytes
 
 }   // namespace
 
 observation_output_t::observation_output_t(const convert_options_t& options, const rinex::station_t& station,
                                            const rinex::channels_t& channels, rinex::ledger_t& ledger)
     : options_(options), station_(station), channels_(channels), text_(options.version(), options.names, ledger)
-{
-    buffer_.reserve(2 * kBuffer);
-}
+{}
 
 void observation_output_t::write(std::string_view text)
 {
-    buffer_ += text;
-    if (buffer_.size() >= kBuffer) flush();
-}
-
-void observation_output_t::flush()
-{
-    (void)std::fwrite(buffer_.data(), 1, buffer_.size(), file_->stream());   // the stream keeps its error
-    buffer_.clear();
+    size_ += std::fwrite(text.data(), 1, text.size(), file_->stream());   // the stream keeps its error
 }
 
 void observation_output_t::bring_to_disk()
 {
-    if (file_ == nullptr) return;
-    flush();
-    file_->check("the observations");
+    if (file_ != nullptr) file_->check("the observations");
 }
 
 void observation_output_t::write_events(std::int64_t until)
@@ -75,8 +70,8 @@ void observation_output_t::add(rinex::epoch_t& epoch)
         session_.first = session_.last;
         file_ = std::make_unique<output_file_t>(options_.folder);
         const std::string first_header = header();
-        header_size_ = first_header.size();
-        write(first_header);
+        header_size_ = first_header.size() + kFreeLines * rinex::kEmptyComment;
+        write(*rinex::header_of_size(first_header, header_size_));
     }
     write_events(session_.last);
     write(text);
@@ -116,13 +111,13 @@ coverage_t observation_output_t::coverage() const
 finished_file_t observation_output_t::finish(const std::string& name)
 {
     write_events(std::numeric_limits<std::int64_t>::max());
-    flush();
     file_->check(name);
     session_.interval = coverage().interval;
     const std::string last_header = header();
-    if (last_header.size() == header_size_ && text_.columns().settled()) {
+    const auto padded = rinex::header_of_size(last_header, header_size_);
+    if (padded && size_ >= kWorthPatching && text_.columns().settled()) {
         file_->seek(0);
-        std::fwrite(last_header.data(), 1, last_header.size(), file_->stream());
+        std::fwrite(padded->data(), 1, padded->size(), file_->stream());
     } else {
         file_ = rewritten(last_header);
     }

@@ -42,7 +42,9 @@ public:
     coverage_t coverage() const;
     observation_counts_t counts() const { return {epochs_.epochs, events_written_, events_lost_, 0}; }
 
-    /// Writes what is left and puts the header right.
+    /// Writes what is left and completes the header in its place. The file is copied when it is small, when the header
+    /// has outgrown its room, and when columns are not where they belong: one was never used, or a signal came late
+    /// that stands in front of another of its system; in RINEX 2 mostly.
     finished_file_t finish(const std::string& name);
 
 private:
@@ -52,7 +54,6 @@ private:
     };
     void write(std::string_view text);
     void write_events(std::int64_t until);
-    void flush();
     std::string header() const;
     std::unique_ptr<output_file_t> rewritten(const std::string& header);
 
@@ -61,8 +62,8 @@ private:
     const rinex::channels_t& channels_;
     rinex::observation_text_t text_;
     std::unique_ptr<output_file_t> file_;
-    std::size_t header_size_ = 0;
-    std::string buffer_;
+    std::size_t header_size_ = 0;    // with the lines kept free
+    std::uint64_t size_ = 0;         // bytes written
     std::deque<waiting_t> events_;   // in order of time
     std::uint64_t events_written_ = 0, events_lost_ = 0;
     epoch_count_t epochs_;

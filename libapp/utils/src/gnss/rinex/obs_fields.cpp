@@ -1,13 +1,18 @@
 #include "gnss/rinex/obs_fields.h"
 
+#include <optional>
+
 #include "gnss/foundation/numbers.h"
 #include "gnss/foundation/satellites.h"
+#include "gnss/rinex/observation_number.h"
 #include "gnss/rinex/options.h"
 #include "gnss/rinex/version.h"
 
 namespace rinex {
 
 namespace {
+
+enum field_t : int { kPseudorangeField, kPhaseField, kDopplerField };   // the strength follows
 
 constexpr double kSmallestFlaggedPhase = 0.01;   // cycles
 
@@ -38,20 +43,38 @@ bool is_valid(T value)
     return value != T(0) && value > T(-1e9) && value < T(1e9);
 }
 
-void put_value(text_t& out, double value, bool valid)
+// Digit behind a phase; blank: nothing to tell.
+char lock_digit(double phase, int lli)
 {
-    valid ? out.observation(value) : out.blanks(14);
+    return phase >= kSmallestFlaggedPhase && lli != 0 ? static_cast<char>('0' + (lli < 9 ? lli : 9)) : ' ';
 }
 
-void put_phase(text_t& out, double phase, int lli)
+// The number of a field that is not blank.
+std::optional<double> field_value(const obsd_t& obs, int slot, int i)
 {
-    const bool valid = is_valid(phase);
-    put_value(out, phase, valid);
-    if (valid && phase >= kSmallestFlaggedPhase && lli != 0) {
-        out.put(static_cast<char>('0' + (lli < 9 ? lli : 9))).put(' ');
-    } else {
-        out.blanks(2);
+    const auto valid = [](auto value) { return is_valid(value) ? std::optional<double>(value) : std::nullopt; };
+    switch (i) {
+        case kPseudorangeField:
+            return valid(obs.P[slot]);
+        case kPhaseField:
+            return valid(obs.L[slot]);
+        case kDopplerField:
+            return valid(obs.D[slot]);
+        default:
+            return valid(static_cast<double>(int_part(obs.SNR[slot] * 0.25)));
     }
+}
+
+// A signal none of whose values is wider than its columns, which are blank.
+bool put_in_columns(char* columns, const obsd_t& obs, int slot)
+{
+    for (int i = 0; i < kSignalFields; ++i, columns += kFieldWidth) {
+        const auto value = field_value(obs, slot, i);
+        if (!value) continue;
+        if (!put_observation(columns, *value)) return false;
+        if (i == kPhaseField) columns[kValueWidth] = lock_digit(*value, obs.LLI[slot]);
+    }
+    return true;
 }
 
 }   // namespace
@@ -75,26 +98,17 @@ int satellite_count(const raw_t& raw, const rnx_t& opt, system_in_file_t (*in_fi
 
 void put_signal_field(text_t& out, const obsd_t& obs, int slot, int i)
 {
-    switch (i) {
-        case 0:
-            put_value(out, obs.P[slot], is_valid(obs.P[slot]));
-            break;
-        case 1:
-            put_phase(out, obs.L[slot], obs.LLI[slot]);
-            return;
-        case 2:
-            put_value(out, obs.D[slot], is_valid(obs.D[slot]));
-            break;
-        default: {
-            const int dbhz = int_part(obs.SNR[slot] * 0.25);
-            put_value(out, dbhz, is_valid<double>(dbhz));
-        }
-    }
-    out.blanks(2);
+    const auto value = field_value(obs, slot, i);
+    value ? out.observation(*value) : out.blanks(kValueWidth);
+    out.put(value && i == kPhaseField ? lock_digit(*value, obs.LLI[slot]) : ' ').put(' ');
 }
 
 void put_signal(text_t& out, const obsd_t& obs, int slot)
 {
+    if (char* const columns = out.columns(kSignalFields * kFieldWidth)) {
+        if (put_in_columns(columns, obs, slot)) return;
+        out.cut(columns);
+    }
     for (int i = 0; i < kSignalFields; ++i) put_signal_field(out, obs, slot, i);
 }
 

@@ -5,6 +5,7 @@
 #include <cmath>
 
 #include "gnss/rinex/digits.h"
+#include "gnss/rinex/observation_number.h"
 
 namespace rinex {
 
@@ -14,20 +15,6 @@ bool is_control(char c)
 {
     const auto byte = static_cast<unsigned char>(c);
     return byte < 0x20 || byte == 0x7F;
-}
-
-// |value| * 1000 as an integer, rounded as printf rounds: exactly, ties to even.
-std::uint64_t thousandths(double magnitude)
-{
-    const double product = magnitude * 1000.0;
-    double n = nearest_whole(product);
-    const double d = product - n;
-    if (std::fabs(d) == 0.5) {   // the product itself was rounded: its residual decides
-        const double r = std::fma(magnitude, 1000.0, -product);
-        if (d > 0.0 && r > 0.0) n += 1.0;
-        if (d < 0.0 && r < 0.0) n -= 1.0;
-    }
-    return static_cast<std::uint64_t>(n);
 }
 
 // Decimal digits of n, written backwards from end; returns their start.
@@ -121,19 +108,30 @@ text_t& text_t::header_integer(long long value, int width)
     return integer(0, width);
 }
 
+char* text_t::columns(int n)
+{
+    char* const begin = at_;
+    return blanks(n).at_ - begin == n ? begin : nullptr;
+}
+
 text_t& text_t::observation(double value)
 {
-    constexpr int kWidth = 14;
+    if (end_ - at_ >= kValueWidth) {
+        std::memset(at_, ' ', kValueWidth);
+        if (put_observation(at_, value)) {
+            at_ += kValueWidth;
+            return *this;
+        }
+    }
     char field[24];
     char* const end = field + sizeof field;
     std::memset(field, ' ', sizeof field);
-
     const std::uint64_t n = thousandths(std::fabs(value));
     char* at = put_digits(n % 1000 + 1000, end);   // the leading 1 keeps the zeros and makes room for the point
     *at = '.';
     at = put_digits(n / 1000, at);
     if (std::signbit(value)) *--at = '-';
-    at = std::min(at, end - kWidth);
+    at = std::min(at, end - kValueWidth);
     return put({at, static_cast<std::size_t>(end - at)});
 }
 

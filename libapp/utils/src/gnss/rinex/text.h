@@ -19,7 +19,11 @@ public:
     text_t(char* buffer, std::size_t size) : begin_(buffer), at_(buffer), end_(buffer + size) {}
 
     text_t& put(std::string_view s);   ///< as it stands
-    text_t& put(char c) { return put(std::string_view(&c, 1)); }
+    text_t& put(char c)
+    {
+        if (at_ != end_) *at_++ = c;
+        return *this;
+    }
     text_t& blanks(int n);
 
     /// "%-W.Ws" of a text from outside: control characters become blanks.
@@ -43,6 +47,17 @@ public:
 
     /// "%14.3f" of a value below 1e9 in magnitude, the field of observation records.
     text_t& observation(double value);
+
+    /// Appends n blanks to be printed into.
+    /// @return their place; nullptr when not all of them fit
+    char* columns(int n);
+
+    /// Takes off what follows a place in the text.
+    text_t& cut(char* end)
+    {
+        at_ = end;
+        return *this;
+    }
 
     std::string_view view() const { return {begin_, static_cast<std::size_t>(at_ - begin_)}; }
     std::size_t size() const { return static_cast<std::size_t>(at_ - begin_); }

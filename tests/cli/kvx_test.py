@@ -143,6 +143,27 @@ class Convert(Scratch):
                 if options[:1] == ("--name",):
                     self.assertEqual(["X_2_MO.rnx", "X_MO.rnx"], sorted(files))
 
+    def test_headers_are_completed_in_their_place_or_copied(self):
+        def comments(*systems):
+            hours = [self.dir / f"{n}.log" for n in range(len(systems))]
+            for n, (log, letters) in enumerate(zip(hours, systems)):
+                kvx("simulate", "-o", log, "--force", "--duration", 300, "--every-signal", "--systems", letters,
+                    "--start", f"2024-03-10 1{n}:00:00")
+            log = self.dir / "joined.log"
+            log.write_bytes(b"".join(hour.read_bytes() for hour in hours))
+            self.assertEqual(kvx("convert", log, "-o", self.out, "--force", "--verify").returncode, DONE)
+            file = self.observations(self.out)
+            self.assertEqual(kvx("check", "--strict", file).returncode, DONE)
+            header, _, epochs = file.read_bytes().partition(b"END OF HEADER\n")
+            self.assertGreater(len(epochs), 1 << 20)
+            file.unlink()
+            return header.count(b" COMMENT")
+
+        kept, used, outgrown = comments("GRECJS"), comments("GREC", "GRECJS"), comments("R", "GRECJS")
+        self.assertGreater(kept, used)
+        self.assertGreater(used, 0)
+        self.assertEqual(outgrown, 0, "lines of new systems did not fit")
+
     def test_what_has_no_number_or_no_clock_is_no_damage(self):
         every = self.dir / "every.log"
         kvx("simulate", "-o", every, "--every-signal", "--duration", 120)

@@ -9,6 +9,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <new>
 #include <thread>
 
 #include "common/error.h"
@@ -72,7 +73,7 @@ class bound_library_t {
 public:
     explicit bound_library_t(const std::string& library)
     {
-        if (!library.empty()) setenv("VISION_PHG_LIB_NAME", library.c_str(), 1);
+        if (!library.empty() && setenv("VISION_PHG_LIB_NAME", library.c_str(), 1) != 0) throw std::bad_alloc();
         const char* name = std::getenv("VISION_PHG_LIB_NAME");
         if (name == nullptr || *name == '\0')
             throw error_t("vision library", "none is named", "use --library or VISION_PHG_LIB_NAME");
@@ -139,7 +140,12 @@ int replay_dump(const std::string& path, const std::string& library, double rate
         path.c_str(), static_cast<unsigned long long>(taken), static_cast<unsigned long long>(refused),
         static_cast<unsigned long long>(unbound), static_cast<unsigned long long>(no_inputs),
         static_cast<unsigned long long>(totals.damage.bytes));
-    if (taken == 0 && refused + unbound > 0) throw error_t(path, "the library took none of the records", "replay");
+    if (taken == 0 && refused > 0) throw error_t(path, "the library took none of the records", "replay");
+    if (taken == 0 && unbound > 0) {   // the adapter tells no more than that
+        throw error_t(path,
+                      "no entry point took a record: the library lacks them, it threw, or the adapter is out of memory",
+                      "replay");
+    }
     return exit_code(totals);
 }
 

@@ -144,25 +144,31 @@ class Convert(Scratch):
                     self.assertEqual(["X_2_MO.rnx", "X_MO.rnx"], sorted(files))
 
     def test_headers_are_completed_in_their_place_or_copied(self):
-        def comments(*systems):
-            hours = [self.dir / f"{n}.log" for n in range(len(systems))]
-            for n, (log, letters) in enumerate(zip(hours, systems)):
-                kvx("simulate", "-o", log, "--force", "--duration", 300, "--every-signal", "--systems", letters,
+        def comments(source, *parts):
+            joined = self.dir / "joined.log"
+            joined.unlink(missing_ok=True)
+            for n, (letters, seconds) in enumerate(parts):
+                part = self.dir / f"{n}.log"
+                kvx("simulate", "-o", part, "--force", "--duration", seconds, "--every-signal", "--systems", letters,
                     "--start", f"2024-03-10 1{n}:00:00")
-            log = self.dir / "joined.log"
-            log.write_bytes(b"".join(hour.read_bytes() for hour in hours))
-            self.assertEqual(kvx("convert", log, "-o", self.out, "--force", "--verify").returncode, DONE)
+                joined.write_bytes((joined.read_bytes() if n else b"") + part.read_bytes())
+            run = kvx("convert", source or joined, "-o", self.out, "--force", stdin=None, input=joined.read_bytes())
+            self.assertEqual(DONE, run.returncode)
             file = self.observations(self.out)
-            self.assertEqual(kvx("check", "--strict", file).returncode, DONE)
-            header, _, epochs = file.read_bytes().partition(b"END OF HEADER\n")
+            self.assertEqual(DONE, kvx("check", "--strict", file).returncode)
+            self.assertEqual(DONE, kvx("verify", joined, file).returncode)
+            header, _, epochs = file.read_bytes().partition(b"END OF HEADER")
             self.assertGreater(len(epochs), 1 << 20)
             file.unlink()
             return header.count(b" COMMENT")
 
-        kept, used, outgrown = comments("GRECJS"), comments("GREC", "GRECJS"), comments("R", "GRECJS")
+        live = "-"   # what comes cannot be looked at before
+        kept, used = comments(live, ("GRECJS", 300)), comments(live, ("GREC", 300), ("GRECJS", 300))
         self.assertGreater(kept, used)
         self.assertGreater(used, 0)
-        self.assertEqual(outgrown, 0, "lines of new systems did not fit")
+        self.assertEqual(0, comments(live, ("R", 300), ("GRECJS", 300)), "lines of new systems do not fit")
+        self.assertIn(comments(None, ("R", 300), ("GRECJS", 300)), range(1, used), "all signals foreseen")
+        self.assertEqual(0, comments(None, ("GR", 600), ("GRECJS", 10)), "too short to be foreseen")
 
     def test_what_has_no_number_or_no_clock_is_no_damage(self):
         every = self.dir / "every.log"

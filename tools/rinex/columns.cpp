@@ -76,6 +76,13 @@ std::int16_t columns_t::place_of_name(std::size_t list, const std::string& name)
     return place;
 }
 
+void columns_t::begin_with(const columns_t& others)
+{
+    for (std::size_t list = 0; list < lists_.size(); ++list) {
+        for (const std::string& name : others.names(list)) place_of_name(list, name);
+    }
+}
+
 void columns_t::prepare(const epoch_t& epoch)
 {
     std::array<std::uint16_t, kConstellationCount> seen = known_;

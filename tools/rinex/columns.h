@@ -26,6 +26,10 @@ class columns_t {
 public:
     columns_t(int version, const signals_t& signals);
 
+    /// Begins with the columns that occurred in others, in their order. RINEX 2 has all from the beginning.
+    /// @param others  of the same version and signals
+    void begin_with(const columns_t& others);
+
     /// Columns of an epoch's signals are there from now on.
     void prepare(const epoch_t& epoch);
 

@@ -52,17 +52,17 @@ std::string program_line(std::string_view program, std::string_view run_by, std:
 std::optional<std::string> header_of_size(const std::string& header, std::size_t size)
 {
     if (header.size() > size) return std::nullopt;
-    const std::string comment = header_line("", "COMMENT");
-    std::size_t blanks = (size - header.size()) % kEmptyComment;
-    std::string comments;
-    for (std::size_t n = (size - header.size()) / kEmptyComment; n > 0; --n) {
-        const std::size_t more = std::min(blanks, kLongestLine - kEmptyComment);
-        blanks -= more;
-        comments.append(comment).insert(comments.size() - 1, more, ' ');
-    }
-    if (blanks > 0) return std::nullopt;
+    std::string padded = header;
     const std::size_t last_line = header.rfind('\n', header.size() - 2) + 1;
-    return std::string(header).insert(last_line, comments);
+    for (std::size_t n = (size - header.size()) / kEmptyComment; n > 0; --n)
+        padded.insert(last_line, header_line("", "COMMENT"));
+    for (std::size_t end = padded.size(); end > 0 && padded.size() < size;) {
+        const std::size_t begin = padded.rfind('\n', end - 2) + 1;
+        padded.insert(end - 1, std::min(size - padded.size(), kLongestLine - (end - begin)), ' ');
+        end = begin;
+    }
+    if (padded.size() < size) return std::nullopt;
+    return padded;
 }
 
 }   // namespace rinex

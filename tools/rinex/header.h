@@ -24,8 +24,8 @@ std::string in_columns(std::initializer_list<std::pair<std::string_view, std::si
 /// Bytes of a comment that says nothing.
 inline constexpr std::size_t kEmptyComment = 68;
 
-/// Brings a header to a size by empty comments in front of its last line, of which some have blanks behind their label.
-/// @return nothing when the header is longer, or so little shorter that comments do not come to the difference
+/// Brings a header to a size by empty comments in front of its last line, and blanks behind labels for less than one.
+/// @return nothing when the header is longer
 std::optional<std::string> header_of_size(const std::string& header, std::size_t size);
 
 }   // namespace rinex

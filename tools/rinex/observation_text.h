@@ -22,6 +22,9 @@ public:
     /// @param signals, ledger  must outlive it
     observation_text_t(int version, const signals_t& signals, ledger_t& ledger);
 
+    /// Before the first epoch: see columns_t.
+    void begin_with(const columns_t& columns) { columns_.begin_with(columns); }
+
     /// Looks at an epoch that may not be written: phases are followed through all of them.
     void follow(const epoch_t& epoch) { locks_.follow(epoch); }
 

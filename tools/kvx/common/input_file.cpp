@@ -86,6 +86,14 @@ std::size_t input_file_t::read(std::uint8_t* to, std::size_t n)
     return done;
 }
 
+std::size_t input_file_t::read_at(std::uint64_t offset, std::uint8_t* to, std::size_t n)
+{
+    if (live_) return 0;
+    if (!begun_) begin();
+    const ssize_t got = gzip_ ? 0 : ::pread(fd_, to, n, static_cast<off_t>(offset));
+    return got > 0 ? static_cast<std::size_t>(got) : 0;
+}
+
 const std::string& input_file_t::damage() const
 {
     // That the signal cut off compressed data is no fault of theirs.

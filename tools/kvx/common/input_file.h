@@ -31,6 +31,10 @@ public:
     /// The same, but what is there is given without waiting for more: at least one byte, 0 at the end of the data.
     std::size_t read_some(std::uint8_t* to, std::size_t n);
 
+    /// Up to n bytes from a place of a plain file, wherever reading is; 0 behind its end, and of what is no plain file.
+    /// @throws error_t when not even the first byte can be read
+    std::size_t read_at(std::uint64_t offset, std::uint8_t* to, std::size_t n);
+
     /// Why not all could be read; empty when nothing failed.
     const std::string& damage() const;
 

@@ -9,14 +9,15 @@
 #include "common/progress.h"
 #include "common/text_format.h"
 #include "convert/file_names.h"
+#include "convert/foresight.h"
 #include "convert/navigation_output.h"
 #include "convert/observation_output.h"
 #include "convert/observation_series.h"
 #include "convert/position_list.h"
 #include "convert/selection.h"
-#include "gnss/log/frame.h"
 #include "host/host_conversion.h"
 #include "log/log_reader.h"
+#include "log/message_time.h"
 #include "rinex/dates.h"
 #include "rinex/ranges.h"
 #include "verify/verification.h"
@@ -24,8 +25,6 @@
 namespace kvx {
 
 namespace {
-
-constexpr std::int64_t kWeekMs = 604800000;
 
 class conversion_t {
 public:
@@ -35,13 +34,14 @@ public:
           frame_(std::make_unique<raw_t>()),
           reader_(source_, *frame_, false),
           selection_(options),
+          foreseen_(sampled_columns(source_, options_, selection_)),
           station_(options),
           ranges_(options.names, ledger_, [this](auto& epoch) { on_epoch(epoch); }),
           order_(std::make_unique<rinex::epoch_t>, [this](auto& epoch, order_t order) { on_judged(epoch, order); }),
           files_(
               {[this] {
                    return std::make_unique<observation_output_t>(options_, station_.facts(), ranges_.channels(),
-                                                                 ledger_);
+                                                                 foreseen_, ledger_);
                },
                [this](const coverage_t& c, int number) { return names_of_files(options_, c, number).observations(); },
                [](observation_output_t& file, const std::string& name) { return file.finish(name); }}),
@@ -91,14 +91,12 @@ private:
     {
         const int id = frame.id;
         const korvex::header_t header = korvex::read_header(frame_->buff);
-        const bool range = id == MSG_RANGE || id == MSG_RANGE_COMPRESSED;
-        if (header.time_status == korvex::kTimeUnknown || header.week == korvex::kWeekUnknown) return DECODE_NOTHING;
-        if (header.format != korvex::kBinary || (header.week == 0 && range)) return DECODE_NOTHING;
-        const std::int64_t time = header.week * kWeekMs + header.ms;
+        const auto time = time_of(header);
+        if (!time) return DECODE_NOTHING;
         const std::uint8_t* const body = frame_->buff + korvex::kHeaderSize;
-        if (range) return take_range(frame, time, body, header.body_size);
-        const int result = navigation_.take(id, time, body, header.body_size);
-        return result != DECODE_NOTHING ? result : take_station(id, time, body, header.body_size);
+        if (is_range(id)) return take_range(frame, *time, body, header.body_size);
+        const int result = navigation_.take(id, *time, body, header.body_size);
+        return result != DECODE_NOTHING ? result : take_station(id, *time, body, header.body_size);
     }
 
     int take_range(const frame_t& frame, std::int64_t time, const std::uint8_t* body, int size)
@@ -214,6 +212,7 @@ private:
     summary_t summary_;
     rinex::ledger_t ledger_;
     selection_t selection_;
+    std::optional<rinex::columns_t> foreseen_;
     station_messages_t station_;
     rinex::range_collector_t ranges_;
     epoch_order_t<std::unique_ptr<rinex::epoch_t>> order_;

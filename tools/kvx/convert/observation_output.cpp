@@ -15,8 +15,9 @@ namespace {
 
 constexpr std::size_t kMostWaiting = 1 << 14;   // events kept until the next epoch
 
-// Lines kept free in the header for what later epochs bring: signals, satellites of GLONASS, a system more.
-constexpr std::size_t kFreeLines = 20;
+// Lines kept free in the header for what later epochs bring: signals, where they are not foreseen; satellites of
+// GLONASS, leap seconds, the antenna.
+constexpr std::size_t kFreeLines = 20, kFreeLinesForeseen = 6;
 
 // What is smaller is copied in a moment, and its header needs no comments.
 constexpr std::uint64_t kWorthPatching = 1 << 20;   // bytes
@@ -24,9 +25,16 @@ constexpr std::uint64_t kWorthPatching = 1 << 20;   // bytes
 }   // namespace
 
 observation_output_t::observation_output_t(const convert_options_t& options, const rinex::station_t& station,
-                                           const rinex::channels_t& channels, rinex::ledger_t& ledger)
-    : options_(options), station_(station), channels_(channels), text_(options.version(), options.names, ledger)
-{}
+                                           const rinex::channels_t& channels,
+                                           const std::optional<rinex::columns_t>& foreseen, rinex::ledger_t& ledger)
+    : options_(options),
+      station_(station),
+      channels_(channels),
+      foreseen_(foreseen),
+      text_(options.version(), options.names, ledger)
+{
+    if (foreseen) text_.begin_with(*foreseen);
+}
 
 void observation_output_t::write(std::string_view text)
 {
@@ -69,18 +77,24 @@ void observation_output_t::add(rinex::epoch_t& epoch)
     if (file_ == nullptr) {
         session_.first = session_.last;
         file_ = std::make_unique<output_file_t>(options_.folder);
-        const std::string first_header = header();
-        header_size_ = first_header.size() + kFreeLines * rinex::kEmptyComment;
-        write(*rinex::header_of_size(first_header, header_size_));
+        write(first_header());
     }
     write_events(session_.last);
     write(text);
     epochs_.add(static_cast<double>(epoch.time) / 1000.0);
 }
 
-std::string observation_output_t::header() const
+std::string observation_output_t::header(const rinex::columns_t& columns) const
 {
-    return rinex::observation_header(options_.version(), station_, session_, text_.columns(), text_.seen(), channels_);
+    return rinex::observation_header(options_.version(), station_, session_, columns, text_.seen(), channels_);
+}
+
+// With room for the last one.
+std::string observation_output_t::first_header()
+{
+    const std::string now = header(foreseen_ ? *foreseen_ : text_.columns());
+    header_size_ = now.size() + (foreseen_ ? kFreeLinesForeseen : kFreeLines) * rinex::kEmptyComment;
+    return *rinex::header_of_size(now, header_size_);
 }
 
 void observation_output_t::hand_over_events(observation_output_t& next)
@@ -113,7 +127,7 @@ finished_file_t observation_output_t::finish(const std::string& name)
     write_events(std::numeric_limits<std::int64_t>::max());
     file_->check(name);
     session_.interval = coverage().interval;
-    const std::string last_header = header();
+    const std::string last_header = header(text_.columns());
     const auto padded = rinex::header_of_size(last_header, header_size_);
     if (padded && size_ >= kWorthPatching && text_.columns().settled()) {
         file_->seek(0);

@@ -4,6 +4,7 @@
 
 #include <deque>
 #include <memory>
+#include <optional>
 #include <string>
 
 #include "common/output_file.h"
@@ -18,9 +19,11 @@ namespace kvx {
 /// Appears with its first epoch; a file without any never does.
 class observation_output_t {
 public:
-    /// @param options, station, channels, ledger  must outlive it
+    /// @param options, station, channels, foreseen, ledger  must outlive it
+    /// @param foreseen  columns that it will have, as far as that is known
     observation_output_t(const convert_options_t& options, const rinex::station_t& station,
-                         const rinex::channels_t& channels, rinex::ledger_t& ledger);
+                         const rinex::channels_t& channels, const std::optional<rinex::columns_t>& foreseen,
+                         rinex::ledger_t& ledger);
 
     /// Looks at an epoch that is not written.
     void follow(const rinex::epoch_t& epoch) { text_.follow(epoch); }
@@ -43,8 +46,8 @@ public:
     observation_counts_t counts() const { return {epochs_.epochs, events_written_, events_lost_, 0}; }
 
     /// Writes what is left and completes the header in its place. The file is copied when it is small, when the header
-    /// has outgrown its room, and when columns are not where they belong: one was never used, or a signal came late
-    /// that stands in front of another of its system; in RINEX 2 mostly.
+    /// has outgrown its room, and when columns are not where they belong: one was never used, or a signal that was not
+    /// foreseen came late and stands in front of another of its system; in RINEX 2 mostly.
     finished_file_t finish(const std::string& name);
 
 private:
@@ -54,12 +57,14 @@ private:
     };
     void write(std::string_view text);
     void write_events(std::int64_t until);
-    std::string header() const;
+    std::string first_header();
+    std::string header(const rinex::columns_t& columns) const;
     std::unique_ptr<output_file_t> rewritten(const std::string& header);
 
     const convert_options_t& options_;
     const rinex::station_t& station_;
     const rinex::channels_t& channels_;
+    const std::optional<rinex::columns_t>& foreseen_;
     rinex::observation_text_t text_;
     std::unique_ptr<output_file_t> file_;
     std::size_t header_size_ = 0;    // with the lines kept free

@@ -5,13 +5,10 @@
 
 #include "common/error.h"
 #include "common/interrupt.h"
-#include "gnss/log/frame.h"
 
 namespace kvx {
 
 namespace {
-
-constexpr std::int64_t kWeekMs = 604800000;
 
 // A log without ranges stands behind the others.
 std::int64_t first_range(const std::string& log)
@@ -67,10 +64,10 @@ bool log_messages_t::next(message_t& message)
         progress_->at(source_->size_on_disk() > 0 ? source_->position_on_disk() : reader_->bytes());
         if (!frame.checksum_ok) continue;
         const korvex::header_t header = korvex::read_header(frame_->buff);
-        const bool timed = header.time_status != korvex::kTimeUnknown && header.week != korvex::kWeekUnknown;
-        message = {frame.id, header.week * kWeekMs + header.ms, frame_->buff + korvex::kHeaderSize, header.body_size};
-        // The boards send ranges of week 0 before they know the time.
-        if (timed && header.format == korvex::kBinary && !(header.week == 0 && message.is_range())) return true;
+        const auto sent = time_of(header);
+        if (!sent) continue;
+        message = {frame.id, *sent, frame_->buff + korvex::kHeaderSize, header.body_size};
+        return true;
     }
 }
 

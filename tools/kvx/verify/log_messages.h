@@ -9,6 +9,7 @@
 
 #include "common/progress.h"
 #include "log/log_reader.h"
+#include "log/message_time.h"
 
 namespace kvx {
 
@@ -18,7 +19,7 @@ struct message_t {
     const std::uint8_t* body;
     int size;   ///< bytes of the body
 
-    bool is_range() const { return id == MSG_RANGE || id == MSG_RANGE_COMPRESSED; }
+    bool is_range() const { return kvx::is_range(id); }
 };
 
 /// Where something stands in the logs.

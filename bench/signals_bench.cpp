@@ -68,12 +68,14 @@ void run(benchmark::State& state, bool plain)
     epochs_t epochs;
     rinex::observation_text_t text(305, epochs.signals, epochs.ledger);
     const std::unique_ptr<std::FILE, int (*)(std::FILE*)> out(std::fopen("/dev/null", "wb"), std::fclose);
+    std::vector<char> buffer(rinex::observation_text_t::kLongestEpoch);
     std::size_t bytes = 0;
     rinex::range_collector_t ranges(epochs.signals, epochs.ledger, [&](auto& epoch) {
         if (plain) return plain_epoch(*epoch, out.get());
         text.follow(*epoch);
-        const std::string_view view = text.epoch(*epoch);
-        bytes += std::fwrite(view.data(), 1, view.size(), out.get());
+        rinex::text_t to(buffer.data(), buffer.size());
+        text.epoch(*epoch, to);
+        bytes += std::fwrite(buffer.data(), 1, to.size(), out.get());
     });
     for (auto _ : state) epochs.next(ranges);
     benchmark::DoNotOptimize(bytes);

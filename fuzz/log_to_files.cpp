@@ -75,17 +75,17 @@ void check(const std::string& file)
 class observation_file_t {
 public:
     observation_file_t(int version, const rinex::signals_t& signals, rinex::ledger_t& ledger)
-        : version_(version), text_(version, signals, ledger)
+        : version_(version), text_(version, signals, ledger), buffer_(rinex::observation_text_t::kLongestEpoch)
     {}
 
     void add(rinex::epoch_t& epoch)
     {
         text_.follow(epoch);
-        const std::string_view text = text_.epoch(epoch);
-        if (text.empty()) return;
+        rinex::text_t out(buffer_.data(), buffer_.size());
+        if (!text_.epoch(epoch, out)) return;
         session_.last = epoch.time * rinex::kTicksPerMs;
         if (epochs_.empty()) session_.first = session_.last;
-        epochs_ += text;
+        epochs_ += out.view();
     }
 
     std::string whole(const rinex::channels_t& channels)
@@ -115,6 +115,7 @@ private:
 
     int version_;
     rinex::observation_text_t text_;
+    std::vector<char> buffer_;
     rinex::session_t session_;
     std::string epochs_;
 };

@@ -53,7 +53,7 @@ void columns_t::list_all()
         }
     }
     std::sort(lists_[0].begin(), lists_[0].end(),
-              [](const column_t& a, const column_t& b) { return rank_of(a.name) < rank_of(b.name); });
+              [](const std::string& a, const std::string& b) { return rank_of(a) < rank_of(b); });
     for (int c = 0; c < kConstellationCount; ++c) add_signals(c, 0xFFFF);
 }
 
@@ -70,9 +70,9 @@ std::int16_t columns_t::place_of_name(std::size_t list, const std::string& name)
 {
     if (name.empty()) return kNone;
     auto& columns = lists_[list];
-    const auto at = std::find_if(columns.begin(), columns.end(), [&](const column_t& c) { return c.name == name; });
+    const auto at = std::find(columns.begin(), columns.end(), name);
     const auto place = static_cast<std::int16_t>(at - columns.begin());
-    if (at == columns.end()) columns.push_back({name});
+    if (at == columns.end()) columns.push_back(name);
     return place;
 }
 
@@ -114,17 +114,17 @@ std::vector<std::size_t> columns_t::order(std::size_t list) const
     const auto& columns = lists_[list];
     std::vector<std::size_t> order;
     for (std::size_t i = 0; i < columns.size(); ++i) {
-        if (columns[i].used) order.push_back(i);
+        if ((used_[list] >> i & 1) != 0) order.push_back(i);
     }
     std::sort(order.begin(), order.end(),
-              [&](std::size_t a, std::size_t b) { return rank_of(columns[a].name) < rank_of(columns[b].name); });
+              [&](std::size_t a, std::size_t b) { return rank_of(columns[a]) < rank_of(columns[b]); });
     return order;
 }
 
 std::vector<std::string> columns_t::names(std::size_t list) const
 {
     std::vector<std::string> names;
-    for (const std::size_t i : order(list)) names.push_back(lists_[list][i].name);
+    for (const std::size_t i : order(list)) names.push_back(lists_[list][i]);
     return names;
 }
 

@@ -11,12 +11,6 @@
 
 namespace rinex {
 
-/// A value on its way into a file.
-struct field_t {
-    double value = 0.0;   // 0: blank
-    std::uint8_t digits = 0;
-};
-
 /// The columns of a file as far as it is written. A signal that occurs gets columns for all its kinds behind those that
 /// are there; by the end some may be left empty or stand out of order.
 ///
@@ -49,7 +43,9 @@ public:
     bool one_list() const { return one_list_; }
     std::size_t list_of(int constellation) const { return one_list_ ? 0 : static_cast<std::size_t>(constellation); }
     std::size_t size(int constellation) const { return lists_[list_of(constellation)].size(); }
-    void note(int constellation, std::size_t column) { lists_[list_of(constellation)][column].used = true; }
+
+    /// Tells that columns of a list occurred: bits.
+    void note(std::size_t list, std::uint64_t columns) { used_[list] |= columns; }
 
     /// Places so far of the columns that occurred, in the order of the published format, and their names.
     std::vector<std::size_t> order(std::size_t list) const;
@@ -57,10 +53,6 @@ public:
     bool settled() const;   ///< all are where they belong
 
 private:
-    struct column_t {
-        std::string name;
-        bool used = false;
-    };
     void prefer_pilots(int constellation);
     void list_all();
     void add_signals(int constellation, unsigned signals);
@@ -69,7 +61,8 @@ private:
 
     const signals_t& signals_;
     bool one_list_;
-    std::array<std::vector<column_t>, kConstellationCount> lists_;
+    std::array<std::vector<std::string>, kConstellationCount> lists_;   // names; no list has 64
+    std::array<std::uint64_t, kConstellationCount> used_{};
     std::array<std::array<kinds_t, kMostSignals>, kConstellationCount> places_{};
     std::array<std::uint16_t, kConstellationCount> known_{};   // bits of signals that have columns
     std::array<std::vector<int>, kConstellationCount> preference_;

@@ -20,8 +20,11 @@ void lock_tracker_t::follow(const epoch_t& epoch)
 // Full messages send lock times in single precision, and so the time to compare with is taken.
 bool lock_tracker_t::lost_since(const lock_t& lock, std::int64_t time, const observation_t& o)
 {
-    const double passed = static_cast<double>(time - lock.written) / 1000.0;
-    return !o.lock_time_full && o.lock_time < (o.compressed ? passed : static_cast<double>(static_cast<float>(passed)));
+    if (const std::int64_t ms = time - lock.written; ms != step_.ms) {
+        const double passed = static_cast<double>(ms) / 1000.0;
+        step_ = {ms, passed, static_cast<double>(static_cast<float>(passed))};
+    }
+    return !o.lock_time_full && o.lock_time < (o.compressed ? step_.seconds : step_.single);
 }
 
 void lock_tracker_t::mark(int place, int signal, std::int64_t time, observation_t& o)

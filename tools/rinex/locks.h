@@ -32,7 +32,7 @@ private:
         bool lost = false;                                                 // since the last phase written
         bool half_cycle = false;
     };
-    static bool lost_since(const lock_t& lock, std::int64_t time, const observation_t& o);
+    bool lost_since(const lock_t& lock, std::int64_t time, const observation_t& o);
 
     lock_t& at(int place, int signal)
     {
@@ -40,6 +40,10 @@ private:
     }
 
     std::vector<std::array<lock_t, kMostSignals>> locks_;
+    struct step_t {
+        std::int64_t ms = 0;
+        double seconds = 0.0, single = 0.0;   // as messages send it: in double and in single precision
+    } step_;                                  // between phases, mostly the same for all of them
 };
 
 }   // namespace rinex

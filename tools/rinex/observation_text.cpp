@@ -11,10 +11,10 @@ namespace rinex {
 
 namespace {
 
-constexpr std::size_t kRowOf2 = 5;   // values in a line of RINEX 2
-constexpr int kSatellitesOf2 = 12;   // in an epoch line of RINEX 2
-constexpr std::size_t kMostColumns = kMostSignals * kKindCount * kConstellationCount;
-constexpr std::size_t kLongestRow = kMostSignals * kKindCount * (kFieldWidth + 1) + 8;
+constexpr std::size_t kLineOf2 = 5 * kFieldWidth;   // values of a satellite in a line of RINEX 2
+constexpr int kSatellitesOf2 = 12;                  // in an epoch line of RINEX 2
+constexpr std::size_t kMostColumns = 64;            // of a list
+static_assert(kSatellites * (kMostColumns * (kFieldWidth + 1) + 8) + 4096 <= observation_text_t::kLongestEpoch);
 constexpr std::int8_t kNoSignal = -1;
 
 // A phase too large for its columns loses whole cycles; other values do not fit.
@@ -26,22 +26,15 @@ bool printable(const observation_t& o)
 }   // namespace
 
 observation_text_t::observation_text_t(int version, const signals_t& signals, ledger_t& ledger)
-    : rinex2_(version < 300),
-      ledger_(ledger),
-      columns_(version, signals),
-      sources_(rinex2_ ? kSatellites : 0),
-      buffer_(kSatellites * kLongestRow + 4096),
-      out_(buffer_.data(), buffer_.size())
-{
-    row_.reserve(kMostColumns);
-}
+    : rinex2_(version < 300), ledger_(ledger), columns_(version, signals), sources_(rinex2_ ? kSatellites : 0)
+{}
 
 void observation_text_t::drop_unprintable(epoch_t& epoch)
 {
     epoch.each([&](int place, int signal) {
         const observation_t& o = epoch.at(place, signal);
         const bool named = columns_.of(satellite_at(place).constellation, signal)[kPseudorange] >= 0;
-        ledger_.add_blanks(o.tracking_key, o.beyond_columns);
+        if (o.beyond_columns != 0) ledger_.add_blanks(o.tracking_key, o.beyond_columns);
         if (named && printable(o)) return;
         ledger_.add(o.tracking_key, named ? fate_t::no_value : fate_t::no_name);
         epoch.drop(place, signal);
@@ -51,7 +44,6 @@ void observation_text_t::drop_unprintable(epoch_t& epoch)
 // In RINEX 2 the phase of a column may come from another signal than before.
 bool observation_text_t::is_other_source(int place, int column, int signal)
 {
-    if (!rinex2_) return false;
     auto& sources = sources_[static_cast<std::size_t>(place)];
     const auto at = static_cast<std::size_t>(column);
     if (sources.size() <= at) sources.resize(at + 1, kNoSignal);
@@ -60,99 +52,90 @@ bool observation_text_t::is_other_source(int place, int column, int signal)
     return other;
 }
 
-void observation_text_t::take_values(observation_t& o, const columns_t::kinds_t& columns, int place, int signal,
-                                     std::int64_t time)
+// Straight into the columns of the satellite in hand. In RINEX 2 those of a band may be taken by another signal.
+void observation_text_t::put_values(observation_t& o, int place, int signal, std::int64_t time)
 {
-    const auto free = [&](int kind) {
-        const int column = columns[static_cast<std::size_t>(kind)];
-        return column >= 0 && row_[static_cast<std::size_t>(column)].value == 0.0;
-    };
-    if (!free(kPseudorange)) return ledger_.add(o.tracking_key, fate_t::no_name);
+    const int constellation = satellite_at(place).constellation;
+    const columns_t::kinds_t& columns = columns_.of(constellation, signal);
+    const auto field = [&](int kind) { return row_ + columns[static_cast<std::size_t>(kind)] * kFieldWidth; };
+    const auto free = [&](int kind) { return field(kind)[kValueWidth - 1] == ' '; };
+    bool has_band = true;
+    if (rinex2_) {
+        if (columns[kPseudorange] < 0 || !free(kPseudorange)) return ledger_.add(o.tracking_key, fate_t::no_name);
+        has_band = free(kPhase) && free(kDoppler) && free(kStrength);
+        if (!has_band && o.value[kPhase] != 0.0) ledger_.add_lost_phase(o.tracking_key);
+    }
     ledger_.add(o.tracking_key, fate_t::written);
-    const bool has_band = free(kPhase) && free(kDoppler) && free(kStrength);
-    if (!has_band && o.value[kPhase] != 0.0) ledger_.add_lost_phase(o.tracking_key);
     if (has_band && o.value[kPhase] != 0.0) {
         locks_.mark(place, signal, time, o);
-        if (is_other_source(place, columns[kPhase], signal)) o.digits |= kSlip;
+        if (rinex2_ && is_other_source(place, columns[kPhase], signal)) o.digits |= kSlip;
     }
+    std::uint64_t used = 0;
     for (int kind = 0; kind < (has_band ? kKindCount : 1); ++kind) {
         const double value = o.value[kind];
         if (!fits_columns(value)) continue;
-        row_[static_cast<std::size_t>(columns[static_cast<std::size_t>(kind)])] = {
-            value, kind == kPhase ? o.digits : std::uint8_t{0}};
+        char* const to = field(kind);
+        if (!put_observation(to, value)) text_t(to, kValueWidth).observation(value);
+        char* end = to + kValueWidth;
+        if (kind == kPhase && o.digits != 0) *end++ = static_cast<char>('0' + o.digits);
+        row_end_ = std::max(row_end_, end);
+        used |= std::uint64_t{1} << columns[static_cast<std::size_t>(kind)];
     }
+    columns_.note(columns_.list_of(constellation), used);
 }
 
-void observation_text_t::fill_row(epoch_t& epoch, int place)
+// Lines end with the last value in them.
+void observation_text_t::put_satellite(epoch_t& epoch, int place, text_t& out)
 {
     const satellite_t satellite = satellite_at(place);
-    row_.assign(columns_.size(satellite.constellation), field_t{});
-    for (const int signal : columns_.preference(satellite.constellation)) {
-        if ((epoch.signals[static_cast<std::size_t>(place)] >> signal & 1) == 0) continue;
-        take_values(epoch.at(place, signal), columns_.of(satellite.constellation, signal), place, signal, epoch.time);
+    const std::size_t size = columns_.size(satellite.constellation) * kFieldWidth;
+    if (rinex2_) {
+        rows_.assign(size, ' ');
+        row_ = rows_.data();
+    } else {
+        row_ = out.put(satellite.name()).columns(static_cast<int>(size));
     }
-    for (std::size_t i = 0; i < row_.size(); ++i) {
-        if (row_[i].value != 0.0) columns_.note(satellite.constellation, i);
+    row_end_ = row_;
+    for (const int signal : columns_.preference(satellite.constellation)) {
+        if ((epoch.signals[static_cast<std::size_t>(place)] >> signal & 1) != 0)
+            put_values(epoch.at(place, signal), place, signal, epoch.time);
     }
     seen_.set(place);
-}
-
-// Values in columns of their own; a line ends with the last one there is.
-void observation_text_t::put_line(std::size_t begin, std::size_t end)
-{
-    char* const columns = out_.columns(static_cast<int>(end - begin) * kFieldWidth);
-    char* behind = columns;
-    for (std::size_t i = begin; i < end; ++i) {
-        const auto [value, digits] = row_[i];
-        if (value == 0.0) continue;
-        char* const field = columns + (i - begin) * kFieldWidth;
-        if (!put_observation(field, value)) {
-            text_buffer_t<kValueWidth> wide;
-            std::memcpy(field, wide.observation(value).view().data(), kValueWidth);
-        }
-        behind = field + kValueWidth;
-        if (digits != 0) *behind++ = static_cast<char>('0' + digits);
-    }
-    out_.cut(behind).put('\n');
-}
-
-void observation_text_t::put_row(satellite_t satellite)
-{
     if (!rinex2_) {
-        out_.put(satellite.name());
-        return put_line(0, row_.size());
+        out.cut(row_end_).put('\n');
+        return;
     }
-    for (std::size_t i = 0; i < row_.size(); i += kRowOf2) put_line(i, std::min(i + kRowOf2, row_.size()));
+    for (std::string_view left(rows_.data(), size); !left.empty();
+         left.remove_prefix(std::min(kLineOf2, left.size()))) {
+        const std::string_view line = left.substr(0, kLineOf2);
+        out.put(line.substr(0, line.find_last_not_of(' ') + 1)).put('\n');
+    }
 }
 
-void observation_text_t::put_epoch_lines(const epoch_t& epoch)
+void observation_text_t::put_epoch_lines(const epoch_t& epoch, text_t& out) const
 {
-    if (!rinex2_) out_.put('>');
-    put_epoch_date(out_, calendar_of(epoch.time * kTicksPerMs), rinex2_);
-    out_.blanks(2).integer(kGoodEpoch, 1).integer(epoch.satellites.count(), 3);
+    if (!rinex2_) out.put('>');
+    put_epoch_date(out, calendar_of(epoch.time * kTicksPerMs), rinex2_);
+    out.blanks(2).integer(kGoodEpoch, 1).integer(epoch.satellites.count(), 3);
     if (rinex2_) {
         int n = 0;
         epoch.satellites.each([&](int place) {
-            if (n > 0 && n % kSatellitesOf2 == 0) out_.put('\n').blanks(32);
+            if (n > 0 && n % kSatellitesOf2 == 0) out.put('\n').blanks(32);
             ++n;
-            out_.put(satellite_at(place).name());
+            out.put(satellite_at(place).name());
         });
     }
-    out_.put('\n');
+    out.put('\n');
 }
 
-std::string_view observation_text_t::epoch(epoch_t& epoch)
+bool observation_text_t::epoch(epoch_t& epoch, text_t& out)
 {
     columns_.prepare(epoch);
     drop_unprintable(epoch);
-    if (epoch.satellites.none()) return {};
-    out_ = text_t(buffer_.data(), buffer_.size());
-    put_epoch_lines(epoch);
-    epoch.satellites.each([&](int place) {
-        fill_row(epoch, place);
-        put_row(satellite_at(place));
-    });
-    return out_.view();
+    if (epoch.satellites.none()) return false;
+    put_epoch_lines(epoch, out);
+    epoch.satellites.each([&](int place) { put_satellite(epoch, place, out); });
+    return true;
 }
 
 std::string event_text(int version, std::int64_t ticks, int flag, const std::vector<std::string>& lines)

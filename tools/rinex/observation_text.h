@@ -28,30 +28,33 @@ public:
     /// Looks at an epoch that may not be written: phases are followed through all of them.
     void follow(const epoch_t& epoch) { locks_.follow(epoch); }
 
-    /// Text of an epoch, valid until the next call; empty when no satellite has a value in it.
-    std::string_view epoch(epoch_t& epoch);
+    /// Bytes of an epoch at most.
+    static constexpr std::size_t kLongestEpoch = 1 << 18;
+
+    /// Appends an epoch.
+    /// @param out  has room for the longest one
+    /// @return false: no satellite has a value in it, and nothing was appended
+    bool epoch(epoch_t& epoch, text_t& out);
 
     const columns_t& columns() const { return columns_; }
     const places_t& seen() const { return seen_; }   ///< satellites written
 
 private:
     void drop_unprintable(epoch_t& epoch);
-    void fill_row(epoch_t& epoch, int place);
-    void take_values(observation_t& o, const columns_t::kinds_t& columns, int place, int signal, std::int64_t time);
     bool is_other_source(int place, int column, int signal);
-    void put_epoch_lines(const epoch_t& epoch);
-    void put_line(std::size_t begin, std::size_t end);
-    void put_row(satellite_t satellite);
+    void put_values(observation_t& o, int place, int signal, std::int64_t time);
+    void put_satellite(epoch_t& epoch, int place, text_t& out);
+    void put_epoch_lines(const epoch_t& epoch, text_t& out) const;
 
     bool rinex2_;
     ledger_t& ledger_;
     columns_t columns_;
     lock_tracker_t locks_;
     places_t seen_;
-    std::vector<field_t> row_;                        // of the satellite in hand
     std::vector<std::vector<std::int8_t>> sources_;   // RINEX 2: signal of each satellite's last phase, by column
-    std::vector<char> buffer_;
-    text_t out_;
+    std::vector<char> rows_;                          // RINEX 2: columns of a satellite, behind each other
+    char* row_ = nullptr;                             // columns of the satellite in hand
+    char* row_end_ = nullptr;                         // behind its last value
 };
 
 /// An event: its epoch line with a count, and header lines, which end in LF.

@@ -77,23 +77,22 @@ bool range_collector_t::add(std::int64_t time, const std::uint8_t* body, int siz
     return true;
 }
 
-// Whether an observation takes its place in the epoch.
-bool range_collector_t::has_place(int place, int signal, const observation_t& observation)
+// Where an observation is to stand in the epoch; null when one that counts for more is there.
+observation_t* range_collector_t::place_for(int place, int signal, std::uint8_t tracking_key, bool compressed)
 {
     auto& signals = epoch_->signals[static_cast<std::size_t>(place)];
+    observation_t& there = epoch_->at(place, signal);
     if ((signals >> signal & 1) == 0) {
         signals = static_cast<std::uint16_t>(signals | 1u << signal);
         epoch_->satellites.set(place);
-        return true;
+        return &there;
     }
-    const observation_t& there = epoch_->at(place, signal);
-    if (there.compressed && !observation.compressed) {
+    if (there.compressed && !compressed) {
         ledger_.add(there.tracking_key, fate_t::superseded);
-        return true;
+        return &there;
     }
-    ledger_.add(observation.tracking_key,
-                observation.compressed && !there.compressed ? fate_t::superseded : fate_t::repeated);
-    return false;
+    ledger_.add(tracking_key, compressed && !there.compressed ? fate_t::superseded : fate_t::repeated);
+    return nullptr;
 }
 
 void range_collector_t::add_record(const std::uint8_t* p, bool compressed)
@@ -110,11 +109,11 @@ void range_collector_t::add_record(const std::uint8_t* p, bool compressed)
     if (constellation == kGlonass && is_channel(r.channel))
         channels_[static_cast<std::size_t>(satellite.number)] = static_cast<std::int8_t>(r.channel);
 
-    observation_t o{};
+    observation_t* const there = place_for(place_of(satellite), signal, sent, compressed);
+    if (there == nullptr) return;
+    observation_t& o = *there = {};   // filled where it stays: a copy would wait for each of its fields
     o.tracking_key = sent;
     o.compressed = compressed;
-    const int place = place_of(satellite);
-    if (!has_place(place, signal, o)) return;
     tell(o, kPseudorange, r.pseudorange, has_room(r.pseudorange));
     if (track.phase_lock) {
         const std::string& code = signals_.codes(constellation)[static_cast<std::size_t>(signal)];
@@ -126,7 +125,6 @@ void range_collector_t::add_record(const std::uint8_t* p, bool compressed)
     o.lock_time = r.locktime;
     o.lock_time_full = compressed && r.locktime >= kFullLockTime;
     o.parity_known = track.parity_known;
-    epoch_->at(place, signal) = o;
 }
 
 void range_collector_t::flush()

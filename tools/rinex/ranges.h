@@ -45,7 +45,7 @@ private:
     bool belongs(std::int64_t time, bool compressed) const;
     void begin(std::int64_t time, std::uint64_t offset);
     void add_record(const std::uint8_t* p, bool compressed);
-    bool has_place(int place, int signal, const observation_t& observation);
+    observation_t* place_for(int place, int signal, std::uint8_t tracking_key, bool compressed);
 
     const signals_t& signals_;
     ledger_t& ledger_;

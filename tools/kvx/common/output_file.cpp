@@ -14,8 +14,6 @@ namespace kvx {
 
 namespace {
 
-constexpr std::size_t kStreamBuffer = 256 * 1024;
-
 std::FILE* stream_of(int fd)
 {
     const int own = ::fcntl(fd, F_DUPFD_CLOEXEC, 0);
@@ -26,8 +24,8 @@ std::FILE* stream_of(int fd)
 
 }   // namespace
 
-output_file_t::output_file_t(const std::string& folder)
-    : folder_(folder), buffer_(std::make_unique_for_overwrite<char[]>(kStreamBuffer))
+output_file_t::output_file_t(const std::string& folder, std::size_t buffer)
+    : folder_(folder), buffer_(std::make_unique_for_overwrite<char[]>(buffer))
 {
     remove_left_overs_once(folder);
     lock_ = make_temporary(folder, path_);
@@ -42,7 +40,7 @@ output_file_t::output_file_t(const std::string& folder)
         errno = reason;
         throw system_error(path_, "opening");
     }
-    std::setvbuf(stream_, buffer_.get(), _IOFBF, kStreamBuffer);
+    std::setvbuf(stream_, buffer_.get(), buffer == 0 ? _IONBF : _IOFBF, buffer);
 }
 
 output_file_t::~output_file_t()

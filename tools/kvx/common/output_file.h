@@ -12,9 +12,12 @@ namespace kvx {
 /// A file under a temporary name in its final folder. publish() gives it its name.
 class output_file_t {
 public:
+    static constexpr std::size_t kBuffer = 256 * 1024;
+
     /// Removes what killed runs have left in the folder, too.
+    /// @param buffer  of the stream (bytes); 0: what is written comes in blocks
     /// @throws error_t when the folder cannot be written
-    explicit output_file_t(const std::string& folder);
+    explicit output_file_t(const std::string& folder, std::size_t buffer = kBuffer);
     ~output_file_t();   ///< removes what was not published
     output_file_t(const output_file_t&) = delete;
     output_file_t& operator=(const output_file_t&) = delete;

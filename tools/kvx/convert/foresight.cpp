@@ -29,7 +29,8 @@ public:
           piece_(kPiece),
           selection_(selection),
           ranges_(options.names, ledger_, [this](auto& epoch) { on_epoch(*epoch); }),
-          text_(options.version(), options.names, ledger_)
+          text_(options.version(), options.names, ledger_),
+          epoch_text_(rinex::observation_text_t::kLongestEpoch)
     {}
 
     const rinex::columns_t& columns() const { return text_.columns(); }
@@ -74,7 +75,8 @@ private:
     {
         if (!selection_.in_window(epoch.time * rinex::kTicksPerMs)) return;
         selection_.apply(epoch, ledger_);
-        text_.epoch(epoch);
+        rinex::text_t out(epoch_text_.data(), epoch_text_.size());
+        text_.epoch(epoch, out);
     }
 
     input_file_t& log_;
@@ -84,6 +86,7 @@ private:
     rinex::ledger_t ledger_;   // of no concern
     rinex::range_collector_t ranges_;
     rinex::observation_text_t text_;
+    std::vector<char> epoch_text_;   // of no concern either
 };
 
 }   // namespace

@@ -11,8 +11,8 @@
 
 namespace kvx {
 
-/// Columns of what samples of a log hold, 128 of them at most. A file whose signals are known when it begins need not be
-/// copied when it ends; nothing else depends on them.
+/// Columns of what samples of a log hold, 128 of them at most. A file whose signals are known when it begins need not
+/// be copied when it ends; nothing else depends on them.
 ///
 /// @param options  must outlive the columns
 /// @return nothing for a log that is small, compressed, or comes in live

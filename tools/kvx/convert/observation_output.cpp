@@ -22,6 +22,10 @@ constexpr std::size_t kFreeLines = 20, kFreeLinesForeseen = 6;
 // What is smaller is copied in a moment, and its header needs no comments.
 constexpr std::uint64_t kWorthPatching = 1 << 20;   // bytes
 
+// Written at once, and the room for it, for an epoch behind events.
+constexpr std::size_t kBlock = 1 << 17;   // bytes
+constexpr std::size_t kBuffer = 2 * kBlock + rinex::observation_text_t::kLongestEpoch;
+
 }   // namespace
 
 observation_output_t::observation_output_t(const convert_options_t& options, const rinex::station_t& station,
@@ -31,19 +35,24 @@ observation_output_t::observation_output_t(const convert_options_t& options, con
       station_(station),
       channels_(channels),
       foreseen_(foreseen),
-      text_(options.version(), options.names, ledger)
+      text_(options.version(), options.names, ledger),
+      buffer_(std::make_unique_for_overwrite<char[]>(kBuffer)),
+      block_(buffer_.get(), kBuffer)
 {
     if (foreseen) text_.begin_with(*foreseen);
 }
 
-void observation_output_t::write(std::string_view text)
+void observation_output_t::write_block()
 {
-    size_ += std::fwrite(text.data(), 1, text.size(), file_->stream());   // the stream keeps its error
+    size_ += std::fwrite(buffer_.get(), 1, block_.size(), file_->stream());   // the stream keeps its error
+    block_.cut(buffer_.get());
 }
 
 void observation_output_t::bring_to_disk()
 {
-    if (file_ != nullptr) file_->check("the observations");
+    if (file_ == nullptr) return;
+    write_block();
+    file_->check("the observations");
 }
 
 void observation_output_t::write_events(std::int64_t until)
@@ -51,7 +60,8 @@ void observation_output_t::write_events(std::int64_t until)
     for (; !events_.empty(); events_.pop_front()) {
         const auto& [event, behind] = events_.front();
         if (event.ticks > until || (event.ticks == until && behind)) return;
-        write(rinex::event_text(options_.version(), event.ticks, event.flag, event.lines));
+        if (block_.size() >= kBlock) write_block();
+        block_.put(rinex::event_text(options_.version(), event.ticks, event.flag, event.lines));
         ++events_written_;
     }
 }
@@ -68,19 +78,28 @@ void observation_output_t::add(event_t event, bool behind)
     events_.insert(place, {std::move(event), behind});
 }
 
+void observation_output_t::begin_file()
+{
+    file_ = std::make_unique<output_file_t>(options_.folder, 0);
+    session_.first = session_.last;
+    const std::string header = first_header();
+    header_size_ = size_ = std::fwrite(header.data(), 1, header.size(), file_->stream());
+}
+
 void observation_output_t::add(rinex::epoch_t& epoch)
 {
     text_.follow(epoch);
-    const std::string_view text = text_.epoch(epoch);
-    if (text.empty()) return;
+    const std::size_t begin = block_.size();
+    if (!text_.epoch(epoch, block_)) return;
     session_.last = epoch.time * rinex::kTicksPerMs;
-    if (file_ == nullptr) {
-        session_.first = session_.last;
-        file_ = std::make_unique<output_file_t>(options_.folder);
-        write(first_header());
+    if (file_ == nullptr) begin_file();
+    if (!events_.empty()) {
+        const std::string text(block_.view().substr(begin));
+        block_.cut(buffer_.get() + begin);
+        write_events(session_.last);
+        block_.put(text);
     }
-    write_events(session_.last);
-    write(text);
+    if (block_.size() >= kBlock) write_block();
     epochs_.add(static_cast<double>(epoch.time) / 1000.0);
 }
 
@@ -90,11 +109,11 @@ std::string observation_output_t::header(const rinex::columns_t& columns) const
 }
 
 // With room for the last one.
-std::string observation_output_t::first_header()
+std::string observation_output_t::first_header() const
 {
     const std::string now = header(foreseen_ ? *foreseen_ : text_.columns());
-    header_size_ = now.size() + (foreseen_ ? kFreeLinesForeseen : kFreeLines) * rinex::kEmptyComment;
-    return *rinex::header_of_size(now, header_size_);
+    const std::size_t room = (foreseen_ ? kFreeLinesForeseen : kFreeLines) * rinex::kEmptyComment;
+    return *rinex::header_of_size(now, now.size() + room);
 }
 
 void observation_output_t::hand_over_events(observation_output_t& next)
@@ -108,7 +127,7 @@ void observation_output_t::hand_over_events(observation_output_t& next)
 // The same file with another header, and its columns in order.
 std::unique_ptr<output_file_t> observation_output_t::rewritten(const std::string& header)
 {
-    auto copy = std::make_unique<output_file_t>(options_.folder);
+    auto copy = std::make_unique<output_file_t>(options_.folder, 0);
     std::fwrite(header.data(), 1, header.size(), copy->stream());
     file_->seek(static_cast<std::int64_t>(header_size_));
     rinex::copy_in_order(file_->stream(), copy->stream(), text_.columns());
@@ -125,6 +144,7 @@ coverage_t observation_output_t::coverage() const
 finished_file_t observation_output_t::finish(const std::string& name)
 {
     write_events(std::numeric_limits<std::int64_t>::max());
+    write_block();
     file_->check(name);
     session_.interval = coverage().interval;
     const std::string last_header = header(text_.columns());

@@ -55,9 +55,10 @@ private:
         event_t event;
         bool behind;
     };
-    void write(std::string_view text);
+    void begin_file();
+    void write_block();
     void write_events(std::int64_t until);
-    std::string first_header();
+    std::string first_header() const;
     std::string header(const rinex::columns_t& columns) const;
     std::unique_ptr<output_file_t> rewritten(const std::string& header);
 
@@ -66,6 +67,8 @@ private:
     const rinex::channels_t& channels_;
     const std::optional<rinex::columns_t>& foreseen_;
     rinex::observation_text_t text_;
+    std::unique_ptr<char[]> buffer_;   // of the block
+    rinex::text_t block_;              // not written yet
     std::unique_ptr<output_file_t> file_;
     std::size_t header_size_ = 0;    // with the lines kept free
     std::uint64_t size_ = 0;         // bytes written

@@ -43,7 +43,7 @@ public:
     /// @param decode       into the record; else it holds nothing but the frames, and their results say whether the
     ///                     checksum is right
     /// @param block        bytes read at once
-    log_reader_t(input_file_t& source, raw_t& raw, bool decode = true, std::size_t block = 1 << 20);
+    log_reader_t(input_file_t& source, raw_t& raw, bool decode = true, std::size_t block = 1 << 18);
 
     /// Called each time before more of a log that comes in live is waited for.
     void before_waiting(std::function<void()> act) { before_waiting_ = std::move(act); }

@@ -23,7 +23,7 @@ inline std::uint64_t thousandths(double magnitude)
         if (d > 0.0 && r > 0.0) n += 1.0;
         if (d < 0.0 && r < 0.0) n -= 1.0;
     }
-    return static_cast<std::uint64_t>(n);
+    return static_cast<std::uint64_t>(static_cast<std::int64_t>(n));   // one instruction everywhere
 }
 
 /// Prints a value of up to nine digits before the point. Nothing is read back: a load behind smaller stores would wait

@@ -72,7 +72,6 @@ void run(benchmark::State& state, bool plain)
     std::size_t bytes = 0;
     rinex::range_collector_t ranges(epochs.signals, epochs.ledger, [&](auto& epoch) {
         if (plain) return plain_epoch(*epoch, out.get());
-        text.follow(*epoch);
         rinex::text_t to(buffer.data(), buffer.size());
         text.epoch(*epoch, to);
         bytes += std::fwrite(buffer.data(), 1, to.size(), out.get());

@@ -80,7 +80,6 @@ public:
 
     void add(rinex::epoch_t& epoch)
     {
-        text_.follow(epoch);
         rinex::text_t out(buffer_.data(), buffer_.size());
         if (!text_.epoch(epoch, out)) return;
         session_.last = epoch.time * rinex::kTicksPerMs;

@@ -53,21 +53,28 @@ private:
 };
 
 /// Times are milliseconds since the beginning of GPS time, as the messages tell them.
-struct epoch_t {
+class epoch_t {
+public:
     std::int64_t time = 0;
     std::uint64_t offset = 0;   // of its first message in the log (bytes)
     places_t satellites;
     std::array<std::uint16_t, kSatellites> signals{};   // bits of those that were observed
-    std::array<std::array<observation_t, kMostSignals>, kSatellites> observations;
 
-    observation_t& at(int place, int signal)
+    /// Room for an observation that is not there yet. They lie behind each other as they come: what an epoch of some
+    /// dozen satellites touches stays in the processor's cache.
+    observation_t& add(int place, int signal)
     {
-        return observations[static_cast<std::size_t>(place)][static_cast<std::size_t>(signal)];
+        auto& bits = signals[static_cast<std::size_t>(place)];
+        bits = static_cast<std::uint16_t>(bits | 1u << signal);
+        satellites.set(place);
+        where_[static_cast<std::size_t>(place)][static_cast<std::size_t>(signal)] = count_;
+        return observations_[count_++];
     }
-    const observation_t& at(int place, int signal) const
-    {
-        return observations[static_cast<std::size_t>(place)][static_cast<std::size_t>(signal)];
-    }
+
+    bool has(int place, int signal) const { return (signals[static_cast<std::size_t>(place)] >> signal & 1) != 0; }
+
+    observation_t& at(int place, int signal) { return observations_[where(place, signal)]; }
+    const observation_t& at(int place, int signal) const { return observations_[where(place, signal)]; }
 
     /// Calls visit(place, signal) for every observation, in the order of a file.
     template <typename Visit>
@@ -90,7 +97,18 @@ struct epoch_t {
     {
         satellites.each([this](int place) { signals[static_cast<std::size_t>(place)] = 0; });
         satellites.clear();
+        count_ = 0;
     }
+
+private:
+    std::size_t where(int place, int signal) const
+    {
+        return where_[static_cast<std::size_t>(place)][static_cast<std::size_t>(signal)];
+    }
+
+    std::uint16_t count_ = 0;
+    std::array<std::array<std::uint16_t, kMostSignals>, kSatellites> where_;
+    std::array<observation_t, kSatellites * kMostSignals> observations_;
 };
 
 }   // namespace rinex

@@ -2,6 +2,8 @@
 #ifndef RINEX_FIELDS_H
 #define RINEX_FIELDS_H
 
+#include <cmath>
+
 namespace rinex {
 
 inline constexpr int kFieldWidth = 16;   // F14.3 with loss-of-lock indicator and strength
@@ -15,7 +17,7 @@ constexpr bool has_room(double value)
 /// Whether a value has a place in F14.3 and is not printed as zero, which means none.
 inline bool fits_columns(double value)
 {
-    return has_room(value) && (value >= 0.0005 || value <= -0.0005);
+    return has_room(value) && std::fabs(value) >= 0.0005;
 }
 
 }   // namespace rinex

@@ -6,17 +6,6 @@
 
 namespace rinex {
 
-void lock_tracker_t::follow(const epoch_t& epoch)
-{
-    epoch.each([&](int place, int signal) {
-        const observation_t& o = epoch.at(place, signal);
-        lock_t& lock = at(place, signal);
-        lock.lost |= o.value[kPhase] == 0.0 || o.lock_time < 0.0 || (!o.lock_time_full && o.lock_time < lock.lock_time);
-        lock.half_cycle |= !o.parity_known;
-        lock.lock_time = o.lock_time;
-    });
-}
-
 // Full messages send lock times in single precision, and so the time to compare with is taken.
 bool lock_tracker_t::lost_since(const lock_t& lock, std::int64_t time, const observation_t& o)
 {

@@ -17,8 +17,15 @@ class lock_tracker_t {
 public:
     lock_tracker_t() : locks_(kSatellites) {}
 
-    /// Looks at an epoch; each once, in order.
-    void follow(const epoch_t& epoch);
+    /// Looks at an observation; each once, in order.
+    void follow(int place, int signal, const observation_t& o)
+    {
+        lock_t& lock = at(place, signal);
+        const bool fell = !o.lock_time_full && o.lock_time < lock.lock_time;
+        lock.lost |= o.value[kPhase] == 0.0 || o.lock_time < 0.0 || fell;
+        lock.half_cycle |= !o.parity_known;
+        lock.lock_time = o.lock_time;
+    }
 
     /// Prepares a phase for the file: sets its digit; a phase too large for its columns loses whole cycles.
     void mark(int place, int signal, std::int64_t time, observation_t& o);

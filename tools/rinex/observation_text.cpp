@@ -29,10 +29,12 @@ observation_text_t::observation_text_t(int version, const signals_t& signals, le
     : rinex2_(version < 300), ledger_(ledger), columns_(version, signals), sources_(rinex2_ ? kSatellites : 0)
 {}
 
-void observation_text_t::drop_unprintable(epoch_t& epoch)
+// Follows the phases and takes out what cannot be printed.
+void observation_text_t::look_at(epoch_t& epoch)
 {
     epoch.each([&](int place, int signal) {
         const observation_t& o = epoch.at(place, signal);
+        locks_.follow(place, signal, o);
         const bool named = columns_.of(satellite_at(place).constellation, signal)[kPseudorange] >= 0;
         if (o.beyond_columns != 0) ledger_.add_blanks(o.tracking_key, o.beyond_columns);
         if (named && printable(o)) return;
@@ -52,36 +54,60 @@ bool observation_text_t::is_other_source(int place, int column, int signal)
     return other;
 }
 
-// Straight into the columns of the satellite in hand. In RINEX 2 those of a band may be taken by another signal.
-void observation_text_t::put_values(observation_t& o, int place, int signal, std::int64_t time)
+// In RINEX 2 signals of a band share columns: those that are left for one that comes later.
+int observation_text_t::free_kinds(const observation_t& o, const columns_t::kinds_t& columns) const
 {
-    const int constellation = satellite_at(place).constellation;
-    const columns_t::kinds_t& columns = columns_.of(constellation, signal);
-    const auto field = [&](int kind) { return row_ + columns[static_cast<std::size_t>(kind)] * kFieldWidth; };
-    const auto free = [&](int kind) { return field(kind)[kValueWidth - 1] == ' '; };
-    bool has_band = true;
-    if (rinex2_) {
-        if (columns[kPseudorange] < 0 || !free(kPseudorange)) return ledger_.add(o.tracking_key, fate_t::no_name);
-        has_band = free(kPhase) && free(kDoppler) && free(kStrength);
-        if (!has_band && o.value[kPhase] != 0.0) ledger_.add_lost_phase(o.tracking_key);
-    }
-    ledger_.add(o.tracking_key, fate_t::written);
-    if (has_band && o.value[kPhase] != 0.0) {
-        locks_.mark(place, signal, time, o);
-        if (rinex2_ && is_other_source(place, columns[kPhase], signal)) o.digits |= kSlip;
-    }
-    std::uint64_t used = 0;
-    for (int kind = 0; kind < (has_band ? kKindCount : 1); ++kind) {
+    const auto free = [&](kind_t kind) {
+        return columns[kind] >= 0 && row_[columns[kind] * kFieldWidth + kValueWidth - 1] == ' ';
+    };
+    if (!free(kPseudorange)) return 0;
+    if (free(kPhase) && free(kDoppler) && free(kStrength)) return kKindCount;
+    if (o.value[kPhase] != 0.0) ledger_.add_lost_phase(o.tracking_key);
+    return 1;
+}
+
+// Straight into the columns of the satellite in hand.
+void observation_text_t::put_values(const observation_t& o, int kinds, const columns_t::kinds_t& columns)
+{
+    char* const row = row_;   // kept from what might change with every character
+    char* row_end = row_end_;
+    std::uint64_t used = used_;
+    for (int kind = 0; kind < kinds; ++kind) {
         const double value = o.value[kind];
-        if (!fits_columns(value)) continue;
-        char* const to = field(kind);
-        if (!put_observation(to, value)) text_t(to, kValueWidth).observation(value);
+        const std::uint64_t n = thousandths(std::fabs(value));
+        const int column = columns[static_cast<std::size_t>(kind)];
+        char* const to = row + column * kFieldWidth;
+        if (n - 1 < kTenDigits - 1) {
+            put_thousandths(to, n, value < 0.0);
+        } else if (fits_columns(value)) {
+            text_t(to, kValueWidth).observation(value);
+        } else {
+            continue;
+        }
         char* end = to + kValueWidth;
         if (kind == kPhase && o.digits != 0) *end++ = static_cast<char>('0' + o.digits);
-        row_end_ = std::max(row_end_, end);
-        used |= std::uint64_t{1} << columns[static_cast<std::size_t>(kind)];
+        row_end = std::max(row_end, end);
+        used |= std::uint64_t{1} << column;
     }
-    columns_.note(columns_.list_of(constellation), used);
+    row_end_ = row_end;
+    used_ = used;
+}
+
+void observation_text_t::put_signals(epoch_t& epoch, int place)
+{
+    const int constellation = satellite_at(place).constellation;
+    for (const int signal : columns_.preference(constellation)) {
+        if (!epoch.has(place, signal)) continue;
+        const columns_t::kinds_t& columns = columns_.of(constellation, signal);
+        observation_t& o = epoch.at(place, signal);
+        const int kinds = rinex2_ ? free_kinds(o, columns) : kKindCount;
+        ledger_.add(o.tracking_key, kinds > 0 ? fate_t::written : fate_t::no_name);
+        if (kinds == kKindCount && o.value[kPhase] != 0.0) {
+            locks_.mark(place, signal, epoch.time, o);
+            if (rinex2_ && is_other_source(place, columns[kPhase], signal)) o.digits |= kSlip;
+        }
+        put_values(o, kinds, columns);
+    }
 }
 
 // Lines end with the last value in them.
@@ -96,10 +122,9 @@ void observation_text_t::put_satellite(epoch_t& epoch, int place, text_t& out)
         row_ = out.put(satellite.name()).columns(static_cast<int>(size));
     }
     row_end_ = row_;
-    for (const int signal : columns_.preference(satellite.constellation)) {
-        if ((epoch.signals[static_cast<std::size_t>(place)] >> signal & 1) != 0)
-            put_values(epoch.at(place, signal), place, signal, epoch.time);
-    }
+    used_ = 0;
+    put_signals(epoch, place);
+    columns_.note(columns_.list_of(satellite.constellation), used_);
     seen_.set(place);
     if (!rinex2_) {
         out.cut(row_end_).put('\n');
@@ -131,7 +156,7 @@ void observation_text_t::put_epoch_lines(const epoch_t& epoch, text_t& out) cons
 bool observation_text_t::epoch(epoch_t& epoch, text_t& out)
 {
     columns_.prepare(epoch);
-    drop_unprintable(epoch);
+    look_at(epoch);
     if (epoch.satellites.none()) return false;
     put_epoch_lines(epoch, out);
     epoch.satellites.each([&](int place) { put_satellite(epoch, place, out); });

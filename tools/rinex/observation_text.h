@@ -25,8 +25,11 @@ public:
     /// Before the first epoch: see columns_t.
     void begin_with(const columns_t& columns) { columns_.begin_with(columns); }
 
-    /// Looks at an epoch that may not be written: phases are followed through all of them.
-    void follow(const epoch_t& epoch) { locks_.follow(epoch); }
+    /// Looks at an epoch that is not written: phases are followed through all of them.
+    void follow(const epoch_t& epoch)
+    {
+        epoch.each([&](int place, int signal) { locks_.follow(place, signal, epoch.at(place, signal)); });
+    }
 
     /// Bytes of an epoch at most.
     static constexpr std::size_t kLongestEpoch = 1 << 18;
@@ -40,9 +43,11 @@ public:
     const places_t& seen() const { return seen_; }   ///< satellites written
 
 private:
-    void drop_unprintable(epoch_t& epoch);
+    void look_at(epoch_t& epoch);
     bool is_other_source(int place, int column, int signal);
-    void put_values(observation_t& o, int place, int signal, std::int64_t time);
+    int free_kinds(const observation_t& o, const columns_t::kinds_t& columns) const;
+    void put_values(const observation_t& o, int kinds, const columns_t::kinds_t& columns);
+    void put_signals(epoch_t& epoch, int place);
     void put_satellite(epoch_t& epoch, int place, text_t& out);
     void put_epoch_lines(const epoch_t& epoch, text_t& out) const;
 
@@ -55,6 +60,7 @@ private:
     std::vector<char> rows_;                          // RINEX 2: columns of a satellite, behind each other
     char* row_ = nullptr;                             // columns of the satellite in hand
     char* row_end_ = nullptr;                         // behind its last value
+    std::uint64_t used_ = 0;                          // its columns with a value: bits
 };
 
 /// An event: its epoch line with a count, and header lines, which end in LF.

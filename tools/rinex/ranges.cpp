@@ -80,13 +80,8 @@ bool range_collector_t::add(std::int64_t time, const std::uint8_t* body, int siz
 // Where an observation is to stand in the epoch; null when one that counts for more is there.
 observation_t* range_collector_t::place_for(int place, int signal, std::uint8_t tracking_key, bool compressed)
 {
-    auto& signals = epoch_->signals[static_cast<std::size_t>(place)];
+    if (!epoch_->has(place, signal)) return &epoch_->add(place, signal);
     observation_t& there = epoch_->at(place, signal);
-    if ((signals >> signal & 1) == 0) {
-        signals = static_cast<std::uint16_t>(signals | 1u << signal);
-        epoch_->satellites.set(place);
-        return &there;
-    }
     if (there.compressed && !compressed) {
         ledger_.add(there.tracking_key, fate_t::superseded);
         return &there;

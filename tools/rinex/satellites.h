@@ -2,6 +2,7 @@
 #ifndef RINEX_SATELLITES_H
 #define RINEX_SATELLITES_H
 
+#include <array>
 #include <cstdint>
 #include <string>
 
@@ -85,23 +86,35 @@ constexpr satellite_t satellite_of_prn(int constellation, std::int64_t prn)
                              : satellite_of(constellation, prn - kConstellations[constellation].prn_offset);
 }
 
-/// Satellites counted through all systems, in file order: places in tables.
+/// Satellites counted through all systems, in file order: places in tables. Those of a system begin with its first one.
+inline constexpr auto kFirstPlaces = [] {
+    std::array<int, kConstellationCount + 1> first{};
+    for (std::size_t i = 0; i < kConstellationCount; ++i)
+        first[i + 1] = first[i] + kConstellations[i].last - kConstellations[i].first + 1;
+    return first;
+}();
+inline constexpr int kSatellites = kFirstPlaces[kConstellationCount];
+
 constexpr int place_of(const satellite_t& satellite)
 {
-    int before = 0;
-    for (int i = 0; i < satellite.constellation; ++i) before += kConstellations[i].last - kConstellations[i].first + 1;
-    return before + satellite.number - kConstellations[satellite.constellation].first;
+    const auto c = static_cast<std::size_t>(satellite.constellation);
+    return kFirstPlaces[c] + satellite.number - kConstellations[c].first;
 }
-inline constexpr int kSatellites = place_of({kSbas, 58}) + 1;
+
+inline constexpr auto kSatelliteAt = [] {
+    std::array<satellite_t, kSatellites> satellites{};
+    for (std::int16_t c = 0; c < kConstellationCount; ++c) {
+        for (int number = kConstellations[c].first; number <= kConstellations[c].last; ++number) {
+            const satellite_t satellite{c, static_cast<std::int16_t>(number)};
+            satellites[static_cast<std::size_t>(place_of(satellite))] = satellite;
+        }
+    }
+    return satellites;
+}();
 
 constexpr satellite_t satellite_at(int place)
 {
-    int i = 0;
-    while (place > kConstellations[i].last - kConstellations[i].first) {
-        place -= kConstellations[i].last - kConstellations[i].first + 1;
-        ++i;
-    }
-    return {static_cast<std::int16_t>(i), static_cast<std::int16_t>(kConstellations[i].first + place)};
+    return kSatelliteAt[static_cast<std::size_t>(place)];
 }
 
 }   // namespace rinex

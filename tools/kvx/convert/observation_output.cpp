@@ -88,7 +88,6 @@ void observation_output_t::begin_file()
 
 void observation_output_t::add(rinex::epoch_t& epoch)
 {
-    text_.follow(epoch);
     const std::size_t begin = block_.size();
     if (!text_.epoch(epoch, block_)) return;
     session_.last = epoch.time * rinex::kTicksPerMs;

@@ -42,6 +42,7 @@ selection_t::selection_t(const convert_options_t& o)
                     static_cast<std::uint16_t>(signals_[static_cast<std::size_t>(c)] | 1u << i);
         }
     }
+    everything_ = satellites_.count() == rinex::kSatellites && o.signals.empty();
 }
 
 bool selection_t::in_window(std::int64_t ticks) const
@@ -56,6 +57,7 @@ bool selection_t::wants(const rinex::satellite_t& satellite) const
 
 void selection_t::apply(rinex::epoch_t& epoch, rinex::ledger_t& ledger) const
 {
+    if (everything_) return;
     epoch.each([&](int place, int signal) {
         const auto c = static_cast<std::size_t>(rinex::satellite_at(place).constellation);
         if (satellites_.has(place) && (signals_[c] >> signal & 1) != 0) return;

@@ -29,6 +29,7 @@ private:
     std::int64_t start_, end_;   // ticks
     rinex::places_t satellites_;
     std::array<std::uint16_t, rinex::kConstellationCount> signals_{};   // bits
+    bool everything_;
 };
 
 /// Thins epochs out: of those around a point of the grid the nearest is kept, when it lies within half the log's own

@@ -11,47 +11,6 @@
 
 namespace korvex {
 
-namespace {
-
-constexpr int kAtDoppler = 28, kAtLocktime = 36;   // of the plain record
-
-}   // namespace
-
-// Each reader is a layout table: field, place in the body, unit.
-// clang-format off
-range_t read_range(const std::uint8_t* p)
-{
-    range_t r;
-    r.prn               = wire::u16(p +  0);
-    r.channel           = wire::u16(p +  2) - 7;
-    r.pseudorange       = wire::f64(p +  4);            // m
-    r.pseudorange_sigma = wire::f32(p + 12);            // m
-    r.adr               = wire::f64(p + 16);            // cycles
-    r.adr_sigma         = wire::f32(p + 24);            // cycles
-    r.doppler           = wire::f32(p + kAtDoppler);    // Hz
-    r.cn0               = wire::f32(p + 32);            // dB-Hz
-    r.locktime          = wire::f32(p + kAtLocktime);   // s
-    r.status            = wire::u32(p + 40);
-    return r;
-}
-
-range_t read_compressed_range(const std::uint8_t* p)
-{
-    range_t r;
-    r.status            = wire::u32(p +  0);
-    r.doppler           = (wire::i32(p + 4) << 4 >> 4) / 256.0;                  // 28 bits, 1/256 Hz
-    r.pseudorange       = (wire::u32(p + 7) >> 4) / 128.0 + p[11] * 2097152.0;   // 36 bits, 1/128 m
-    r.pseudorange_sigma = 0.0;
-    r.adr               = wire::i32(p + 12) / 256.0;                             // 1/256 cycle
-    r.adr_sigma         = 0.0;
-    r.prn               = p[17];
-    r.locktime          = (wire::u32(p + 18) & 0x1FFFFF) / 32.0;                 // 21 bits, 1/32 s
-    r.cn0               = (wire::u16(p + 20) >> 5 & 0x1F) + 20;                  // dB-Hz over 20
-    r.channel           = (p[21] >> 2 & 0x3F) - 7;
-    return r;
-}
-// clang-format on
-
 double unrolled_phase(double pseudorange, double wavelength, double adr)
 {
     constexpr double kRoll = 8388608.0;   // 2^23 cycles

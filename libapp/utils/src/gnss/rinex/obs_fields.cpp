@@ -1,6 +1,6 @@
 #include "gnss/rinex/obs_fields.h"
 
-#include <optional>
+#include <array>
 
 #include "gnss/foundation/numbers.h"
 #include "gnss/foundation/satellites.h"
@@ -36,44 +36,33 @@ system_in_file_t in_file(const rnx_t& opt, int sys, bool rinex3)
     return {'\0', true};
 }
 
-// Not a number is not valid either.
-template <typename T>
-bool is_valid(T value)
-{
-    return value != T(0) && value > T(-1e9) && value < T(1e9);
-}
-
 // Digit behind a phase; blank: nothing to tell.
 char lock_digit(double phase, int lli)
 {
     return phase >= kSmallestFlaggedPhase && lli != 0 ? static_cast<char>('0' + (lli < 9 ? lli : 9)) : ' ';
 }
 
-// The number of a field that is not blank.
-std::optional<double> field_value(const obsd_t& obs, int slot, int i)
+// The numbers of a signal's fields. A blank one is 0: what is too large for its columns, and what is no number.
+std::array<double, kSignalFields> values_of(const obsd_t& obs, int slot)
 {
-    const auto valid = [](auto value) { return is_valid(value) ? std::optional<double>(value) : std::nullopt; };
-    switch (i) {
-        case kPseudorangeField:
-            return valid(obs.P[slot]);
-        case kPhaseField:
-            return valid(obs.L[slot]);
-        case kDopplerField:
-            return valid(obs.D[slot]);
-        default:
-            return valid(static_cast<double>(int_part(obs.SNR[slot] * 0.25)));
+    std::array<double, kSignalFields> values = {obs.P[slot], obs.L[slot], static_cast<double>(obs.D[slot]),
+                                                static_cast<double>(int_part(obs.SNR[slot] * 0.25))};
+    for (double& value : values) {
+        if (!(value > -1e9 && value < 1e9)) value = 0.0;
     }
+    return values;
 }
 
 // A signal none of whose values is wider than its columns, which are blank.
 bool put_in_columns(char* columns, const obsd_t& obs, int slot)
 {
-    for (int i = 0; i < kSignalFields; ++i, columns += kFieldWidth) {
-        const auto value = field_value(obs, slot, i);
-        if (!value) continue;
-        if (!put_observation(columns, *value)) return false;
-        if (i == kPhaseField) columns[kValueWidth] = lock_digit(*value, obs.LLI[slot]);
+    const auto values = values_of(obs, slot);
+    for (int i = 0; i < kSignalFields; ++i) {
+        const double value = values[static_cast<std::size_t>(i)];
+        if (value != 0.0 && !put_observation(columns + i * kFieldWidth, value)) return false;
     }
+    const double phase = values[kPhaseField];
+    if (phase != 0.0) columns[kPhaseField * kFieldWidth + kValueWidth] = lock_digit(phase, obs.LLI[slot]);
     return true;
 }
 
@@ -98,9 +87,9 @@ int satellite_count(const raw_t& raw, const rnx_t& opt, system_in_file_t (*in_fi
 
 void put_signal_field(text_t& out, const obsd_t& obs, int slot, int i)
 {
-    const auto value = field_value(obs, slot, i);
-    value ? out.observation(*value) : out.blanks(kValueWidth);
-    out.put(value && i == kPhaseField ? lock_digit(*value, obs.LLI[slot]) : ' ').put(' ');
+    const double value = values_of(obs, slot)[static_cast<std::size_t>(i)];
+    value != 0.0 ? out.observation(value) : out.blanks(kValueWidth);
+    out.put(value != 0.0 && i == kPhaseField ? lock_digit(value, obs.LLI[slot]) : ' ').put(' ');
 }
 
 void put_signal(text_t& out, const obsd_t& obs, int slot)

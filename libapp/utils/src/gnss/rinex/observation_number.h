@@ -12,7 +12,7 @@ namespace rinex {
 inline constexpr int kValueWidth = 14;
 
 /// |value| * 1000 as an integer, rounded as printf rounds: exactly, ties to even.
-/// @param magnitude  below 1e12
+/// @param magnitude  below 1e12; to 1e15 the result is beyond all columns, if not exact
 inline std::uint64_t thousandths(double magnitude)
 {
     const double product = magnitude * 1000.0;
@@ -26,14 +26,13 @@ inline std::uint64_t thousandths(double magnitude)
     return static_cast<std::uint64_t>(static_cast<std::int64_t>(n));   // one instruction everywhere
 }
 
-/// Prints a value of up to nine digits before the point. Nothing is read back: a load behind smaller stores would wait
-/// for all of them.
+/// Of numbers with more than nine digits before the point the 14 columns hold positive ones only.
+inline constexpr std::uint64_t kTenDigits = 1'000'000'000'000;   // thousandths
+
+/// Prints a number below that. Nothing is read back: a load behind smaller stores would wait for all of them.
 /// @param columns  14 blanks
-/// @return false: it is wider, the columns are left as they are
-inline bool put_observation(char* columns, double value)
+inline void put_thousandths(char* columns, std::uint64_t n, bool negative)
 {
-    const std::uint64_t n = thousandths(std::fabs(value));
-    if (n >= 1'000'000'000'000) return false;
     auto whole = static_cast<std::uint32_t>(n / 1000);   // divisions of 32 bits take half the time
     const auto decimals = static_cast<std::uint32_t>(n - std::uint64_t{whole} * 1000);
     char* at = columns + kValueWidth - 4;
@@ -46,7 +45,17 @@ inline bool put_observation(char* columns, double value)
     } else {
         *--at = static_cast<char>('0' + whole);
     }
-    if (std::signbit(value)) *--at = '-';
+    if (negative) *--at = '-';
+}
+
+/// Prints a value of up to nine digits before the point.
+/// @param columns  14 blanks
+/// @return false: it is wider, the columns are left as they are
+inline bool put_observation(char* columns, double value)
+{
+    const std::uint64_t n = thousandths(std::fabs(value));
+    if (n >= kTenDigits) return false;
+    put_thousandths(columns, n, std::signbit(value));
     return true;
 }
 

@@ -1,5 +1,7 @@
 #include "common/systems.h"
 
+#include <array>
+
 #include "gnss/foundation/satellites.h"
 
 namespace kvx {
@@ -17,9 +19,17 @@ int systems_of(const std::string& letters)
 
 rinex::satellite_t satellite_of_record(int sat)
 {
-    int number = 0;
-    const system_t& system = system_of(satsys(sat, &number));
-    return rinex::satellite_of(rinex::constellation_of_sys(system.sys), number + system.rinex_before);
+    static const auto satellites = [] {
+        std::array<rinex::satellite_t, kMaxSat + 1> all{};
+        for (int number = 1; number <= kMaxSat; ++number) {
+            int prn = 0;
+            const system_t& system = system_of(satsys(number, &prn));
+            const int constellation = rinex::constellation_of_sys(system.sys);
+            all[static_cast<std::size_t>(number)] = rinex::satellite_of(constellation, prn + system.rinex_before);
+        }
+        return all;
+    }();
+    return sat < 0 || sat > kMaxSat ? rinex::satellite_t{} : satellites[static_cast<std::size_t>(sat)];
 }
 
 }   // namespace kvx

@@ -23,7 +23,7 @@ constexpr std::size_t kFreeLines = 20, kFreeLinesForeseen = 6;
 constexpr std::uint64_t kWorthPatching = 1 << 20;   // bytes
 
 // Written at once, and the room for it, for an epoch behind events.
-constexpr std::size_t kBlock = 1 << 17;   // bytes
+constexpr std::size_t kBlock = 1 << 18;   // bytes
 constexpr std::size_t kBuffer = 2 * kBlock + rinex::observation_text_t::kLongestEpoch;
 
 }   // namespace

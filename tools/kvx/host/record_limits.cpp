@@ -28,9 +28,10 @@ int record_limits_t::place(const korvex::trackstat_t& track, int prn, bool compr
     const int sat =
         raw_prn_ ? korvex::raw_satellite_number(track.sys, prn, small_bds) : korvex::satellite_number(track.sys, prn);
     if (slot < 0 || slot >= kNumSlots || sat <= 0 || sat > kMaxSat) return -1;
-    const auto own = rinex::satellite_of_prn(rinex::constellation_of_sys(track.sys), prn);
     const auto kept = satellite_of_record(sat);
-    if (kept == own) return sat * kNumSlots + slot;
+    if (kept.valid() && kept.system().sys == track.sys && kept.number + kept.system().prn_offset == prn)
+        return sat * kNumSlots + slot;
+    const auto own = rinex::satellite_of_prn(rinex::constellation_of_sys(track.sys), prn);
     ++under_other_number_[(own.valid() ? own.name() : text("PRN %d", prn)) + " as " + kept.name()];
     return -1;
 }
@@ -57,7 +58,8 @@ void record_limits_t::add(const std::uint8_t* body, int size, bool compressed, b
         if (kept.there) lose(kept);   // the later one takes its place
         kept = sent;
         const int sat = at / kNumSlots;
-        if (std::find(satellites_.rbegin(), satellites_.rend(), sat) == satellites_.rend()) satellites_.push_back(sat);
+        if (!came_[static_cast<std::size_t>(sat)]) satellites_.push_back(sat);
+        came_[static_cast<std::size_t>(sat)] = true;
     }
 }
 
@@ -71,6 +73,7 @@ void record_limits_t::flush()
             if (sent.there && i >= static_cast<std::size_t>(kMaxObs)) lose(sent);
             sent.there = false;
         }
+        came_[static_cast<std::size_t>(satellites_[i])] = false;
     }
     satellites_.clear();
 }

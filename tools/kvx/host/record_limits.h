@@ -43,6 +43,7 @@ private:
     bool signal_map_, raw_prn_;
     std::array<sent_t, (kMaxSat + 1) * kNumSlots> epoch_{};   // by satellite number and slot
     std::vector<int> satellites_;                             // of the epoch, as they came
+    std::array<bool, kMaxSat + 1> came_{};                    // to the epoch
     std::map<row_t, std::uint64_t> lost_;
     std::map<std::string, std::uint64_t> under_other_number_;
     rinex::signals_t signals_;

@@ -92,7 +92,7 @@ void summary_t::count_epoch(std::int64_t time, std::uint64_t offset, order_t ord
 void summary_t::count_satellites(const raw_t& epoch)
 {
     for (int i = 0; i < epoch.nobs; ++i) {
-        satellite_count_t& s = satellites[satellite_of_record(epoch.obs[i].sat)];
+        satellite_count_t& s = by_number[epoch.obs[i].sat];
         ++s.epochs;
         for (int slot = 0; slot < kNumSlots; ++slot) s.signals[slot] += epoch.obs[i].P[slot] != 0.0;
     }
@@ -105,6 +105,9 @@ void summary_t::finish(const log_reader_t& reader, const input_file_t& file)
     lost = reader.losses();
     lost.refused = refused;
     source_damage = file.damage();
+    for (std::size_t sat = 0; sat < by_number.size(); ++sat) {
+        if (by_number[sat].epochs > 0) satellites[satellite_of_record(static_cast<int>(sat))] += by_number[sat];
+    }
     ended_by_signal = file.ended_by_signal();
 }
 

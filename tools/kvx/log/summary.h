@@ -29,6 +29,13 @@ struct message_count_t {
 struct satellite_count_t {
     std::uint64_t epochs = 0;
     std::array<std::uint64_t, kNumSlots> signals{};   ///< pseudoranges by slot
+
+    satellite_count_t& operator+=(const satellite_count_t& other)
+    {
+        epochs += other.epochs;
+        for (std::size_t slot = 0; slot < signals.size(); ++slot) signals[slot] += other.signals[slot];
+        return *this;
+    }
 };
 
 struct epoch_count_t {
@@ -118,6 +125,7 @@ struct summary_t {
     std::uint64_t refused = 0;   ///< frames with contents that cannot be right
 
     void count_satellites(const raw_t& epoch);
+    std::array<satellite_count_t, 256> by_number{};   ///< of the record; under their names when all is finished
 
     /// Takes an epoch when it has been judged.
     /// @param time    ms since the beginning of GPS time

@@ -1,7 +1,5 @@
 #include "gnss/rinex/obs_fields.h"
 
-#include <array>
-
 #include "gnss/foundation/numbers.h"
 #include "gnss/foundation/satellites.h"
 #include "gnss/rinex/observation_number.h"
@@ -42,28 +40,36 @@ char lock_digit(double phase, int lli)
     return phase >= kSmallestFlaggedPhase && lli != 0 ? static_cast<char>('0' + (lli < 9 ? lli : 9)) : ' ';
 }
 
-// The numbers of a signal's fields. A blank one is 0: what is too large for its columns, and what is no number.
-std::array<double, kSignalFields> values_of(const obsd_t& obs, int slot)
+// A number that has a field; the others leave theirs blank, and so does what is no number.
+bool is_valid(double value)
 {
-    std::array<double, kSignalFields> values = {obs.P[slot], obs.L[slot], static_cast<double>(obs.D[slot]),
-                                                static_cast<double>(int_part(obs.SNR[slot] * 0.25))};
-    for (double& value : values) {
-        if (!(value > -1e9 && value < 1e9)) value = 0.0;
-    }
-    return values;
+    return value != 0.0 && value > -1e9 && value < 1e9;
 }
 
-// A signal none of whose values is wider than its columns, which are blank.
+double value_of(const obsd_t& obs, int slot, int i)
+{
+    if (i == kPseudorangeField) return obs.P[slot];
+    if (i == kPhaseField) return obs.L[slot];
+    if (i == kDopplerField) return static_cast<double>(obs.D[slot]);
+    return static_cast<double>(int_part(obs.SNR[slot] * 0.25));
+}
+
+// @return false: it is wider than its columns, which are blank
+inline bool put_field(char* columns, double value)
+{
+    return !is_valid(value) || put_observation(columns, value);
+}
+
+// A signal none of whose values is wider than its columns, which are blank. One field after the other and no loop: the
+// processor learns for each how many digits it has.
 bool put_in_columns(char* columns, const obsd_t& obs, int slot)
 {
-    const auto values = values_of(obs, slot);
-    for (int i = 0; i < kSignalFields; ++i) {
-        const double value = values[static_cast<std::size_t>(i)];
-        if (value != 0.0 && !put_observation(columns + i * kFieldWidth, value)) return false;
-    }
-    const double phase = values[kPhaseField];
-    if (phase != 0.0) columns[kPhaseField * kFieldWidth + kValueWidth] = lock_digit(phase, obs.LLI[slot]);
-    return true;
+    const double phase = obs.L[slot];
+    const bool fits = put_field(columns, obs.P[slot]) && put_field(columns + kFieldWidth, phase) &&
+                      put_field(columns + 2 * kFieldWidth, value_of(obs, slot, kDopplerField)) &&
+                      put_field(columns + 3 * kFieldWidth, value_of(obs, slot, kDopplerField + 1));
+    if (fits && is_valid(phase)) columns[kFieldWidth + kValueWidth] = lock_digit(phase, obs.LLI[slot]);
+    return fits;
 }
 
 }   // namespace
@@ -87,9 +93,10 @@ int satellite_count(const raw_t& raw, const rnx_t& opt, system_in_file_t (*in_fi
 
 void put_signal_field(text_t& out, const obsd_t& obs, int slot, int i)
 {
-    const double value = values_of(obs, slot)[static_cast<std::size_t>(i)];
-    value != 0.0 ? out.observation(value) : out.blanks(kValueWidth);
-    out.put(value != 0.0 && i == kPhaseField ? lock_digit(value, obs.LLI[slot]) : ' ').put(' ');
+    const double value = value_of(obs, slot, i);
+    const bool valid = is_valid(value);
+    valid ? out.observation(value) : out.blanks(kValueWidth);
+    out.put(valid && i == kPhaseField ? lock_digit(value, obs.LLI[slot]) : ' ').put(' ');
 }
 
 void put_signal(text_t& out, const obsd_t& obs, int slot)

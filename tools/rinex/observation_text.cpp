@@ -67,30 +67,34 @@ int observation_text_t::free_kinds(const observation_t& o, const columns_t::kind
 }
 
 // Straight into the columns of the satellite in hand.
+template <int Kind>
+void observation_text_t::put_value(const observation_t& o, const columns_t::kinds_t& columns)
+{
+    const double value = o.value[Kind];
+    const std::uint64_t n = thousandths(std::fabs(value));
+    const int column = columns[Kind];
+    char* const to = row_ + column * kFieldWidth;
+    if (n - 1 < kTenDigits - 1) {
+        put_thousandths(to, n, value < 0.0);
+    } else if (fits_columns(value)) {
+        text_t(to, kValueWidth).observation(value);
+    } else {
+        return;
+    }
+    char* end = to + kValueWidth;
+    if (Kind == kPhase && o.digits != 0) *end++ = static_cast<char>('0' + o.digits);
+    row_end_ = std::max(row_end_, end);
+    used_ |= std::uint64_t{1} << column;
+}
+
+// One after the other and no loop: the processor learns for each how many digits it has.
 void observation_text_t::put_values(const observation_t& o, int kinds, const columns_t::kinds_t& columns)
 {
-    char* const row = row_;   // kept from what might change with every character
-    char* row_end = row_end_;
-    std::uint64_t used = used_;
-    for (int kind = 0; kind < kinds; ++kind) {
-        const double value = o.value[kind];
-        const std::uint64_t n = thousandths(std::fabs(value));
-        const int column = columns[static_cast<std::size_t>(kind)];
-        char* const to = row + column * kFieldWidth;
-        if (n - 1 < kTenDigits - 1) {
-            put_thousandths(to, n, value < 0.0);
-        } else if (fits_columns(value)) {
-            text_t(to, kValueWidth).observation(value);
-        } else {
-            continue;
-        }
-        char* end = to + kValueWidth;
-        if (kind == kPhase && o.digits != 0) *end++ = static_cast<char>('0' + o.digits);
-        row_end = std::max(row_end, end);
-        used |= std::uint64_t{1} << column;
-    }
-    row_end_ = row_end;
-    used_ = used;
+    if (kinds > 0) put_value<kPseudorange>(o, columns);
+    if (kinds < kKindCount) return;
+    put_value<kPhase>(o, columns);
+    put_value<kDoppler>(o, columns);
+    put_value<kStrength>(o, columns);
 }
 
 void observation_text_t::put_signals(epoch_t& epoch, int place)

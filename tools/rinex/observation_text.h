@@ -46,6 +46,8 @@ private:
     void look_at(epoch_t& epoch);
     bool is_other_source(int place, int column, int signal);
     int free_kinds(const observation_t& o, const columns_t::kinds_t& columns) const;
+    template <int Kind>
+    void put_value(const observation_t& o, const columns_t::kinds_t& columns);
     void put_values(const observation_t& o, int kinds, const columns_t::kinds_t& columns);
     void put_signals(epoch_t& epoch, int place);
     void put_satellite(epoch_t& epoch, int place, text_t& out);

@@ -108,12 +108,6 @@ text_t& text_t::header_integer(long long value, int width)
     return integer(0, width);
 }
 
-char* text_t::columns(int n)
-{
-    char* const begin = at_;
-    return blanks(n).at_ - begin == n ? begin : nullptr;
-}
-
 text_t& text_t::observation(double value)
 {
     if (end_ - at_ >= kValueWidth) {

@@ -50,7 +50,14 @@ public:
 
     /// Appends n blanks to be printed into.
     /// @return their place; nullptr when not all of them fit
-    char* columns(int n);
+    char* columns(int n)
+    {
+        if (end_ - at_ < n) return blanks(n), nullptr;
+        char* const begin = at_;
+        std::memset(begin, ' ', static_cast<std::size_t>(n));
+        at_ += n;
+        return begin;
+    }
 
     /// Takes off what follows a place in the text.
     text_t& cut(char* end)

@@ -19,21 +19,27 @@ void record_limits_t::lose(const sent_t& observation)
     ++lost_[{code, satellite.valid() ? satellite.name() : text("PRN %d", observation.prn)}];
 }
 
-// Where the record keeps an observation; -1 when it has no place, or only one under another satellite's number.
-int record_limits_t::place(const korvex::trackstat_t& track, int prn, bool compressed)
+// The number under which the record keeps a satellite; -1 when it has none, or only that of another satellite.
+int record_limits_t::find_number(int sys, int prn, bool compressed)
 {
-    const bool override_slot = signal_map_ && (compressed || raw_prn_) && track.slot_override;
-    const int slot = track.slot >= 0 && override_slot ? 2 : track.slot;
     const int small_bds = compressed ? 29 : kBdsHighPrn - 1;
-    const int sat =
-        raw_prn_ ? korvex::raw_satellite_number(track.sys, prn, small_bds) : korvex::satellite_number(track.sys, prn);
-    if (slot < 0 || slot >= kNumSlots || sat <= 0 || sat > kMaxSat) return -1;
-    const auto kept = satellite_of_record(sat);
-    if (kept.valid() && kept.system().sys == track.sys && kept.number + kept.system().prn_offset == prn)
-        return sat * kNumSlots + slot;
-    const auto own = rinex::satellite_of_prn(rinex::constellation_of_sys(track.sys), prn);
+    const int number =
+        raw_prn_ ? korvex::raw_satellite_number(sys, prn, small_bds) : korvex::satellite_number(sys, prn);
+    if (number <= 0 || number > kMaxSat) return -1;
+    const auto own = rinex::satellite_of_prn(rinex::constellation_of_sys(sys), prn);
+    const auto kept = satellite_of_record(number);
+    if (kept == own) return number;
     ++under_other_number_[(own.valid() ? own.name() : text("PRN %d", prn)) + " as " + kept.name()];
     return -1;
+}
+
+int record_limits_t::number_of(std::uint32_t status, int prn, bool compressed)
+{
+    const int sys = korvex::read_trackstat(status).sys;
+    if (prn > 255) return find_number(sys, prn, compressed);
+    std::int16_t& known = numbers_[(status >> 16 & 7) << 9 | (compressed ? 256U : 0U) | static_cast<unsigned>(prn)];
+    if (known <= 0) known = static_cast<std::int16_t>(find_number(sys, prn, compressed));
+    return known;
 }
 
 void record_limits_t::add(const std::uint8_t* body, int size, bool compressed, bool new_epoch)
@@ -49,15 +55,16 @@ void record_limits_t::add(const std::uint8_t* body, int size, bool compressed, b
         if (!track.code_lock) continue;
         const sent_t sent{static_cast<std::uint8_t>(rinex::tracking_key(r.status)), static_cast<std::uint16_t>(r.prn),
                           true};
-        const int at = place(track, r.prn, compressed);
-        if (at < 0) {
+        const bool override_slot = signal_map_ && (compressed || raw_prn_) && track.slot_override;
+        const int slot = track.slot >= 0 && override_slot ? 2 : track.slot;
+        const int sat = slot < 0 || slot >= kNumSlots ? -1 : number_of(r.status, r.prn, compressed);
+        if (sat < 0) {
             lose(sent);
             continue;
         }
-        sent_t& kept = epoch_[static_cast<std::size_t>(at)];
+        sent_t& kept = epoch_[static_cast<std::size_t>(sat * kNumSlots + slot)];
         if (kept.there) lose(kept);   // the later one takes its place
         kept = sent;
-        const int sat = at / kNumSlots;
         if (!came_[static_cast<std::size_t>(sat)]) satellites_.push_back(sat);
         came_[static_cast<std::size_t>(sat)] = true;
     }

@@ -37,10 +37,12 @@ private:
         std::uint16_t prn;
         bool there;
     };
-    int place(const korvex::trackstat_t& track, int prn, bool compressed);
+    int number_of(std::uint32_t status, int prn, bool compressed);
+    int find_number(int sys, int prn, bool compressed);
     void lose(const sent_t& observation);
 
     bool signal_map_, raw_prn_;
+    std::array<std::int16_t, 2 << 11> numbers_{};             // what find_number() said: not 0
     std::array<sent_t, (kMaxSat + 1) * kNumSlots> epoch_{};   // by satellite number and slot
     std::vector<int> satellites_;                             // of the epoch, as they came
     std::array<bool, kMaxSat + 1> came_{};                    // to the epoch

@@ -32,6 +32,8 @@ void refused_frames_t::restart(std::uint64_t position)
     seen_ = tidy_ = goal_ = position;
     key_end_ = kNone;
     first_ = count_ = 0;
+    ends_at_.reset();
+    has_key_.reset();
 }
 
 // The checksum of a frame is the difference of those up to its ends, U(end) - U(at) * x^(8 * (end - at)). Zeros behind
@@ -69,6 +71,29 @@ void refused_frames_t::remember(std::uint64_t at, std::uint64_t end, std::uint32
     ends_[count_] = static_cast<std::uint32_t>(end);
     starts_[count_] = static_cast<std::uint32_t>(at);
     ++count_;
+    ends_at_[end % kAhead] = true;
+    has_key_[key % kKeyMarks] = true;
+}
+
+// Whether a checksum ends in front of this position, behind the bytes seen.
+bool refused_frames_t::ends_before(std::uint64_t now) const
+{
+    static_assert(kAhead > kMaxHeaderLength);
+    if (now - seen_ > kAhead) return true;
+    for (std::uint64_t end = seen_ + 1; end < now; ++end) {
+        if (ends_at_[end % kAhead]) return true;
+    }
+    return false;
+}
+
+// With the bytes up to here all are refused.
+void refused_frames_t::see(std::uint64_t now)
+{
+    if (now - seen_ >= kAhead) {
+        ends_at_.reset();
+        seen_ = now;
+    }
+    while (seen_ != now) ends_at_[++seen_ % kAhead] = false;
 }
 
 // Whether one of a block has the key, or came to its end between the bytes seen and those that are there now.
@@ -89,7 +114,9 @@ std::uint64_t refused_frames_t::revived(const stretch_t& held, std::size_t capac
         if (held.end - tidy_ >= kTidyStep) remove_settled();
         const auto begin = static_cast<std::uint32_t>(held.begin), now = static_cast<std::uint32_t>(held.end);
         const std::uint32_t wanted = held.end < goal_ ? key(held) : 0;
-        for (std::size_t i = first_; i < count_; ++i) {
+        // One that ends right here is told by its key.
+        const bool some = has_key_[wanted % kKeyMarks] || ends_before(held.end);
+        for (std::size_t i = some ? first_ : count_; i < count_; ++i) {
             if (i % kBlock == 0 && !may_hit(i, wanted, now)) {
                 i += kBlock - 1;
                 continue;
@@ -102,7 +129,7 @@ std::uint64_t refused_frames_t::revived(const stretch_t& held, std::size_t capac
                 return at;
         }
     }
-    seen_ = held.end;
+    see(held.end);
     return kNone;
 }
 
@@ -120,6 +147,7 @@ void refused_frames_t::move_goal(std::uint64_t goal)
     if (any()) {
         remove_settled();
         for (std::size_t i = first_; i < count_; ++i) keys_[i] = crc::moved_on(keys_[i], moved - goal_);
+        mark_keys();
     }
     goal_ = moved;
     key_end_ = kNone;
@@ -138,4 +166,11 @@ void refused_frames_t::remove_settled()
     first_ = 0;
     count_ = left;
     tidy_ = seen_;
+    mark_keys();
+}
+
+void refused_frames_t::mark_keys()
+{
+    has_key_.reset();
+    for (std::size_t i = first_; i < count_; ++i) has_key_[keys_[i] % kKeyMarks] = true;
 }

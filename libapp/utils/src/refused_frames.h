@@ -2,6 +2,7 @@
 #ifndef RTK_REFUSED_FRAMES_H
 #define RTK_REFUSED_FRAMES_H
 
+#include <bitset>
 #include <cstddef>
 #include <cstdint>
 
@@ -46,8 +47,11 @@ private:
     std::uint32_t key(const stretch_t& held);
     void remember(std::uint64_t at, std::uint64_t end, std::uint32_t key);
     bool may_hit(std::size_t block, std::uint32_t key, std::uint32_t now) const;
+    bool ends_before(std::uint64_t now) const;
+    void see(std::uint64_t now);
     void move_goal(std::uint64_t goal);
     void remove_settled();
+    void mark_keys();
 
     stretch_checksums_t<nullptr, 16, 8192> checksums_;
     std::uint64_t seen_;   // end of the bytes held with which all were refused
@@ -61,6 +65,12 @@ private:
     std::uint32_t keys_[kMost];
     std::uint32_t ends_[kMost];     // where their checksums end, low bits of the position
     std::uint32_t starts_[kMost];   // ascending, low bits
+
+    // What all of them have to be looked through for: of so many positions where checksums may end next, those where
+    // one does, and of the low bits of keys those that one has.
+    static constexpr std::size_t kAhead = 512, kKeyMarks = 4096;
+    std::bitset<kAhead> ends_at_;
+    std::bitset<kKeyMarks> has_key_;
 };
 
 #endif

@@ -55,6 +55,8 @@ private:
 /// Times are milliseconds since the beginning of GPS time, as the messages tell them.
 class epoch_t {
 public:
+    epoch_t() {}   // leaves the room for observations as it is
+
     std::int64_t time = 0;
     std::uint64_t offset = 0;   // of its first message in the log (bytes)
     places_t satellites;

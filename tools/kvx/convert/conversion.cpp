@@ -31,7 +31,7 @@ public:
     conversion_t(const convert_options_t& options, const std::string& log)
         : options_(options),
           source_(log),
-          frame_(std::make_unique<raw_t>()),
+          frame_(std::make_unique_for_overwrite<raw_t>()),
           reader_(source_, *frame_, false),
           selection_(options),
           foreseen_(sampled_columns(source_, options_, selection_)),
@@ -48,7 +48,7 @@ public:
           navigation_(options, selection_),
           positions_(options)
     {
-        Initial_raw(frame_.get(), 0);
+        Initial_raw(frame_.get(), 1);   // framing needs no more
         reader_.before_waiting([this] { bring_to_disk(); });
     }
 

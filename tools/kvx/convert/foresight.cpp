@@ -25,7 +25,7 @@ class sampler_t {
 public:
     sampler_t(input_file_t& log, const convert_options_t& options, const selection_t& selection)
         : log_(log),
-          frame_(std::make_unique<raw_t>()),
+          frame_(std::make_unique_for_overwrite<raw_t>()),
           piece_(kPiece),
           selection_(selection),
           ranges_(options.names, ledger_, [this](auto& epoch) { on_epoch(*epoch); }),
@@ -37,7 +37,7 @@ public:
 
     void sample(std::uint64_t offset)
     {
-        Initial_raw(frame_.get(), 0);
+        Initial_raw(frame_.get(), 1);   // framing needs no more
         bool found = false;
         for (int n = 0; n < kMostPieces && !found; ++n, offset += kPiece) {
             const std::size_t size = log_.read_at(offset, piece_.data(), piece_.size());

@@ -48,7 +48,7 @@ bool navigation_output_t::is_repetition(const rinex::ephemeris_record_t& r)
     const key_t key{r.message, r.reference, r.issue, r.health};
     if (std::find(known.rbegin(), known.rend(), key) != known.rend()) return true;
     known.push_back(key);
-    if (known.size() > kMostKnown) known.pop_front();
+    if (known.size() > kMostKnown) known.erase(known.begin());
     return false;
 }
 

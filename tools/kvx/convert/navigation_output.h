@@ -4,7 +4,6 @@
 
 #include <array>
 #include <cstdint>
-#include <deque>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -75,8 +74,8 @@ private:
     bool mixed_, wanted_;
     std::unique_ptr<output_file_t> spool_;
     std::vector<entry_t> entries_;
-    std::int64_t spooled_ = 0;                                  // bytes
-    std::array<std::deque<key_t>, rinex::kSatellites> known_;   // the latest of each satellite
+    std::int64_t spooled_ = 0;                                   // bytes
+    std::array<std::vector<key_t>, rinex::kSatellites> known_;   // the latest of each satellite
     std::optional<rinex::ion_utc_record_t> ion_utc_;
     std::optional<int> leap_seconds_;
     navigation_count_t count_;

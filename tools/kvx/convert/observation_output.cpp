@@ -42,9 +42,19 @@ observation_output_t::observation_output_t(const convert_options_t& options, con
     if (foreseen) text_.begin_with(*foreseen);
 }
 
+void observation_output_t::write(std::string_view text)
+{
+    size_ += std::fwrite(text.data(), 1, text.size(), file_->stream());   // the stream keeps its error
+}
+
 void observation_output_t::write_block()
 {
-    size_ += std::fwrite(buffer_.get(), 1, block_.size(), file_->stream());   // the stream keeps its error
+    if (header_size_ == 0) {
+        const std::string header = first_header();
+        header_size_ = header.size();
+        write(header);
+    }
+    write(block_.view());
     block_.cut(buffer_.get());
 }
 
@@ -78,20 +88,15 @@ void observation_output_t::add(event_t event, bool behind)
     events_.insert(place, {std::move(event), behind});
 }
 
-void observation_output_t::begin_file()
-{
-    file_ = std::make_unique<output_file_t>(options_.folder, 0);
-    session_.first = session_.last;
-    const std::string header = first_header();
-    header_size_ = size_ = std::fwrite(header.data(), 1, header.size(), file_->stream());
-}
-
 void observation_output_t::add(rinex::epoch_t& epoch)
 {
     const std::size_t begin = block_.size();
     if (!text_.epoch(epoch, block_)) return;
     session_.last = epoch.time * rinex::kTicksPerMs;
-    if (file_ == nullptr) begin_file();
+    if (file_ == nullptr) {
+        file_ = std::make_unique<output_file_t>(options_.folder, 0);
+        session_.first = session_.last;
+    }
     if (!events_.empty()) {
         const std::string text(block_.view().substr(begin));
         block_.cut(buffer_.get() + begin);
@@ -143,18 +148,27 @@ coverage_t observation_output_t::coverage() const
 finished_file_t observation_output_t::finish(const std::string& name)
 {
     write_events(std::numeric_limits<std::int64_t>::max());
+    session_.interval = coverage().interval;
+    complete(header(text_.columns()), name);
+    return packed_observations(std::move(file_), name, options_);
+}
+
+void observation_output_t::complete(const std::string& header, const std::string& name)
+{
+    const bool settled = text_.columns().settled();
+    if (header_size_ == 0 && settled) {   // nothing has been written
+        write(header);
+        return write(block_.view());
+    }
     write_block();
     file_->check(name);
-    session_.interval = coverage().interval;
-    const std::string last_header = header(text_.columns());
-    const auto padded = rinex::header_of_size(last_header, header_size_);
-    if (padded && size_ >= kWorthPatching && text_.columns().settled()) {
+    const auto padded = rinex::header_of_size(header, header_size_);
+    if (padded && settled && size_ >= kWorthPatching) {
         file_->seek(0);
-        std::fwrite(padded->data(), 1, padded->size(), file_->stream());
+        write(*padded);
     } else {
-        file_ = rewritten(last_header);
+        file_ = rewritten(header);
     }
-    return packed_observations(std::move(file_), name, options_);
 }
 
 }   // namespace kvx

@@ -45,9 +45,10 @@ public:
     coverage_t coverage() const;
     observation_counts_t counts() const { return {epochs_.epochs, events_written_, events_lost_, 0}; }
 
-    /// Writes what is left and completes the header in its place. The file is copied when it is small, when the header
-    /// has outgrown its room, and when columns are not where they belong: one was never used, or a signal that was not
-    /// foreseen came late and stands in front of another of its system; in RINEX 2 mostly.
+    /// Writes what is left and completes the header in its place. The file is copied when it is small but not so small
+    /// that it was not begun yet, when the header has outgrown its room, and when columns are not where they belong:
+    /// one was never used, or a signal that was not foreseen came late and stands in front of another of its system; in
+    /// RINEX 2 mostly.
     finished_file_t finish(const std::string& name);
 
 private:
@@ -55,11 +56,12 @@ private:
         event_t event;
         bool behind;
     };
-    void begin_file();
+    void write(std::string_view text);
     void write_block();
     void write_events(std::int64_t until);
     std::string first_header() const;
     std::string header(const rinex::columns_t& columns) const;
+    void complete(const std::string& header, const std::string& name);
     std::unique_ptr<output_file_t> rewritten(const std::string& header);
 
     const convert_options_t& options_;
@@ -70,7 +72,7 @@ private:
     std::unique_ptr<char[]> buffer_;   // of the block
     rinex::text_t block_;              // not written yet
     std::unique_ptr<output_file_t> file_;
-    std::size_t header_size_ = 0;    // with the lines kept free
+    std::size_t header_size_ = 0;    // with the lines kept free; 0: not written yet
     std::uint64_t size_ = 0;         // bytes written
     std::deque<waiting_t> events_;   // in order of time
     std::uint64_t events_written_ = 0, events_lost_ = 0;

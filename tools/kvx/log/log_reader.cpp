@@ -6,13 +6,17 @@
 namespace kvx {
 
 log_reader_t::log_reader_t(input_file_t& source, raw_t& raw, bool decode, std::size_t block)
-    : source_(source), raw_(raw), decode_(decode), block_(block)
+    : source_(source),
+      raw_(raw),
+      decode_(decode),
+      block_size_(block),
+      block_(std::make_unique_for_overwrite<std::uint8_t[]>(block))
 {}
 
 // Takes bytes of the block up to the end of a frame.
 int log_reader_t::take(int& left)
 {
-    const std::uint8_t* const data = block_.data() + at_;
+    const std::uint8_t* const data = block_.get() + at_;
     if (decode_) {
         const int result = input_korvexb(&raw_, data, &left);
         // Of an SBAS satellite behind the last one of its table nothing is kept.
@@ -26,7 +30,7 @@ bool log_reader_t::refill()
 {
     if (source_.live() && before_waiting_) before_waiting_();
     at_ = 0;
-    end_ = source_.read_some(block_.data(), block_.size());
+    end_ = source_.read_some(block_.get(), block_size_);
     return end_ > 0;
 }
 

@@ -6,7 +6,7 @@
 
 #include <cstdint>
 #include <functional>
-#include <vector>
+#include <memory>
 
 #include "common/input_file.h"
 
@@ -65,10 +65,11 @@ private:
     input_file_t& source_;
     raw_t& raw_;
     bool decode_;
-    std::vector<std::uint8_t> block_;
-    std::size_t at_ = 0, end_ = 0;   // unread part of the block
-    std::uint64_t offset_ = 0;       // of block_[at_] in the log
-    std::uint64_t frame_end_ = 0;    // where the last frame or dropped header ended
+    std::size_t block_size_;
+    std::unique_ptr<std::uint8_t[]> block_;   // of which a small log never touches the rest
+    std::size_t at_ = 0, end_ = 0;            // unread part of the block
+    std::uint64_t offset_ = 0;                // of block_[at_] in the log
+    std::uint64_t frame_end_ = 0;             // where the last frame or dropped header ended
     std::function<void()> before_waiting_;
     losses_t losses_;
 };

@@ -23,7 +23,7 @@ std::int64_t first_range(const std::string& log)
 }   // namespace
 
 log_messages_t::log_messages_t(std::vector<std::string> logs)
-    : logs_(std::move(logs)), frame_(std::make_unique<raw_t>())
+    : logs_(std::move(logs)), frame_(std::make_unique_for_overwrite<raw_t>())
 {
     if (logs_.size() > 1) {
         std::vector<std::pair<std::int64_t, std::string>> order;
@@ -37,7 +37,7 @@ log_messages_t::log_messages_t(std::vector<std::string> logs)
 void log_messages_t::open(std::size_t log)
 {
     log_ = log;
-    Initial_raw(frame_.get(), 0);
+    Initial_raw(frame_.get(), 1);   // framing needs no more
     source_ = std::make_unique<input_file_t>(logs_[log]);
     reader_ = std::make_unique<log_reader_t>(*source_, *frame_, false);
     progress_ = std::make_unique<progress_t>(source_->name(), source_->size_on_disk());

@@ -1,5 +1,6 @@
 #include "log/epoch_collector.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstring>
 
@@ -39,8 +40,10 @@ void epoch_collector_t::add(const raw_t& raw, std::uint64_t offset)
         flush();
         offset_ = offset;
     }
-    // What lies before the ephemerides, and between them and the lock tables.
-    std::memcpy(static_cast<void*>(epoch_.get()), &raw, offsetof(raw_t, eph));
+    // What lies before the ephemerides, without entries that are free and were, and between them and the lock tables.
+    const auto entries = static_cast<std::size_t>(std::min<int>(std::max(raw.nobs, epoch_->nobs), kMaxObs));
+    std::memcpy(static_cast<void*>(epoch_.get()), &raw, offsetof(raw_t, obs) + entries * sizeof(obsd_t));
+    std::memcpy(epoch_->reserved1, raw.reserved1, offsetof(raw_t, eph) - offsetof(raw_t, reserved1));
     std::memcpy(epoch_->ant_type, raw.ant_type, offsetof(raw_t, reserved5) - offsetof(raw_t, ant_type));
     held_ = true;
 }

@@ -62,7 +62,7 @@ void record_limits_t::add(const std::uint8_t* body, int size, bool compressed, b
             lose(sent);
             continue;
         }
-        sent_t& kept = epoch_[static_cast<std::size_t>(sat * kNumSlots + slot)];
+        sent_t& kept = epoch_[static_cast<std::size_t>(sat) * kNumSlots + static_cast<std::size_t>(slot)];
         if (kept.there) lose(kept);   // the later one takes its place
         kept = sent;
         if (!came_[static_cast<std::size_t>(sat)]) satellites_.push_back(sat);

@@ -7,7 +7,9 @@
 #include <cstdint>
 #include <span>
 
-namespace [[gnu::visibility("hidden")]] checksum {
+#pragma GCC visibility push(hidden)
+
+namespace checksum {
 
 inline constexpr std::uint32_t kPolynomial = 0xEDB88320;   // reflected: the highest bit is the coefficient of x^0
 
@@ -31,6 +33,8 @@ struct way_t {
 /// Every way that is compiled for this architecture, the fastest first; the last is available everywhere.
 std::span<const way_t> ways() noexcept;
 
-}   // namespace gnu::visibility("hidden")]]checksum
+}   // namespace checksum
+
+#pragma GCC visibility pop
 
 #endif

@@ -104,12 +104,13 @@ TEST(KorvexMsgHelper, FalseFramesHideNothing)
     for (int stream = 0; stream < 150; ++stream) {
         std::string text(below(2) * below(6000), '\0');   // makes the capacity greater
         const unsigned longest = stream % 50 == 0 ? 300 : 60;
-        for (const std::size_t end = text.size() + 8 * longest; text.size() < end;) {
+        for (const std::size_t end = text.size() + 8 * longest + (stream % 25 == 5 ? 15000 : 0); text.size() < end;) {
             const auto add_header = [&](unsigned length) {
                 text += "\xAA\x44\xCC";
                 for (const unsigned byte : {below(256), 0u, 0u, 0u, 0u, length & 0xFF, length >> 8})
                     text += static_cast<char>(byte);
             };
+            if (stream % 25 == 5) text.append(below(2) * 10000, 'x');   // quiet, until nothing is remembered
             for (unsigned n = below(30); n > 0; --n) add_header(below(longest));
             const std::size_t start = text.size();
             const unsigned length = 4 + below(longest);

@@ -53,6 +53,14 @@ std::string defined_observation(double value)
 
 }   // namespace
 
+TEST(RinexNumbers, WhatDoesNotFitIsLeftOut)
+{
+    rinex::text_buffer_t<20> text;
+    text.observation(-1.0).observation(1.0).put('x');
+    EXPECT_EQ("        -1.000      ", text.view());
+    EXPECT_EQ(nullptr, text.columns(1));
+}
+
 TEST(RinexNumbers, AsDefined)
 {
     const auto check = [](double x, int digits) {

@@ -60,15 +60,16 @@ inline bool put_field(char* columns, double value)
     return !is_valid(value) || put_observation(columns, value);
 }
 
-// A signal none of whose values is wider than its columns, which are blank. One field after the other and no loop: the
-// processor learns for each how many digits it has.
+// A signal none of whose values is wider than its columns, which are blank. All fields, one after the other and without
+// a loop: the processor learns for each how many digits it has.
 bool put_in_columns(char* columns, const obsd_t& obs, int slot)
 {
     const double phase = obs.L[slot];
-    const bool fits = put_field(columns, obs.P[slot]) && put_field(columns + kFieldWidth, phase) &&
-                      put_field(columns + 2 * kFieldWidth, value_of(obs, slot, kDopplerField)) &&
-                      put_field(columns + 3 * kFieldWidth, value_of(obs, slot, kDopplerField + 1));
-    if (fits && is_valid(phase)) columns[kFieldWidth + kValueWidth] = lock_digit(phase, obs.LLI[slot]);
+    bool fits = put_field(columns, obs.P[slot]);
+    fits &= put_field(columns + kFieldWidth, phase);
+    fits &= put_field(columns + 2 * kFieldWidth, value_of(obs, slot, kDopplerField));
+    fits &= put_field(columns + 3 * kFieldWidth, value_of(obs, slot, kDopplerField + 1));
+    if (is_valid(phase)) columns[kFieldWidth + kValueWidth] = lock_digit(phase, obs.LLI[slot]);
     return fits;
 }
 

@@ -4,7 +4,6 @@
 #include <charconv>
 #include <cmath>
 
-#include "gnss/rinex/digits.h"
 #include "gnss/rinex/observation_number.h"
 
 namespace rinex {
@@ -15,23 +14,6 @@ bool is_control(char c)
 {
     const auto byte = static_cast<unsigned char>(c);
     return byte < 0x20 || byte == 0x7F;
-}
-
-// Decimal digits of n, written backwards from end; returns their start.
-char* put_digits(std::uint64_t n, char* end)
-{
-    while (n >= 100) {
-        end -= 2;
-        put_pair(end, n % 100);
-        n /= 100;
-    }
-    if (n >= 10) {
-        end -= 2;
-        put_pair(end, n);
-        return end;
-    }
-    *--end = static_cast<char>('0' + n);
-    return end;
 }
 
 // Longest text of a double in fixed notation: 309 digits, sign, point and decimals.
@@ -110,23 +92,11 @@ text_t& text_t::header_integer(long long value, int width)
 
 text_t& text_t::observation(double value)
 {
-    if (end_ - at_ >= kValueWidth) {
-        std::memset(at_, ' ', kValueWidth);
-        if (put_observation(at_, value)) {
-            at_ += kValueWidth;
-            return *this;
-        }
-    }
-    char field[24];
-    char* const end = field + sizeof field;
-    std::memset(field, ' ', sizeof field);
-    const std::uint64_t n = thousandths(std::fabs(value));
-    char* at = put_digits(n % 1000 + 1000, end);   // the leading 1 keeps the zeros and makes room for the point
-    *at = '.';
-    at = put_digits(n / 1000, at);
-    if (std::signbit(value)) *--at = '-';
-    at = std::min(at, end - kValueWidth);
-    return put({at, static_cast<std::size_t>(end - at)});
+    if (end_ - at_ < kValueWidth) return fixed(value, kValueWidth, 3);
+    std::memset(at_, ' ', kValueWidth);
+    if (!put_observation(at_, value)) return fixed(value, kValueWidth, 3);
+    at_ += kValueWidth;
+    return *this;
 }
 
 }   // namespace rinex

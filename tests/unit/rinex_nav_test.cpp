@@ -167,4 +167,7 @@ TEST(RinexNavRec, NothingToWrite)
         raw->eph_sat = static_cast<std::uint16_t>(256 + c.sat);
         EXPECT_EQ(0, c.write(file.get(), raw.get(), &opt));
     }
+    double ionosphere[8] = {};
+    EXPECT_EQ(0, WriteRinexGpsEphIonPara(nullptr, ionosphere, &opt) + WriteRinexGloEphCurleap(nullptr) +
+                     WriteRinexGpsEphIonPara(file.get(), ionosphere, nullptr));
 }

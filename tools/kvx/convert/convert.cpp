@@ -2,7 +2,6 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <array>
 #include <cerrno>
@@ -165,15 +164,14 @@ int run(const convert_options_t& options)
 
 }   // namespace
 
-command_t convert_command(CLI::App& program)
+command_t convert_command(command_line_t& program)
 {
     auto options = std::make_shared<convert_options_t>();
-    CLI::App* app = program.add_subcommand("convert", "RINEX files from logs of the receiver board");
-    add_convert_options(*app, *options);
-    app->callback([options] {
-        if (!options->name.empty() && options->logs.size() > 1) {
-            throw CLI::ValidationError("--name", "names the files of one log");
-        }
+    command_line_t app = program.command("convert", "RINEX files from logs of the receiver board");
+    add_convert_options(app, *options);
+    app.when_all_read([options] {
+        if (!options->name.empty() && options->logs.size() > 1)
+            throw usage_error_t("--name", "names the files of one log");
     });
     return {app, [options] { return run(*options); }};
 }

@@ -1,5 +1,4 @@
 // kvx info: what logs hold, without writing anything.
-#include <CLI/CLI.hpp>
 #include <cstdio>
 #include <memory>
 
@@ -76,13 +75,13 @@ int run(const info_options_t& options)
 
 }   // namespace
 
-command_t info_command(CLI::App& program)
+command_t info_command(command_line_t& program)
 {
     auto options = std::make_shared<info_options_t>();
-    CLI::App* app = program.add_subcommand("info", "What logs hold: messages, epochs, satellites, damage");
-    app->add_option("LOG", options->logs, "Logs of the receiver board; .gz is read directly, - is standard input")
-        ->required();
-    app->add_flag("--json", options->json, "Print as JSON");
+    command_line_t app = program.command("info", "What logs hold: messages, epochs, satellites, damage");
+    app.option("LOG", &options->logs, "Logs of the receiver board; .gz is read directly, - is standard input",
+               {.required = true});
+    app.flag("--json", &options->json, "Print as JSON");
     return {app, [options] { return run(*options); }};
 }
 

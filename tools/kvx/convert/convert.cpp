@@ -14,7 +14,6 @@
 #include "common/command.h"
 #include "common/error.h"
 #include "common/interrupt.h"
-#include "common/json_text.h"
 #include "common/left_overs.h"
 #include "common/publish.h"
 #include "common/standard_streams.h"
@@ -30,7 +29,7 @@ int convert_one(const convert_options_t& options, const std::string& log)
 {
     try {
         const summary_t summary = convert_log(options, log);
-        const std::string text = options.json ? json_text(summary_json(summary)) + "\n" : summary_text(summary, false);
+        const std::string text = options.json ? summary_json(summary) : summary_text(summary, false);
         std::fputs(text.c_str(), stdout);
         if (summary.outcome->partial) {
             const error_t cut(summary.log, "interrupted", "what was read is in " + summary.outcome->files.front());

@@ -5,7 +5,6 @@
 #include "common/command.h"
 #include "common/error.h"
 #include "common/interrupt.h"
-#include "common/json_text.h"
 #include "common/progress.h"
 #include "log/epoch_collector.h"
 #include "log/log_reader.h"
@@ -52,7 +51,7 @@ int describe(const std::string& log, bool json)
         order.flush();
     }
     summary.finish(reader, source);
-    std::fputs((json ? json_text(summary_json(summary)) + "\n" : summary_text(summary, true)).c_str(), stdout);
+    std::fputs((json ? summary_json(summary) : summary_text(summary, true)).c_str(), stdout);
     return summary.damaged() ? kDamaged : kDone;
 }
 

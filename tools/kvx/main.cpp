@@ -1,12 +1,13 @@
 // kvx: the command-line tool of rtk_utils.
 #include <unistd.h>
 
-#include <CLI/CLI.hpp>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <exception>
 #include <new>
+#include <optional>
+#include <vector>
 
 #include "common/command.h"
 #include "common/interrupt.h"
@@ -14,37 +15,41 @@
 
 namespace {
 
+using kvx::command_line_t;
 using kvx::command_t;
 
-constexpr command_t (*kCommands[])(CLI::App&) = {
+constexpr command_t (*kCommands[])(command_line_t&) = {
     kvx::convert_command,  kvx::check_command, kvx::verify_command, kvx::expand_command, kvx::info_command,
     kvx::simulate_command, kvx::dump_command,  kvx::frame_command,  kvx::gpio_command,   kvx::i2c_command,
 };
 
 bool g_memory_ran_out = false;
 
+// Reads the command line. Gives an exit code when that was all: it asked for the help or the version, or it is wrong.
+std::optional<int> read(command_line_t& app, int argc, char** argv)
+{
+    int code = kvx::kUsage;
+    try {
+        if (app.read(argc, argv)) return std::nullopt;
+        code = kvx::finished(kvx::kDone);
+    } catch (const kvx::usage_error_t& e) {
+        std::fprintf(stderr, "kvx: error: %s (see --help)\n", e.what());
+    }
+    if (g_memory_ran_out) throw std::bad_alloc();   // the streams that make these texts are silent about it
+    return code;
+}
+
 int run(int argc, char** argv)
 {
-    CLI::App app("Logs, RINEX files, messages and hardware of GNSS RTK receivers.", "kvx");
-    app.set_version_flag("--version", KVX_VERSION);
-    app.require_subcommand(1);
-    app.failure_message([](const CLI::App*, const CLI::Error& e) {
-        return "kvx: error: " + std::string(e.what()) + " (see --help)\n";
-    });
+    command_line_t app("kvx", "Logs, RINEX files, messages and hardware of GNSS RTK receivers.", KVX_VERSION);
     app.footer(
         "Exit codes: 0 done, 1 failed, 2 wrong usage, 3 done but the input was damaged, "
         "129, 130 or 143 ended by SIGHUP, Ctrl-C or SIGTERM, 141 the reader of standard output has gone.");
     std::vector<command_t> commands;
     for (const auto make : kCommands) commands.push_back(make(app));
-    try {
-        app.parse(argc, argv);
-    } catch (const CLI::ParseError& e) {
-        const int code = app.exit(e) == 0 ? kvx::finished(kvx::kDone) : kvx::kUsage;
-        if (g_memory_ran_out) throw std::bad_alloc();   // the streams that make these texts are silent about it
-        return code;
-    }
+    if (const auto code = read(app, argc, argv)) return *code;
     for (const command_t& command : commands) {
-        if (command.app->parsed()) return kvx::finished(command.run());
+        if (command.app.given()) return kvx::finished(command.run());
     }
     return kvx::kUsage;
 }
@@ -65,8 +70,8 @@ void set_signals()
 
 std::terminate_handler g_terminate = nullptr;   // the usual one
 
-// Memory may run out before main, where nothing catches it: the option parser makes objects of its own in every file
-// that includes it. Nothing has been opened then.
+// Memory may run out before main, where nothing catches it: the option parser makes objects of its own.
+// Nothing has been opened then.
 void terminate()
 {
     try {
@@ -97,7 +102,7 @@ int main(int argc, char** argv)
         return run(argc, argv);
     } catch (const kvx::stdout_lost_t&) {
         return kvx::finished(kvx::kDone);
-    } catch (const CLI::ParseError& e) {   // a value that only the command itself could judge
+    } catch (const kvx::usage_error_t& e) {   // a value that only the command itself could judge
         return failed(e.what(), kvx::kUsage);
     } catch (const kvx::interruption_t& e) {
         return failed(e.what(), kvx::interrupt_code());

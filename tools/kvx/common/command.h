@@ -5,9 +5,7 @@
 #include <csignal>
 #include <functional>
 
-namespace CLI {
-class App;
-}
+#include "common/command_line.h"
 
 namespace kvx {
 
@@ -23,20 +21,20 @@ enum exit_code_t : int {
 
 /// A subcommand: its place on the command line and what it does when chosen.
 struct command_t {
-    CLI::App* app;
+    command_line_t app;
     std::function<int()> run;   ///< returns an exit_code_t
 };
 
-command_t convert_command(CLI::App& program);
-command_t info_command(CLI::App& program);
-command_t check_command(CLI::App& program);
-command_t verify_command(CLI::App& program);
-command_t simulate_command(CLI::App& program);
-command_t gpio_command(CLI::App& program);
-command_t i2c_command(CLI::App& program);
-command_t dump_command(CLI::App& program);
-command_t frame_command(CLI::App& program);
-command_t expand_command(CLI::App& program);
+command_t convert_command(command_line_t& program);
+command_t info_command(command_line_t& program);
+command_t check_command(command_line_t& program);
+command_t verify_command(command_line_t& program);
+command_t simulate_command(command_line_t& program);
+command_t gpio_command(command_line_t& program);
+command_t i2c_command(command_line_t& program);
+command_t dump_command(command_line_t& program);
+command_t frame_command(command_line_t& program);
+command_t expand_command(command_line_t& program);
 
 }   // namespace kvx
 

@@ -17,6 +17,11 @@ int systems_of(const std::string& letters)
     return systems;
 }
 
+std::string fault_in_letters(const std::string& letters)
+{
+    return systems_of(letters) != 0 ? "" : "'" + letters + "' is not made of letters of GRECJS";
+}
+
 rinex::satellite_t satellite_of_record(int sat)
 {
     static const auto satellites = [] {

@@ -11,6 +11,9 @@ namespace kvx {
 /// Bits of gnss_system_t for letters; 0 when there is none or another character among them.
 int systems_of(const std::string& letters);
 
+/// What is wrong with such letters on a command line; empty when nothing is.
+std::string fault_in_letters(const std::string& letters);
+
 /// The satellite of a satellite number of the record; invalid for 0 and numbers beyond the last.
 rinex::satellite_t satellite_of_record(int sat);
 

@@ -2,7 +2,6 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <array>
 #include <cerrno>
@@ -15,7 +14,6 @@
 #include "common/command.h"
 #include "common/error.h"
 #include "common/interrupt.h"
-#include "common/json_text.h"
 #include "common/left_overs.h"
 #include "common/publish.h"
 #include "common/standard_streams.h"
@@ -31,7 +29,7 @@ int convert_one(const convert_options_t& options, const std::string& log)
 {
     try {
         const summary_t summary = convert_log(options, log);
-        const std::string text = options.json ? json_text(summary_json(summary)) + "\n" : summary_text(summary, false);
+        const std::string text = options.json ? summary_json(summary) : summary_text(summary, false);
         std::fputs(text.c_str(), stdout);
         if (summary.outcome->partial) {
             const error_t cut(summary.log, "interrupted", "what was read is in " + summary.outcome->files.front());
@@ -165,15 +163,14 @@ int run(const convert_options_t& options)
 
 }   // namespace
 
-command_t convert_command(CLI::App& program)
+command_t convert_command(command_line_t& program)
 {
     auto options = std::make_shared<convert_options_t>();
-    CLI::App* app = program.add_subcommand("convert", "RINEX files from logs of the receiver board");
-    add_convert_options(*app, *options);
-    app->callback([options] {
-        if (!options->name.empty() && options->logs.size() > 1) {
-            throw CLI::ValidationError("--name", "names the files of one log");
-        }
+    command_line_t app = program.command("convert", "RINEX files from logs of the receiver board");
+    add_convert_options(app, *options);
+    app.when_all_read([options] {
+        if (!options->name.empty() && options->logs.size() > 1)
+            throw usage_error_t("--name", "names the files of one log");
     });
     return {app, [options] { return run(*options); }};
 }

@@ -1,9 +1,10 @@
 #include "convert/convert_options.h"
 
 #include <algorithm>
+#include <map>
 
-#include "common/arguments.h"
 #include "common/ascii.h"
+#include "common/command_line.h"
 #include "common/gps_time.h"
 #include "common/systems.h"
 #include "gnss/foundation/time_scales.h"
@@ -24,141 +25,132 @@ std::string check_time(const std::string& text)
     return parse_gps_time(text) ? "" : "'" + text + "' is not a GPS time such as 2024-03-10 12:00:00";
 }
 
-void add_time(CLI::App& app, const std::string& name, std::optional<double>& value, const std::string& help)
+void add_time(command_line_t& app, const std::string& name, std::optional<double>& value, const std::string& help)
 {
     const auto take = [&value](const std::string& text) {
         const auto time = parse_gps_time(text);
         value = gps_seconds(time->week, time->tow);
     };
-    app.add_option_function<std::string>(name, take, help)->check(CLI::Validator(check_time, "TIME"));
+    app.option(name, take, help, {.check = {check_time, "TIME"}});
 }
 
 // A text for a header line: printable ASCII that fits its columns.
-void add_text(CLI::App& app, const std::string& name, std::string& value, std::size_t columns, const std::string& help)
+void add_text(command_line_t& app, const std::string& name, std::string& value, std::size_t columns,
+              const std::string& help)
 {
     const auto take = [&value, name, columns](const std::string& text) {
         const auto ascii = to_ascii(text);
-        if (!ascii)
-            throw CLI::ValidationError(name, "'" + text + "' has characters that RINEX cannot carry; use ASCII");
+        if (!ascii) throw usage_error_t(name, "'" + text + "' has characters that RINEX cannot carry; use ASCII");
         if (ascii->size() > columns)
-            throw CLI::ValidationError(
+            throw usage_error_t(
                 name, "'" + text + "' is longer than the " + std::to_string(columns) + " columns of its line");
         value = *ascii;
     };
-    app.add_option_function<std::string>(name, take, help)->type_name("TEXT")->default_str(value);
+    app.option(name, take, help, {.type_name = "TEXT", .default_text = value});
 }
 
-void add_output_options(CLI::App& app, convert_options_t& o)
+void add_output_options(command_line_t& app, convert_options_t& o)
 {
-    app.add_option("LOG", o.logs, "Logs of the receiver board; .gz is read directly, - is standard input")->required();
-    app.add_option("-o,--output", o.folder, "Folder for the files, made if need be")->capture_default_str();
-    app.add_option("--name", o.name, "Stem of the file names instead of the RINEX convention")
-        ->check([](const std::string& s) { return s.find('/') == s.npos ? "" : "is a stem, not a path"; });
-    app.add_flag("--force", o.force, "Replace files that exist");
-    app.add_option("--rinex", o.rinex, "RINEX version: 2.11, 3.04, 3.05, 4.02; 3 and 4 are the newest (default: 3.05)")
-        ->transform([](const std::string& s) { return kVersions.count(s) != 0 ? kVersions.at(s) : s; });
-    app.add_option("--nav", o.nav,
-                   "Navigation files: one per system, one for all, none (default: mixed; 2.11: GPS and GLONASS)")
-        ->check(CLI::IsMember({"split", "mixed", "none"}));
-    app.add_flag("--nav-repeats", o.nav_repeats, "Write ephemerides as often as the log repeats them");
-    app.add_option("-j,--jobs", o.jobs, "Logs converted at once")->check(CLI::Range(1, 256))->capture_default_str();
-    app.add_flag("--xyz", o.position_listing, "Also list the positions of the log, a line per fix");
-    app.add_flag("--crx", o.crx, "Make observation files compact (Hatanaka compression)");
-    app.add_flag("--gz", o.gz, "Compress the files with gzip");
-    app.add_flag("--verify", o.verify, "Prove that the files hold all that the log sent before they get their names");
-    app.add_flag("--json", o.json, "Print the summary as JSON");
+    app.option("LOG", &o.logs, "Logs of the receiver board; .gz is read directly, - is standard input",
+               {.required = true});
+    app.option("-o,--output", &o.folder, "Folder for the files, made if need be", {.show_default = true});
+    app.option("--name", &o.name, "Stem of the file names instead of the RINEX convention",
+               {.check = {[](const std::string& s) { return s.find('/') == s.npos ? "" : "is a stem, not a path"; }}});
+    app.flag("--force", &o.force, "Replace files that exist");
+    app.option("--rinex", &o.rinex, "RINEX version: 2.11, 3.04, 3.05, 4.02; 3 and 4 are the newest (default: 3.05)");
+    app.option("--nav", &o.nav,
+               "Navigation files: one per system, one for all, none (default: mixed; 2.11: GPS and GLONASS)",
+               {.check = one_of({"split", "mixed", "none"})});
+    app.flag("--nav-repeats", &o.nav_repeats, "Write ephemerides as often as the log repeats them");
+    app.option("-j,--jobs", &o.jobs, "Logs converted at once", {.check = whole_within(1, 256), .show_default = true});
+    app.flag("--xyz", &o.position_listing, "Also list the positions of the log, a line per fix");
+    app.flag("--crx", &o.crx, "Make observation files compact (Hatanaka compression)");
+    app.flag("--gz", &o.gz, "Compress the files with gzip");
+    app.flag("--verify", &o.verify, "Prove that the files hold all that the log sent before they get their names");
+    app.flag("--json", &o.json, "Print the summary as JSON");
 }
 
-void add_selection_options(CLI::App& app, convert_options_t& o)
+void add_selection_options(command_line_t& app, convert_options_t& o)
 {
-    app.add_option("--systems", o.systems, "Systems to write")->check(system_letters())->capture_default_str();
-    app.add_option("--satellites", o.satellites, "Satellites to write: G01,E*")->delimiter(',')->type_name("NAMES");
-    app.add_option("--signals", o.signals, "Signals to write by their RINEX 3 names: 1C,2W, or of one system: G1C,E*")
-        ->delimiter(',')
-        ->type_name("NAMES");
-    app.add_option_function<std::vector<std::string>>(
-           "--signal",
-           [&o](const std::vector<std::string>& rules) {
-               o.names_changed = true;
-               for (const std::string& rule : rules) {
-                   if (const std::string fault = o.names.rename(rule); !fault.empty())
-                       throw CLI::ValidationError("--signal", fault);
-               }
-           },
-           "Call a signal by another name: G:17=2L is signal type 17 of GPS as 2L")
-        ->type_name("RULE");
-    app.add_option("--interval", o.interval, "Thin epochs out to the points of the GPS time grid of S seconds")
-        ->check(within(0.001, kDay))
-        ->type_name("S");
-    app.add_option_function<std::string>(
-           "--anchor", [&o](const std::string& anchor) { o.anchor_first = anchor == "first"; },
-           "Where that grid begins: grid (GPS time) or first (the first epoch)")
-        ->check(CLI::IsMember({"grid", "first"}));
+    app.option("--systems", &o.systems, "Systems to write",
+               {.check = {fault_in_letters, "LETTERS"}, .show_default = true});
+    app.option("--satellites", &o.satellites, "Satellites to write: G01,E*", {.delimiter = ',', .type_name = "NAMES"});
+    app.option("--signals", &o.signals, "Signals to write by their RINEX 3 names: 1C,2W, or of one system: G1C,E*",
+               {.delimiter = ',', .type_name = "NAMES"});
+    const auto rename = [&o](const std::vector<std::string>& rules) {
+        o.names_changed = true;
+        for (const std::string& rule : rules) {
+            if (const std::string fault = o.names.rename(rule); !fault.empty()) throw usage_error_t("--signal", fault);
+        }
+    };
+    app.option("--signal", rename, "Call a signal by another name: G:17=2L is signal type 17 of GPS as 2L",
+               {.type_name = "RULE"});
+    app.option("--interval", &o.interval, "Thin epochs out to the points of the GPS time grid of S seconds",
+               {.check = within(0.001, kDay), .type_name = "S"});
+    app.option("--anchor", [&o](const std::string& anchor) { o.anchor_first = anchor == "first"; },
+               "Where that grid begins: grid (GPS time) or first (the first epoch)",
+               {.check = one_of({"grid", "first"})});
     add_time(app, "--start", o.start, "First epoch to write, GPS time YYYY-MM-DD HH:MM:SS");
     add_time(app, "--end", o.end, "Last epoch to write, GPS time");
-    app.add_option_function<std::string>(
-           "--events", [&o](const std::string& events) { o.events = events == "keep"; },
-           "Marks and stops of the receiver as event records: keep or none")
-        ->check(CLI::IsMember({"keep", "none"}));
+    app.option("--events", [&o](const std::string& events) { o.events = events == "keep"; },
+               "Marks and stops of the receiver as event records: keep or none", {.check = one_of({"keep", "none"})});
 }
 
-void add_header_options(CLI::App& app, convert_options_t& o)
+void add_header_options(command_line_t& app, convert_options_t& o)
 {
+    const auto country_fault = [](const std::string& s) {
+        return s.size() == 3 && std::all_of(s.begin(), s.end(), [](char c) { return c >= 'A' && c <= 'Z'; })
+                   ? ""
+                   : "is not three capital letters";
+    };
     add_text(app, "--marker", o.marker, 60, "Marker name; also names the site in the file names");
     add_text(app, "--marker-number", o.marker_number, 20, "Marker number");
     add_text(app, "--marker-type", o.marker_type, 20, "Marker type, as listed in RINEX 3.05");
-    app.add_option("--country", o.country, "Country of the site in the file names, three letters of ISO 3166")
-        ->check([](const std::string& s) {
-            return s.size() == 3 && std::all_of(s.begin(), s.end(), [](char c) { return c >= 'A' && c <= 'Z'; })
-                       ? ""
-                       : "is not three capital letters";
-        });
+    app.option("--country", &o.country, "Country of the site in the file names, three letters of ISO 3166",
+               {.check = {country_fault}});
     add_text(app, "--observer", o.observer, 20, "Observer");
     add_text(app, "--agency", o.agency, 40, "Observer's agency");
     add_text(app, "--run-by", o.run_by, 20, "Who ran the conversion");
     add_text(app, "--antenna-type", o.antenna_type, 20, "Antenna type and radome (default: as the log says)");
     add_text(app, "--antenna-number", o.antenna_number, 20, "Antenna number");
-    app.add_option("--antenna-delta", o.antenna_delta, "Antenna height, east and north of the marker (m)")
-        ->delimiter(',')
-        ->expected(3)
-        ->check(within(-99999.0, 99999.0))
-        ->type_name("H,E,N");
+    app.option("--antenna-delta", &o.antenna_delta, "Antenna height, east and north of the marker (m)",
+               {.check = within(-99999.0, 99999.0), .delimiter = ',', .values = 3, .type_name = "H,E,N"});
     add_text(app, "--receiver-number", o.receiver_number, 20, "Receiver number (default: as the log says)");
     add_text(app, "--receiver-type", o.receiver_type, 20, "Receiver type (default: as the log says; for hosts KV4A0)");
     add_text(app, "--receiver-version", o.receiver_version, 20, "Receiver firmware version (default: as the log says)");
 }
 
-void add_host_options(CLI::App& app, convert_options_t& o)
+void add_host_options(command_line_t& app, convert_options_t& o)
 {
-    app.add_flag("--as-host", o.as_host,
-                 "Write byte for byte what a host application of the library gets: 2.11, 3.02, 3.03 or 3.04 (default)");
-    app.add_option("--receiver-kind", o.receiver_kind, "For hosts: kind of board; chooses the observation types")
-        ->check(CLI::IsMember(std::vector<int>(std::begin(rinex::kBoardKinds), std::end(rinex::kBoardKinds))))
-        ->capture_default_str();
-    app.add_flag("--no-signal-map", o.no_signal_map,
-                 "For hosts: leave signals in their slots whatever the receiver's override flag");
-    app.add_flag("--raw-prn", o.raw_prn, "For hosts: map PRNs to satellites by fixed offsets");
+    app.flag("--as-host", &o.as_host,
+             "Write byte for byte what a host application of the library gets: 2.11, 3.02, 3.03 or 3.04 (default)");
+    app.option("--receiver-kind", &o.receiver_kind, "For hosts: kind of board; chooses the observation types",
+               {.check = one_of(std::vector<int>(std::begin(rinex::kBoardKinds), std::end(rinex::kBoardKinds))),
+                .show_default = true});
+    app.flag("--no-signal-map", &o.no_signal_map,
+             "For hosts: leave signals in their slots whatever the receiver's override flag");
+    app.flag("--raw-prn", &o.raw_prn, "For hosts: map PRNs to satellites by fixed offsets");
 }
 
 void complete(convert_options_t& o)
 {
     const auto& versions = o.as_host ? kHostVersions : kOwnVersions;
+    if (const auto newest = kVersions.find(o.rinex); newest != kVersions.end()) o.rinex = newest->second;
     if (o.rinex.empty()) o.rinex = o.as_host ? "3.04" : "3.05";
     if (o.as_host && o.receiver_type.empty()) o.receiver_type = "KV4A0";
     if (std::find(versions.begin(), versions.end(), o.rinex) == versions.end()) {
         std::string list;
         for (const std::string& version : versions) list += (list.empty() ? "" : ", ") + version;
-        throw CLI::ValidationError("--rinex",
-                                   o.rinex + " is not written" + (o.as_host ? " by the library: " : ": ") + list);
+        throw usage_error_t("--rinex", o.rinex + " is not written" + (o.as_host ? " by the library: " : ": ") + list);
     }
     if (o.navigation() == "mixed" && o.version() < 300)
-        throw CLI::ValidationError("--nav", "RINEX 2.11 has no mixed navigation files");
+        throw usage_error_t("--nav", "RINEX 2.11 has no mixed navigation files");
     if (o.as_host && (!o.satellites.empty() || !o.signals.empty() || o.names_changed || o.anchor_first || !o.events))
-        throw CLI::ValidationError("--as-host", "takes no --satellites, --signals, --signal, --anchor or --events");
+        throw usage_error_t("--as-host", "takes no --satellites, --signals, --signal, --anchor or --events");
     if (o.verify && (o.as_host || std::find(o.logs.begin(), o.logs.end(), "-") != o.logs.end()))
-        throw CLI::ValidationError("--verify", "needs files with every signal, and a log that can be read again");
+        throw usage_error_t("--verify", "needs files with every signal, and a log that can be read again");
     if (o.crx && o.version() >= kFirstNotCompact)
-        throw CLI::ValidationError(
+        throw usage_error_t(
             "--crx", "RINEX 4.02 belongs to CRINEX 3.1, which is not written here; use --gz alone, or --rinex 3.05");
     o.wanted_systems = systems_of(o.systems);
 }
@@ -176,13 +168,13 @@ std::string convert_options_t::navigation() const
     return version() >= 300 ? "mixed" : "split";
 }
 
-void add_convert_options(CLI::App& app, convert_options_t& options)
+void add_convert_options(command_line_t& app, convert_options_t& options)
 {
     add_output_options(app, options);
     add_selection_options(app, options);
     add_header_options(app, options);
     add_host_options(app, options);
-    app.parse_complete_callback([&options] { complete(options); });
+    app.when_read([&options] { complete(options); });
 }
 
 }   // namespace kvx

@@ -8,11 +8,9 @@
 
 #include "rinex/signals.h"
 
-namespace CLI {
-class App;
-}
-
 namespace kvx {
+
+class command_line_t;
 
 struct convert_options_t {
     std::vector<std::string> logs;
@@ -54,7 +52,7 @@ struct convert_options_t {
 };
 
 /// Declares the options; values are checked while the command line is read.
-void add_convert_options(CLI::App& app, convert_options_t& options);
+void add_convert_options(command_line_t& app, convert_options_t& options);
 
 }   // namespace kvx
 

@@ -5,10 +5,8 @@
 #include <cstdio>
 #include <filesystem>
 #include <memory>
-#include <nlohmann/json.hpp>
 #include <optional>
 
-#include "common/arguments.h"
 #include "common/command.h"
 #include "common/error.h"
 #include "common/input_file.h"
@@ -48,11 +46,11 @@ std::vector<unsigned char> from_hex(const std::string& text)
     for (std::size_t k = 0; k < text.size(); ++k) {
         if (high < 0 && (text[k] == ' ' || text[k] == ':' || text[k] == ',' || text[k] == '\n')) continue;
         const int low = digit(text[k]);
-        if (low < 0) throw CLI::ValidationError("--hex", "no hexadecimal digit at character " + std::to_string(k + 1));
+        if (low < 0) throw usage_error_t("--hex", "no hexadecimal digit at character " + std::to_string(k + 1));
         if (high >= 0) bytes.push_back(static_cast<unsigned char>(high << 4 | low));
         high = high >= 0 ? -1 : low;
     }
-    if (high >= 0) throw CLI::ValidationError("--hex", "the last byte has only one digit");
+    if (high >= 0) throw usage_error_t("--hex", "the last byte has only one digit");
     return bytes;
 }
 
@@ -168,27 +166,25 @@ int parse(const frame_options_t& options)
 
 }   // namespace
 
-command_t frame_command(CLI::App& program)
+command_t frame_command(command_line_t& program)
 {
     const auto options = std::make_shared<frame_options_t>();
-    CLI::App* frame = program.add_subcommand("frame", "Pack and parse the device's framed messages");
-    frame->require_subcommand(1);
+    command_line_t frame = program.command("frame", "Pack and parse the device's framed messages");
 
-    CLI::App* pack_app = frame->add_subcommand("pack", "Put a payload into a frame, printed as hexadecimal digits");
-    pack_app->add_option("--id", options->id, "Message ID")->check(within(0, 65535))->required();
-    pack_app->add_option("--extra", options->extra, "Extra word (default: 0)")->check(within(0, 65535));
-    pack_app->add_option("-o,--output", options->output, "Write the frame itself to a file; - is standard output");
+    command_line_t pack_app = frame.command("pack", "Put a payload into a frame, printed as hexadecimal digits");
+    pack_app.option("--id", &options->id, "Message ID", {.required = true, .check = within(0, 65535)});
+    pack_app.option("--extra", &options->extra, "Extra word (default: 0)", {.check = within(0, 65535)});
+    pack_app.option("-o,--output", &options->output, "Write the frame itself to a file; - is standard output");
+    pack_app.flag("--force", &options->force, "Replace a file that exists");
 
-    pack_app->add_flag("--force", options->force, "Replace a file that exists");
+    command_line_t parse_app = frame.command("parse", "Find the frames in a stream, one line for each");
+    parse_app.flag("--json", &options->json, "Print JSON lines");
 
-    CLI::App* parse_app = frame->add_subcommand("parse", "Find the frames in a stream, one line for each");
-    parse_app->add_flag("--json", options->json, "Print JSON lines");
-
-    for (CLI::App* app : {pack_app, parse_app}) {
-        auto* hex = app->add_option("--hex", options->hex, "Bytes as hexadecimal digits instead of a file");
-        app->add_option("FILE", options->file, "File to read, - is standard input (the default)")->excludes(hex);
+    for (command_line_t app : {pack_app, parse_app}) {
+        app.option("--hex", &options->hex, "Bytes as hexadecimal digits instead of a file");
+        app.option("FILE", &options->file, "File to read, - is standard input (the default)", {.excludes = "--hex"});
     }
-    return {frame, [options, pack_app] { return pack_app->parsed() ? pack(*options) : parse(*options); }};
+    return {frame, [options, pack_app] { return pack_app.given() ? pack(*options) : parse(*options); }};
 }
 
 }   // namespace kvx

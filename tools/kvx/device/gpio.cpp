@@ -1,7 +1,6 @@
 // kvx gpio: reads and sets one GPIO line.
 #include <CGpioUtils.h>
 
-#include <CLI/CLI.hpp>
 #include <climits>
 #include <cstdio>
 #include <optional>
@@ -40,7 +39,7 @@ void parse_target(const std::string& text, gpio_settings_t& settings)
     }
     const std::string chip = text.substr(0, colon);
     const bool digits = !chip.empty() && chip.find_first_not_of("0123456789") == std::string::npos;
-    if (chip.empty()) throw CLI::ValidationError("TARGET", "'" + text + "' names no chip");
+    if (chip.empty()) throw usage_error_t("TARGET", "'" + text + "' names no chip");
     settings.chip = digits ? "/dev/gpiochip" + chip : chip.find('/') == std::string::npos ? "/dev/" + chip : chip;
     settings.line = static_cast<int>(parse_number(text.substr(colon + 1), INT_MAX, "TARGET"));
 }
@@ -77,37 +76,33 @@ int set_line(const gpio_settings_t& settings)
     return kDone;
 }
 
-void add_target(CLI::App* command, const std::shared_ptr<gpio_settings_t>& settings)
+void add_target(command_line_t& command, const std::shared_ptr<gpio_settings_t>& settings)
 {
-    command
-        ->add_option_function<std::string>(
-            "TARGET", [settings](const std::string& text) { parse_target(text, *settings); },
-            "CHIP:LINE (/dev/gpiochip1:5, gpiochip1:5 or 1:5), or a global NUMBER, 32 lines to a chip (37)")
-        ->required();
-    command->add_flag("--sysfs", settings->sysfs, "Go through /sys/class/gpio; the line stays exported");
-    command->callback([settings] {
-        if (settings->sysfs && !settings->number) throw CLI::ValidationError("--sysfs", "needs a global NUMBER");
+    command.option("TARGET", [settings](const std::string& text) { parse_target(text, *settings); },
+                   "CHIP:LINE (/dev/gpiochip1:5, gpiochip1:5 or 1:5), or a global NUMBER, 32 lines to a chip (37)",
+                   {.required = true});
+    command.flag("--sysfs", &settings->sysfs, "Go through /sys/class/gpio; the line stays exported");
+    command.when_all_read([settings] {
+        if (settings->sysfs && !settings->number) throw usage_error_t("--sysfs", "needs a global NUMBER");
     });
 }
 
 }   // namespace
 
-command_t gpio_command(CLI::App& program)
+command_t gpio_command(command_line_t& program)
 {
     const auto settings = std::make_shared<gpio_settings_t>();
-    CLI::App* gpio = program.add_subcommand("gpio", "Get or set a GPIO line");
-    gpio->require_subcommand(1);
+    command_line_t gpio = program.command("gpio", "Get or set a GPIO line");
 
-    CLI::App* get =
-        gpio->add_subcommand("get", "Print the level of a line; through the chip device it becomes an input");
+    command_line_t get = gpio.command("get", "Print the level of a line; through the chip device it becomes an input");
     add_target(get, settings);
-    get->add_flag("--json", settings->json, "Print a JSON object");
+    get.flag("--json", &settings->json, "Print a JSON object");
 
-    CLI::App* set = gpio->add_subcommand("set", "Make a line an output and set its level");
+    command_line_t set = gpio.command("set", "Make a line an output and set its level");
     add_target(set, settings);
-    set->add_option("VALUE", settings->value, "0 or 1")->required()->check(CLI::IsMember({0, 1}));
+    set.option("VALUE", &settings->value, "0 or 1", {.required = true, .check = one_of({0, 1})});
 
-    return {gpio, [settings, set] { return set->parsed() ? set_line(*settings) : get_line(*settings); }};
+    return {gpio, [settings, set] { return set.given() ? set_line(*settings) : get_line(*settings); }};
 }
 
 }   // namespace kvx

@@ -3,11 +3,10 @@
 #include <spdlog/sinks/base_sink.h>
 #include <spdlog/spdlog.h>
 
-#include <CLI/CLI.hpp>
 #include <charconv>
 #include <mutex>
 
-#include "common/command.h"
+#include "common/command_line.h"
 #include "common/error.h"
 
 namespace kvx {
@@ -62,7 +61,7 @@ unsigned parse_number(const std::string& text, unsigned max, const std::string& 
     unsigned value = 0;
     const auto [stop, error] = std::from_chars(begin, end, value, hexadecimal ? 16 : 10);
     if (error != std::errc() || stop != end || value < min || value > max) {
-        throw CLI::ValidationError(
+        throw usage_error_t(
             what, "'" + text + "' is not a number from " + std::to_string(min) + " to " + std::to_string(max));
     }
     return value;

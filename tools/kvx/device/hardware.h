@@ -27,7 +27,7 @@ private:
 };
 
 /// A decimal number, or a hexadecimal one that begins with 0x.
-/// @throw CLI::ValidationError naming `what`, unless the whole text is a number from `min` to `max`
+/// @throw usage_error_t naming `what`, unless the whole text is a number from `min` to `max`
 unsigned parse_number(const std::string& text, unsigned max, const std::string& what, unsigned min = 0);
 
 }   // namespace kvx

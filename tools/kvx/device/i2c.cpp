@@ -1,7 +1,6 @@
 // kvx i2c: reads and writes registers of an I2C slave.
 #include <CI2cHelper.h>
 
-#include <CLI/CLI.hpp>
 #include <cstdio>
 
 #include "common/command.h"
@@ -30,8 +29,7 @@ void parse_register(const std::string& text, i2c_settings_t& settings)
 {
     const std::size_t colon = text.find(':');
     const std::string bits = colon == std::string::npos ? "8" : text.substr(colon + 1);
-    if (bits != "8" && bits != "16")
-        throw CLI::ValidationError("REGISTER", "'" + text + "': an address has 8 or 16 bits");
+    if (bits != "8" && bits != "16") throw usage_error_t("REGISTER", "'" + text + "': an address has 8 or 16 bits");
     settings.register_bytes = bits == "16" ? 2 : 1;
     settings.register_address = parse_number(text.substr(0, colon), bits == "16" ? 0xFFFF : 0xFF, "REGISTER");
 }
@@ -82,55 +80,45 @@ int run_i2c(i2c_settings_t& settings, bool reading)
     return kDone;
 }
 
-void add_slave(CLI::App* command, const std::shared_ptr<i2c_settings_t>& settings)
+void add_slave(command_line_t& command, const std::shared_ptr<i2c_settings_t>& settings)
 {
-    command->add_option("DEVICE", settings->device, "Device node, such as /dev/i2c-1")->required();
-    command
-        ->add_option_function<std::string>(
-            "ADDRESS", [settings](const std::string& text) { settings->address = parse_number(text, 0x7F, "ADDRESS"); },
-            "7-bit slave address, such as 0x50")
-        ->required();
-    command
-        ->add_option_function<std::string>(
-            "REGISTER", [settings](const std::string& text) { parse_register(text, *settings); },
-            "Register address; with :16 behind it, one of 16 bits")
-        ->required();
-    command->add_flag("--force", settings->force, "Also talk to a slave that a kernel driver has claimed");
-    command->add_flag("--plain", settings->plain,
-                      "Write and read with a stop in between, not as one combined transfer");
+    command.option("DEVICE", &settings->device, "Device node, such as /dev/i2c-1", {.required = true});
+    command.option("ADDRESS",
+                   [settings](const std::string& text) { settings->address = parse_number(text, 0x7F, "ADDRESS"); },
+                   "7-bit slave address, such as 0x50", {.required = true});
+    command.option("REGISTER", [settings](const std::string& text) { parse_register(text, *settings); },
+                   "Register address; with :16 behind it, one of 16 bits", {.required = true});
+    command.flag("--force", &settings->force, "Also talk to a slave that a kernel driver has claimed");
+    command.flag("--plain", &settings->plain, "Write and read with a stop in between, not as one combined transfer");
 }
 
 }   // namespace
 
-command_t i2c_command(CLI::App& program)
+command_t i2c_command(command_line_t& program)
 {
     const auto settings = std::make_shared<i2c_settings_t>();
-    CLI::App* i2c = program.add_subcommand("i2c", "Read or write registers of an I2C slave");
-    i2c->require_subcommand(1);
+    command_line_t i2c = program.command("i2c", "Read or write registers of an I2C slave");
 
-    CLI::App* read = i2c->add_subcommand("read", "Print bytes in hexadecimal");
+    command_line_t read = i2c.command("read", "Print bytes in hexadecimal");
     add_slave(read, settings);
     settings->data.resize(1);
-    read->add_option_function<std::string>(
+    read.option(
         "COUNT",
         [settings](const std::string& text) { settings->data.resize(parse_number(text, kLargestMessage, "COUNT", 1)); },
         "Bytes to read, 1 unless given");
-    read->add_flag("--json", settings->json, "Print a JSON object");
+    read.flag("--json", &settings->json, "Print a JSON object");
 
-    CLI::App* write = i2c->add_subcommand("write", "Write bytes");
+    command_line_t write = i2c.command("write", "Write bytes");
     add_slave(write, settings);
-    write
-        ->add_option_function<std::vector<std::string>>(
-            "BYTE",
-            [settings](const std::vector<std::string>& texts) {
-                settings->data.clear();
-                for (const std::string& text : texts)
-                    settings->data.push_back(static_cast<std::uint8_t>(parse_number(text, 0xFF, "BYTE")));
-            },
-            "Bytes to write, such as 0x1f 32")
-        ->required();
+    write.option("BYTE",
+                 [settings](const std::vector<std::string>& texts) {
+                     settings->data.clear();
+                     for (const std::string& text : texts)
+                         settings->data.push_back(static_cast<std::uint8_t>(parse_number(text, 0xFF, "BYTE")));
+                 },
+                 "Bytes to write, such as 0x1f 32", {.required = true});
 
-    return {i2c, [settings, read] { return run_i2c(*settings, read->parsed()); }};
+    return {i2c, [settings, read] { return run_i2c(*settings, read.given()); }};
 }
 
 }   // namespace kvx

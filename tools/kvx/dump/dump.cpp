@@ -3,7 +3,6 @@
 #include <cstring>
 #include <memory>
 
-#include "common/arguments.h"
 #include "common/command.h"
 #include "common/json_text.h"
 #include "common/standard_streams.h"
@@ -112,34 +111,34 @@ int cat(const dump_options_t& options)
     }));
 }
 
-CLI::App* add_action(CLI::App* dump, const char* name, const char* what, const std::shared_ptr<dump_options_t>& options)
+command_line_t add_action(command_line_t& dump, const char* name, const char* what,
+                          const std::shared_ptr<dump_options_t>& options)
 {
-    CLI::App* action = dump->add_subcommand(name, what);
-    action->add_option("FILE", options->file, "Dump file; .gz is read directly, - is standard input")->required();
+    command_line_t action = dump.command(name, what);
+    action.option("FILE", &options->file, "Dump file; .gz is read directly, - is standard input", {.required = true});
     return action;
 }
 
 }   // namespace
 
-command_t dump_command(CLI::App& program)
+command_t dump_command(command_line_t& program)
 {
     const auto options = std::make_shared<dump_options_t>();
-    CLI::App* dump = program.add_subcommand("dump", "List, check, print and replay fusion dump files");
-    dump->require_subcommand(1);
+    command_line_t dump = program.command("dump", "List, check, print and replay fusion dump files");
 
-    CLI::App* info_app = add_action(dump, "info", "Records of a dump by type", options);
-    CLI::App* verify_app = add_action(dump, "verify", "Tell where a dump is damaged and how many bytes", options);
-    CLI::App* cat_app = add_action(dump, "cat", "Print the records as JSON, one a line", options);
-    CLI::App* replay_app = add_action(dump, "replay", "Feed the records to a vision library", options);
-    for (CLI::App* app : {info_app, verify_app}) app->add_flag("--json", options->json, "Print as JSON");
-    replay_app->add_option("--library", options->library, "Vision library (default: $VISION_PHG_LIB_NAME)");
-    replay_app->add_option("--rate", options->rate, "Records a second (default: as fast as the library takes them)")
-        ->check(within(0.001, 1e6));
+    command_line_t info_app = add_action(dump, "info", "Records of a dump by type", options);
+    command_line_t verify_app = add_action(dump, "verify", "Tell where a dump is damaged and how many bytes", options);
+    command_line_t cat_app = add_action(dump, "cat", "Print the records as JSON, one a line", options);
+    command_line_t replay_app = add_action(dump, "replay", "Feed the records to a vision library", options);
+    for (command_line_t app : {info_app, verify_app}) app.flag("--json", &options->json, "Print as JSON");
+    replay_app.option("--library", &options->library, "Vision library (default: $VISION_PHG_LIB_NAME)");
+    replay_app.option("--rate", &options->rate, "Records a second (default: as fast as the library takes them)",
+                      {.check = within(0.001, 1e6)});
 
     return {dump, [options, info_app, verify_app, cat_app] {
-                if (info_app->parsed()) return info(*options);
-                if (verify_app->parsed()) return verify(*options);
-                if (cat_app->parsed()) return cat(*options);
+                if (info_app.given()) return info(*options);
+                if (verify_app.given()) return verify(*options);
+                if (cat_app.given()) return cat(*options);
                 return replay_dump(options->file, options->library, options->rate);
             }};
 }

@@ -1,12 +1,10 @@
 // kvx info: what logs hold, without writing anything.
-#include <CLI/CLI.hpp>
 #include <cstdio>
 #include <memory>
 
 #include "common/command.h"
 #include "common/error.h"
 #include "common/interrupt.h"
-#include "common/json_text.h"
 #include "common/progress.h"
 #include "log/epoch_collector.h"
 #include "log/log_reader.h"
@@ -53,7 +51,7 @@ int describe(const std::string& log, bool json)
         order.flush();
     }
     summary.finish(reader, source);
-    std::fputs((json ? json_text(summary_json(summary)) + "\n" : summary_text(summary, true)).c_str(), stdout);
+    std::fputs((json ? summary_json(summary) : summary_text(summary, true)).c_str(), stdout);
     return summary.damaged() ? kDamaged : kDone;
 }
 
@@ -76,13 +74,13 @@ int run(const info_options_t& options)
 
 }   // namespace
 
-command_t info_command(CLI::App& program)
+command_t info_command(command_line_t& program)
 {
     auto options = std::make_shared<info_options_t>();
-    CLI::App* app = program.add_subcommand("info", "What logs hold: messages, epochs, satellites, damage");
-    app->add_option("LOG", options->logs, "Logs of the receiver board; .gz is read directly, - is standard input")
-        ->required();
-    app->add_flag("--json", options->json, "Print as JSON");
+    command_line_t app = program.command("info", "What logs hold: messages, epochs, satellites, damage");
+    app.option("LOG", &options->logs, "Logs of the receiver board; .gz is read directly, - is standard input",
+               {.required = true});
+    app.flag("--json", &options->json, "Print as JSON");
     return {app, [options] { return run(*options); }};
 }
 

@@ -5,7 +5,6 @@
 #include <memory>
 #include <string>
 
-#include "common/arguments.h"
 #include "common/command.h"
 #include "common/error.h"
 #include "common/gps_time.h"
@@ -122,7 +121,7 @@ void complete(options_t& options)
                                       : sky::kCompressedRange;
     s.lat = options.position[0], s.lon = options.position[1], s.height = options.position[2];
     if (!(std::fabs(s.lat) <= 90.0 && std::fabs(s.lon) <= 360.0 && s.height >= -1000.0 && s.height <= 20000.0))
-        throw CLI::ValidationError("--position", "degrees are within 90 and 360, heights -1000 to 20000 m");
+        throw usage_error_t("--position", "degrees are within 90 and 360, heights -1000 to 20000 m");
 }
 
 std::string check_start(const std::string& text)
@@ -133,44 +132,35 @@ std::string check_start(const std::string& text)
 
 }   // namespace
 
-command_t simulate_command(CLI::App& program)
+command_t simulate_command(command_line_t& program)
 {
     auto options = std::make_shared<options_t>();
     sky::scenario_t& s = options->scenario;
-    CLI::App* app = program.add_subcommand("simulate", "Make a log of a receiver under a built-in sky");
-    app->add_option("-o,--output", options->output, "File to write; - is the standard output")->required();
-    app->add_flag("--force", options->force, "Replace a file that exists");
-    app->add_option("--start", options->start, "GPS time of the first epoch, YYYY-MM-DD HH:MM:SS")
-        ->check(CLI::Validator(check_start, "TIME", "start"))
-        ->capture_default_str();
-    app->add_option("--duration", s.duration, "Length (s)")->check(within(0.05, 366 * kDay))->capture_default_str();
-    app->add_option("--rate", s.rate, "Epochs per second; below 1 the interval is rounded to whole seconds")
-        ->check(within(0.0001, 20.0))
-        ->capture_default_str();
-    app->add_option("--position", options->position, "Antenna: latitude and longitude (degrees), height (m)")
-        ->delimiter(',')
-        ->type_name("LAT,LON,H")
-        ->capture_default_str();
-    app->add_option("--systems", options->systems, "Systems: G GPS, R GLONASS, E Galileo, C BeiDou, J QZSS, S SBAS")
-        ->check(system_letters())
-        ->capture_default_str();
-    app->add_option("--range", options->range, "Message with the observations: 43, 140 (compressed), or both")
-        ->check(CLI::IsMember({"43", "140", "both"}))
-        ->capture_default_str();
-    app->add_flag("--every-signal", s.every_signal,
-                  "Also signals and satellites that only some boards send, losses of lock, half cycles");
-    app->add_option("--elevation-mask", s.mask, "Least elevation of a satellite (degrees)")
-        ->check(within(0.0, 80.0))
-        ->capture_default_str();
-    app->add_option("--ephemeris-interval", s.ephemeris_interval, "Repetition of unchanged ephemerides (s)")
-        ->check(within(1.0, kDay))
-        ->capture_default_str();
-    app->add_option("--damage", options->faults, "Bit errors, lost and foreign bytes to put in; each is listed")
-        ->check(CLI::Range(0, 1000000))
-        ->capture_default_str();
-    app->add_option("--seed", s.seed, "Of noise and damage: the same arguments give the same bytes")
-        ->capture_default_str();
-    app->final_callback([options] { complete(*options); });
+    command_line_t app = program.command("simulate", "Make a log of a receiver under a built-in sky");
+    app.option("-o,--output", &options->output, "File to write; - is the standard output", {.required = true});
+    app.flag("--force", &options->force, "Replace a file that exists");
+    app.option("--start", &options->start, "GPS time of the first epoch, YYYY-MM-DD HH:MM:SS",
+               {.check = {check_start, "TIME"}, .show_default = true});
+    app.option("--duration", &s.duration, "Length (s)", {.check = within(0.05, 366 * kDay), .show_default = true});
+    app.option("--rate", &s.rate, "Epochs per second; below 1 the interval is rounded to whole seconds",
+               {.check = within(0.0001, 20.0), .show_default = true});
+    app.option("--position", &options->position, "Antenna: latitude and longitude (degrees), height (m)",
+               {.delimiter = ',', .type_name = "LAT,LON,H", .show_default = true});
+    app.option("--systems", &options->systems, "Systems: G GPS, R GLONASS, E Galileo, C BeiDou, J QZSS, S SBAS",
+               {.check = {fault_in_letters, "LETTERS"}, .show_default = true});
+    app.option("--range", &options->range, "Message with the observations: 43, 140 (compressed), or both",
+               {.check = one_of({"43", "140", "both"}), .show_default = true});
+    app.flag("--every-signal", &s.every_signal,
+             "Also signals and satellites that only some boards send, losses of lock, half cycles");
+    app.option("--elevation-mask", &s.mask, "Least elevation of a satellite (degrees)",
+               {.check = within(0.0, 80.0), .show_default = true});
+    app.option("--ephemeris-interval", &s.ephemeris_interval, "Repetition of unchanged ephemerides (s)",
+               {.check = within(1.0, kDay), .show_default = true});
+    app.option("--damage", &options->faults, "Bit errors, lost and foreign bytes to put in; each is listed",
+               {.check = whole_within(0, 1000000), .show_default = true});
+    app.option("--seed", &s.seed, "Of noise and damage: the same arguments give the same bytes",
+               {.show_default = true});
+    app.when_all_read([options] { complete(*options); });
     return {app, [options] { return simulate(*options); }};
 }
 

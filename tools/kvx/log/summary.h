@@ -7,7 +7,6 @@
 #include <array>
 #include <cstdint>
 #include <map>
-#include <nlohmann/json_fwd.hpp>
 #include <optional>
 #include <string>
 #include <vector>
@@ -151,8 +150,8 @@ const char* message_name(int id);
 /// @param tables  with one line per message and per satellite
 std::string summary_text(const summary_t& summary, bool tables);
 
-/// For programs: one object.
-nlohmann::ordered_json summary_json(const summary_t& summary);
+/// For programs: one JSON object, a line.
+std::string summary_json(const summary_t& summary);
 
 }   // namespace kvx
 

@@ -1,7 +1,6 @@
 // The summary for programs.
-#include <nlohmann/json.hpp>
-
 #include "common/gps_time.h"
+#include "common/json_text.h"
 #include "common/systems.h"
 #include "log/summary.h"
 
@@ -110,7 +109,7 @@ void add_outcome(ordered_json& j, const outcome_t& o)
 
 }   // namespace
 
-ordered_json summary_json(const summary_t& s)
+std::string summary_json(const summary_t& s)
 {
     ordered_json j = {{"log", s.log},
                       {"bytes", s.bytes},
@@ -133,7 +132,7 @@ ordered_json summary_json(const summary_t& s)
     j["lost"] = losses_json(s);
     if (s.ended_by_signal) j["ended_by_signal"] = true;
     if (s.outcome) add_outcome(j, *s.outcome);
-    return j;
+    return json_text(j) + "\n";
 }
 
 }   // namespace kvx

@@ -1,7 +1,6 @@
 // kvx check: RINEX files against the published formats.
 #include <fnmatch.h>
 
-#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <memory>
 
@@ -185,7 +184,7 @@ std::vector<bool> allowed_rules(const std::vector<std::string>& patterns)
             if (fnmatch(pattern.c_str(), rules()[i].id.c_str(), 0) != 0) continue;
             any = allowed[i] = true;
         }
-        if (!any) throw CLI::ValidationError("--allow", pattern + " is no rule (see --rules)");
+        if (!any) throw usage_error_t("--allow", pattern + " is no rule (see --rules)");
     }
     return allowed;
 }
@@ -211,7 +210,7 @@ int run(const check_options_t& options)
 {
     const std::vector<bool> allowed = allowed_rules(options.allow);
     if (options.rules) return list_rules(options.json);
-    if (options.files.empty()) throw CLI::RequiredError("FILE");
+    if (options.files.empty()) throw usage_error_t("FILE is required");
     catch_interrupts();
     int code = kDone;
     for (const std::string& path : options.files) {
@@ -230,22 +229,20 @@ int run(const check_options_t& options)
 
 }   // namespace
 
-command_t check_command(CLI::App& program)
+command_t check_command(command_line_t& program)
 {
     auto options = std::make_shared<check_options_t>();
-    CLI::App* app = program.add_subcommand("check", "RINEX files against the published formats");
-    app->add_option("FILE", options->files,
-                    "RINEX files, observation or navigation; .gz is read directly, - is standard input");
-    app->add_option("--allow", options->allow, "Rules to tolerate, by name or pattern: missing-*,cr-lf")
-        ->delimiter(',')
-        ->allow_extra_args(false)
-        ->type_name("RULE");
-    app->add_flag("--all", options->all, "Print every finding, not only the first ten of a rule");
-    app->add_flag("--strict", options->strict, "Exit code 3 for warnings, too");
-    app->add_flag("--quiet,-q", options->quiet, "Print the summary lines alone");
-    app->add_flag("--json", options->json, "Print an object a file, each on its own line");
-    app->add_flag("--rules", options->rules, "List the rules");
-    app->footer(
+    command_line_t app = program.command("check", "RINEX files against the published formats");
+    app.option("FILE", &options->files,
+               "RINEX files, observation or navigation; .gz is read directly, - is standard input");
+    app.option("--allow", &options->allow, "Rules to tolerate, by name or pattern: missing-*,cr-lf",
+               {.delimiter = ',', .one_argument = true, .type_name = "RULE"});
+    app.flag("--all", &options->all, "Print every finding, not only the first ten of a rule");
+    app.flag("--strict", &options->strict, "Exit code 3 for warnings, too");
+    app.flag("--quiet,-q", &options->quiet, "Print the summary lines alone");
+    app.flag("--json", &options->json, "Print an object a file, each on its own line");
+    app.flag("--rules", &options->rules, "List the rules");
+    app.footer(
         "Exit codes: 0 no errors, 1 a file cannot be read or is no RINEX file, 2 wrong usage, 3 errors were found.");
     return {app, [options] { return run(*options); }};
 }

@@ -1,5 +1,4 @@
 // kvx expand: plain files from compressed ones and from compact RINEX.
-#include <CLI/CLI.hpp>
 #include <cctype>
 #include <cstdio>
 #include <cstring>
@@ -222,16 +221,15 @@ int run(const options_t& options)
 
 }   // namespace
 
-command_t expand_command(CLI::App& program)
+command_t expand_command(command_line_t& program)
 {
     auto options = std::make_shared<options_t>();
-    CLI::App* app = program.add_subcommand("expand", "Plain files from .gz files and compact RINEX (.crx, .21d)");
-    app->add_option("FILE", options->files, "Compressed files; - is standard input, which goes to standard output")
-        ->required();
-    CLI::Option* folder =
-        app->add_option("-o,--output", options->folder, "Folder (default: beside each file)")->type_name("DIR");
-    app->add_flag("--stdout", options->to_stdout, "Write all to standard output")->excludes(folder);
-    app->add_flag("--force", options->force, "Replace files that exist");
+    command_line_t app = program.command("expand", "Plain files from .gz files and compact RINEX (.crx, .21d)");
+    app.option("FILE", &options->files, "Compressed files; - is standard input, which goes to standard output",
+               {.required = true});
+    app.option("-o,--output", &options->folder, "Folder (default: beside each file)", {.type_name = "DIR"});
+    app.flag("--stdout", &options->to_stdout, "Write all to standard output", {.excludes = "--output"});
+    app.flag("--force", &options->force, "Replace files that exist");
     return {app, [options] { return run(*options); }};
 }
 

@@ -1,0 +1,131 @@
+#include "common/command_line.h"
+
+#include <CLI/CLI.hpp>
+#include <utility>
+
+#include "common/text_format.h"
+
+namespace kvx {
+
+namespace {
+
+check_t check_of(const CLI::Validator& validator)
+{
+    return {[validator](const std::string& text) { return validator(text); }, validator.get_description()};
+}
+
+template <typename T>
+CLI::Option* add(CLI::App& app, const std::string& names, T* variable, const std::string& help)
+{
+    return app.add_option(names, *variable, help);
+}
+
+template <typename T>
+CLI::Option* add(CLI::App& app, const std::string& names, const std::function<void(const T&)>& take,
+                 const std::string& help)
+{
+    return app.add_option_function<T>(names, take, help);
+}
+
+void apply(const option_traits_t& traits, CLI::App& app, CLI::Option& option)
+{
+    option.required(traits.required);
+    option.delimiter(traits.delimiter);
+    if (traits.check.fault) option.check(traits.check.fault, traits.check.form);
+    if (!traits.excludes.empty()) option.excludes(app.get_option(traits.excludes));
+    if (traits.values > 0) option.expected(traits.values);
+    if (traits.one_argument) option.allow_extra_args(false);
+    if (!traits.type_name.empty()) option.type_name(traits.type_name);
+    if (traits.show_default) option.capture_default_str();
+    if (!traits.default_text.empty()) option.default_str(traits.default_text);
+}
+
+}   // namespace
+
+check_t one_of(std::initializer_list<const char*> words)
+{
+    return check_of(CLI::IsMember(std::vector<std::string>(words.begin(), words.end())));
+}
+
+check_t one_of(const std::vector<int>& numbers)
+{
+    return check_of(CLI::IsMember(numbers));
+}
+
+// CLI::Range would tell the bounds with six decimals.
+check_t within(double low, double high)
+{
+    const auto fault = [low, high](const std::string& text) {
+        double value = 0.0;
+        const bool number = CLI::detail::lexical_cast(text, value);
+        return number && value >= low && value <= high
+                   ? std::string()
+                   : "'" + text + "' is not a number from " + kvx::text("%g", low) + " to " + kvx::text("%g", high);
+    };
+    return {fault, text("in [%g - %g]", low, high)};
+}
+
+check_t whole_within(int low, int high)
+{
+    return check_of(CLI::Range(low, high));
+}
+
+command_line_t::command_line_t(const std::string& program, const std::string& what, const std::string& version)
+    : app_(std::make_shared<CLI::App>(what, program))
+{
+    app_->set_version_flag("--version", version);
+}
+
+command_line_t::command_line_t(std::shared_ptr<CLI::App> app) : app_(std::move(app)) {}
+
+command_line_t command_line_t::command(const std::string& name, const std::string& what)
+{
+    app_->require_subcommand(1);
+    return command_line_t({app_, app_->add_subcommand(name, what)});   // lives as long as the program's
+}
+
+void command_line_t::option(const std::string& names, const target_t& target, const std::string& help,
+                            const option_traits_t& traits)
+{
+    apply(traits, *app_, *std::visit([&](const auto& to) { return add(*app_, names, to, help); }, target));
+}
+
+void command_line_t::flag(const std::string& names, bool* given, const std::string& help, const option_traits_t& traits)
+{
+    apply(traits, *app_, *app_->add_flag(names, *given, help));
+}
+
+void command_line_t::footer(const std::string& text)
+{
+    app_->footer(text);
+}
+
+void command_line_t::when_read(const std::function<void()>& complete)
+{
+    app_->parse_complete_callback(complete);
+}
+
+void command_line_t::when_all_read(const std::function<void()>& complete)
+{
+    app_->final_callback(complete);
+}
+
+bool command_line_t::read(int argc, char** argv)
+{
+    try {
+        app_->parse(argc, argv);
+        return true;
+    } catch (const CLI::Success& asked) {
+        app_->exit(asked);
+        return false;
+    } catch (const CLI::ParseError& e) {
+        throw usage_error_t(e.what());
+    }
+}
+
+bool command_line_t::given() const
+{
+    return app_->parsed();
+}
+
+}   // namespace kvx

@@ -1,0 +1,98 @@
+/// @file command_line.h  Command lines: commands, their options, and what is wrong with them. CLI11 reads them; it
+/// stays in one source, for every one that includes it takes ten seconds more to compile.
+#ifndef KVX_COMMAND_LINE_H
+#define KVX_COMMAND_LINE_H
+
+#include <array>
+#include <cstdint>
+#include <functional>
+#include <initializer_list>
+#include <memory>
+#include <optional>
+#include <stdexcept>
+#include <string>
+#include <variant>
+#include <vector>
+
+namespace CLI {
+class App;
+}
+
+namespace kvx {
+
+/// What is wrong with a command line.
+class usage_error_t : public std::runtime_error {
+public:
+    explicit usage_error_t(const std::string& fault) : std::runtime_error(fault) {}
+    usage_error_t(const std::string& argument, const std::string& fault) : usage_error_t(argument + ": " + fault) {}
+};
+
+/// A condition on the text of a value.
+struct check_t {
+    std::function<std::string(const std::string&)> fault = {};   ///< of a text; empty when there is none
+    std::string form = "";                                       ///< of good texts, for the help
+};
+
+check_t one_of(std::initializer_list<const char*> words);
+check_t one_of(const std::vector<int>& numbers);
+check_t within(double low, double high);
+check_t whole_within(int low, int high);   ///< a whole number
+
+/// Where a value goes: into a variable, which must live until the line is read, or to a function, which may throw
+/// usage_error_t. Lists take all arguments that follow, and the option may be given again.
+using target_t =
+    std::variant<std::string*, std::optional<std::string>*, int*, std::uint16_t*, std::int64_t*, std::uint64_t*,
+                 double*, std::array<double, 3>*, std::optional<std::vector<double>>*, std::vector<std::string>*,
+                 std::function<void(const std::string&)>, std::function<void(const std::vector<std::string>&)>>;
+
+/// What else is to be said of an option.
+struct option_traits_t {
+    bool required = false;
+    check_t check = {};
+    std::string excludes = "";       ///< an option, added before, that cannot be given with it
+    char delimiter = '\0';           ///< between several values in one argument
+    int values = 0;                  ///< so many exactly
+    bool one_argument = false;       ///< of a list, each time the option is given
+    std::string type_name = "";      ///< in the help, instead of the target's type
+    bool show_default = false;       ///< in the help: what the variable holds beforehand
+    std::string default_text = "";   ///< the same when it goes to a function
+};
+
+/// A handle of the program's command line, or of a command's part of it.
+class command_line_t {
+public:
+    command_line_t(const std::string& program, const std::string& what, const std::string& version);
+
+    /// Adds a command. One of those that were added must be given.
+    command_line_t command(const std::string& name, const std::string& what);
+
+    /// Adds an option, "-o,--output", or an argument known by its place, "FILE".
+    void option(const std::string& names, const target_t& target, const std::string& help,
+                const option_traits_t& traits = {});
+    void flag(const std::string& names, bool* given, const std::string& help, const option_traits_t& traits = {});
+
+    /// The end of the help, also for commands that are added afterwards.
+    void footer(const std::string& text);
+
+    /// Calls a function, which may throw usage_error_t, once the options of a command have their values ...
+    void when_read(const std::function<void()>& complete);
+    /// ... or once the whole line has been read.
+    void when_all_read(const std::function<void()>& complete);
+
+    /// Reads the program's command line.
+    /// @return false when it asks for the help or the version: they have been printed
+    /// @throw usage_error_t
+    bool read(int argc, char** argv);
+
+    /// The command was chosen.
+    bool given() const;
+
+private:
+    explicit command_line_t(std::shared_ptr<CLI::App> app);
+
+    std::shared_ptr<CLI::App> app_;
+};
+
+}   // namespace kvx
+
+#endif

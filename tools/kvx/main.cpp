@@ -25,8 +25,8 @@ constexpr command_t (*kCommands[])(command_line_t&) = {
 
 bool g_memory_ran_out = false;
 
-// Reads the command line. Gives an exit code when that was all: it asked for the help or the version, or it is wrong.
-std::optional<int> read(command_line_t& app, int argc, char** argv)
+// Gives an exit code when that was all: the line asks for the help or the version, or it is wrong.
+std::optional<int> read_command_line(command_line_t& app, int argc, char** argv)
 {
     int code = kvx::kUsage;
     try {
@@ -47,7 +47,7 @@ int run(int argc, char** argv)
         "129, 130 or 143 ended by SIGHUP, Ctrl-C or SIGTERM, 141 the reader of standard output has gone.");
     std::vector<command_t> commands;
     for (const auto make : kCommands) commands.push_back(make(app));
-    if (const auto code = read(app, argc, argv)) return *code;
+    if (const auto code = read_command_line(app, argc, argv)) return *code;
     for (const command_t& command : commands) {
         if (command.app.given()) return kvx::finished(command.run());
     }

@@ -14,30 +14,17 @@ check_t check_of(const CLI::Validator& validator)
     return {[validator](const std::string& text) { return validator(text); }, validator.get_description()};
 }
 
-template <typename T>
-CLI::Option* add(CLI::App& app, const std::string& names, T* variable, const std::string& help)
-{
-    return app.add_option(names, *variable, help);
-}
-
-template <typename T>
-CLI::Option* add(CLI::App& app, const std::string& names, const std::function<void(const T&)>& take,
-                 const std::string& help)
-{
-    return app.add_option_function<T>(names, take, help);
-}
-
 void apply(const option_traits_t& traits, CLI::App& app, CLI::Option& option)
 {
     option.required(traits.required);
     option.delimiter(traits.delimiter);
     if (traits.check.fault) option.check(traits.check.fault, traits.check.form);
-    if (!traits.excludes.empty()) option.excludes(app.get_option(traits.excludes));
+    if (!traits.excludes.empty()) option.excludes(app.get_option(std::string(traits.excludes)));
     if (traits.values > 0) option.expected(traits.values);
     if (traits.one_argument) option.allow_extra_args(false);
-    if (!traits.type_name.empty()) option.type_name(traits.type_name);
+    if (!traits.type_name.empty()) option.type_name(std::string(traits.type_name));
     if (traits.show_default) option.capture_default_str();
-    if (!traits.default_text.empty()) option.default_str(traits.default_text);
+    if (!traits.default_text.empty()) option.default_str(std::string(traits.default_text));
 }
 
 }   // namespace
@@ -70,34 +57,48 @@ check_t whole_within(int low, int high)
     return check_of(CLI::Range(low, high));
 }
 
-command_line_t::command_line_t(const std::string& program, const std::string& what, const std::string& version)
-    : app_(std::make_shared<CLI::App>(what, program))
+command_line_t::command_line_t(std::string_view program, std::string_view what, std::string_view version)
+    : app_(std::make_shared<CLI::App>(std::string(what), std::string(program)))
 {
-    app_->set_version_flag("--version", version);
+    app_->set_version_flag("--version", std::string(version));
 }
 
 command_line_t::command_line_t(std::shared_ptr<CLI::App> app) : app_(std::move(app)) {}
 
-command_line_t command_line_t::command(const std::string& name, const std::string& what)
+command_line_t command_line_t::command(std::string_view name, std::string_view what)
 {
     app_->require_subcommand(1);
-    return command_line_t({app_, app_->add_subcommand(name, what)});   // lives as long as the program's
+    CLI::App* command = app_->add_subcommand(std::string(name), std::string(what));
+    return command_line_t({app_, command});   // lives as long as the program's
 }
 
-void command_line_t::option(const std::string& names, const target_t& target, const std::string& help,
+void command_line_t::option(std::string_view names, variable_t variable, std::string_view help,
                             const option_traits_t& traits)
 {
-    apply(traits, *app_, *std::visit([&](const auto& to) { return add(*app_, names, to, help); }, target));
+    const auto add = [&](auto* v) { return app_->add_option(std::string(names), *v, std::string(help)); };
+    apply(traits, *app_, *std::visit(add, variable));
 }
 
-void command_line_t::flag(const std::string& names, bool* given, const std::string& help, const option_traits_t& traits)
+void command_line_t::option(std::string_view names, const take_one_t& take, std::string_view help,
+                            const option_traits_t& traits)
 {
-    apply(traits, *app_, *app_->add_flag(names, *given, help));
+    apply(traits, *app_, *app_->add_option_function(std::string(names), take, std::string(help)));
 }
 
-void command_line_t::footer(const std::string& text)
+void command_line_t::option(std::string_view names, const take_all_t& take, std::string_view help,
+                            const option_traits_t& traits)
 {
-    app_->footer(text);
+    apply(traits, *app_, *app_->add_option_function(std::string(names), take, std::string(help)));
+}
+
+void command_line_t::flag(std::string_view names, bool* given, std::string_view help, const option_traits_t& traits)
+{
+    apply(traits, *app_, *app_->add_flag(std::string(names), *given, std::string(help)));
+}
+
+void command_line_t::footer(std::string_view text)
+{
+    app_->footer(std::string(text));
 }
 
 void command_line_t::when_read(const std::function<void()>& complete)

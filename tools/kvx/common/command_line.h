@@ -11,6 +11,7 @@
 #include <optional>
 #include <stdexcept>
 #include <string>
+#include <string_view>
 #include <variant>
 #include <vector>
 
@@ -38,41 +39,44 @@ check_t one_of(const std::vector<int>& numbers);
 check_t within(double low, double high);
 check_t whole_within(int low, int high);   ///< a whole number
 
-/// Where a value goes: into a variable, which must live until the line is read, or to a function, which may throw
-/// usage_error_t. Lists take all arguments that follow, and the option may be given again.
-using target_t =
+/// A variable that takes a value, or several. It must live until the command line is read.
+using variable_t =
     std::variant<std::string*, std::optional<std::string>*, int*, std::uint16_t*, std::int64_t*, std::uint64_t*,
-                 double*, std::array<double, 3>*, std::optional<std::vector<double>>*, std::vector<std::string>*,
-                 std::function<void(const std::string&)>, std::function<void(const std::vector<std::string>&)>>;
+                 double*, std::array<double, 3>*, std::optional<std::vector<double>>*, std::vector<std::string>*>;
+
+/// Functions that take a value, or all of a list. They may throw usage_error_t.
+using take_one_t = std::function<void(const std::string&)>;
+using take_all_t = std::function<void(const std::vector<std::string>&)>;
 
 /// What else is to be said of an option.
 struct option_traits_t {
     bool required = false;
     check_t check = {};
-    std::string excludes = "";       ///< an option, added before, that cannot be given with it
-    char delimiter = '\0';           ///< between several values in one argument
-    int values = 0;                  ///< so many exactly
-    bool one_argument = false;       ///< of a list, each time the option is given
-    std::string type_name = "";      ///< in the help, instead of the target's type
-    bool show_default = false;       ///< in the help: what the variable holds beforehand
-    std::string default_text = "";   ///< the same when it goes to a function
+    std::string_view excludes = "";       ///< an option, added before, that cannot be given with it
+    char delimiter = '\0';                ///< between several values in one argument
+    int values = 0;                       ///< so many exactly
+    bool one_argument = false;            ///< for a list, each time the option is given; else all that follow
+    std::string_view type_name = "";      ///< in the help, instead of the variable's type
+    bool show_default = false;            ///< in the help: what the variable holds beforehand
+    std::string_view default_text = "";   ///< the same for a function
 };
 
 /// A handle of the program's command line, or of a command's part of it.
 class command_line_t {
 public:
-    command_line_t(const std::string& program, const std::string& what, const std::string& version);
+    command_line_t(std::string_view program, std::string_view what, std::string_view version);
 
     /// Adds a command. One of those that were added must be given.
-    command_line_t command(const std::string& name, const std::string& what);
+    command_line_t command(std::string_view name, std::string_view what);
 
     /// Adds an option, "-o,--output", or an argument known by its place, "FILE".
-    void option(const std::string& names, const target_t& target, const std::string& help,
-                const option_traits_t& traits = {});
-    void flag(const std::string& names, bool* given, const std::string& help, const option_traits_t& traits = {});
+    void option(std::string_view names, variable_t variable, std::string_view help, const option_traits_t& = {});
+    void option(std::string_view names, const take_one_t& take, std::string_view help, const option_traits_t& = {});
+    void option(std::string_view names, const take_all_t& take, std::string_view help, const option_traits_t& = {});
+    void flag(std::string_view names, bool* given, std::string_view help, const option_traits_t& = {});
 
     /// The end of the help, also for commands that are added afterwards.
-    void footer(const std::string& text);
+    void footer(std::string_view text);
 
     /// Calls a function, which may throw usage_error_t, once the options of a command have their values ...
     void when_read(const std::function<void()>& complete);

@@ -2,7 +2,6 @@
 
 #include <memory>
 
-#include "common/command.h"
 #include "common/error.h"
 #include "common/interrupt.h"
 #include "common/progress.h"

@@ -27,6 +27,13 @@ void apply(const option_traits_t& traits, CLI::App& app, CLI::Option& option)
     if (!traits.default_text.empty()) option.default_str(std::string(traits.default_text));
 }
 
+// The texts that the values were read from: thousands of names, which every forked process would have to take over.
+void forget_texts(CLI::App& app)
+{
+    for (CLI::Option* option : app.get_options()) option->clear();
+    for (CLI::App* command : app.get_subcommands()) forget_texts(*command);
+}
+
 }   // namespace
 
 check_t one_of(std::initializer_list<const char*> words)
@@ -115,6 +122,7 @@ bool command_line_t::read(int argc, char** argv)
 {
     try {
         app_->parse(argc, argv);
+        forget_texts(*app_);
         return true;
     } catch (const CLI::Success& asked) {
         app_->exit(asked);

@@ -20,11 +20,11 @@ namespace {
 
 using identity_t = std::pair<dev_t, ino_t>;
 
-std::set<identity_t> g_inputs;
+std::vector<identity_t> g_inputs;   // in order
 
 bool is_input(const struct stat& status)
 {
-    return g_inputs.contains({status.st_dev, status.st_ino});
+    return std::binary_search(g_inputs.begin(), g_inputs.end(), identity_t(status.st_dev, status.st_ino));
 }
 
 // The paths of the files that the run has made, in memory that forked processes share: a table of the first entry with
@@ -214,8 +214,9 @@ void begin_run(const std::vector<std::string>& inputs)
     for (const std::string& path : inputs) {
         struct stat status {};
         const bool there = (path == "-" ? ::fstat(STDIN_FILENO, &status) : ::stat(path.c_str(), &status)) == 0;
-        if (there) g_inputs.insert({status.st_dev, status.st_ino});
+        if (there) g_inputs.emplace_back(status.st_dev, status.st_ino);
     }
+    std::sort(g_inputs.begin(), g_inputs.end());
 }
 
 void demand_free(const std::string& path, bool replace)

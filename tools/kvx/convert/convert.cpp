@@ -1,4 +1,5 @@
 // kvx convert: RINEX from logs.
+#include <malloc.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -70,6 +71,7 @@ public:
 
     int run()
     {
+        malloc_trim(0);   // each process takes over what this one holds
         for (const std::string& log : options_.logs) {
             while (children_.size() >= static_cast<std::size_t>(options_.jobs) && !interrupted()) wait_for_one();
             if (interrupted()) break;

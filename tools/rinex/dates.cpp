@@ -3,6 +3,9 @@
 #include <chrono>
 #include <cmath>
 
+#include "gnss/foundation/time_scales.h"
+#include "rtk_gnss.h"
+
 namespace rinex {
 
 namespace {
@@ -31,6 +34,16 @@ calendar_t calendar_of(ticks_t ticks)
     c.fraction = static_cast<int>(in_day % kTicksPerSecond);
     c.day_of_year = static_cast<int>((date - sys_days(ymd.year() / 1 / 1)).count()) + 1;
     return c;
+}
+
+int leap_seconds(double gps_seconds)
+{
+    const unsigned short kept = g_curleap;   // the conversion moves the process-wide count
+    auto week = static_cast<unsigned short>(gps_seconds / kWeek);
+    const double tow = gps_seconds - week * kWeek;
+    const double leap = timediff(tow, gpst2utc(tow, &week));
+    g_curleap = kept;
+    return static_cast<int>(std::lround(leap));
 }
 
 ticks_t ticks_of_seconds(double seconds)

@@ -23,6 +23,9 @@ calendar_t calendar_of(ticks_t ticks);
 /// Ticks of seconds since the beginning of GPS time, to the nearest.
 ticks_t ticks_of_seconds(double seconds);
 
+/// GPS - UTC (s) at a GPS time (s), by the library's table.
+int leap_seconds(double gps_seconds);
+
 /// The date of an epoch line with its first blank: year to minute with zeros, or in RINEX 2 with a year of two digits
 /// and blanks for zeros, and seconds as F11.7.
 void put_epoch_date(text_t& out, const calendar_t& date, bool rinex2);

@@ -9,13 +9,14 @@
 
 namespace sky {
 
-const double kIonosphere[8] = {0x1.4p-27, 0x1p-26, -0x1p-24,  -0x1p-24,   // about 1e-8, 1.5e-8, -6e-8, -6e-8
-                               90112.0,   65536.0, -131072.0, -196608.0};
+const std::array<double, 8> kIonosphere = {
+    0x1.4p-27, 0x1p-26, -0x1p-24,  -0x1p-24,   // about 1e-8, 1.5e-8, -6e-8, -6e-8
+    90112.0,   65536.0, -131072.0, -196608.0};
 
-double ionosphere_delay(double lat, double lon, const direction_t& to, double tow)
+double ionosphere_delay(const std::array<double, 8>& model, double lat, double lon, const direction_t& to, double tow)
 {
-    const double* alpha = kIonosphere;
-    const double* beta = kIonosphere + 4;
+    const double* alpha = model.data();
+    const double* beta = alpha + 4;
     const double elevation = to.elevation / kPi;   // from here on angles are in semicircles
     const double psi = 0.0137 / (elevation + 0.11) - 0.022;
     const double phi = std::clamp(lat / kPi + psi * to.cos_azimuth, -0.416, 0.416);

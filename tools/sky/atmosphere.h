@@ -2,6 +2,8 @@
 #ifndef SKY_ATMOSPHERE_H
 #define SKY_ATMOSPHERE_H
 
+#include <array>
+
 namespace sky {
 
 /// Direction from the antenna to a satellite.
@@ -12,16 +14,17 @@ struct direction_t {
 };
 
 /// Broadcast ionosphere: alpha 0..3, beta 0..3 (s, s/semicircle, ...).
-extern const double kIonosphere[8];
+extern const std::array<double, 8> kIonosphere;
 
 /// Ionospheric delay at L1.
 ///
+/// @param model     broadcast: alpha 0..3, beta 0..3
 /// @param lat, lon  antenna (rad)
 /// @param tow       GPS seconds of week
 /// @return delay (m)
 /// @note J. A. Klobuchar, Ionospheric time-delay algorithm for single-frequency GPS users, 1987;
 ///       IS-GPS-200 20.3.3.5.2.5.
-double ionosphere_delay(double lat, double lon, const direction_t& to, double tow);
+double ionosphere_delay(const std::array<double, 8>& model, double lat, double lon, const direction_t& to, double tow);
 
 /// Tropospheric delay in the standard atmosphere at 70 % humidity.
 ///

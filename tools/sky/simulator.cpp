@@ -108,7 +108,7 @@ void simulator_t::look(track_t& track) const
 
     const double east = dot(line, east_), north = dot(line, north_), flat = std::sqrt(east * east + north * north);
     track.to = {sine, std::asin(sine), flat > 0.0 ? east / flat : 0.0, flat > 0.0 ? north / flat : 1.0};
-    track.ionosphere = ionosphere_delay(scenario_.lat * kDegree, scenario_.lon * kDegree, track.to, now_.seconds);
+    track.ionosphere = ionosphere_delay(kIonosphere, scenario_.lat * kDegree, scenario_.lon * kDegree, track.to, now_.seconds);
     track.range = range + kLightSpeed * (receiver_clock(t_) - s.clock) +
                   troposphere_delay(scenario_.lat * kDegree, scenario_.height, sine);
     const orbit_point_t before = sent_before(v, antenna_, true_time - 0.5);

@@ -172,13 +172,11 @@ private:
     // Reads the log again, and the files that have no names yet.
     void prove(const std::vector<finished_file_t>& files)
     {
-        const verify_options_t o{options_.systems,  options_.satellites,   options_.signals, options_.names,
-                                 options_.interval, options_.anchor_first, options_.start,   options_.end};
         std::vector<std::string> paths;
         for (const finished_file_t& f : files) {
             if (!f.name.ends_with(".xyz")) paths.push_back(f.file->path());
         }
-        const verification_t result = verify(o, {source_.name()}, paths);
+        const verification_t result = verify(options_, {source_.name()}, paths);
         const bool read_as_before = result.read_error.empty() == source_.read_error().empty();
         if (!read_as_before) throw error_t(source_.name(), "cannot be read again", "proving the files, none is kept");
         if (result.proven()) return;

@@ -5,9 +5,7 @@
 
 #include "common/ascii.h"
 #include "common/command_line.h"
-#include "common/gps_time.h"
 #include "common/systems.h"
-#include "gnss/foundation/time_scales.h"
 #include "gnss/rinex/options.h"
 
 namespace kvx {
@@ -19,20 +17,6 @@ const std::map<std::string, std::string> kVersions = {{"2", "2.11"}, {"3", "3.05
 const std::vector<std::string> kOwnVersions = {"2.11", "3.04", "3.05", "4.02"};
 constexpr int kFirstNotCompact = 402;
 const std::vector<std::string> kHostVersions = {"2.11", "3.02", "3.03", "3.04"};
-
-std::string check_time(const std::string& text)
-{
-    return parse_gps_time(text) ? "" : "'" + text + "' is not a GPS time such as 2024-03-10 12:00:00";
-}
-
-void add_time(command_line_t& app, const std::string& name, std::optional<double>& value, const std::string& help)
-{
-    const auto take = [&value](const std::string& text) {
-        const auto time = parse_gps_time(text);
-        value = gps_seconds(time->week, time->tow);
-    };
-    app.option(name, take, help, {.check = {check_time, "TIME"}});
-}
 
 // A text for a header line: printable ASCII that fits its columns.
 void add_text(command_line_t& app, const std::string& name, std::string& value, std::size_t columns,
@@ -70,28 +54,8 @@ void add_output_options(command_line_t& app, convert_options_t& o)
     app.flag("--json", &o.json, "Print the summary as JSON");
 }
 
-void add_selection_options(command_line_t& app, convert_options_t& o)
+void add_event_option(command_line_t& app, convert_options_t& o)
 {
-    app.option("--systems", &o.systems, "Systems to write",
-               {.check = {fault_in_letters, "LETTERS"}, .show_default = true});
-    app.option("--satellites", &o.satellites, "Satellites to write: G01,E*", {.delimiter = ',', .type_name = "NAMES"});
-    app.option("--signals", &o.signals, "Signals to write by their RINEX 3 names: 1C,2W, or of one system: G1C,E*",
-               {.delimiter = ',', .type_name = "NAMES"});
-    const auto rename = [&o](const std::vector<std::string>& rules) {
-        o.names_changed = true;
-        for (const std::string& rule : rules) {
-            if (const std::string fault = o.names.rename(rule); !fault.empty()) throw usage_error_t("--signal", fault);
-        }
-    };
-    app.option("--signal", rename, "Call a signal by another name: G:17=2L is signal type 17 of GPS as 2L",
-               {.type_name = "RULE"});
-    app.option("--interval", &o.interval, "Thin epochs out to the points of the GPS time grid of S seconds",
-               {.check = within(0.001, kDay), .type_name = "S"});
-    app.option("--anchor", [&o](const std::string& anchor) { o.anchor_first = anchor == "first"; },
-               "Where that grid begins: grid (GPS time) or first (the first epoch)",
-               {.check = one_of({"grid", "first"})});
-    add_time(app, "--start", o.start, "First epoch to write, GPS time YYYY-MM-DD HH:MM:SS");
-    add_time(app, "--end", o.end, "Last epoch to write, GPS time");
     app.option("--events", [&o](const std::string& events) { o.events = events == "keep"; },
                "Marks and stops of the receiver as event records: keep or none", {.check = one_of({"keep", "none"})});
 }
@@ -171,7 +135,8 @@ std::string convert_options_t::navigation() const
 void add_convert_options(command_line_t& app, convert_options_t& options)
 {
     add_output_options(app, options);
-    add_selection_options(app, options);
+    add_selection_options(app, options, "to write");
+    add_event_option(app, options);
     add_header_options(app, options);
     add_host_options(app, options);
     app.when_read([&options] { complete(options); });

@@ -6,13 +6,11 @@
 #include <string>
 #include <vector>
 
-#include "rinex/signals.h"
+#include "common/selection_options.h"
 
 namespace kvx {
 
-class command_line_t;
-
-struct convert_options_t {
+struct convert_options_t : selection_options_t {
     std::vector<std::string> logs;
     std::string folder = ".";
     std::string rinex;   ///< version; empty: 3.05, for hosts 3.04
@@ -28,14 +26,7 @@ struct convert_options_t {
     bool json = false;
     bool events = true;
     int jobs = 1;
-    std::string systems = "GRECJS";
-    std::vector<std::string> satellites, signals;   ///< patterns; empty: all
-    rinex::signals_t names;                         ///< of the signals
-    double interval = 0.0;                          ///< s, 0: every epoch
-    bool anchor_first = false;
-    bool names_changed = false;         ///< by --signal
-    std::optional<double> start, end;   ///< GPS seconds
-    std::string name;                   ///< stem of the file names, empty: by convention
+    std::string name;   ///< stem of the file names, empty: by convention
 
     std::string marker, marker_number, marker_type = "GEODETIC", country;
     std::string observer, agency, run_by;

@@ -7,6 +7,7 @@
 #include "common/gps_time.h"
 #include "gnss/foundation/time_scales.h"
 #include "gnss/log/glonass.h"
+#include "rinex/dates.h"
 #include "rinex/nav_messages.h"
 
 namespace kvx {
@@ -14,17 +15,6 @@ namespace kvx {
 namespace {
 
 constexpr std::size_t kMostKnown = 512;   // data sets remembered of each satellite
-
-// By the library's table.
-int leap_seconds_of(double gps_seconds)
-{
-    const unsigned short kept = g_curleap;   // the conversion moves the process-wide count
-    const gps_time_t t = gps_time_of(gps_seconds);
-    auto week = static_cast<unsigned short>(t.week);
-    const double leap = timediff(t.tow, gpst2utc(t.tow, &week));
-    g_curleap = kept;
-    return static_cast<int>(std::lround(leap));
-}
 
 }   // namespace
 
@@ -136,7 +126,7 @@ std::vector<finished_file_t> navigation_output_t::finish(const rinex::station_t&
 {
     std::vector<finished_file_t> files;
     if (spool_ == nullptr) return files;
-    if (!leap_seconds_) leap_seconds_ = leap_seconds_of(first_epoch);
+    if (!leap_seconds_) leap_seconds_ = rinex::leap_seconds(first_epoch);
     spool_->check("the navigation data");
     std::sort(entries_.begin(), entries_.end(),
               [](const entry_t& a, const entry_t& b) { return a.order() < b.order(); });

@@ -139,7 +139,7 @@ void epoch_assembly_t::keep(const log_record_t& record)
     if (replaces) there = record;
 }
 
-log_epochs_t::log_epochs_t(log_messages_t& messages, const verify_options_t& options, const wanted_t& wanted,
+log_epochs_t::log_epochs_t(log_messages_t& messages, const selection_options_t& options, const wanted_t& wanted,
                            verification_t& result, other_t other)
     : messages_(messages),
       wanted_(wanted),

@@ -71,7 +71,7 @@ public:
     using other_t = std::function<void(const message_t& message, const log_place_t& place)>;
 
     /// All must outlive it.
-    log_epochs_t(log_messages_t& messages, const verify_options_t& options, const wanted_t& wanted,
+    log_epochs_t(log_messages_t& messages, const selection_options_t& options, const wanted_t& wanted,
                  verification_t& result, other_t other);
 
     /// The next epoch; the one before is overwritten.

@@ -24,7 +24,7 @@ files_t sorted_by_kind(const std::vector<std::string>& paths)
 
 }   // namespace
 
-verification_t verify(const verify_options_t& options, const std::vector<std::string>& logs,
+verification_t verify(const selection_options_t& options, const std::vector<std::string>& logs,
                       const std::vector<std::string>& files)
 {
     const files_t sorted = sorted_by_kind(files);

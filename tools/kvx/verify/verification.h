@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "verify/verify_options.h"
+#include "common/selection_options.h"
 
 namespace kvx {
 
@@ -80,7 +80,7 @@ struct verification_t {
 /// @param logs   at least one; read in the order of their first ranges
 /// @param files  at least one; observation and navigation files in any order
 /// @throws error_t when something cannot be read or is of a kind that is not known, and at an interrupt
-verification_t verify(const verify_options_t& options, const std::vector<std::string>& logs,
+verification_t verify(const selection_options_t& options, const std::vector<std::string>& logs,
                       const std::vector<std::string>& files);
 
 /// The account as text or JSON.

@@ -22,7 +22,7 @@ bool is_among(const std::string& name, const std::vector<std::string>& patterns)
 
 }   // namespace
 
-wanted_t::wanted_t(const verify_options_t& o) : start_(o.start), end_(o.end)
+wanted_t::wanted_t(const selection_options_t& o) : start_(o.start), end_(o.end)
 {
     for (int place = 0; place < rinex::kSatellites; ++place) {
         const rinex::satellite_t satellite = rinex::satellite_at(place);
@@ -45,7 +45,8 @@ bool wanted_t::time(std::int64_t ms) const
     return (!start_ || seconds >= *start_ - kHalfMs) && (!end_ || seconds <= *end_ + kHalfMs);
 }
 
-grid_t::grid_t(const verify_options_t& o) : interval_(std::llround(o.interval * 1000.0)), anchor_first_(o.anchor_first)
+grid_t::grid_t(const selection_options_t& o)
+    : interval_(std::llround(o.interval * 1000.0)), anchor_first_(o.anchor_first)
 {}
 
 void grid_t::add(std::int64_t time, bool first)

@@ -5,15 +5,15 @@
 #include <array>
 #include <cstdint>
 
+#include "common/selection_options.h"
 #include "log/steps.h"
-#include "verify/verify_options.h"
 
 namespace kvx {
 
 /// Satellites, signals and times that the options leave in.
 class wanted_t {
 public:
-    explicit wanted_t(const verify_options_t& options);
+    explicit wanted_t(const selection_options_t& options);
 
     bool satellite(int place) const { return satellites_[static_cast<std::size_t>(place)]; }
     bool signal(int constellation, int signal) const
@@ -32,7 +32,7 @@ private:
 /// when that one lies farther off than half the log's usual step.
 class grid_t {
 public:
-    explicit grid_t(const verify_options_t& options);
+    explicit grid_t(const selection_options_t& options);
 
     /// Takes the time (ms) of every epoch in order, one ahead of judge().
     /// @param first  of a run of epochs

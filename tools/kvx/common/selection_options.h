@@ -1,0 +1,36 @@
+/// @file selection_options.h  What of a log is wanted: the options that every command that reads one has.
+#ifndef KVX_SELECTION_OPTIONS_H
+#define KVX_SELECTION_OPTIONS_H
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "rinex/signals.h"
+
+namespace kvx {
+
+class command_line_t;
+
+struct selection_options_t {
+    std::string systems = "GRECJS";
+    std::vector<std::string> satellites, signals;   ///< patterns; empty: all
+    rinex::signals_t names;                         ///< of the signals
+    bool names_changed = false;                     ///< by --signal
+    double interval = 0.0;                          ///< s, 0: every epoch
+    bool anchor_first = false;                      ///< the first epoch begins the grid, not GPS time
+    std::optional<double> start, end;               ///< GPS seconds
+
+    bool is_everything() const
+    {
+        return systems.find_first_not_of("GRECJS") == systems.npos && satellites.empty() && signals.empty();
+    }
+};
+
+/// Declares the options.
+/// @param what  is done with what they leave: "to write"
+void add_selection_options(command_line_t& app, selection_options_t& options, const std::string& what);
+
+}   // namespace kvx
+
+#endif

@@ -33,7 +33,7 @@ forks = unittest.skipIf(os.environ.get("KVX_EMULATED"), "forked processes spin u
 PROJECT = pathlib.Path(__file__).parents[2]
 DONE, FAILED, USAGE, DAMAGED = range(4)
 READER_GONE = 141
-RECORD = collections.namedtuple("RECORD", "prn channel pseudorange deviation phase phase_deviation doppler cn0 lock status")
+Record = collections.namedtuple("Record", "prn channel pseudorange deviation phase phase_deviation doppler cn0 lock status")
 
 
 def kvx(*args, **options):
@@ -370,7 +370,7 @@ class Simulate(Scratch):
                 others[message][time] = body
                 continue
             for at in range(4, len(body), logs.RECORD_BYTES):
-                r = RECORD._make(struct.unpack_from("<HHdfdffffI", body, at))
+                r = Record._make(struct.unpack_from("<HHdfdffffI", body, at))
                 ranges[time][r.prn, r.status >> 16 & 7, r.status >> 21 & 31] = r._replace(phase=-r.phase)
         return ranges, others, run.stderr.decode().splitlines()
 

@@ -1,5 +1,6 @@
 """What a session at the command line does not show: other programs beside kvx, full disks, signals, work in parallel."""
 
+import collections
 import ctypes
 import fcntl
 import gzip
@@ -16,6 +17,7 @@ import resource
 import select
 import shutil
 import signal
+import statistics
 import struct
 import subprocess
 import tempfile
@@ -31,6 +33,7 @@ forks = unittest.skipIf(os.environ.get("KVX_EMULATED"), "forked processes spin u
 PROJECT = pathlib.Path(__file__).parents[2]
 DONE, FAILED, USAGE, DAMAGED = range(4)
 READER_GONE = 141
+Record = collections.namedtuple("Record", "prn channel pseudorange deviation phase phase_deviation doppler cn0 lock status")
 
 
 def kvx(*args, **options):
@@ -351,6 +354,112 @@ class Convert(Scratch):
         for fd in range(3):
             kvx(*convert, self.out, preexec_fn=lambda: os.close(fd))
             self.assertEqual(whole, self.contents(self.out))
+
+
+class Simulate(Scratch):
+    """What is put into a log is all that differs from the same log without it."""
+
+    def simulate(self, *options):
+        """Ranges by epoch (s), of each the records by satellite and signal; bodies of the other messages by epoch."""
+        run = kvx("simulate", "-o", self.out, "--force", *options)
+        self.assertEqual(DONE, run.returncode, run.stderr)
+        ranges, others = collections.defaultdict(dict), collections.defaultdict(dict)
+        for message, frame in logs.frames(self.out.read_bytes()):
+            time, body = int.from_bytes(frame[16:20], "little") / 1000, frame[logs.HEADER : -logs.CRC]
+            if message != logs.RANGE:
+                others[message][time] = body
+                continue
+            for at in range(4, len(body), logs.RECORD_BYTES):
+                r = Record._make(struct.unpack_from("<HHdfdffffI", body, at))
+                ranges[time][r.prn, r.status >> 16 & 7, r.status >> 21 & 31] = r._replace(phase=-r.phase)
+        return ranges, others, run.stderr.decode().splitlines()
+
+    def test_slips_are_the_ones_listed(self):
+        names = {0: "1C", 5: "2P", 9: "2W", 17: "2S", 14: "5Q", 16: "1L"}
+        options = "--systems", "G", "--duration", 1800
+        plain, found, last = self.simulate(*options)[0], [], {}
+        slipped, _, listed = self.simulate(*options, "--slips", 60)
+        whole = {}
+        for time, epoch in slipped.items():
+            self.assertEqual(plain[time].keys(), epoch.keys())
+            before, whole = whole, {}
+            for key, r in epoch.items():
+                was = plain[time][key]
+                self.assertEqual(was, r._replace(phase=was.phase))
+                whole[key] = round(r.phase - was.phase)
+                self.assertAlmostEqual(whole[key], r.phase - was.phase, 6)
+                if whole[key] == before.get(key, 0):
+                    continue
+                step, second = whole[key] - before[key], int(time) - 43200
+                found.append(f"slip of {step} cycles at 2024-03-10 12:{second // 60:02}:{second % 60:02}.00: "
+                             f"G{r.prn:02} L{names[key[2]]}")
+                self.assertTrue(1 <= abs(step) <= 50 and 10 < r.lock and second < 1790, found[-1])
+                self.assertGreaterEqual(second - last.get(r.prn, -20), 20)
+                last[r.prn] = second
+        self.assertEqual((listed, 60), (found, len(found)))
+        self.assertEqual(4 + 1, len(self.simulate("--duration", 25, "--slips", 9)[2]))   # no more fit
+
+    def test_multipath_has_its_rms(self):
+        options = "--duration", 1800, "--rate", 0.1
+        plain, waves = self.simulate(*options)[0], collections.defaultdict(list)
+        for time, epoch in self.simulate(*options, "--multipath", 2.5)[0].items():
+            for key, r in epoch.items():
+                self.assertEqual(plain[time][key], r._replace(pseudorange=plain[time][key].pseudorange))
+                waves[key].append(r.pseudorange - plain[time][key].pseudorange)
+        waves = [w for w in waves.values() if len(w) == 180]
+        self.assertGreater(len(waves), 60)
+        for w in waves:
+            self.assertAlmostEqual(0, statistics.fmean(w), 3)
+            self.assertAlmostEqual(2.5, statistics.pstdev(w), 3)
+        together = statistics.pstdev(map(statistics.fmean, zip(*waves)))   # they do not go up and down with each other
+        self.assertLess(together, 2 * 2.5 / math.sqrt(len(waves)))
+
+    def test_obstructions_hide_what_is_behind_them(self):
+        def seen(others):
+            return {time: {struct.unpack_from("<I4xdd", body, at) for at in range(16, len(body), 40)}
+                    for time, body in others[1043].items()}
+
+        options = "--systems", "G", "--duration", 36000, "--rate", 0.01
+        _, others, _ = self.simulate(*options)
+        ranges, behind, _ = self.simulate(*options, "--obstruction", "330,40,50", "--obstruction", "120,150,90")
+        hidden = 0
+        for time, all_of_them in seen(others).items():
+            expected = {s for s in all_of_them
+                        if not (s[1] < 50 and (s[2] % 360 >= 330 or s[2] % 360 <= 40) or 120 <= s[2] % 360 <= 150)}
+            hidden += len(all_of_them - expected)
+            self.assertEqual(expected, seen(behind)[time])
+            self.assertEqual({s[0] for s in expected}, {prn for prn, *_ in ranges[time]})
+            self.assertEqual(len(expected), behind[42][time][64])
+        self.assertGreater(hidden, 100)
+
+    def test_a_moving_antenna_is_where_its_messages_and_ranges_say(self):
+        options = "--systems", "G", "--duration", 97, "--rate", 10
+        resting, _, _ = self.simulate(*options)
+        ranges, others, _ = self.simulate(*options, "--moving")
+        times, home = sorted(ranges), [math.radians(31.2), math.radians(121.5), 30]
+        ecef = {t: struct.unpack_from("<ddd", others[241][t], 8) for t in times}
+        for old, t in itertools.pairwise(times):
+            self.assertAlmostEqual(1.0, math.dist(ecef[old], ecef[t]), 3)   # m in 0.1 s
+            for key, r in ranges[t].items():
+                if was := ranges[old].get(key):
+                    self.assertAlmostEqual(was.phase - 0.05 * (was.doppler + r.doppler), r.phase, delta=0.1)
+        for again in (48, 96):
+            self.assertLess(math.dist(ecef[43200], ecef[43200 + again]), 1e-6)
+        self.assertAlmostEqual(305.6, max(math.dist(ecef[a], ecef[a + 48]) for a in times if a < 43248), 1)
+
+        lat, lon, height = struct.unpack_from("<ddd", others[42][43260], 8)
+        north = (math.radians(lat) - home[0]) * 6352580   # radii at home: of the meridian, of the parallel
+        east = (math.radians(lon) - home[1]) * 5460563
+        self.assertAlmostEqual(math.hypot(north, east), math.dist(ecef[43200], ecef[43260]), 2)
+        self.assertAlmostEqual(30, height + 10, 6)
+        body = others[1043][43260]
+        for at in range(16, len(body), 40):
+            prn, elevation, azimuth = struct.unpack_from("<I4xdd", body, at)
+            a, e = math.radians(azimuth), math.radians(elevation)
+            nearer = math.cos(e) * (math.sin(a) * east + math.cos(a) * north)
+            for key, r in ranges[43260].items():
+                if key[0] == prn:
+                    self.assertAlmostEqual(nearer, resting[43260][key].pseudorange - r.pseudorange, delta=0.05)
 
 
 class Input(Scratch):

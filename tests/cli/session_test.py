@@ -40,6 +40,9 @@ simulate -o x --rate 21
 simulate -o missing/x
 simulate -o x --position 91,0,0
 simulate -o x --start 2009-01-01
+simulate -o x --obstruction 10,10,5
+simulate -o x --moving --position 89.5,0,0
+simulate -o course --duration 23 --slips 12 --multipath 2 --obstruction 350,20,90 --obstruction 90,180,40 --moving --every-signal
 info log
 info log --json
 info damaged few day torn gaps twice log.gz

@@ -13,8 +13,6 @@ using fleet_t = std::vector<std::unique_ptr<vehicle_t>>;
 
 namespace {
 
-constexpr double kDegree = kPi / 180.0;
-
 // Satellites in circular orbits, spread evenly over planes and within each (J. G. Walker, 1984).
 struct walker_t {
     int system;

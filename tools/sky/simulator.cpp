@@ -10,8 +10,6 @@ namespace sky {
 
 namespace {
 
-constexpr double kDegree = kPi / 180.0;
-
 // The receiver clock: offset from GPS time at t = 0 and drift.
 constexpr double kClockOffset = 1e-4;   // s
 constexpr double kClockDrift = 5e-10;
@@ -57,18 +55,14 @@ simulator_t::simulator_t(const scenario_t& s)
       base_{s.week, leap_seconds(s.week, s.tow)},
       interval_(epoch_interval(s.rate)),
       epochs_(std::max<std::int64_t>(1, (std::llround(s.duration * 1000.0) + interval_ - 1) / interval_)),
+      course_(s.lat, s.lon, s.height, s.moving),
+      site_(course_.at(s.tow)),
+      horizon_(s.mask, s.obstructions),
+      multipath_(s.multipath, s.seed),
+      slips_(s.slips, epochs_, static_cast<double>(interval_) / 1000.0, s.seed),
       vehicles_(make_constellation(s.systems, base_, s.tow, s.every_signal)),
       random_(s.seed)
 {
-    const sin_cos_t lat = sin_cos(s.lat * kDegree), lon = sin_cos(s.lon * kDegree);
-    const double geodetic[] = {s.lat * kDegree, s.lon * kDegree, s.height};
-    sine_of_mask_ = sin_cos(s.mask * kDegree).sin;
-    fix_ = {s.lat, s.lon, s.height, {}, 0};
-    pos2ecef(geodetic, fix_.ecef);
-    antenna_ = {fix_.ecef[0], fix_.ecef[1], fix_.ecef[2]};
-    east_ = {-lon.sin, lon.cos, 0.0};
-    north_ = {-lat.sin * lon.cos, -lat.sin * lon.sin, lat.cos};
-    up_ = {lat.cos * lon.cos, lat.cos * lon.sin, lat.sin};
     for (const auto& v : vehicles_) tracks_.push_back(track_t{v.get()});
 }
 
@@ -94,35 +88,47 @@ orbit_point_t sent_before(const vehicle_t& v, const vec3_t& antenna, double t)
 
 }   // namespace
 
-// Finds the satellite, and whether it stands above the mask.
+// Finds the satellite, and whether it can be seen.
 void simulator_t::look(track_t& track) const
 {
     const vehicle_t& v = *track.sent_by;
+    const vec3_t& antenna = site_.position;
     const double true_time = t_ - receiver_clock(t_);
-    const orbit_point_t s = sent_before(v, antenna_, true_time);
-    const vec3_t line = s.position - antenna_;
+    const orbit_point_t s = sent_before(v, antenna, true_time);
+    const vec3_t line = s.position - antenna;
     const double range = norm(line);
-    const double sine = dot(line, up_) / range;
-    track.visible = sine >= sine_of_mask_;
+    const double sine = dot(line, site_.up) / range;
+    const double east = dot(line, site_.east), north = dot(line, site_.north);
+    const double flat = std::sqrt(east * east + north * north);
+    track.to = {sine, std::asin(sine), flat > 0.0 ? east / flat : 0.0, flat > 0.0 ? north / flat : 1.0};
+    track.visible = horizon_.open(track.to);
     if (!track.visible) return;
 
-    const double east = dot(line, east_), north = dot(line, north_), flat = std::sqrt(east * east + north * north);
-    track.to = {sine, std::asin(sine), flat > 0.0 ? east / flat : 0.0, flat > 0.0 ? north / flat : 1.0};
-    track.ionosphere = ionosphere_delay(kIonosphere, scenario_.lat * kDegree, scenario_.lon * kDegree, track.to, now_.seconds);
-    track.range = range + kLightSpeed * (receiver_clock(t_) - s.clock) +
-                  troposphere_delay(scenario_.lat * kDegree, scenario_.height, sine);
-    const orbit_point_t before = sent_before(v, antenna_, true_time - 0.5);
-    const orbit_point_t after = sent_before(v, antenna_, true_time + 0.5);
-    track.range_rate = norm(after.position - antenna_) - norm(before.position - antenna_) +
-                       kLightSpeed * (kClockDrift - (after.clock - before.clock));
+    const double lat = site_.lat * kDegree;
+    track.ionosphere = ionosphere_delay(kIonosphere, lat, site_.lon * kDegree, track.to, now_.seconds);
+    track.range = range + kLightSpeed * (receiver_clock(t_) - s.clock) + troposphere_delay(lat, site_.height, sine);
+    const orbit_point_t before = sent_before(v, antenna, true_time - 0.5);
+    const orbit_point_t after = sent_before(v, antenna, true_time + 0.5);
+    track.range_rate = norm(after.position - antenna) - norm(before.position - antenna) +
+                       kLightSpeed * (kClockDrift - (after.clock - before.clock)) - dot(line, site_.velocity) / range;
 }
+
+namespace {
+
+// Tells the signal from all others, of all satellites.
+std::uint64_t number_of(const vehicle_t& v, const signal_t& signal)
+{
+    const int number = (signal.system * 256 + v.prn()) * 32 + signal.type;
+    return static_cast<std::uint64_t>(number);
+}
+
+}   // namespace
 
 lock_t simulator_t::hold(const track_t& track, const signal_t& signal) const
 {
     if (!scenario_.every_signal) return {t_ - track.locked_since};
-    const vehicle_t& v = *track.sent_by;
-    const int number = (signal.system * 256 + v.prn()) * 32 + signal.type;
-    return interrupted_lock(scenario_.seed + (static_cast<std::uint64_t>(number) << 32), track.locked_since, t_);
+    const std::uint64_t number = number_of(*track.sent_by, signal);
+    return interrupted_lock(scenario_.seed + (number << 32), track.locked_since, t_);
 }
 
 namespace {
@@ -151,6 +157,7 @@ void simulator_t::measure(const track_t& track)
         range_t r{};
         r.prn = v.prn(), r.channel = v.channel();
         r.pseudorange = track.range + delay + kLightSpeed * v.delay(signal) + scenario_.code_noise * random_.normal();
+        r.pseudorange += multipath_.at(number_of(v, signal), t_);
         r.phase = (track.range - delay) / wavelength + turns + lock.turns + scenario_.phase_noise * random_.normal();
         r.doppler = -track.range_rate / wavelength;
         r.cn0 = 36.0 + 15.0 * track.to.sin_elevation - (frequency < 1.3e9 ? 2.0 : 0.0) + 0.3 * random_.normal();
@@ -171,6 +178,7 @@ void simulator_t::observe()
         if (!tracked) track.locked_since = t_, track.lock = random_.bits();
         measure(track);
     }
+    slips_.apply(ranges_, t_);
 }
 
 void simulator_t::append(bytes_t& log, frame_t frame) const
@@ -183,6 +191,13 @@ bool simulator_t::due(std::int64_t period) const
 {
     const std::int64_t ms = 1000 * period;
     return done_ == 0 || done_ * interval_ / ms != (done_ - 1) * interval_ / ms;
+}
+
+fix_t simulator_t::fix() const
+{
+    const vec3_t& p = site_.position;
+    const auto used = static_cast<int>(std::ranges::count_if(tracks_, &track_t::visible));
+    return {site_.lat, site_.lon, site_.height, {p.x, p.y, p.z}, used};
 }
 
 std::vector<visible_t> simulator_t::visible_satellites() const
@@ -200,20 +215,19 @@ std::vector<visible_t> simulator_t::visible_satellites() const
 
 void simulator_t::append_station_messages(bytes_t& log)
 {
-    fix_.satellites = static_cast<int>(std::ranges::count_if(tracks_, &track_t::visible));
     if (due(600)) {
         append(log, receiver_version());
         append(log, antenna_type());
     }
     if (due(300)) append(log, ionosphere_utc(now_.week, base_.leap_seconds));
-    if (due(10)) {
-        append(log, geodetic_position(fix_));
-        append(log, ecef_position(fix_));
+    if (scenario_.moving || due(10)) {
+        append(log, geodetic_position(fix()));
+        append(log, ecef_position(fix()));
     }
     if (due(60)) append(log, visibility(visible_satellites()));
     if (due(45)) append(log, foreign_message());
     if (done_ > 0 && due(97)) append(log, mark_time(now_.week, std::max(0.0, now_.seconds - 0.0125)));
-    if (done_ > 0 && stops_ < 4 && due(120)) append(log, stop_and_go(++stops_ % 2, fix_));
+    if (done_ > 0 && stops_ < 4 && due(120)) append(log, stop_and_go(++stops_ % 2, fix()));
 }
 
 void simulator_t::append_ephemerides(bytes_t& log)
@@ -248,6 +262,7 @@ bool simulator_t::next(bytes_t& log)
     const std::int64_t start = std::llround(scenario_.tow * 1000.0);
     t_ = static_cast<double>(start + done_ * interval_) / 1000.0;
     now_ = split(base_, t_);
+    site_ = course_.at(t_);
     for (const auto& v : vehicles_) v->renew(t_);
     observe();
     append_station_messages(log);

@@ -8,6 +8,7 @@
 namespace sky {
 
 constexpr double kPi = 3.1415926535897932;
+constexpr double kDegree = kPi / 180.0;   // rad
 
 struct sin_cos_t {
     double sin, cos;

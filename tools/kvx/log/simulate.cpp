@@ -1,9 +1,12 @@
 #include <array>
+#include <charconv>
 #include <cmath>
 #include <cstdio>
 #include <filesystem>
 #include <memory>
+#include <optional>
 #include <string>
+#include <vector>
 
 #include "common/command.h"
 #include "common/error.h"
@@ -13,7 +16,9 @@
 #include "common/publish.h"
 #include "common/standard_streams.h"
 #include "common/systems.h"
+#include "common/text_format.h"
 #include "gnss/foundation/time_scales.h"
+#include "rinex/signals.h"
 #include "sky/damage.h"
 #include "sky/simulator.h"
 
@@ -28,6 +33,7 @@ struct options_t {
     std::string systems = "GRECJS";
     std::array<double, 3> position = {31.2, 121.5, 30.0};
     std::string range = "43";
+    std::vector<std::string> obstructions;
     std::int64_t faults = 0;
     bool force = false;
 };
@@ -42,10 +48,50 @@ bool read_start(const std::string& text, sky::scenario_t& scenario)
     return true;
 }
 
+// "AZ1,AZ2,EL" in degrees, two azimuths that differ; nothing for another text.
+std::optional<sky::obstruction_t> read_obstruction(const std::string& text)
+{
+    std::array<double, 3> values{};
+    const char *at = text.data(), *const end = at + text.size();
+    for (double& value : values) {
+        if (&value != values.data() && (at == end || *at++ != ',')) return {};
+        const auto [next, error] = std::from_chars(at, end, value);
+        if (error != std::errc()) return {};
+        at = next;
+    }
+    const auto [from, to, elevation] = values;
+    const auto within = [](double value, double most) { return value >= 0.0 && value <= most; };
+    if (at != end || !within(from, 360.0) || !within(to, 360.0) || !within(elevation, 90.0) || from == to) return {};
+    return sky::obstruction_t{from, to, elevation};
+}
+
 struct result_t {
     std::int64_t epochs = 0;
     std::uint64_t bytes = 0;
 };
+
+// "G07 L2W"; a signal without a name by its type.
+std::string phase_name(const sky::slip_t& slip, const rinex::signals_t& names)
+{
+    const int key = rinex::tracking_key(slip.status);
+    const auto [system, signal] = names[key];
+    const std::string satellite = rinex::satellite_of_prn(system, slip.prn).name();
+    if (signal < 0) return satellite + text(" type %d", key & 31);
+    return satellite + " L" + names.codes(system)[static_cast<std::size_t>(signal)];
+}
+
+void list_slips(const sky::simulator_t& simulator, const sky::scenario_t& scenario)
+{
+    const rinex::signals_t names;
+    for (const sky::slip_t& s : simulator.slips()) {
+        std::fprintf(stderr, "slip of %d cycles at %s: %s\n", s.cycles,
+                     date_text(gps_seconds(scenario.week, s.t)).c_str(), phase_name(s, names).c_str());
+    }
+    const auto placed = static_cast<std::int64_t>(simulator.slips().size());
+    if (placed < scenario.slips && simulator.done() == simulator.epochs())
+        std::fprintf(stderr, "kvx: warning: only %lld of %lld slips have room in this log\n",
+                     static_cast<long long>(placed), static_cast<long long>(scenario.slips));
+}
 
 // @throws error_t when the bytes cannot be written
 result_t write_log(const options_t& options, std::FILE* out)
@@ -69,6 +115,7 @@ result_t write_log(const options_t& options, std::FILE* out)
     if (!written) throw system_error(options.output, "writing the log");
     for (const sky::fault_t& f : faults)
         std::fprintf(stderr, "damage at byte %lld: %s\n", static_cast<long long>(f.offset), f.what.c_str());
+    list_slips(simulator, options.scenario);
     return result;
 }
 
@@ -122,12 +169,21 @@ void complete(options_t& options)
     s.lat = options.position[0], s.lon = options.position[1], s.height = options.position[2];
     if (!(std::fabs(s.lat) <= 90.0 && std::fabs(s.lon) <= 360.0 && s.height >= -1000.0 && s.height <= 20000.0))
         throw usage_error_t("--position", "degrees are within 90 and 360, heights -1000 to 20000 m");
+    if (s.moving && std::fabs(s.lat) > 89.0)
+        throw usage_error_t("--moving", "the drive keeps within 89 degrees of latitude");
+    for (const std::string& text : options.obstructions) s.obstructions.push_back(*read_obstruction(text));
 }
 
 std::string check_start(const std::string& text)
 {
     sky::scenario_t scenario;
     return read_start(text, scenario) ? "" : "not a date from 2009 on in the form YYYY-MM-DD HH:MM:SS: " + text;
+}
+
+std::string check_obstruction(const std::string& text)
+{
+    return read_obstruction(text) ? ""
+                                  : "not two azimuths from 0 to 360 that differ and an elevation up to 90: " + text;
 }
 
 }   // namespace
@@ -146,6 +202,7 @@ command_t simulate_command(command_line_t& program)
                {.check = within(0.0001, 20.0), .show_default = true});
     app.option("--position", &options->position, "Antenna: latitude and longitude (degrees), height (m)",
                {.delimiter = ',', .type_name = "LAT,LON,H", .show_default = true});
+    app.flag("--moving", &s.moving, "Drive around there: a level figure of eight at 10 m/s, 153 m by 306 m");
     app.option("--systems", &options->systems, "Systems: G GPS, R GLONASS, E Galileo, C BeiDou, J QZSS, S SBAS",
                {.check = {fault_in_letters, "LETTERS"}, .show_default = true});
     app.option("--range", &options->range, "Message with the observations: 43, 140 (compressed), or both",
@@ -154,11 +211,19 @@ command_t simulate_command(command_line_t& program)
              "Also signals and satellites that only some boards send, losses of lock, half cycles");
     app.option("--elevation-mask", &s.mask, "Least elevation of a satellite (degrees)",
                {.check = within(0.0, 80.0), .show_default = true});
+    app.option(
+        "--obstruction", &options->obstructions,
+        "Hide what is between two azimuths, clockwise, and below an elevation (degrees); more than one may be given",
+        {.check = {check_obstruction, "AZ1,AZ2,EL"}, .one_argument = true});
+    app.option("--multipath", &s.multipath, "RMS of the multipath of each pseudorange (m); phases have none",
+               {.check = within(0.0, 100.0), .show_default = true});
+    app.option("--slips", &s.slips, "Cycle slips that the receiver does not notice; each is listed",
+               {.check = whole_within(0, 100000), .show_default = true});
     app.option("--ephemeris-interval", &s.ephemeris_interval, "Repetition of unchanged ephemerides (s)",
                {.check = within(1.0, kDay), .show_default = true});
     app.option("--damage", &options->faults, "Bit errors, lost and foreign bytes to put in; each is listed",
                {.check = whole_within(0, 1000000), .show_default = true});
-    app.option("--seed", &s.seed, "Of noise and damage: the same arguments give the same bytes",
+    app.option("--seed", &s.seed, "Of noise, multipath, slips and damage: the same arguments give the same bytes",
                {.show_default = true});
     app.when_all_read([options] { complete(*options); });
     return {app, [options] { return simulate(*options); }};

@@ -78,6 +78,8 @@ void ephemeris_t::set_state(const rinex::ephemeris_record_t& r)
     acceleration_ = column(2);
     clock_ = {r.clock[0], r.clock[1], 0.0};
     delay1_ = r.lines > 3 ? known(r.orbit[3][1]) : 0.0;
+    constexpr double kNoRanging = 32767.0;   // m: what stands for no accuracy
+    if (satellite_.constellation == rinex::kSbas) healthy_ &= r.orbit[1][3] < kNoRanging;
 }
 
 double ephemeris_t::clock(seconds_t t) const

@@ -24,6 +24,10 @@ constexpr double kMostDeviations = 4.0;                       // of a residual
 constexpr double kContradiction = 30.0;                       // deviation of unit weight
 constexpr double kLeastRadius = 6.3e6, kMostRadius = 6.6e6;   // of a place on the Earth or above it (m)
 
+// By system, what its broadcast orbits and clocks are worse than those of GPS; and GLONASS has a carrier a satellite,
+// of which each comes through the receiver in its own time.
+constexpr double kFactors[] = {1.0, 3.0, 0.7, 1.5, 3.0, 4.0};
+
 // What a satellite adds to the equations.
 struct row_t {
     vec3_t to;   // the antenna, from the satellite
@@ -91,8 +95,12 @@ private:
         }
     }
 
+    // A clock of its own makes a single satellite of a system fit everywhere.
     void number_clocks()
     {
+        std::array<int, rinex::kConstellationCount> satellites{};
+        for (const ranging_t& r : rangings_) satellites[constellation(r)] += r.used;
+        for (ranging_t& r : rangings_) r.used &= satellites[constellation(r)] > 1;
         columns_.fill(-1);
         clocks_ = used_ = 0;
         for (const ranging_t& r : rangings_) {
@@ -115,7 +123,7 @@ private:
         double delay = 0.0;
         if (placed_) {
             const double sine = std::max(dot(line, axes_->up) / range, 0.02);
-            const double deviation = kDeviation[r.frequency == 0.0] / sine;
+            const double deviation = kFactors[constellation(r)] * kDeviation[r.frequency == 0.0] / sine;
             row.weight = 1.0 / (deviation * deviation);
             delay = zenith_ * 1.001 / std::sqrt(0.002001 + sine * sine);
             if (r.frequency != 0.0) delay += ionosphere(r, line, sine);

@@ -29,13 +29,14 @@ const measurement_t* multipath_t::partner_of(const measurement_t& m, std::span<c
 void multipath_t::add(std::int64_t time, std::span<const measurement_t> of_satellite, std::uint64_t slipped,
                       const direction_t& to)
 {
+    if (rinex::satellite_at(of_satellite.front().place).constellation == rinex::kSbas) return;   // see slip_finder_t
     const std::size_t step = step_of(to);
     for (const measurement_t& m : of_satellite) {
         const double f = carriers_.frequency(m.place, m.signal);
         if (m.pseudorange() == 0.0 || m.phase() == 0.0 || f == 0.0) continue;
         arc_t& arc = arcs_.at(m.place, m.signal);
         const auto slips = [&](int signal) { return signal >= 0 && (slipped >> signal & 1) != 0; };
-        const bool over = time - arc.last > kLongestBreak || time - arc.begin > kLongestArc;
+        const bool over = time <= arc.last || time - arc.last > kLongestBreak || time - arc.begin > kLongestArc;
         if (over || slips(m.signal) || slips(arc.partner)) close(m.place, m.signal, arc);
         const measurement_t* second = partner_of(m, of_satellite, arc);
         if (second == nullptr) continue;

@@ -31,4 +31,15 @@ std::array<double, 3> positions_t::deviations() const
     return d;
 }
 
+double distances_t::within(double share) const
+{
+    std::uint64_t sum = 0;
+    for (std::size_t bin = 0; bin < kBins; ++bin) {
+        sum += counts_[bin];
+        if (static_cast<double>(sum) >= share * static_cast<double>(count_))
+            return kWidth * static_cast<double>(bin + 1);
+    }
+    return kWidth * kBins;
+}
+
 }   // namespace quality

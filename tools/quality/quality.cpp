@@ -26,17 +26,11 @@ quality_t::quality_t(const carriers_t& carriers)
         strengths_[static_cast<std::size_t>(c)].resize(carriers.codes(c).size());
 }
 
-void quality_t::add(const rinex::ephemeris_record_t& ephemeris)
-{
-    if (broadcast_.add(ephemeris))
-        ++satellites_[static_cast<std::size_t>(rinex::place_of(ephemeris.satellite))].ephemerides;
-}
-
 void quality_t::add_fix(const position::vec3_t& ecef, int kind)
 {
     fixes_.add(ecef);
     ++fix_kinds_[kind];
-    receiver_ = ecef;
+    receiver_ = fix_ = ecef;
 }
 
 void quality_t::add(const measured_epoch_t& epoch)
@@ -106,6 +100,7 @@ void quality_t::count_solution()
     if (!*solution_) return;
     const position::solution_t& s = **solution_;
     computed_positions_.add(s.position);
+    if (fix_) distances_.add(norm(s.position - *fix_));
     used_.add(s.used);
     pdop_.add(s.pdop), hdop_.add(s.hdop), vdop_.add(s.vdop);
     for (const position::ranging_t& r : computed_.rangings()) {

@@ -76,7 +76,11 @@ public:
     /// Calls with every epoch that was taken.
     void on_epoch(std::function<void(const judged_epoch_t&)> act) { act_ = std::move(act); }
 
-    void add(const rinex::ephemeris_record_t& ephemeris);
+    void add(const rinex::ephemeris_record_t& ephemeris) { broadcast_.add(ephemeris); }
+    void count(const rinex::ephemeris_record_t& ephemeris)   ///< that it was told
+    {
+        ++satellites_[static_cast<std::size_t>(rinex::place_of(ephemeris.satellite))].ephemerides;
+    }
     void take_ionosphere(const std::array<double, 8>& model) { computed_.take_ionosphere(model); }
 
     /// A position that the receiver tells.
@@ -104,6 +108,7 @@ public:
     const positions_t& fixes() const { return fixes_; }
     const std::map<int, std::uint64_t>& fix_kinds() const { return fix_kinds_; }
     const positions_t& computed() const { return computed_positions_; }
+    const distances_t& distances() const { return distances_; }   ///< of computed ones from the receiver's last fix
     const range_t& satellites_used() const { return used_; }
     const range_t& pdop() const { return pdop_; }
     const range_t& hdop() const { return hdop_; }
@@ -144,6 +149,8 @@ private:
     } clock_;
     bool clock_jumped_ = false;
     positions_t fixes_, computed_positions_;
+    distances_t distances_;
+    std::optional<position::vec3_t> fix_;   // the last one
     std::map<int, std::uint64_t> fix_kinds_;
     range_t used_, pdop_, hdop_, vdop_;
     std::uint64_t epochs_ = 0, directed_epochs_ = 0;

@@ -8,8 +8,8 @@ namespace quality {
 namespace {
 
 constexpr std::int64_t kLongestOutage = 600'000, kLongestStep = 90'000;   // ms
-constexpr double kAgreement = 0.08;                                       // m
-constexpr double kNearWhole = 0.25;                                       // cycles
+constexpr double kAgreement = 0.08, kFirstAgreement = 0.15;   // m; first: of a change of the ionosphere unknown
+constexpr double kNearWhole = 0.25;                           // cycles
 
 std::uint64_t bit(int signal)
 {
@@ -29,13 +29,15 @@ slip_t slip_finder_t::add(std::int64_t time, std::span<const measurement_t> of_s
     satellite_t& satellite = satellites_[slip.place];
     take_told(time, of_satellite, slip);
     const double dt = gather(time, of_satellite, slip.signals);
-    if (changes_.size() > 1) {
+    // SBAS satellites hand on what a station on the ground makes: their carriers go ways of their own.
+    const bool coherent = rinex::satellite_at(slip.place).constellation != rinex::kSbas;
+    if (changes_.size() > 1 && coherent) {
         compare(slip, satellite, dt);
         follow_ionosphere(slip, satellite, dt);
-    } else if (changes_.size() == 1 && !clock_jumped) {
-        compare_with_doppler(slip, dt);
+    } else if (!clock_jumped) {
+        for (const change_t& c : changes_) compare_with_doppler(c, slip, dt);
     }
-    follow_wide_lane(of_satellite, slip, satellite.wide_lane);
+    if (coherent) follow_wide_lane(of_satellite, slip, satellite.wide_lane);
     keep(time, of_satellite);
     return slip;
 }
@@ -80,13 +82,14 @@ void slip_finder_t::compare(slip_t& slip, satellite_t& satellite, double dt)
         levels_.push_back(c.level);
     }
     std::sort(levels_.begin(), levels_.end());
-    if (levels_.back() - levels_.front() < kAgreement) return;
+    const double agreement = satellite.rate_known ? kAgreement : kFirstAgreement;
+    if (levels_.back() - levels_.front() < agreement) return;
     slip.signs |= kGeometryFree;
     if (changes_.size() == 2) return compare_two(slip);
     const double middle = 0.5 * (levels_[(levels_.size() - 1) / 2] + levels_[levels_.size() / 2]);
     int several = 0;
     for (const change_t& c : changes_) {
-        if (std::fabs(c.level - middle) < kAgreement / 2.0) continue;
+        if (std::fabs(c.level - middle) < agreement / 2.0) continue;
         slip.signals |= bit(c.m->signal);
         slip.cycles = several++ == 0 ? (c.level - middle) * c.frequency / kLightSpeed : 0.0;
     }
@@ -106,9 +109,8 @@ void slip_finder_t::compare_two(slip_t& slip)
     slip.cycles = may_a ? cycles_a : cycles_b;
 }
 
-void slip_finder_t::compare_with_doppler(slip_t& slip, double dt)
+void slip_finder_t::compare_with_doppler(const change_t& c, slip_t& slip, double dt)
 {
-    const change_t& c = changes_.front();
     const double wavelength = kLightSpeed / c.frequency;
     phase_t& before = phases_.at(c.m->place, c.m->signal);
     if (c.m->doppler() == 0.0 || before.rate == 0.0) return;
@@ -159,19 +161,21 @@ void slip_finder_t::follow_wide_lane(std::span<const measurement_t> of_satellite
     if (b == nullptr) return;
     const std::uint64_t both = bit(a->signal) | bit(b->signal);
     const bool half = ((a->told | b->told) & rinex::kHalfCycle) != 0;
-    if (lane.first != a->signal || lane.second != b->signal || (slip.signals & both) != 0 || half)
+    const bool away = slip.time - lane.time > kLongestStep;
+    if (lane.first != a->signal || lane.second != b->signal || (slip.signals & both) != 0 || half || away)
         lane = {a->signal, b->signal};
+    lane.time = slip.time;
     if (half) return;
     const double f = carriers_.frequency(a->place, a->signal), g = carriers_.frequency(b->place, b->signal);
     const double value =
         a->phase() - b->phase() - (f - g) / (f + g) * (f * a->pseudorange() + g * b->pseudorange()) / kLightSpeed;
     constexpr double kFewest = 20.0;
     const double deviation = lane.count > 1.0 ? std::sqrt(lane.squares / (lane.count - 1.0)) : 0.0;
-    if (lane.count >= kFewest && std::fabs(value - lane.mean) > std::max(2.0, 6.0 * deviation)) {
+    if (lane.count >= kFewest && std::fabs(value - lane.mean) > std::max(4.0, 6.0 * deviation)) {
         if (++lane.beyond < 2) return;
         slip.signs |= kWideLane;
         slip.signals |= both;
-        lane = {a->signal, b->signal};
+        lane = {a->signal, b->signal, slip.time};
     }
     lane.beyond = 0;
     lane.count += 1.0;

@@ -29,9 +29,11 @@ struct slip_t {
 /// Compares each phase with the one before it:
 /// - what the receiver tells counts when the signal was away for less than ten minutes;
 /// - differences of phases (m) of one satellite since the epoch before, the ionosphere taken on as it changed, agree to
-///   8 cm: with three and more signals those that leave the middle have slipped, of two whole cycles tell;
-/// - the wide-lane combination stays within six of its deviations, and two cycles, of its mean, twice in a row;
-/// - a phase alone stays within half a cycle, and five deviations, of what its Doppler says.
+///   8 cm, the first of an arc to 15: with three and more signals those that leave the middle have slipped, of two
+///   whole cycles tell;
+/// - the wide-lane combination stays within six of its deviations, and four cycles, of its mean, twice in a row;
+/// - a phase alone, and each of an SBAS satellite, stays within half a cycle, and five deviations, of what its Doppler
+///   says.
 /// Differences are taken over 90 s at most. Phases whose half cycles are not known are left out.
 /// @note G. Blewitt, An automatic editing algorithm for GPS data, Geophys. Res. Lett. 17 (3), 1990.
 class slip_finder_t {
@@ -56,6 +58,7 @@ private:
     };
     struct wide_lane_t {
         int first = -1, second = -1;        // signals
+        std::int64_t time = 0;              // ms, of the last epoch
         double mean = 0.0, squares = 0.0;   // cycles
         double count = 0.0;
         int beyond = 0;   // epochs in a row
@@ -78,7 +81,7 @@ private:
     double gather(std::int64_t time, std::span<const measurement_t> of_satellite, std::uint64_t slipped);
     void compare(slip_t& slip, satellite_t& satellite, double dt);
     void compare_two(slip_t& slip);
-    void compare_with_doppler(slip_t& slip, double dt);
+    void compare_with_doppler(const change_t& c, slip_t& slip, double dt);
     void follow_ionosphere(const slip_t& slip, satellite_t& satellite, double dt);
     void follow_wide_lane(std::span<const measurement_t> of_satellite, slip_t& slip, wide_lane_t& lane);
     void keep(std::int64_t time, std::span<const measurement_t> of_satellite);

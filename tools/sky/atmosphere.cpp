@@ -32,7 +32,8 @@ double ionosphere_delay(const std::array<double, 8>& model, double lat, double l
     const double x = 2.0 * kPi * (local - 50400.0) / period;
     const double low = 0.53 - elevation;
     const double slant = 1.0 + 16.0 * low * low * low;
-    const double wave = std::fabs(x) < 1.57 ? amplitude * (1.0 - x * x / 2.0 + x * x * x * x / 24.0) : 0.0;
+    // The series that users of the message compute breaks off with a step, of 2 %, that no sky has.
+    const double wave = std::fabs(x) < kPi / 2.0 ? amplitude * sin_cos(x).cos : 0.0;
     return kLightSpeed * slant * (5e-9 + wave);
 }
 

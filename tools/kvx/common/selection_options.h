@@ -20,11 +20,6 @@ struct selection_options_t {
     double interval = 0.0;                          ///< s, 0: every epoch
     bool anchor_first = false;                      ///< the first epoch begins the grid, not GPS time
     std::optional<double> start, end;               ///< GPS seconds
-
-    bool is_everything() const
-    {
-        return systems.find_first_not_of("GRECJS") == systems.npos && satellites.empty() && signals.empty();
-    }
 };
 
 /// Declares the options.

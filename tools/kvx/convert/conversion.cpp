@@ -15,6 +15,7 @@
 #include "convert/observation_series.h"
 #include "convert/position_list.h"
 #include "convert/selection.h"
+#include "convert/thinning.h"
 #include "host/host_conversion.h"
 #include "log/log_reader.h"
 #include "log/message_time.h"

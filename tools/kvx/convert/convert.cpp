@@ -30,7 +30,7 @@ int convert_one(const convert_options_t& options, const std::string& log)
 {
     try {
         const summary_t summary = convert_log(options, log);
-        const std::string text = options.json ? summary_json(summary) : summary_text(summary, false);
+        const std::string text = options.json ? summary_json(summary) : summary_text(summary);
         std::fputs(text.c_str(), stdout);
         if (summary.outcome->partial) {
             const error_t cut(summary.log, "interrupted", "what was read is in " + summary.outcome->files.front());

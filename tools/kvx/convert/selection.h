@@ -4,20 +4,22 @@
 
 #include <array>
 #include <cstdint>
-#include <functional>
-#include <memory>
+#include <string>
+#include <vector>
 
-#include "convert/convert_options.h"
-#include "log/steps.h"
+#include "common/selection_options.h"
 #include "rinex/epoch.h"
 #include "rinex/ledger.h"
 
 namespace kvx {
 
+/// Whether a name is like one of the patterns: "E*".
+bool matches(const std::vector<std::string>& patterns, const std::string& name);
+
 /// Satellites and signals by what the command line says.
 class selection_t {
 public:
-    explicit selection_t(const convert_options_t& options);
+    explicit selection_t(const selection_options_t& options);
 
     bool in_window(std::int64_t ticks) const;   ///< see rinex/dates.h
     bool wants(const rinex::satellite_t& satellite) const;
@@ -30,33 +32,6 @@ private:
     rinex::places_t satellites_;
     std::array<std::uint16_t, rinex::kConstellationCount> signals_{};   // bits
     bool everything_;
-};
-
-/// Thins epochs out: of those around a point of the grid the nearest is kept, when it lies within half the log's own
-/// interval of it. Epochs come out in order, one later than they went in.
-class thinning_t {
-public:
-    /// @param kept  whether the epoch is on the grid
-    using release_t = std::function<void(rinex::epoch_t& epoch, bool kept)>;
-
-    /// @param interval  s; 0: everything is kept
-    thinning_t(double interval, bool anchor_first, release_t release);
-
-    /// Takes an epoch, which it may exchange for another one.
-    void add(std::unique_ptr<rinex::epoch_t>& epoch);
-    void flush();
-
-private:
-    std::int64_t distance(std::int64_t time) const;
-
-    std::int64_t interval_;   // ms
-    bool anchor_first_;
-    release_t release_;
-    std::unique_ptr<rinex::epoch_t> held_;
-    bool holding_ = false;
-    std::int64_t anchor_ = 0, last_ = -1;
-    std::int64_t point_ = -1;   // of the grid, that of the epoch held last
-    step_counter_t steps_;
 };
 
 }   // namespace kvx

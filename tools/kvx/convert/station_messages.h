@@ -27,6 +27,7 @@ struct fix_t {
     std::int64_t time;                ///< ms since the beginning of GPS time
     std::array<double, 3> position;   ///< ECEF (m)
     bool cartesian;                   ///< sent as such
+    int type;                         ///< as the message numbers it
 };
 
 /// Reads positions, antenna, receiver and events, and makes the header's facts of them; the command line goes before.

@@ -34,10 +34,18 @@ bool log_reader_t::refill()
     return end_ > 0;
 }
 
+void log_reader_t::name(std::uint64_t offset, std::uint64_t bytes, const char* cause)
+{
+    if (damage_.size() < kMostPlaces) damage_.push_back({offset, bytes, cause});
+}
+
+// Behind the last frame or dropped header.
 void log_reader_t::skip(std::uint64_t n)
 {
+    if (n == 0) return;
     losses_.skipped_bytes += n;
-    losses_.skipped_runs += n > 0;
+    ++losses_.skipped_runs;
+    name(frame_end_, n, "bytes between frames");
 }
 
 bool log_reader_t::next(frame_t& frame)
@@ -56,6 +64,7 @@ bool log_reader_t::next(frame_t& frame)
         skip(offset_ - frame_end_ - static_cast<std::uint64_t>(size));
         frame_end_ = offset_;
         if (!whole) {
+            name(frame_end_ - korvex::kLengthKnown, korvex::kLengthKnown, "header of more than a frame can hold");
             ++losses_.too_long;
             losses_.too_long_bytes += korvex::kLengthKnown;
             continue;
@@ -74,6 +83,8 @@ void log_reader_t::count(frame_t& frame)
     if (frame.result == DECODE_REFUSED) {
         frame.checksum_ok = decode_ && korvex::checksum_agrees(raw_.buff, raw_.len);
         losses_.bad_checksum += !frame.checksum_ok;
+        if (!frame.checksum_ok)
+            name(frame.offset, static_cast<std::uint64_t>(frame.size), "frame with a wrong checksum");
     }
     (frame.checksum_ok ? losses_.good_bytes : losses_.bad_checksum_bytes) += static_cast<std::uint64_t>(frame.size);
 }
@@ -82,6 +93,7 @@ void log_reader_t::finish()
 {
     losses_.torn_bytes = raw_.nbyte;
     skip(offset_ - frame_end_ - raw_.nbyte);
+    if (raw_.nbyte > 0) name(offset_ - raw_.nbyte, raw_.nbyte, "frame that the end of the log cuts off");
     frame_end_ = offset_;
     raw_.nbyte = 0;
 }

@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <vector>
 
 #include "common/input_file.h"
 
@@ -36,6 +37,12 @@ struct losses_t {
     bool any() const { return skipped_bytes + bad_checksum + refused + too_long + torn_bytes != 0; }
 };
 
+/// A place where the log is not as it was sent.
+struct damage_t {
+    std::uint64_t offset, bytes;
+    const char* cause;
+};
+
 /// Reads a log block by block.
 class log_reader_t {
 public:
@@ -55,10 +62,15 @@ public:
     std::uint64_t bytes() const { return offset_; }   ///< read so far
     const losses_t& losses() const { return losses_; }
 
+    /// Where bytes were lost, in order; the first places of them.
+    static constexpr std::size_t kMostPlaces = 1000;
+    const std::vector<damage_t>& damage() const { return damage_; }
+
 private:
     int take(int& left);
     bool refill();
     void skip(std::uint64_t n);
+    void name(std::uint64_t offset, std::uint64_t bytes, const char* cause);
     void count(frame_t& frame);
     void finish();
 
@@ -72,6 +84,7 @@ private:
     std::uint64_t frame_end_ = 0;             // where the last frame or dropped header ended
     std::function<void()> before_waiting_;
     losses_t losses_;
+    std::vector<damage_t> damage_;
 };
 
 }   // namespace kvx

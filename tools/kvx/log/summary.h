@@ -146,9 +146,13 @@ struct summary_t {
 /// What the message of a number is called.
 const char* message_name(int id);
 
-/// For people.
-/// @param tables  with one line per message and per satellite
-std::string summary_text(const summary_t& summary, bool tables);
+/// For people: what a conversion made of the log.
+std::string summary_text(const summary_t& summary);
+
+/// Parts of it, lines each: a table of the messages; epochs; losses and what else is to be noted.
+std::string messages_table(const summary_t& summary);
+std::string epochs_text(const epoch_count_t& epochs);
+std::string notes_text(const summary_t& summary);
 
 /// For programs: one JSON object, a line.
 std::string summary_json(const summary_t& summary);

@@ -10,38 +10,12 @@ namespace kvx {
 
 namespace {
 
-std::string tables_text(const summary_t& s)
-{
-    std::string out = "     id  message                          frames       bytes         new  refused\n";
-    for (const auto& [id, m] : s.messages) {
-        out += text("  %5d  %-30s", id, message_name(id)) + right(m.frames, 9) + right(m.bytes, 12) +
-               right(m.new_data, 12) + right(m.refused, 9) + "\n";
-    }
-    out += "  satellite   epochs   pseudoranges by slot 0..4\n";
-    for (const auto& [sat, n] : s.satellites) {
-        out += text("  %-9s", sat.name().c_str()) + right(n.epochs, 9) + "  ";
-        for (const std::uint64_t signals : n.signals) out += right(signals, 9);
-        out += '\n';
-    }
-    return out;
-}
-
 std::string messages_text(const summary_t& s)
 {
     std::string out;
     for (const auto& [id, m] : s.messages)
         out += "  " + right(m.frames, 8) + text(" x %s (%d)\n", message_name(id), id);
     return out;
-}
-
-std::string epochs_text(const epoch_count_t& e)
-{
-    std::string out = "  " + plural(e.epochs, "epoch");
-    if (e.epochs == 0) return out + "\n";
-    out += " from " + date_text(e.first) + " to " + date_text(e.last) + " (GPS)";
-    out += text(", every %.2f s, ", e.steps.usual()) + plural(e.steps.gaps(), "gap");
-    if (e.steps.missing() > 0) out += " (" + plural(e.steps.missing(), "epoch") + " missing)";
-    return out + "\n";
 }
 
 std::string losses_text(const summary_t& s)
@@ -183,15 +157,40 @@ std::string outcome_text(const outcome_t& o)
 
 }   // namespace
 
-std::string summary_text(const summary_t& s, bool tables)
+std::string messages_table(const summary_t& s)
+{
+    std::string out = "     id  message                          frames       bytes         new  refused\n";
+    for (const auto& [id, m] : s.messages) {
+        out += text("  %5d  %-30s", id, message_name(id)) + right(m.frames, 9) + right(m.bytes, 12) +
+               right(m.new_data, 12) + right(m.refused, 9) + "\n";
+    }
+    return out;
+}
+
+std::string epochs_text(const epoch_count_t& e)
+{
+    std::string out = "  " + plural(e.epochs, "epoch");
+    if (e.epochs == 0) return out + "\n";
+    out += " from " + date_text(e.first) + " to " + date_text(e.last) + " (GPS)";
+    out += text(", every %.2f s, ", e.steps.usual()) + plural(e.steps.gaps(), "gap");
+    if (e.steps.missing() > 0) out += " (" + plural(e.steps.missing(), "epoch") + " missing)";
+    return out + "\n";
+}
+
+std::string notes_text(const summary_t& s)
+{
+    return losses_text(s) + notices_text(s.notices) + clock_text(s.clock, s.outcome.has_value()) +
+           (s.ended_by_signal ? "  ended by a signal\n" : "");
+}
+
+std::string summary_text(const summary_t& s)
 {
     std::uint64_t frames = 0;
     for (const auto& [id, m] : s.messages) frames += m.frames;
     std::string out = s.log + ":\n  " + plural(s.bytes, "byte") + ", " + plural(frames, "message") + "\n";
-    out += (tables ? tables_text(s) : messages_text(s)) + epochs_text(s.epochs) + "  satellites:";
+    out += messages_text(s) + epochs_text(s.epochs) + "  satellites:";
     for (const auto& [name, n] : s.satellites_by_system()) out += " " + (name + (" " + std::to_string(n)));
-    return out + "\n" + losses_text(s) + notices_text(s.notices) + clock_text(s.clock, s.outcome.has_value()) +
-           (s.ended_by_signal ? "  ended by a signal\n" : "") + (s.outcome ? outcome_text(*s.outcome) : "");
+    return out + "\n" + notes_text(s) + (s.outcome ? outcome_text(*s.outcome) : "");
 }
 
 }   // namespace kvx

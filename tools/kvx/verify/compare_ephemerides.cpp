@@ -116,7 +116,7 @@ void ephemeris_comparison_t::run(const std::vector<std::string>& files)
 
 void ephemeris_comparison_t::read(const std::string& path)
 {
-    rinex_file_t file(path, &result_);
+    rinex_file_t file(path, faults_of(result_));
     const char system = file.header().default_system();
     constexpr std::string_view kOfRinex2 = "GRS";
     if (file.header().version < 300 && kOfRinex2.find(system) == kOfRinex2.npos) {

@@ -5,9 +5,10 @@
 #include <map>
 #include <vector>
 
+#include "common/rinex_file.h"
 #include "rinex/read_navigation.h"
 #include "verify/log_ephemerides.h"
-#include "verify/rinex_file.h"
+#include "verify/verification.h"
 #include "verify/wanted.h"
 
 namespace kvx {

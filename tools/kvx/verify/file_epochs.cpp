@@ -10,7 +10,7 @@ namespace {
 
 rinex::ticks_t first_time(const std::string& path)
 {
-    rinex_file_t file(path, nullptr);
+    rinex_file_t file(path, {});
     rinex::observation_reader_t reader(file.lines(), file.header(), file.findings());
     for (rinex::read_epoch_t epoch; reader.next(epoch);) {
         if (!epoch.is_event() && epoch.has_time) return epoch.time;
@@ -30,7 +30,7 @@ file_epochs_t::file_epochs_t(const std::vector<std::string>& files, verification
 void file_epochs_t::open(std::vector<unread_t>::iterator file)
 {
     reader_.reset();
-    file_ = std::make_unique<rinex_file_t>(file->path, &result_);
+    file_ = std::make_unique<rinex_file_t>(file->path, faults_of(result_));
     reader_.emplace(file_->lines(), file_->header(), file_->findings());
     unread_.erase(file);
     ++types_change_;

@@ -5,8 +5,9 @@
 #include <memory>
 #include <optional>
 
+#include "common/rinex_file.h"
 #include "rinex/read_observations.h"
-#include "verify/rinex_file.h"
+#include "verify/verification.h"
 
 namespace kvx {
 

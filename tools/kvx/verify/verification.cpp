@@ -16,7 +16,7 @@ files_t sorted_by_kind(const std::vector<std::string>& paths)
 {
     files_t files;
     for (const std::string& path : paths) {
-        const rinex_file_t file(path, nullptr);
+        const rinex_file_t file(path, {});
         (file.header().is_observation() ? files.observation : files.navigation).push_back(path);
     }
     return files;

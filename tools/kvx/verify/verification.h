@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "common/rinex_file.h"
 #include "common/selection_options.h"
 
 namespace kvx {
@@ -73,6 +74,12 @@ struct verification_t {
         if (faults++ < kMostFaults) first_faults.push_back(text());
     }
 };
+
+/// Takes a file's faults.
+inline rinex_file_t::on_fault_t faults_of(verification_t& result)
+{
+    return [&result](const std::string& text) { result.fault([&text] { return text; }); };
+}
 
 /// Compares logs with the files that came of them. Without observation files ranges are not looked for, without
 /// navigation files ephemerides are not.

@@ -9,8 +9,8 @@
 #include "common/command.h"
 #include "common/error.h"
 #include "common/interrupt.h"
+#include "common/rinex_file.h"
 #include "common/selection_options.h"
-#include "verify/rinex_file.h"
 #include "verify/verification.h"
 
 namespace kvx {

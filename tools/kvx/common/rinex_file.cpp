@@ -1,4 +1,6 @@
-#include "verify/rinex_file.h"
+#include "common/rinex_file.h"
+
+#include <utility>
 
 #include "common/error.h"
 #include "common/interrupt.h"
@@ -27,9 +29,9 @@ bool expanded_lines_t::next(std::string_view& line)
     }
 }
 
-rinex_file_t::rinex_file_t(const std::string& path, verification_t* result)
+rinex_file_t::rinex_file_t(const std::string& path, on_fault_t on_fault)
     : path_(path),
-      result_(result),
+      on_fault_(std::move(on_fault)),
       source_(path),
       bytes_([this](char* to, std::size_t n) { return source_.read(reinterpret_cast<std::uint8_t*>(to), n); }),
       expanded_(bytes_),
@@ -46,20 +48,17 @@ rinex_file_t::rinex_file_t(const std::string& path, verification_t* result)
 void rinex_file_t::receive(const rinex::finding_t& finding)
 {
     const auto& rule = rinex::rules()[static_cast<std::size_t>(finding.rule)];
-    if (result_ == nullptr || rule.severity != rinex::severity_t::error) return;
-    result_->fault([&] {
-        const std::string& subject = finding.subject.empty() ? rule.concerns : finding.subject;
-        return place(finding.line) + ": " + subject + ": " + finding.text;
-    });
+    if (!on_fault_ || rule.severity != rinex::severity_t::error) return;
+    const std::string& subject = finding.subject.empty() ? rule.concerns : finding.subject;
+    on_fault_(place(finding.line) + ": " + subject + ": " + finding.text);
 }
 
 void rinex_file_t::finish()
 {
     if (interrupted()) throw interruption_t(path_, "at line " + std::to_string(lines_.number()));
-    if (!expanded_.damage().empty() && result_ != nullptr)
-        result_->fault([this] { return path_ + ": " + expanded_.damage(); });
-    if (!source_.damage().empty() && result_ != nullptr)
-        result_->fault([this] { return place(lines_.number()) + ": " + source_.damage(); });
+    if (!on_fault_) return;
+    if (!expanded_.damage().empty()) on_fault_(path_ + ": " + expanded_.damage());
+    if (!source_.damage().empty()) on_fault_(place(lines_.number()) + ": " + source_.damage());
 }
 
 }   // namespace kvx

@@ -1,13 +1,13 @@
-/// @file rinex_file.h  A RINEX file that is read once, with its faults in the account.
-#ifndef KVX_VERIFY_RINEX_FILE_H
-#define KVX_VERIFY_RINEX_FILE_H
+/// @file rinex_file.h  A RINEX file that is read once: plain, compact, compressed.
+#ifndef KVX_RINEX_FILE_H
+#define KVX_RINEX_FILE_H
 
+#include <functional>
 #include <string>
 
 #include "common/input_file.h"
 #include "rinex/crinex_expand.h"
 #include "rinex/read_header.h"
-#include "verify/verification.h"
 
 namespace kvx {
 
@@ -31,18 +31,22 @@ private:
 /// An open file whose header has been read. What the reader reports as an error is a fault: nobody knows what it read.
 class rinex_file_t {
 public:
-    /// @param result  takes the faults; nullptr: they are not told
+    /// Takes a fault, "file:line: what".
+    using on_fault_t = std::function<void(const std::string& text)>;
+
+    /// @param on_fault  none: faults are not told
     /// @throws error_t when it cannot be read or is no RINEX file
-    rinex_file_t(const std::string& path, verification_t* result);
+    rinex_file_t(const std::string& path, on_fault_t on_fault);
     ~rinex_file_t() = default;
     rinex_file_t(const rinex_file_t&) = delete;   // its parts refer to each other
     rinex_file_t& operator=(const rinex_file_t&) = delete;
 
-    /// Adds to the faults what only the end of the file tells.
+    /// Tells the faults that only the end of the file shows.
     /// @throws error_t at an interrupt
     void finish();
 
     const std::string& path() const { return path_; }
+    const input_file_t& source() const { return source_; }
     std::string place(std::uint64_t line) const { return path_ + ":" + std::to_string(line); }
     rinex::file_header_t& header() { return header_; }
     const rinex::file_header_t& header() const { return header_; }
@@ -53,7 +57,7 @@ private:
     void receive(const rinex::finding_t& finding);
 
     std::string path_;
-    verification_t* result_;
+    on_fault_t on_fault_;
     input_file_t source_;
     rinex::byte_lines_t bytes_;
     expanded_lines_t expanded_;

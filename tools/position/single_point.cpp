@@ -18,7 +18,7 @@ using vector_t = Eigen::Matrix<double, Eigen::Dynamic, 1, 0, kMostUnknowns, 1>;
 
 constexpr double kFrequencyL1 = 1575.42e6;   // Hz
 constexpr int kMostRounds = 12;
-constexpr double kClosedIn = 1e-3;                            // m
+constexpr double kClosedIn = 10.0;   // m: what the next step would find is the square of it, by twice the range
 constexpr double kDeviation[] = {2.0, 1.0};                   // at the zenith (m): of one carrier, of two
 constexpr double kMostDeviations = 4.0;                       // of a residual
 constexpr double kContradiction = 30.0;                       // deviation of unit weight
@@ -27,6 +27,13 @@ constexpr double kLeastRadius = 6.3e6, kMostRadius = 6.6e6;   // of a place on t
 // By system, what its broadcast orbits and clocks are worse than those of GPS; and GLONASS has a carrier a satellite,
 // of which each comes through the receiver in its own time.
 constexpr double kFactors[] = {1.0, 3.0, 0.7, 1.5, 3.0, 4.0};
+
+// In axes that turned by so small an angle (rad), to a micrometre for a satellite.
+vec3_t turned(const vec3_t& a, double angle)
+{
+    const double cosine = 1.0 - 0.5 * angle * angle;
+    return {cosine * a.x + angle * a.y, cosine * a.y - angle * a.x, a.z};
+}
 
 // What a satellite adds to the equations.
 struct row_t {
@@ -88,9 +95,10 @@ private:
         axes_.emplace(place_);
         zenith_ = sky::troposphere_delay(place_.lat, place_.height, 1.0);
         if (around_.mask > 0.0) {
+            const double least = std::sin(around_.mask);
             for (ranging_t& r : rangings_) {
                 const vec3_t line = r.sent_from.position - position_;
-                if (r.used && dot(line, axes_->up) < std::sin(around_.mask) * norm(line)) r.used = false;
+                if (r.used && dot(line, axes_->up) < least * norm(line)) r.used = false;
             }
         }
     }
@@ -115,7 +123,7 @@ private:
     void look(ranging_t& r, row_t& row)
     {
         const double travel = norm(r.sent_from.position - position_) / kLightSpeed;
-        const vec3_t line = sky::turn_z(r.sent_from.position, sky::kEarthRate * travel) - position_;
+        const vec3_t line = turned(r.sent_from.position, sky::kEarthRate * travel) - position_;
         const double range = norm(line);
         row.to = (-1.0 / range) * line;
         row.clock = columns_[constellation(r)];

@@ -11,6 +11,7 @@ namespace position {
 
 namespace {
 
+constexpr double kMostDelay = 1e-6;   // s
 constexpr double kHour = 3600.0, kMinute = 60.0;
 
 struct plan_t {
@@ -25,9 +26,10 @@ constexpr plan_t kPlans[] = {
 };
 constexpr std::size_t kMostKnown = 4096;   // of a satellite: a month of Galileo's
 
-double known(double x)
+// What a message does not tell is blank, or a number beyond all that can be.
+double known(double x, double most)
 {
-    return std::isfinite(x) ? x : 0.0;
+    return std::fabs(x) <= most ? x : 0.0;
 }
 
 }   // namespace
@@ -59,13 +61,13 @@ void ephemeris_t::set_kepler(const rinex::ephemeris_record_t& r)
     k.cuc = r.orbit[1][0], k.e = r.orbit[1][1], k.cus = r.orbit[1][2], k.sqrtA = r.orbit[1][3];
     k.toe = r.orbit[2][0], k.cic = r.orbit[2][1], k.omega0 = r.orbit[2][2], k.cis = r.orbit[2][3];
     k.i0 = r.orbit[3][0], k.crc = r.orbit[3][1], k.omega = r.orbit[3][2], k.omega_dot = r.orbit[3][3];
-    k.idot = known(r.orbit[4][0]);
+    k.idot = known(r.orbit[4][0], 1.0);
     k.A = k.sqrtA * k.sqrtA;
     clock_ = r.clock;
-    delay1_ = known(r.orbit[5][2]);
+    delay1_ = known(r.orbit[5][2], kMostDelay);
     delay2_ = satellite_.constellation == rinex::kGps || satellite_.constellation == rinex::kQzss
                   ? 0.0
-                  : known(r.orbit[5][3]);
+                  : known(r.orbit[5][3], kMostDelay);
 }
 
 void ephemeris_t::set_state(const rinex::ephemeris_record_t& r)
@@ -77,7 +79,7 @@ void ephemeris_t::set_state(const rinex::ephemeris_record_t& r)
     motion_ = {column(0), column(1)};
     acceleration_ = column(2);
     clock_ = {r.clock[0], r.clock[1], 0.0};
-    delay1_ = r.lines > 3 ? known(r.orbit[3][1]) : 0.0;
+    delay1_ = r.lines > 3 ? known(r.orbit[3][1], kMostDelay) : 0.0;
     constexpr double kNoRanging = 32767.0;   // m: what stands for no accuracy
     if (satellite_.constellation == rinex::kSbas) healthy_ &= r.orbit[1][3] < kNoRanging;
 }

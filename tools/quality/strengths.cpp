@@ -11,14 +11,13 @@ std::uint64_t strengths_t::count() const
     return sum;
 }
 
-// The middle of the bin in which the middle value lies.
 double strengths_t::median_of(const histogram_t& counts)
 {
     const std::uint64_t all = std::accumulate(counts.begin(), counts.end(), std::uint64_t{0});
     std::uint64_t below = 0;
     for (std::size_t bin = 0; bin < kBins; ++bin) {
         below += counts[bin];
-        if (all > 0 && 2 * below >= all) return kWidth * (static_cast<double>(bin) + 0.5);
+        if (all > 0 && 2 * below >= all) return kWidth * static_cast<double>(bin);
     }
     return 0.0;
 }

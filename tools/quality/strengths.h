@@ -9,12 +9,12 @@
 
 namespace quality {
 
-/// Counts of values by half decibels: least, median and greatest without keeping them.
+/// Counts of values, to half a decibel: least, median and greatest without keeping them.
 class strengths_t {
 public:
     void add(double cn0, std::size_t step)   ///< dB-Hz; step of the elevation
     {
-        const auto bin = static_cast<std::size_t>(std::clamp(cn0 / kWidth, 0.0, kBins - 1.0));
+        const auto bin = static_cast<std::size_t>(std::clamp(cn0 / kWidth + 0.5, 0.0, kBins - 1.0));
         ++counts_[step][bin];
         least_ = std::min(least_, cn0);
         greatest_ = std::max(greatest_, cn0);
@@ -23,7 +23,7 @@ public:
     std::uint64_t count() const;
     double least() const { return least_; }
     double greatest() const { return greatest_; }
-    double median() const;   ///< to a quarter of a decibel; 0: no values
+    double median() const;   ///< to half a decibel; 0: no values
     double median(std::size_t step) const;
 
     strengths_t& operator+=(const strengths_t& other);

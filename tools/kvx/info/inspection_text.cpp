@@ -41,23 +41,29 @@ std::string satellites_text(const std::vector<satellite_row_t>& satellites)
 
 std::string signals_text(const std::vector<signal_row_t>& rows)
 {
-    std::string out =
-        "  signal  satellites  observations  of possible  C/N0: least median   most  slips  half cycles  multipath\n";
+    std::string out = "  signal  sats observed possible C/N0 min   med   max  slips  half multipath\n";
     for (const signal_row_t& r : rows) {
-        const bool strength = r.strengths != nullptr && r.strengths->count() > 0;
-        out += text("  %-6s", r.name.c_str()) + right(r.satellites, 12) + right(r.observed, 14) + "      " +
-               percent(r.above, r.possible) + number_or_dash(strength, strength ? r.strengths->least() : 0, 13, 1) +
-               number_or_dash(strength, strength ? r.strengths->median() : 0, 7, 1) +
-               number_or_dash(strength, strength ? r.strengths->greatest() : 0, 7, 1) + right(r.slips, 7) +
-               right(r.half_cycles, 13) + number_or_dash(r.multipath.all().degrees > 0, r.multipath.all().rms(), 9, 2) +
-               (r.multipath.all().degrees > 0 ? " m\n" : "\n");
+        const bool strength = r.strengths->count() > 0, multipath = r.multipath.all().degrees > 0;
+        out += text("  %-6s", r.name.c_str()) + right(r.satellites, 6) + right(r.observed, 9) + "  " +
+               percent(r.above, r.possible) + number_or_dash(strength, r.strengths->least(), 9, 1) +
+               number_or_dash(strength, r.strengths->median(), 6, 1) +
+               number_or_dash(strength, r.strengths->greatest(), 6, 1) + right(r.slips, 7) + right(r.half_cycles, 6) +
+               number_or_dash(multipath, r.multipath.all().rms(), 8, 2) + (multipath ? " m\n" : "\n");
     }
+    return out;
+}
+
+std::string seen_signals_text(const std::vector<signal_row_t>& rows)
+{
+    std::string out = "  signal  satellites  observations\n";
+    for (const signal_row_t& r : rows)
+        out += text("  %-6s", r.name.c_str()) + right(r.satellites, 12) + right(r.observed, 14) + "\n";
     return out;
 }
 
 std::string elevations_head(const char* what)
 {
-    std::string out = text("  %-18s", what);
+    std::string out = text("  %-15s", what);
     for (std::size_t step = 0; step < kElevationSteps; ++step) out += text("%4zu-%zu", 10 * step, 10 * step + 10);
     return out + "\n";
 }
@@ -66,7 +72,7 @@ std::string elevations_text(const std::vector<signal_row_t>& rows)
 {
     std::string strengths, multipath;
     for (const signal_row_t& r : rows) {
-        std::string line = text("  %-18s", r.name.c_str());
+        std::string line = text("  %-15s", r.name.c_str());
         bool any = false;
         for (std::size_t step = 0; step < kElevationSteps; ++step) {
             const double median = r.strengths == nullptr ? 0.0 : r.strengths->median(step);
@@ -74,7 +80,7 @@ std::string elevations_text(const std::vector<signal_row_t>& rows)
             line += number_or_dash(median > 0.0, median, 7, 1);
         }
         if (any) strengths += line + "\n";
-        line = text("  %-18s", r.name.c_str());
+        line = text("  %-15s", r.name.c_str());
         any = false;
         for (std::size_t step = 0; step < kElevationSteps; ++step) {
             const quality::scatter_t& s = r.multipath.steps[step];
@@ -84,26 +90,34 @@ std::string elevations_text(const std::vector<signal_row_t>& rows)
         if (any) multipath += line + "\n";
     }
     std::string out;
-    if (!strengths.empty()) out += elevations_head("C/N0 by elevation") + strengths;
+    if (!strengths.empty()) out += elevations_head("C/N0 (dB-Hz) at") + strengths;
     if (!multipath.empty()) out += elevations_head("multipath (m)") + multipath;
     return out;
 }
 
-std::string satellite_rows_text(const std::vector<satellite_row_t>& rows, bool quick)
+std::string satellite_rows_text(const std::vector<satellite_row_t>& rows)
 {
-    std::string out = quick
-                          ? "  satellite  epochs\n"
-                          : "  satellite  epochs  of possible  slips  ephemerides  in positions  rejected  residual\n";
+    std::string out = "  satellite epochs possible  slips  ephemerides  in positions  rejected  residual\n";
     for (const satellite_row_t& r : rows) {
-        if (!quick && r.epochs == 0 && r.count.possible == 0) continue;   // nothing to be seen of it
-        out += text("  %-9s", r.satellite.name().c_str()) + right(r.epochs, 8);
-        if (!quick)
-            out += "      " + percent(r.count.above, r.count.possible) + right(r.count.slips, 7) +
-                   right(r.count.ephemerides, 13) + right(r.count.used, 14) + right(r.count.rejected, 10) +
-                   number_or_dash(r.count.used > 0, r.count.residual_rms(), 8, 2) + (r.count.used > 0 ? " m" : "");
-        out += "\n";
+        if (r.epochs == 0 && r.count.possible == 0) continue;   // it never rose
+        const bool used = r.count.used > 0;
+        out += text("  %-9s", r.satellite.name().c_str()) + right(r.epochs, 7) + "  " +
+               percent(r.count.above, r.count.possible) + right(r.count.slips, 7) + right(r.count.ephemerides, 13) +
+               right(r.count.used, 14) + right(r.count.rejected, 10) +
+               number_or_dash(used, r.count.residual_rms(), 8, 2) + (used ? " m\n" : "\n");
     }
     return out;
+}
+
+// Names and a number each, a dozen a line.
+std::string counts_text(const char* what, const std::vector<satellite_row_t>& rows,
+                        const std::function<std::uint64_t(const satellite_row_t&)>& count)
+{
+    std::string out = std::string("  ") + what;
+    std::size_t n = 0;
+    for (const satellite_row_t& r : rows)
+        out += (n++ % 12 == 0 ? "\n    " : "  ") + r.satellite.name() + " " + std::to_string(count(r));
+    return out + "\n";
 }
 
 constexpr std::size_t kMostLines = 20;
@@ -111,7 +125,7 @@ constexpr std::size_t kMostLines = 20;
 std::string slips_text(const inspection_t& i)
 {
     const auto& slips = i.quality->slips();
-    if (i.quality->slip_count() == 0) return "  no slips\n";
+    if (i.quality->slip_count() == 0) return i.quality->epochs() > 0 ? "  no slips\n" : "";
     std::string out = "  " + plural(i.quality->slip_count(), "slip") + "\n";
     for (std::size_t n = 0; n < std::min(slips.size(), kMostLines); ++n)
         out += "    " + date_text(static_cast<double>(slips[n].time) / 1000.0) + "  " +
@@ -137,7 +151,7 @@ std::string place_text(const char* what, const quality::positions_t& p, const st
 {
     const position::geodetic_t at = position::geodetic_of(p.mean());
     const auto d = p.deviations();
-    return text("  %-9s", what) + plural(p.count(), "position") + of_what +
+    return text("  %s ", what) + plural(p.count(), "position") + of_what +
            text("\n    mean %.8f %.8f %.3f m, scatter %.3f east %.3f north %.3f up (m)\n", at.lat * position::kRadian,
                 at.lon * position::kRadian, at.height, d[0], d[1], d[2]);
 }
@@ -153,10 +167,9 @@ std::string positions_text(const quality::quality_t& q)
     }
     if (q.computed().count() > 0) {
         out += place_text("computed:", q.computed(), " from the ranges of " + plural(q.epochs(), "epoch"));
-        out +=
-            text("    satellites %.0f to %.0f, mean %.1f; PDOP mean %.2f, HDOP %.2f, VDOP %.2f, greatest PDOP %.2f\n",
-                 q.satellites_used().least, q.satellites_used().greatest, q.satellites_used().mean(), q.pdop().mean(),
-                 q.hdop().mean(), q.vdop().mean(), q.pdop().greatest);
+        out += text("    satellites %.0f to %.0f, mean %.1f; PDOP %.2f, HDOP %.2f, VDOP %.2f, worst PDOP %.2f\n",
+                    q.satellites_used().least, q.satellites_used().greatest, q.satellites_used().mean(),
+                    q.pdop().mean(), q.hdop().mean(), q.vdop().mean(), q.pdop().greatest);
     } else if (q.epochs() > 0) {
         out += "  computed: no position; that needs ranges and ephemerides of four satellites and more\n";
     }
@@ -194,18 +207,20 @@ std::string head(const inspection_t& i)
 std::string inspection_text(inspection_t& i)
 {
     const auto satellites = satellite_rows(i);
+    const auto signals = signal_rows(i);
     std::string out = head(i);
-    if (i.kind != inspection_t::kind_t::navigation) out += epochs_text(i.summary.epochs);
-    out += satellites_text(satellites);
+    if (i.kind != inspection_t::kind_t::navigation) out += epochs_text(i.summary.epochs) + satellites_text(satellites);
     if (i.kind == inspection_t::kind_t::log) out += notes_text(i.summary) + damage_text(i);
     if (i.findings > 0)
         out += "  " + plural(i.findings, "error") + ", the first: " + i.first_finding + "; kvx check tells all\n";
-    const auto signals = signal_rows(i);
+    if (i.kind == inspection_t::kind_t::navigation)
+        return out + counts_text("ephemerides:", satellites, [](const auto& r) { return r.count.ephemerides; });
+    if (i.seen)
+        return out + seen_signals_text(signals) +
+               counts_text("epochs:", satellites, [](const auto& r) { return r.epochs; });
     if (!signals.empty()) out += signals_text(signals) + elevations_text(signals);
-    out += satellite_rows_text(satellites, i.seen != nullptr);
-    if (i.quality && i.kind != inspection_t::kind_t::navigation)
-        out += slips_text(i) + jumps_text(*i.quality) + positions_text(*i.quality);
-    return out;
+    if (!satellites.empty()) out += satellite_rows_text(satellites);
+    return out + slips_text(i) + jumps_text(*i.quality) + positions_text(*i.quality);
 }
 
 }   // namespace kvx

@@ -1,8 +1,8 @@
 // The summary for programs.
+#include "log/summary_json.h"
+
 #include "common/gps_time.h"
-#include "common/json_text.h"
 #include "common/systems.h"
-#include "log/summary.h"
 
 namespace kvx {
 
@@ -109,7 +109,7 @@ void add_outcome(ordered_json& j, const outcome_t& o)
 
 }   // namespace
 
-std::string summary_json(const summary_t& s)
+ordered_json summary_object(const summary_t& s)
 {
     ordered_json j = {{"log", s.log},
                       {"bytes", s.bytes},
@@ -132,7 +132,12 @@ std::string summary_json(const summary_t& s)
     j["lost"] = losses_json(s);
     if (s.ended_by_signal) j["ended_by_signal"] = true;
     if (s.outcome) add_outcome(j, *s.outcome);
-    return json_text(j) + "\n";
+    return j;
+}
+
+std::string summary_json(const summary_t& s)
+{
+    return json_text(summary_object(s)) + "\n";
 }
 
 }   // namespace kvx

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <initializer_list>
 
 #include "gnss/foundation/time_scales.h"
 #include "rinex/dates.h"
@@ -84,6 +85,23 @@ void ephemeris_t::set_state(const rinex::ephemeris_record_t& r)
     if (satellite_.constellation == rinex::kSbas) healthy_ &= r.orbit[1][3] < kNoRanging;
 }
 
+bool ephemeris_t::possible() const
+{
+    const auto within = [](double most, std::initializer_list<double> numbers) {
+        return std::all_of(numbers.begin(), numbers.end(), [most](double x) { return std::fabs(x) <= most; });
+    };
+    if (!within(1.0, {clock_[0], clock_[1], clock_[2]})) return false;
+    if (state_) {
+        const double radius = norm(motion_.position);
+        return radius > 6e6 && radius < 1e8 && norm(motion_.velocity) < 1e5 && norm(acceleration_) < 1.0;
+    }
+    const sky::kepler_set_t& k = kepler_;
+    constexpr double kTurn = 2.0 * sky::kPi;
+    return k.sqrtA > 2400.0 && k.sqrtA < 1e4 && k.e >= 0.0 && k.e < 0.9 && k.toe >= 0.0 && k.toe <= kWeek &&
+           within(kTurn, {k.M0, k.omega0, k.omega, k.i0}) && within(1e-3, {k.delta_n, k.omega_dot, k.idot}) &&
+           within(0.1, {k.cuc, k.cus, k.cic, k.cis}) && within(1e5, {k.crc, k.crs});
+}
+
 double ephemeris_t::clock(seconds_t t) const
 {
     const double dt = t - clock_reference_;
@@ -126,6 +144,7 @@ bool broadcast_t::add(const rinex::ephemeris_record_t& r)
 {
     auto& [known, version] = known_[static_cast<std::size_t>(rinex::place_of(r.satellite))];
     const ephemeris_t fresh(r);
+    if (!fresh.possible()) return false;
     const auto same = [&](const ephemeris_t& e) {
         return e.reference() == fresh.reference() && e.message() == fresh.message();
     };

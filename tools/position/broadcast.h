@@ -19,8 +19,11 @@ using seconds_t = double;
 /// One ephemeris, ready to be evaluated.
 class ephemeris_t {
 public:
-    /// @param r  with a valid satellite; numbers that cannot be make orbits that nobody finds near the Earth
+    /// @param r  with a valid satellite
     explicit ephemeris_t(const rinex::ephemeris_record_t& r);
+
+    /// Whether its numbers are such that a satellite can have them.
+    bool possible() const;
 
     seconds_t reference() const { return reference_; }
     double validity() const { return validity_; }   ///< s, to both sides of the reference time
@@ -60,7 +63,7 @@ private:
 /// The ephemerides of all satellites.
 class broadcast_t {
 public:
-    /// Takes one; repetitions are told from new ones.
+    /// Takes one; repetitions are told from new ones, and what cannot be is not taken.
     /// @return whether it is new
     bool add(const rinex::ephemeris_record_t& r);
 

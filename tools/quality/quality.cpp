@@ -7,6 +7,7 @@ namespace quality {
 namespace {
 
 constexpr std::int64_t kLookInterval = 10'000;   // ms: a satellite moves a twelfth of a degree
+constexpr double kNearCentre = 1e6;              // m: what is told there is no position
 constexpr double kLeastJump = 1e-4;              // s: receivers set their clocks by milliseconds
 
 }   // namespace
@@ -28,9 +29,15 @@ quality_t::quality_t(const carriers_t& carriers)
 
 void quality_t::add_fix(const position::vec3_t& ecef, int kind)
 {
+    if (!(norm(ecef) > kNearCentre)) return;
     fixes_.add(ecef);
     ++fix_kinds_[kind];
     receiver_ = fix_ = ecef;
+}
+
+void quality_t::take_place(const position::vec3_t& ecef)
+{
+    if (norm(ecef) > kNearCentre) receiver_ = ecef;
 }
 
 void quality_t::add(const measured_epoch_t& epoch)
@@ -71,6 +78,8 @@ void quality_t::look_around(std::int64_t time)
         to.known = orbits_[static_cast<std::size_t>(place)].at(broadcast_, place, t, point) != nullptr;
         if (!to.known) continue;
         const position::vec3_t d = axes.local(point.position - *receiver_);
+        to.known = d.x * d.x + d.y * d.y > 0.0;   // not above the pole of the antenna's sky, nor no number
+        if (!to.known) continue;
         const double azimuth = std::atan2(d.x, d.y);
         to.elevation = static_cast<float>(std::atan2(d.z, std::hypot(d.x, d.y)));
         to.azimuth = static_cast<float>(azimuth < 0.0 ? azimuth + 2.0 * sky::kPi : azimuth);

@@ -88,7 +88,7 @@ public:
     void add_fix(const position::vec3_t& ecef, int kind);
 
     /// A position that is known beforehand, for directions until one is computed.
-    void take_place(const position::vec3_t& ecef) { receiver_ = ecef; }
+    void take_place(const position::vec3_t& ecef);
 
     /// Takes an epoch, later than those before.
     void add(const measured_epoch_t& epoch);

@@ -138,10 +138,8 @@ private:
             return text;
         };
         result_.header = "RINEX " + h.version_text + ", marker " + text_of("MARKER NAME");
-        if (const auto place = h.vector("APPROX POSITION XYZ")) {
-            const position::vec3_t at{(*place)[0], (*place)[1], (*place)[2]};
-            if (norm(at) > kNearCentre) result_.quality->take_place(at);
-        }
+        if (const auto place = h.vector("APPROX POSITION XYZ"))
+            result_.quality->take_place({(*place)[0], (*place)[1], (*place)[2]});
         const std::string scale = std::string(h.time_system());
         ahead_of_gps_ = scale == "BDT" || (scale.empty() && h.system == 'C') ? kBdsOffset : 0.0;
         utc_ = scale == "GLO" || (scale.empty() && h.system == 'R');
@@ -226,8 +224,6 @@ private:
         }
         if (kept && !epoch.measurements.empty()) result_.quality->add(epoch);
     }
-
-    static constexpr double kNearCentre = 1e6;   // m: headers without a position say 0
 
     const inspection_options_t& options_;
     inspection_t result_;

@@ -7,12 +7,16 @@
 namespace {
 
 constexpr std::int64_t kBegin = 2305LL * 604800;   // s
+constexpr double kLongest = 1e15;                  // of a measurement
 
-// Mostly what can be, now and then anything.
-double number(bytes_t& input, double least, double most)
+// Mostly what can be, now and then anything that messages and files let through.
+double number(bytes_t& input, double least, double most, double limit = rinex::kLargestNumber)
 {
     const auto choice = take<std::uint16_t>(input);
-    if (choice % 64 == 0) return take<double>(input);
+    if (choice % 64 == 0) {
+        const auto any = take<double>(input);
+        return std::fabs(any) <= limit ? any : 0.0;
+    }
     return least + (most - least) * (choice >> 6) / 1023.0;
 }
 
@@ -52,8 +56,8 @@ void fill(quality::measured_epoch_t& epoch, const rinex::signals_t& names, bytes
             epoch.measurements.push_back({static_cast<std::uint8_t>(place),
                                           static_cast<std::uint8_t>(signal),
                                           static_cast<std::uint8_t>(take<std::uint8_t>(input) % 64 == 0 ? 1 : 0),
-                                          {number(input, 19e6, 26e6), number(input, 1e8, 1.4e8),
-                                           number(input, -5e3, 5e3), number(input, 20, 55)}});
+                                          {number(input, 19e6, 26e6, kLongest), number(input, 1e8, 1.4e8, kLongest),
+                                           number(input, -5e3, 5e3, kLongest), number(input, 20, 55, kLongest)}});
         }
     }
 }
@@ -91,7 +95,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     while (!input.empty()) {
         switch (take<std::uint8_t>(input) % 8) {
             case 0:
-                q.add_fix({number(input, -7e6, 7e6), number(input, -7e6, 7e6), number(input, -7e6, 7e6)}, 16);
+                q.add_fix({number(input, -7e6, 7e6, kLongest), number(input, -7e6, 7e6, kLongest),
+                           number(input, -7e6, 7e6, kLongest)},
+                          16);
                 break;
             case 1:
                 fill(epoch, names, input);

@@ -28,7 +28,8 @@ struct measurement_t {
 
 /// All of an epoch, by satellite and signal.
 struct measured_epoch_t {
-    std::int64_t time = 0;   ///< ms since the beginning of GPS time, by the receiver's clock
+    std::int64_t time = 0;      ///< ms since the beginning of GPS time, by the receiver's clock
+    std::uint64_t offset = 0;   ///< of its first message in a log (bytes)
     std::vector<measurement_t> measurements;
 };
 

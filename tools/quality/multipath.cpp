@@ -48,6 +48,7 @@ void multipath_t::add(std::int64_t time, std::span<const measurement_t> of_satel
         sums_t& sums = arc.sums[step];
         const double d = value - arc.level;
         sums.n += 1.0, sums.sum += d, sums.squares += d * d;
+        if (on_value) on_value(m, to, d);
     }
 }
 
@@ -56,7 +57,9 @@ void multipath_t::close(int place, int signal, arc_t& arc)
 {
     double n = 0.0, sum = 0.0;
     for (const sums_t& s : arc.sums) n += s.n, sum += s.sum;
-    if (n >= kFewestEpochs && arc.last - arc.begin >= kShortestArc) {
+    const bool tells = n >= kFewestEpochs && arc.last - arc.begin >= kShortestArc;
+    if (on_arc && n > 0.0) on_arc(place, signal, tells ? std::optional(sum / n) : std::nullopt);
+    if (tells) {
         const double mean = sum / n;
         multipath_count_t& counts = counts_.at(place, signal);
         for (std::size_t step = 0; step < arc.sums.size(); ++step) {

@@ -3,6 +3,8 @@
 #define QUALITY_MULTIPATH_H
 
 #include <cstdint>
+#include <functional>
+#include <optional>
 #include <span>
 
 #include "quality/elevations.h"
@@ -52,6 +54,11 @@ public:
 
     /// Ends all arcs.
     void finish();
+
+    /// Calls with every value of an arc, from which its first one has been taken (m) ...
+    std::function<void(const measurement_t&, const direction_t&, double)> on_value;
+    /// ... and when the arc of a satellite's signal has ended, with its mean; with none when it tells nothing.
+    std::function<void(int place, int signal, std::optional<double> mean)> on_arc;
 
     per_signal_t<multipath_count_t>& counts() { return counts_; }
 

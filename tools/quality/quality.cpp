@@ -27,12 +27,13 @@ quality_t::quality_t(const carriers_t& carriers)
         strengths_[static_cast<std::size_t>(c)].resize(carriers.codes(c).size());
 }
 
-void quality_t::add_fix(const position::vec3_t& ecef, int kind)
+void quality_t::add_fix(const position::vec3_t& ecef, int kind, std::int64_t time)
 {
     if (!(norm(ecef) > kNearCentre)) return;
     fixes_.add(ecef);
     ++fix_kinds_[kind];
     receiver_ = fix_ = ecef;
+    if (act_on_fix_) act_on_fix_(time, ecef);
 }
 
 void quality_t::take_place(const position::vec3_t& ecef)

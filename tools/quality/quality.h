@@ -76,6 +76,12 @@ public:
     /// Calls with every epoch that was taken.
     void on_epoch(std::function<void(const judged_epoch_t&)> act) { act_ = std::move(act); }
 
+    /// Calls with every position that the receiver tells, and its time (ms).
+    void on_fix(std::function<void(std::int64_t, const position::vec3_t&)> act) { act_on_fix_ = std::move(act); }
+
+    /// Tells its values, too.
+    multipath_t& multipath_values() { return multipath_; }
+
     void add(const rinex::ephemeris_record_t& ephemeris) { broadcast_.add(ephemeris); }
     void count(const rinex::ephemeris_record_t& ephemeris)   ///< that it was told
     {
@@ -85,7 +91,8 @@ public:
 
     /// A position that the receiver tells.
     /// @param kind  of it, as its message says
-    void add_fix(const position::vec3_t& ecef, int kind);
+    /// @param time  of it (ms)
+    void add_fix(const position::vec3_t& ecef, int kind, std::int64_t time = 0);
 
     /// A position that is known beforehand, for directions until one is computed.
     void take_place(const position::vec3_t& ecef);
@@ -155,6 +162,7 @@ private:
     range_t used_, pdop_, hdop_, vdop_;
     std::uint64_t epochs_ = 0, directed_epochs_ = 0;
     std::function<void(const judged_epoch_t&)> act_;
+    std::function<void(std::int64_t, const position::vec3_t&)> act_on_fix_;
 };
 
 }   // namespace quality

@@ -160,7 +160,7 @@ private:
         const int result = station_.take(id, time, body, size);
         if (station_.fix() && result_.quality && time != last_fix_ && selection_.in_window(time * rinex::kTicksPerMs)) {
             const auto& p = station_.fix()->position;
-            result_.quality->add_fix({p[0], p[1], p[2]}, station_.fix()->type);
+            result_.quality->add_fix({p[0], p[1], p[2]}, station_.fix()->type, time);
             last_fix_ = time;
         }
         return result;
@@ -195,6 +195,7 @@ private:
         if (!kept) return;
         selection_.apply(epoch, ledger_);
         measured_.time = epoch.time;
+        measured_.offset = epoch.offset;
         measured_.measurements.clear();
         epoch.each([&](int place, int signal) {
             rinex::observation_t& o = epoch.at(place, signal);

@@ -97,7 +97,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
             case 0:
                 q.add_fix({number(input, -7e6, 7e6, kLongest), number(input, -7e6, 7e6, kLongest),
                            number(input, -7e6, 7e6, kLongest)},
-                          16);
+                          16, epoch.time);
                 break;
             case 1:
                 fill(epoch, names, input);

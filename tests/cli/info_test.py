@@ -1,6 +1,8 @@
-"""What `kvx info` tells of logs whose faults are known: those of the simulator, which lists what it put in, and recordings
+"""What `kvx info` and `kvx positions` tell of logs whose faults are known: those of the simulator, which lists what it put in, and recordings
 of antennas whose places are known."""
 
+import csv
+import functools
 import json
 import math
 import os
@@ -9,6 +11,7 @@ import re
 import subprocess
 import tempfile
 import unittest
+import xml.etree.ElementTree
 
 KVX = os.environ["KVX"].split()
 RECORDINGS = os.environ.get("RTK_UTILS_RECORDINGS", "")
@@ -152,6 +155,32 @@ class Info(unittest.TestCase):
                 self.assertLess(math.dist(computed["mean"], true), 1.5, inputs)
                 if "within_95" in computed:   # of the receiver's own positions, which are the true one
                     self.assertLess(computed["within_95"], 3.0)
+
+    def test_positions_are_the_same_in_every_format(self):
+        log, _ = self.simulate("drive", "--duration", 200, "--moving")
+
+        def track(form, *options):
+            return kvx("positions", log, "--format", form, *options).stdout
+
+        rows = list(csv.DictReader(track("csv").splitlines()))
+        points = [(float(r["latitude"]), float(r["longitude"])) for r in rows if r["what"] == "receiver"]
+        self.assertEqual(len(points), 200)
+        features = json.loads(track("geojson"))["features"]
+        self.assertEqual([(lat, lon) for lon, lat, _ in features[0]["geometry"]["coordinates"]], points)
+        self.assertEqual([f["properties"]["name"] for f in features[1:]], [r["what"] for r in rows[200:]])
+        gpx = xml.etree.ElementTree.fromstring(track("gpx"))
+        self.assertEqual([(float(p.get("lat")), float(p.get("lon"))) for p in gpx.findall(".//{*}trkpt")], points)
+        kml = xml.etree.ElementTree.fromstring(track("kml"))
+        self.assertEqual([tuple(map(float, p.text.split()[1::-1])) for p in kml.findall(".//{*}coord")], points)
+        self.assertEqual({p.find("{*}time").text for p in gpx.findall(".//{*}wpt")},
+                         {p.text for p in kml.findall(".//{*}TimeStamp/{*}when")})
+        for i, line in enumerate(l for l in track("nmea").splitlines() if "GGA" in l):
+            self.assertEqual(functools.reduce(lambda a, c: a ^ ord(c), line[1:-3], 0), int(line[-2:], 16))
+            lat, lon = (line.split(",")[n] for n in (2, 4))
+            self.assertAlmostEqual(int(lat[:2]) + float(lat[2:]) / 60, points[i][0], delta=2e-9)
+            self.assertAlmostEqual(int(lon[:3]) + float(lon[3:]) / 60, points[i][1], delta=2e-9)
+        for row, true in zip(csv.DictReader(track("csv", "--computed").splitlines()), points):
+            self.assertLess(math.dist((float(row["latitude"]), float(row["longitude"])), true), 3e-5)   # degrees
 
     def test_what_cannot_be_read_does_not_stop_the_others(self):
         log, _ = self.simulate("good", "--duration", 5)

@@ -96,7 +96,7 @@ decode_result_t station_messages_t::take_position(int id, std::int64_t time, con
     }
     if (!fit_columns(position)) return DECODE_REFUSED;
     station_.position = position;
-    fix_ = {time, position, cartesian, static_cast<int>(p.type)};
+    fix_ = {time, position, cartesian, static_cast<int>(p.type), p.undulation};
     return DECODE_STATION;
 }
 

@@ -28,6 +28,7 @@ struct fix_t {
     std::array<double, 3> position;   ///< ECEF (m)
     bool cartesian;                   ///< sent as such
     int type;                         ///< as the message numbers it
+    double undulation;                ///< of the geoid (m); of a Cartesian one 0
 };
 
 /// Reads positions, antenna, receiver and events, and makes the header's facts of them; the command line goes before.

@@ -48,6 +48,10 @@ int run(int argc, char** argv)
         "129, 130 or 143 ended by SIGHUP, Ctrl-C or SIGTERM, 141 the reader of standard output has gone.");
     std::vector<command_t> commands;
     for (const auto make : kCommands) commands.push_back(make(app));
+    if (argc == 1) {
+        std::fputs(app.help().c_str(), stdout);
+        return kvx::finished(kvx::kUsage);
+    }
     if (const auto code = read_command_line(app, argc, argv)) return *code;
     for (const command_t& command : commands) {
         if (command.app.given()) return kvx::finished(command.run());

@@ -3,6 +3,7 @@
 #include <CLI/CLI.hpp>
 #include <utility>
 
+#include "common/nearest.h"
 #include "common/text_format.h"
 
 namespace kvx {
@@ -32,6 +33,42 @@ void forget_texts(CLI::App& app)
 {
     for (CLI::Option* option : app.get_options()) option->clear();
     for (CLI::App* command : app.get_subcommands()) forget_texts(*command);
+}
+
+std::vector<std::string> options_of(const CLI::App& command)
+{
+    std::vector<std::string> names;
+    for (const CLI::Option* option : command.get_options()) {
+        for (const std::string& name : option->get_lnames()) names.push_back("--" + name);
+        for (const std::string& name : option->get_snames()) names.push_back("-" + name);
+    }
+    return names;
+}
+
+std::vector<std::string> commands_of(const CLI::App& command)
+{
+    std::vector<std::string> names;
+    for (const CLI::App* c : command.get_subcommands([](const CLI::App*) { return true; }))
+        names.push_back(c->get_name());
+    return names;
+}
+
+// Of a command line that could not be read: the word that is neither option nor command, and the one that was meant.
+std::string wrong_word(const CLI::App& program)
+{
+    const CLI::App* command = &program;
+    std::string name = program.get_name();
+    for (; !command->get_subcommands().empty(); name += " " + command->get_name())
+        command = command->get_subcommands().front();
+    const std::vector<std::string> commands = commands_of(*command);
+    for (const std::string& word : program.remaining(true)) {
+        const bool option = word.size() > 1 && word[0] == '-';
+        if (!option && commands.empty()) continue;
+        const std::string meant = nearest(word.substr(0, word.find('=')), option ? options_of(*command) : commands);
+        return "'" + word + "' is no " + (option ? "option" : "command") + " of " + name +
+               (meant.empty() ? "" : ", did you mean '" + meant + "'?");
+    }
+    return "";
 }
 
 }   // namespace
@@ -128,8 +165,14 @@ bool command_line_t::read(int argc, char** argv)
         app_->exit(asked);
         return false;
     } catch (const CLI::ParseError& e) {
-        throw usage_error_t(e.what());
+        const std::string wrong = wrong_word(*app_);
+        throw usage_error_t(wrong.empty() ? e.what() : wrong);
     }
+}
+
+std::string command_line_t::help() const
+{
+    return app_->help();
 }
 
 bool command_line_t::given() const

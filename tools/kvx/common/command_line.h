@@ -90,6 +90,7 @@ public:
 
     /// The command was chosen.
     bool given() const;
+    std::string help() const;
 
 private:
     explicit command_line_t(std::shared_ptr<CLI::App> app);

@@ -98,6 +98,10 @@ public:
         if (result_.quality) result_.quality->finish();
         result_.summary.finish(reader_, source_);
         result_.damage = reader_.damage();
+        if (result_.summary.messages.empty() && source_.ended_by_signal())
+            throw interruption_t(source_.name(), "before any message");
+        if (result_.summary.messages.empty())
+            throw error_t(source_.name(), "holds no message of the receiver's log", result_.summary.why_no_epoch());
         return std::move(result_);
     }
 

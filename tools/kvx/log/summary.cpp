@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "common/file_kinds.h"
 #include "common/gps_time.h"
 #include "common/systems.h"
 #include "common/text_format.h"
@@ -126,6 +127,8 @@ std::string summary_t::why_no_epoch() const
         ranges += m.frames;
         decoded += m.new_data;
     }
+    const std::string kind = frames == 0 ? foreign_kind(log) : "";
+    if (!kind.empty()) return "it is " + kind;
     if (frames == 0 && !source_damage.empty()) return source_damage;
     if (frames == 0 && lost.bad_checksum > 0) return "every frame found has a wrong checksum";
     if (frames == 0) return "no frame of the receiver's log was found";

@@ -26,6 +26,9 @@ SESSION = """
 --help
 --version
 nonsense
+convrt log
+convert --systms=G log
+dump verfy log
 simulate -o log --duration 120
 simulate -o 140 --duration 20 --range 140 --start '2024-03-10 12:00:00.5' --position 35.7,139.8,60 --seed 3
 simulate -o fast --duration 12 --rate 5 --systems GEC --elevation-mask 30 --ephemeris-interval 5

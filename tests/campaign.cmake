@@ -1,8 +1,7 @@
 # Damaged logs, a sample of them; `./dev campaign` runs all.
 if(TARGET kvx)
   find_package(ZLIB REQUIRED)
-  add_executable(campaign campaign/campaign.cpp ${PROJECT_SOURCE_DIR}/tools/kvx/log/log_reader.cpp
-                 ${PROJECT_SOURCE_DIR}/tools/kvx/common/gzip_reader.cpp)
+  add_executable(campaign campaign/campaign.cpp ${PROJECT_SOURCE_DIR}/tools/kvx/log/log_reader.cpp)
   target_link_libraries(campaign PRIVATE rtk_utils_objects rtk_gnss_readers ZLIB::ZLIB)
   target_include_directories(campaign PRIVATE ${CMAKE_CURRENT_SOURCE_DIR} ${PROJECT_SOURCE_DIR}/tools/kvx
                                               ${PROJECT_SOURCE_DIR}/libapp/utils/src)

@@ -1,5 +1,5 @@
 // Compact RINEX in both directions: texts worked out by hand, the law that nothing changes, and what is refused.
-#include <common/gzip_file.h>
+#include <common/compressor.h>
 #include <common/output_file.h>
 #include <common/text_format.h>
 #include <gmock/gmock.h>
@@ -309,7 +309,7 @@ TEST(GzipFile, HasNeitherNameNorTime)
     const std::string text = random_file_t(false, 1).file;
     kvx::output_file_t plain(folder.path()), packed(folder.path());
     std::fputs(text.c_str(), plain.stream());
-    kvx::gzip(plain, packed);
+    kvx::compress(plain, packed, ".gz");
     packed.check("packed.gz");
     const std::string& path = packed.path();
     EXPECT_EQ(std::string("\x1f\x8b\x08\0\0\0\0\0", 8), contents_of(path).substr(0, 8));

@@ -58,20 +58,17 @@ std::size_t input_file_t::read_descriptor(std::uint8_t* to, std::size_t n)
 void input_file_t::begin()
 {
     begun_ = true;
-    const auto like_gzip = [this] {
-        return std::equal(head_.begin(), head_.begin() + head_size_, std::begin(gzip_reader_t::kMagic));
-    };
-    for (std::size_t got = 1; got > 0 && head_size_ < head_.size() && like_gzip(); head_size_ += got)
+    for (std::size_t got = 1; got > 0 && head_size_ < head_.size() && may_be_compressed({head_.data(), head_size_});
+         head_size_ += got)
         got = read_descriptor(head_.data() + head_size_, head_.size() - head_size_);
-    if (head_size_ < head_.size() || !like_gzip()) return;
-    gzip_ = std::make_unique<gzip_reader_t>([this](std::uint8_t* to, std::size_t n) { return read_descriptor(to, n); },
-                                            head_);
+    expander_ = make_expander([this](std::uint8_t* to, std::size_t n) { return read_descriptor(to, n); },
+                              {head_.data(), head_size_});
 }
 
 std::size_t input_file_t::read_some(std::uint8_t* to, std::size_t n)
 {
     if (!begun_) begin();
-    if (gzip_) return gzip_->read_some(to, n);
+    if (expander_) return expander_->read_some(to, n);
     if (head_used_ == head_size_) return read_descriptor(to, n);
     const std::size_t first = std::min(n, head_size_ - head_used_);
     std::copy_n(head_.begin() + head_used_, first, to);
@@ -90,19 +87,19 @@ std::size_t input_file_t::read_at(std::uint64_t offset, std::uint8_t* to, std::s
 {
     if (live_) return 0;
     if (!begun_) begin();
-    const ssize_t got = gzip_ ? 0 : ::pread(fd_, to, n, static_cast<off_t>(offset));
+    const ssize_t got = expander_ ? 0 : ::pread(fd_, to, n, static_cast<off_t>(offset));
     return got > 0 ? static_cast<std::size_t>(got) : 0;
 }
 
 const std::string& input_file_t::damage() const
 {
     // That the signal cut off compressed data is no fault of theirs.
-    return read_error_.empty() && gzip_ && !ended_by_signal_ ? gzip_->damage() : read_error_;
+    return read_error_.empty() && expander_ && !ended_by_signal_ ? expander_->damage() : read_error_;
 }
 
 std::uint64_t input_file_t::position_on_disk() const
 {
-    return position_ - (gzip_ ? gzip_->in_hand() : 0);
+    return position_ - (expander_ ? expander_->in_hand() : 0);
 }
 
 }   // namespace kvx

@@ -8,11 +8,11 @@
 #include <memory>
 #include <string>
 
-#include "common/gzip_reader.h"
+#include "common/expander.h"
 
 namespace kvx {
 
-/// Reads plain and gzip-compressed files alike; "-" is standard input.
+/// Reads plain and compressed files (gzip, Zstandard) alike; "-" is standard input.
 ///
 /// The data end where the file ends, where it can be read no further (damage() tells), or with an interrupt
 /// (ended_by_signal() tells). What has been read by then is given in each case.
@@ -51,7 +51,7 @@ public:
     bool live() const { return live_; }
 
     /// Whether its bytes are compressed; known after the first read.
-    bool compressed() const { return gzip_ != nullptr; }
+    bool compressed() const { return expander_ != nullptr; }
 
     const std::string& name() const { return name_; }
     std::uint64_t size_on_disk() const { return size_; }   ///< bytes, 0: unknown
@@ -65,10 +65,10 @@ private:
     int fd_;
     bool live_ = false;
     std::uint64_t size_ = 0, position_ = 0;
-    std::array<std::uint8_t, std::size(gzip_reader_t::kMagic)> head_{};   // tells what the file is
+    std::array<std::uint8_t, kMostMagicBytes> head_{};   // tells what the file is
     std::size_t head_size_ = 0, head_used_ = 0;
     bool begun_ = false, at_end_ = false, ended_by_signal_ = false;
-    std::unique_ptr<gzip_reader_t> gzip_;   // none: plain
+    std::unique_ptr<expander_t> expander_;   // none: plain
     std::string read_error_;
 };
 

@@ -50,6 +50,7 @@ void add_output_options(command_line_t& app, convert_options_t& o)
     app.flag("--xyz", &o.position_listing, "Also list the positions of the log, a line per fix");
     app.flag("--crx", &o.crx, "Make observation files compact (Hatanaka compression)");
     app.flag("--gz", &o.gz, "Compress the files with gzip");
+    app.flag("--zst", &o.zst, "Compress the files with Zstandard", {.excludes = "--gz"});
     app.flag("--verify", &o.verify, "Prove that the files hold all that the log sent before they get their names");
     app.flag("--json", &o.json, "Print the summary as JSON");
 }

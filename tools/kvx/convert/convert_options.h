@@ -20,7 +20,7 @@ struct convert_options_t : selection_options_t {
     bool as_host = false;
     bool no_signal_map = false;
     bool raw_prn = false;
-    bool crx = false, gz = false;
+    bool crx = false, gz = false, zst = false;
     bool force = false;
     bool verify = false;
     bool json = false;

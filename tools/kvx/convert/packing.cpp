@@ -2,8 +2,8 @@
 
 #include <ctime>
 
+#include "common/compressor.h"
 #include "common/error.h"
-#include "common/gzip_file.h"
 #include "common/text_format.h"
 #include "rinex/crinex_compress.h"
 #include "rinex/line_error.h"
@@ -66,11 +66,12 @@ std::unique_ptr<output_file_t> made_compact(output_file_t& file, const std::stri
 finished_file_t packed(std::unique_ptr<output_file_t> file, const std::string& name, const convert_options_t& options)
 {
     file->check(name);
-    if (!options.gz) return {std::move(file), name};
+    const char* const ending = options.gz ? ".gz" : options.zst ? ".zst" : nullptr;
+    if (ending == nullptr) return {std::move(file), name};
     auto smaller = std::make_unique<output_file_t>(options.folder);
-    gzip(*file, *smaller);
+    compress(*file, *smaller, ending);
     smaller->check(name);
-    return {std::move(smaller), with_ending(name, ".gz")};
+    return {std::move(smaller), with_ending(name, ending)};
 }
 
 finished_file_t packed_observations(std::unique_ptr<output_file_t> file, const std::string& name,

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "common/command.h"
+#include "common/compressor.h"
 #include "common/error.h"
 #include "common/gps_time.h"
 #include "common/interrupt.h"
@@ -94,7 +95,7 @@ void list_slips(const sky::simulator_t& simulator, const sky::scenario_t& scenar
 }
 
 // @throws error_t when the bytes cannot be written
-result_t write_log(const options_t& options, std::FILE* out)
+result_t write_log(const options_t& options, std::FILE* out, compressor_t* compressor = nullptr)
 {
     sky::simulator_t simulator(options.scenario);
     sky::damage_t damage(options.faults, simulator.epochs(), options.scenario.seed);
@@ -105,11 +106,14 @@ result_t write_log(const options_t& options, std::FILE* out)
         for (sky::bytes_t epoch; !interrupted() && simulator.next(epoch); epoch.clear()) {
             const auto struck = damage.apply(epoch);
             faults.insert(faults.end(), struck.begin(), struck.end());
-            if (std::fwrite(epoch.data(), 1, epoch.size(), out) != epoch.size()) break;
+            if (compressor != nullptr) compressor->write({reinterpret_cast<const char*>(epoch.data()), epoch.size()});
+            if (compressor == nullptr) std::fwrite(epoch.data(), 1, epoch.size(), out);
+            if (std::ferror(out) != 0) break;
             result.bytes += epoch.size();
             progress.at(static_cast<std::uint64_t>(++result.epochs));
         }
     }
+    if (compressor != nullptr) compressor->finish();
     const bool written = std::fflush(out) == 0 && std::ferror(out) == 0;
     if (!written && out == stdout) throw stdout_lost_t();
     if (!written) throw system_error(options.output, "writing the log");
@@ -125,7 +129,8 @@ int write_file(const options_t& options)
     const std::filesystem::path path(options.output);
     demand_free(options.output, options.force);
     auto file = std::make_unique<output_file_t>(path.has_parent_path() ? path.parent_path().string() : ".");
-    const result_t result = write_log(options, file->stream());
+    const auto compressor = make_compressor(options.output, file->stream());
+    const result_t result = write_log(options, file->stream(), compressor.get());
     const std::string name = path.filename().string() + (interrupted() ? ".partial" : "");
     const std::string published = publish(std::move(file), name, options.force);
     if (interrupted())
@@ -193,7 +198,8 @@ command_t simulate_command(command_line_t& program)
     auto options = std::make_shared<options_t>();
     sky::scenario_t& s = options->scenario;
     command_line_t app = program.command("simulate", "Make a log of a receiver under a built-in sky");
-    app.option("-o,--output", &options->output, "File to write; - is the standard output", {.required = true});
+    app.option("-o,--output", &options->output,
+               "File to write, compressed when it ends in .gz or .zst; - is the standard output", {.required = true});
     app.flag("--force", &options->force, "Replace a file that exists");
     app.option("--start", &options->start, "GPS time of the first epoch, YYYY-MM-DD HH:MM:SS",
                {.check = {check_start, "TIME"}, .show_default = true});

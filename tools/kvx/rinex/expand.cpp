@@ -122,8 +122,10 @@ char in_case_of(char old, char lower)
 // x.crx is x.rnx, and abcd0010.21d is abcd0010.21o; letters stay large or small.
 std::string expanded_name(std::string name, const source_t& source)
 {
-    const bool packed = source.compressed() && ends_with(name, ".gz");
-    if (packed) name.resize(name.size() - 3);
+    const std::size_t whole = name.size();
+    for (const char* ending : {".gz", ".zst"}) {
+        if (source.compressed() && ends_with(name, ending)) name.resize(whole - std::strlen(ending));
+    }
     if (!source.compact()) return name;
     const std::size_t n = name.size();
     const auto digit = [&](std::size_t i) { return name[i] >= '0' && name[i] <= '9'; };
@@ -132,7 +134,7 @@ std::string expanded_name(std::string name, const source_t& source)
         name[n - 2] = in_case_of(name[n - 2], 'n');
     } else if (ends_with(name, "d") && n > 4 && name[n - 4] == '.' && digit(n - 3) && digit(n - 2)) {
         name[n - 1] = in_case_of(name[n - 1], 'o');
-    } else if (!packed) {
+    } else if (name.size() == whole) {
         name += ".rnx";
     }
     return name;
@@ -147,7 +149,7 @@ public:
     {
         source_t source(path);
         if (!source.compressed() && !source.compact())
-            throw error_t(source.name(), "is neither compressed with gzip nor compact RINEX", "nothing to expand");
+            throw error_t(source.name(), "is neither compressed nor compact RINEX", "nothing to expand");
         if (options_.to_stdout || path == "-") {
             copy(source, stdout);
             look_at_stdout();
@@ -224,7 +226,8 @@ int run(const options_t& options)
 command_t expand_command(command_line_t& program)
 {
     auto options = std::make_shared<options_t>();
-    command_line_t app = program.command("expand", "Plain files from .gz files and compact RINEX (.crx, .21d)");
+    command_line_t app =
+        program.command("expand", "Plain files from .gz and .zst files and compact RINEX (.crx, .21d)");
     app.option("FILE", &options->files, "Compressed files; - is standard input, which goes to standard output",
                {.required = true});
     app.option("-o,--output", &options->folder, "Folder (default: beside each file)", {.type_name = "DIR"});

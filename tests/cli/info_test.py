@@ -85,9 +85,9 @@ class Info(unittest.TestCase):
 
     def test_a_log_and_its_files_are_told_alike(self):
         log, _ = self.simulate("both", "--duration", 3600, "--rate", 0.2, "--every-signal", "--slips", 5)
-        kvx("convert", log, "-o", self.dir / "rinex", "--marker", "SITE", "--crx", "--gz")
-        observations, = (self.dir / "rinex").glob("*O.crx.gz")
-        navigation, = (self.dir / "rinex").glob("*N.rnx.gz")
+        kvx("convert", log, "-o", self.dir / "rinex", "--marker", "SITE", "--crx", "--zst")
+        observations, = (self.dir / "rinex").glob("*O.crx.zst")
+        navigation, = (self.dir / "rinex").glob("*N.rnx.zst")
         told, files = info(log)[0], info(observations, navigation)
         self.assertEqual((len(files), files[0]["kind"], files[0]["errors"]), (1, "observations", 0))
         of_files = by(files[0]["signals"], "signal")

@@ -54,8 +54,6 @@ info nothing
 info log missing
 simulate -o log.zst --duration 20 --systems G
 info log.zst --quick
-convert log.zst -o zst --zst
-expand zst/XXXX00XXX_R_20240701200_01M_MN.rnx.zst --stdout
 info - < log.gz
 convert log -o log.out
 show log.out/XXXX00XXX_R_20240701200_02M_01S_MO.rnx

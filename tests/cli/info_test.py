@@ -16,6 +16,8 @@ import xml.etree.ElementTree
 KVX = os.environ["KVX"].split()
 RECORDINGS = os.environ.get("RTK_UTILS_RECORDINGS", "")
 DONE, FAILED, DAMAGED = 0, 1, 3
+# They passed there once; a day takes minutes.
+day_long = unittest.skipIf(os.environ.get("KVX_EMULATED"), "an emulator takes minutes for it")
 
 
 def kvx(*args, code=DONE):
@@ -44,6 +46,7 @@ class Info(unittest.TestCase):
         log = self.dir / name
         return log, kvx("simulate", "-o", log, *options).stderr
 
+    @day_long
     def test_slips_are_found_and_no_others(self):
         log, told = self.simulate("slips", *self.day, "--slips", 40, "--seed", 3)
         put_in = {(m[2], m[3]): (int(m[1]), m[4])
@@ -59,6 +62,7 @@ class Info(unittest.TestCase):
             if "cycles" in found[place] and found[place]["signals"] == [signal]:
                 self.assertAlmostEqual(found[place]["cycles"], cycles, delta=0.5)
 
+    @day_long
     def test_a_day_without_faults(self):
         log, _ = self.simulate("day", *self.day)
         result = info(log)[0]
@@ -74,6 +78,7 @@ class Info(unittest.TestCase):
         self.assertLess(math.dist(computed["mean"], receiver["mean"]), 0.1)
         self.assertLess(max(computed["scatter"]), 1.5)
 
+    @day_long
     def test_multipath_and_obstruction_are_as_they_were_put_in(self):
         log, _ = self.simulate("shaded", *self.day, "--multipath", 1, "--obstruction", "0,120,50")
         result = info(log)[0]

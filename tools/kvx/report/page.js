@@ -1,0 +1,106 @@
+// Draws the series of the page and lets them be zoomed. Colours come from the style, which knows light, dark and paper.
+(function () {
+  "use strict";
+  const data = JSON.parse(document.getElementById("data").textContent);
+  const times = data.bins.map((bin) => data.from + (bin + 0.5) * data.width);
+  const drawn = [];   // functions that draw a chart anew
+  const sync = uPlot.sync("time");
+
+  const colour = (name) => getComputedStyle(document.documentElement).getPropertyValue(name).trim();
+  const signalColours = ["--blue", "--orange", "--green", "--J", "--C", "--quiet", "--E", "--R"];
+
+  // Of each line its least and greatest values, with a band between them, or a single series.
+  function linesOf(lines, columns, series, bands, decimals) {
+    for (const line of lines) {
+      const stroke = colour(line.colour);
+      const value = (u, v) => (v == null ? "–" : v.toFixed(decimals));
+      const [least, greatest] = line.values;
+      columns.push(greatest || least);
+      series.push({ label: line.name, stroke, width: 1.5, value, points: { show: false } });
+      if (!greatest) continue;
+      columns.push(least);
+      series.push({ label: line.name + ", least", stroke, width: 1, value, points: { show: false } });
+      bands.push({ series: [series.length - 2, series.length - 1], fill: stroke + "40" });
+    }
+  }
+
+  function axis(text, size) {
+    return {
+      label: text, labelSize: text ? 18 : 0, labelFont: "12px system-ui, sans-serif", font: "12px system-ui, sans-serif",
+      size, stroke: () => colour("--quiet"), grid: { stroke: () => colour("--line"), width: 1 },
+      ticks: { stroke: () => colour("--line"), width: 1 },
+    };
+  }
+
+  function chart(place, unit, lines, decimals) {
+    const columns = [times], bands = [];
+    const series = [{ label: "GPS time", value: "{YYYY}-{MM}-{DD} {HH}:{mm}:{ss}" }];
+    linesOf(lines, columns, series, bands, decimals);
+    const options = {
+      width: Math.max(place.clientWidth, 200), height: 240, series, bands,
+      tzDate: (seconds) => uPlot.tzDate(new Date(seconds * 1000), "Etc/UTC"),
+      fmtDate: (template) => uPlot.fmtDate(template.replace("{h}", "{HH}").replace("{aa}", "").replace("{M}/{D}/{YY}", "{YYYY}-{MM}-{DD}").replace("{M}/{D}", "{MM}-{DD}")),
+      axes: [axis("", 34), axis(unit, 52)],
+      cursor: { sync: { key: sync.key }, drag: { x: true, y: false } },
+      scales: { x: { time: true } },
+    };
+    place.replaceChildren();
+    const plot = new uPlot(options, columns, place);
+    place.plot = plot;
+    place.onkeydown = (event) => zoom(event, plot);
+    return plot;
+  }
+
+  function zoom(event, plot) {
+    const all = [times[0], times[times.length - 1]], { min, max } = plot.scales.x, span = max - min;
+    const moves = {
+      "+": [min + span / 4, max - span / 4], "=": [min + span / 4, max - span / 4],
+      "-": [min - span / 2, max + span / 2], ArrowLeft: [min - span / 4, max - span / 4],
+      ArrowRight: [min + span / 4, max + span / 4], 0: all, Escape: all,
+    };
+    const to = moves[event.key];
+    if (!to) return;
+    event.preventDefault();
+    for (const place of document.querySelectorAll(".chart"))
+      if (place.plot) place.plot.setScale("x", { min: Math.max(to[0], all[0]), max: Math.min(to[1], all[1]) });
+  }
+
+  // A satellite's numbers are tenths from its first bin on; 0 is none.
+  function satelliteLines(name) {
+    const { from, ...signals } = data.satellites[name];
+    return Object.keys(signals).map((signal, i) => ({
+      name: signal,
+      colour: signalColours[i % signalColours.length],
+      values: signals[signal].map((list) => {
+        const whole = new Array(times.length).fill(null);
+        list.forEach((value, at) => { if (value) whole[from + at] = value / 10; });
+        return whole;
+      }),
+    }));
+  }
+
+  for (const place of document.querySelectorAll(".chart")) {
+    const id = place.dataset.chart;
+    if (id === "satellite") {
+      const choice = document.getElementById("which");
+      const draw = () => chart(place, "dB-Hz", satelliteLines(choice.value), 1);
+      choice.onchange = draw;
+      drawn.push(draw);
+    } else {
+      const decimals = { height: 2, used: 0, dop: 2 }[id];
+      drawn.push(() => chart(place, data[id].unit, data[id].lines, decimals));
+    }
+  }
+  const drawAll = () => drawn.forEach((draw) => draw());
+  drawAll();
+
+  let width = window.innerWidth;
+  const fit = () => {
+    for (const place of document.querySelectorAll(".chart"))
+      if (place.plot) place.plot.setSize({ width: Math.max(place.clientWidth, 200), height: 240 });
+  };
+  window.addEventListener("resize", () => { if (window.innerWidth !== width) { width = window.innerWidth; fit(); } });
+  matchMedia("(prefers-color-scheme: dark)").addEventListener("change", drawAll);
+  window.addEventListener("beforeprint", drawAll);
+  window.addEventListener("afterprint", drawAll);
+})();

@@ -39,7 +39,7 @@ public:
                "<i class=\"gap\"></i>gap <i class=\"damage\"></i>damage</p>\n<div class=\"lanes\">" +
                element("svg", of_class("names") + " width=\"40\" " + size + " aria-hidden=\"true\"", names()) +
                element("svg", of_class("plot") + " " + size + " " + as_image("availability"),
-                       gaps_and_marks(height) + stretched(height) + time_axis(height)) +
+                       time_axis(height) + gaps_and_marks(height) + stretched(height)) +
                "</div>\n";
     }
 
@@ -96,7 +96,7 @@ private:
         std::size_t reached = 0;
         for (std::size_t i = 0; i < bins_.size() && !presence.empty(); ++i) {
             const presence_t& p = presence[bins_[i]];
-            const std::string kind = kind_of(p);
+            const std::string kind = kind_of(p, open);
             if (!kind.empty()) {
                 std::string& path = paths[kind];
                 const std::string to = "H" + std::to_string(end_of(i));
@@ -120,11 +120,16 @@ private:
         return element("g", of_class("lane"), out) + "\n";
     }
 
-    static std::string kind_of(const presence_t& p)
+    // Noise does not change a colour: it stays until a decibel is missing or too much.
+    static std::string kind_of(const presence_t& p, const std::string& before)
     {
         if (p.observed == 0) return p.missed > 0 ? "possible" : "";
         if (p.strengths == 0) return "plain";
-        return "c" + std::to_string(colour_of_strength(static_cast<double>(p.strength) / p.strengths));
+        const double mean = static_cast<double>(p.strength) / p.strengths;
+        for (const double near : {mean - 1.0, mean + 1.0}) {
+            if (before == "c" + std::to_string(colour_of_strength(near))) return before;
+        }
+        return "c" + std::to_string(colour_of_strength(mean));
     }
 
     double part(std::int64_t time) const   // %

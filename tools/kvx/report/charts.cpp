@@ -110,6 +110,16 @@ std::string json_chart(const history_t& history, const chart_t& chart, const std
     return "{\"unit\":\"" + std::string(chart.unit) + "\",\"lines\":[" + lines + "]}";
 }
 
+// Numbers below 3844 in two characters each, which the page's script knows: there are many of them.
+std::string packed(const std::vector<unsigned>& numbers)
+{
+    constexpr char kDigits[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789";
+    constexpr unsigned kBase = sizeof kDigits - 1;
+    std::string out;
+    for (const unsigned n : numbers) out += kDigits[n / kBase % kBase], out += kDigits[n % kBase];
+    return "\"" + out + "\"";
+}
+
 // Tenths of a dB-Hz from the first bin that has the satellite to the last one; 0: none.
 std::string json_satellite(history_t& history, const quality::carriers_t& carriers, const satellite_row_t& row,
                            const std::vector<std::size_t>& bins)
@@ -124,14 +134,14 @@ std::string json_satellite(history_t& history, const quality::carriers_t& carrie
     for (int signal = 0; signal < static_cast<int>(codes.size()); ++signal) {
         const auto& extents = history.signal(place, signal);
         if (extents.empty()) continue;
-        std::vector<std::string> least, greatest;
+        std::vector<unsigned> least, greatest;
         for (std::size_t i = first; i < end; ++i) {
             const extent_t& e = extents[bins[i]];
-            least.push_back(e.any() ? number(static_cast<double>(e.least), 0) : "0");
-            greatest.push_back(e.any() ? number(static_cast<double>(e.greatest), 0) : "0");
+            least.push_back(e.any() ? static_cast<unsigned>(e.least) : 0);
+            greatest.push_back(e.any() ? static_cast<unsigned>(e.greatest) : 0);
         }
-        out += ",\"" + codes[static_cast<std::size_t>(signal)] + "\":[" + json_list(least) +
-               (least == greatest ? "" : "," + json_list(greatest)) + "]";
+        out += ",\"" + codes[static_cast<std::size_t>(signal)] + "\":[" + packed(least) +
+               (least == greatest ? "" : "," + packed(greatest)) + "]";
     }
     return "\"" + row.satellite.name() + "\":{" + out + "}";
 }

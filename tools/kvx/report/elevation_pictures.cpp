@@ -18,6 +18,7 @@ using quality::kElevationSteps;
 constexpr double kLeft = 36.0, kRight = 296.0, kTop = 30.0, kBottom = 200.0;   // of the plot, in a panel of 340 by 236
 constexpr double kLine = 12.0;                                                 // least distance of names
 constexpr int kShades = 4;
+constexpr double kFewestDegrees = 20.0;   // of freedom, of a scatter that is drawn
 
 // The middle of a signal by steps of the elevation; none: nothing was measured there.
 struct curve_t {
@@ -148,7 +149,9 @@ std::vector<panel_t> panels(subject_t& subject, bool strength)
             curve_t curve{row.name.substr(1), {}};
             bool any = false;
             for (std::size_t step = 0; step < kElevationSteps; ++step) {
-                const double value = strength ? row.strengths->median(step) : row.multipath.steps[step].rms();
+                const quality::scatter_t& scatter = row.multipath.steps[step];
+                const double rms = scatter.degrees >= kFewestDegrees ? scatter.rms() : 0.0;
+                const double value = strength ? row.strengths->median(step) : rms;
                 if (value > 0.0) curve.values[step] = value, any = true;
             }
             if (any) panel.curves.push_back(curve);

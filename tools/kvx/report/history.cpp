@@ -6,6 +6,7 @@ namespace kvx::report {
 
 namespace {
 
+constexpr double kMostStrength = 99.0;   // dB-Hz
 constexpr double kFewestEpochs = 10.0;   // of a piece of an arc, for a scatter of its own
 
 bool longer(const gap_t& a, const gap_t& b)
@@ -124,7 +125,7 @@ void history_t::add_satellite(std::size_t bin, std::span<const quality::measurem
         if (to.known) strengths_[constellation].add(static_cast<double>(to.elevation), m.strength() / kCloudStrength);
         auto& bins = signals_->at(m.place, m.signal);
         if (bins.empty()) bins.resize(time_bins_t::kBins);
-        bins[bin].add(m.strength() * kTenths);
+        bins[bin].add(std::round(std::min(m.strength(), kMostStrength) * kTenths));
     }
     presence_t& presence = presence_at(place, bin);
     ++presence.observed;

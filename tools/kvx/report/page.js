@@ -9,24 +9,26 @@
   const colour = (name) => getComputedStyle(document.documentElement).getPropertyValue(name).trim();
   const signalColours = ["--blue", "--orange", "--green", "--J", "--C", "--quiet", "--E", "--R"];
 
-  // Of each line its least and greatest values, with a band between them, or a single series.
+  // Of each line its greatest and least values, with a band between them, or a single series.
   function linesOf(lines, columns, series, bands, decimals) {
+    const text = (v) => (v == null ? "–" : v.toFixed(decimals));
     for (const line of lines) {
-      const stroke = colour(line.colour);
-      const value = (u, v) => (v == null ? "–" : v.toFixed(decimals));
+      const stroke = colour(line.colour), points = { show: false };
       const [least, greatest] = line.values;
+      const value = (u, v, s, i) => (greatest && i != null && least[i] !== v ? text(least[i]) + " to " : "") + text(v);
       columns.push(greatest || least);
-      series.push({ label: line.name, stroke, width: 1.5, value, points: { show: false } });
+      series.push({ label: line.name, stroke, width: 1.5, value, points, ranged: !!greatest });
       if (!greatest) continue;
       columns.push(least);
-      series.push({ label: line.name + ", least", stroke, width: 1, value, points: { show: false } });
+      series.push({ label: line.name, class: "least", stroke, width: 1, points });
       bands.push({ series: [series.length - 2, series.length - 1], fill: stroke + "40" });
     }
   }
 
   function axis(text, size) {
+    const font = "12px system-ui, sans-serif";
     return {
-      label: text, labelSize: text ? 18 : 0, labelFont: "12px system-ui, sans-serif", font: "12px system-ui, sans-serif",
+      label: text || undefined, labelSize: 18, labelFont: font, font,
       size, stroke: () => colour("--quiet"), grid: { stroke: () => colour("--line"), width: 1 },
       ticks: { stroke: () => colour("--line"), width: 1 },
     };
@@ -40,9 +42,9 @@
       width: Math.max(place.clientWidth, 200), height: 240, series, bands,
       tzDate: (seconds) => uPlot.tzDate(new Date(seconds * 1000), "Etc/UTC"),
       fmtDate: (template) => uPlot.fmtDate(template.replace("{h}", "{HH}").replace("{aa}", "").replace("{M}/{D}/{YY}", "{YYYY}-{MM}-{DD}").replace("{M}/{D}", "{MM}-{DD}")),
-      axes: [axis("", 34), axis(unit, 52)],
+      axes: [axis("", 46), axis(unit, 52)],
       cursor: { sync: { key: sync.key }, drag: { x: true, y: false } },
-      scales: { x: { time: true } },
+      hooks: { setSeries: [(u, i, how) => { if (i && how.show != null && u.series[i].ranged) u.setSeries(i + 1, { show: how.show }); }] },
     };
     place.replaceChildren();
     const plot = new uPlot(options, columns, place);
@@ -65,6 +67,9 @@
       if (place.plot) place.plot.setScale("x", { min: Math.max(to[0], all[0]), max: Math.min(to[1], all[1]) });
   }
 
+  const digits = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789";
+  const packed = (text, at) => digits.indexOf(text[2 * at]) * digits.length + digits.indexOf(text[2 * at + 1]);
+
   // A satellite's numbers are tenths from its first bin on; 0 is none.
   function satelliteLines(name) {
     const { from, ...signals } = data.satellites[name];
@@ -73,7 +78,7 @@
       colour: signalColours[i % signalColours.length],
       values: signals[signal].map((list) => {
         const whole = new Array(times.length).fill(null);
-        list.forEach((value, at) => { if (value) whole[from + at] = value / 10; });
+        for (let at = 0; 2 * at < list.length; ++at) whole[from + at] = packed(list, at) / 10 || null;
         return whole;
       }),
     }));

@@ -35,7 +35,7 @@ std::string all_tables(subject_t& subject);
 /// The antenna moved by more than its positions scatter.
 bool is_moving(const history_t& history);
 
-/// Sectors of the sky in which most satellites were not observed, from ten degrees on: "90-150°"; empty: none.
+/// Azimuths at which most satellites between 10 and 40 degrees were not observed: "90° to 150°"; empty: none.
 std::string hidden_sectors(const subject_t& subject);
 
 }   // namespace kvx::report

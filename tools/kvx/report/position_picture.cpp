@@ -191,9 +191,9 @@ std::string description(const quality::quality_t& q, bool moving, double within)
     const bool both = q.computed().count() > 0 && q.fixes().count() > 0;
     std::string out = moving ? "Track of the antenna, north up." : "East and north of their middle.";
     if (!moving && q.computed().count() > 0)
-        out += " Half of the computed positions lie within the circle, of " + number(within, 2) + " m.";
+        out += " Half of the computed positions lie within the circle of " + number(within, 2) + " m.";
     if (both)
-        out += " 95 % of the computed ones lie within " + number(q.distances().within(0.95), 2) +
+        out += " 95 % of the computed positions lie within " + number(q.distances().within(0.95), 2) +
                " m of the receiver's, in three dimensions.";
     return out;
 }

@@ -11,7 +11,7 @@ namespace kvx::report {
 namespace {
 
 constexpr double kMiddle = 220.0, kRadius = 190.0;
-constexpr int kLowestRing = 2;   // of those that are judged: from ten degrees on
+constexpr std::size_t kLowestRing = 2, kHighestRing = 8;   // that are judged, where buildings stand: 10 to 40 degrees
 constexpr double kSector = 30.0;
 constexpr std::int64_t kLongestNamed = 6 * 3'600'000;   // ms: satellites go round in longer logs
 
@@ -45,13 +45,13 @@ std::vector<bool> systems_of(const subject_t& subject)
     return observed;
 }
 
-// Counts from ten degrees on, by azimuth.
+// Counts of the lower sky, by azimuth.
 std::vector<count_t> sectors(const subject_t& subject)
 {
     const sky_rings_t& rings = subject.history.rings();
     const auto systems = systems_of(subject);
     std::vector<count_t> found(static_cast<std::size_t>(360.0 / kSector));
-    for (std::size_t ring = kLowestRing; ring < kRings; ++ring) {
+    for (std::size_t ring = kLowestRing; ring < kHighestRing; ++ring) {
         for (int i = 0; i < rings.cells[ring]; ++i) {
             const double azimuth = 360.0 * (i + 0.5) / rings.cells[ring];
             found[static_cast<std::size_t>(azimuth / kSector)] +=
@@ -139,7 +139,7 @@ std::string names(const subject_t& subject)
 
 table_t numbers(const subject_t& subject)
 {
-    table_t t{{"Azimuth", "Satellite epochs above 10°", "Observed", "Share"}, {}};
+    table_t t{{"Azimuth", "Satellite epochs from 10° to 40°", "Observed", "Share"}, {}};
     const auto all = sectors(subject);
     for (std::size_t i = 0; i < all.size(); ++i) {
         const auto from = static_cast<int>(kSector * static_cast<double>(i));
@@ -185,7 +185,7 @@ std::string sky_picture(subject_t& subject)
                    .title = "Sky",
                    .description = "The sky above the antenna, zenith in the middle, by the mean of all satellites in a "
                                   "place." +
-                                  (hidden.empty() ? "" : " Mostly hidden: azimuths " + hidden + "."),
+                                  (hidden.empty() ? "" : " Mostly hidden below 40°: azimuths " + hidden + "."),
                    .picture = picture,
                    .numbers = numbers(subject)});
 }

@@ -108,7 +108,7 @@ constexpr rule_t kRules[] = {
     {"Median C/N0",                   "weak signals",                        "dB-Hz",               1, true,  40.0, 34.0, strength},
     {"Multipath and noise, RMS",      "multipath",                           "m",                   2, false, 0.6,  1.5,  multipath},
     {"Epochs missing",                "gaps",                                "%",                   2, false, 0.1,  2.0,  gaps},
-    {"Bytes lost to damage",          "damage",                              "%",                   6, false, 0.0,  1.0,  lost_bytes},
+    {"Bytes lost to damage",          "damage",                              "%",                   2, false, 0.0,  1.0,  lost_bytes},
     {"Faults in the contents",        "faults in the contents",              "",                    0, false, 0.0,  10.0, faults},
     {"Scatter of computed positions", "scattered positions",                 "m",                   2, false, 3.0,  10.0, scatter},
     {"Mean PDOP",                     "poor geometry",                       "",                    2, false, 2.5,  5.0,  geometry},
@@ -117,7 +117,10 @@ constexpr rule_t kRules[] = {
 
 std::string with_unit(const rule_t& rule, double value)
 {
-    return number(value, rule.decimals) + (rule.unit[0] != '\0' ? "\u202F" + std::string(rule.unit) : "");
+    const double least = std::pow(10.0, -rule.decimals);
+    const bool tiny = value > 0.0 && value < least;
+    return (tiny ? "below " : "") + number(tiny ? least : value, rule.decimals) +
+           (rule.unit[0] != '\0' ? "\u202F" + std::string(rule.unit) : "");
 }
 
 grade_t grade_of(const rule_t& rule, const value_t& value)
@@ -130,9 +133,9 @@ grade_t grade_of(const rule_t& rule, const value_t& value)
 judgement_t judge(const rule_t& rule, const subject_t& subject)
 {
     const value_t value = rule.value(subject);
-    const char* side = rule.more_is_better ? "at least " : "at most ";
+    const std::string side = rule.more_is_better ? " \u2265 " : " \u2264 ";
     return {rule.what, rule.limit, value ? with_unit(rule, *value) : "not known",
-            std::string("good: ") + side + with_unit(rule, rule.good) + ", fair: " + side + with_unit(rule, rule.fair),
+            "good" + side + number(rule.good, rule.decimals) + ", fair" + side + number(rule.fair, rule.decimals),
             grade_of(rule, value)};
 }
 
@@ -151,7 +154,7 @@ std::string limits_text(const verdict_t& v, const subject_t& subject)
     std::string out = poor.empty() ? "" : "Limited by " + poor + ".";
     if (!fair.empty()) out += std::string(out.empty() ? "" : " ") + "Not at its best: " + fair + ".";
     const std::string hidden = hidden_sectors(subject);
-    if (!hidden.empty()) out += " The sky is mostly hidden at azimuths " + hidden + ".";
+    if (!hidden.empty()) out += " Below 40° the sky is mostly hidden at azimuths " + hidden + ".";
     return out.empty() ? "Nothing limits it." : out;
 }
 

@@ -16,7 +16,7 @@ struct judgement_t {
     const char* what;    ///< "Observed of possible"
     const char* limit;   ///< what it names as a limit: "satellites not observed"
     std::string value;   ///< with its unit
-    std::string rule;    ///< "good from 95 %, fair from 80 %"
+    std::string rule;    ///< "good ≥ 95, fair ≥ 80"
     grade_t grade;
 };
 

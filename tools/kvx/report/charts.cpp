@@ -12,6 +12,7 @@ namespace kvx::report {
 
 namespace {
 
+constexpr std::size_t kMostPoints = 720;             // of a satellite's signal: there are many of them
 constexpr std::size_t kParts = 24;                   // of the time, in tables
 constexpr std::int64_t kUnixEpoch = 315964800'000;   // ms: GPS time begins so much later
 
@@ -130,13 +131,15 @@ std::string json_satellite(history_t& history, const quality::carriers_t& carrie
     std::size_t first = 0, end = bins.size();
     while (first < end && presence[bins[first]].observed == 0) ++first;
     while (end > first && presence[bins[end - 1]].observed == 0) --end;
-    std::string out = "\"from\":" + std::to_string(first);
+    const std::size_t every = (bins.size() + kMostPoints - 1) / kMostPoints;
+    std::string out = "\"from\":" + std::to_string(first) + ",\"every\":" + std::to_string(every);
     for (int signal = 0; signal < static_cast<int>(codes.size()); ++signal) {
         const auto& extents = history.signal(place, signal);
         if (extents.empty()) continue;
         std::vector<unsigned> least, greatest;
-        for (std::size_t i = first; i < end; ++i) {
-            const extent_t& e = extents[bins[i]];
+        for (std::size_t i = first; i < end; i += every) {
+            extent_t e;
+            for (std::size_t k = i; k < std::min(i + every, end); ++k) e += extents[bins[k]];
             least.push_back(e.any() ? static_cast<unsigned>(e.least) : 0);
             greatest.push_back(e.any() ? static_cast<unsigned>(e.greatest) : 0);
         }

@@ -32,6 +32,7 @@ destination_t::destination_t(const std::string& output, bool several, bool repla
         return;
     }
     folder_ = is_folder ? output : path.has_parent_path() ? path.parent_path().string() : ".";
+    while (folder_.size() > 1 && folder_.back() == '/') folder_.pop_back();
     make_folder(folder_);
     if (several) index_ = is_folder ? "index.html" : path.filename().string();
     if (!several && !is_folder) single_ = path.filename().string();

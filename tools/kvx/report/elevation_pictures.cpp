@@ -18,6 +18,7 @@ using quality::kElevationSteps;
 constexpr double kLeft = 36.0, kRight = 296.0, kTop = 30.0, kBottom = 200.0;   // of the plot, in a panel of 340 by 236
 constexpr double kLine = 12.0;                                                 // least distance of names
 constexpr int kShades = 4;
+constexpr double kBeyond = 3.0;           // dB, shown below and above the medians
 constexpr double kFewestDegrees = 20.0;   // of freedom, of a scatter that is drawn
 
 // The middle of a signal by steps of the elevation; none: nothing was measured there.
@@ -161,6 +162,20 @@ std::vector<panel_t> panels(subject_t& subject, bool strength)
     return all;
 }
 
+std::vector<double> all_values(const std::vector<panel_t>& all)   // in order
+{
+    std::vector<double> values;
+    for (const panel_t& panel : all) {
+        for (const curve_t& curve : panel.curves) {
+            for (const auto& value : curve.values) {
+                if (value) values.push_back(*value);
+            }
+        }
+    }
+    std::sort(values.begin(), values.end());
+    return values;
+}
+
 table_t numbers(const std::vector<panel_t>& all, const char* what, int decimals)
 {
     table_t t{{what}, {}};
@@ -190,12 +205,8 @@ std::string strength_picture(subject_t& subject)
 {
     const auto all = panels(subject, true);
     if (all.empty()) return "";
-    double least = 60.0, greatest = 40.0;
-    for (const signal_row_t& row : subject.signals) {
-        if (row.strengths->count() == 0) continue;
-        least = std::min(least, row.strengths->least()), greatest = std::max(greatest, row.strengths->greatest());
-    }
-    const scale_t scale(std::max(least, 0.0), std::min(greatest, 70.0), 5);
+    const auto values = all_values(all);
+    const scale_t scale(std::max(0.0, values.front() - kBeyond), values.back() + kBeyond, 5);
     return figure({.id = "cn0",
                    .title = "C/N0 over elevation",
                    .description =
@@ -210,13 +221,9 @@ std::string multipath_picture(subject_t& subject)
 {
     const auto all = panels(subject, false);
     if (all.empty()) return "";
-    double greatest = 0.5;
-    for (const panel_t& panel : all) {
-        for (const curve_t& curve : panel.curves) {
-            for (const auto& value : curve.values) greatest = std::max(greatest, value.value_or(0.0));
-        }
-    }
-    const scale_t scale(0.0, std::min(1.4 * greatest, history_t::kCloudMultipath * cloud_t::kRows), 4);
+    const auto values = all_values(all);
+    const double most = values[values.size() * 9 / 10];   // some are far above
+    const scale_t scale(0.0, std::clamp(1.5 * most, 0.5, history_t::kCloudMultipath * cloud_t::kRows), 4);
     return figure({.id = "multipath",
                    .title = "Multipath and noise of pseudoranges over elevation",
                    .description = "RMS of each signal in steps of ten degrees, in front of the RMS of short pieces of "

@@ -42,7 +42,7 @@ std::string verdict_rows(const verdict_t& v)
     std::string rows;
     for (const judgement_t& j : v.judgements)
         rows += element("tr", "",
-                        element("th", "scope=\"row\"", j.what) + element("td", "", j.value) +
+                        element("th", "scope=\"row\"", j.what) + element("td", "", with_unit(j)) +
                             element("td", "", grade_mark(j.grade)) + element("td", of_class("rule"), j.rule)) +
                 "\n";
     if (rows.empty()) return "";
@@ -69,6 +69,18 @@ std::string section(const char* title, const std::string& content)
     return element("section", "", element("h2", "", title) + "\n" + content) + "\n";
 }
 
+// A file name as a relative address.
+std::string as_link(const std::string& name)
+{
+    std::string out = "./";
+    for (const char c : name) {
+        const bool plain = (c >= '0' && c <= '9') || (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') || c == '.' ||
+                           c == '_' || c == '-';
+        out += plain ? std::string(1, c) : text("%%%02X", static_cast<unsigned>(static_cast<unsigned char>(c)));
+    }
+    return out;
+}
+
 // As data: a script tag inside would end it.
 std::string inert(std::string json)
 {
@@ -86,7 +98,9 @@ std::string header_part(const subject_t& s, const std::string& index)
         what = grouped(i.summary.bytes) + " bytes, " + grouped(frames) + " messages";
     }
     return "<header>" +
-           (index.empty() ? "" : element("p", "", element("a", "href=\"" + index + "\"", "All logs of this report"))) +
+           (index.empty()
+                ? ""
+                : element("p", "", element("a", "href=\"" + as_link(index) + "\"", "All logs of this report"))) +
            element("h1", "", escaped(file_name(i.summary.log))) + element("p", "", escaped(what)) + "</header>\n";
 }
 
@@ -125,14 +139,17 @@ std::string index_of(const std::vector<entry_t>& entries)
     for (const entry_t& e : entries) {
         const std::string name = escaped(file_name(e.log));
         std::string cells = element("th", "scope=\"row\"",
-                                    e.page.empty() ? name : element("a", "href=\"" + escaped(e.page) + "\"", name));
+                                    e.page.empty() ? name : element("a", "href=\"" + as_link(e.page) + "\"", name));
         if (!e.failure.empty()) {
-            cells += element("td", "", grade_mark(grade_t::poor)) + element("td", of_class("said"), escaped(e.failure));
+            cells +=
+                element("td", "", grade_mark(grade_t::unknown)) + element("td", of_class("said"), escaped(e.failure));
         } else {
             cells += element("td", "", grade_mark(e.grade)) +
                      element("td", of_class("said"), escaped(e.usable + " " + e.limits));
             for (const std::string& value : e.values) cells += element("td", "", escaped(value));
         }
+        const std::size_t empty = rule_names().size() - e.values.size();
+        if (empty > 0) cells += "<td colspan=\"" + std::to_string(empty) + "\"></td>";
         rows += element("tr", "", cells) + "\n";
     }
     std::string head;
@@ -142,7 +159,7 @@ std::string index_of(const std::vector<entry_t>& entries)
                              "<div class=\"scroll\" tabindex=\"0\"><table class=\"index\"><thead><tr>" + head +
                              "</tr></thead><tbody>\n" + rows + "</tbody></table></div></main>\n" +
                              element("footer", "", KVX_VERSION " report") + "\n";
-    return document("kvx report", kStyle, body);
+    return document("kvx report", std::string(kStyle) + "body { max-width: 1440px; }", body);
 }
 
 }   // namespace kvx::report

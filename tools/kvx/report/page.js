@@ -41,7 +41,7 @@
     const options = {
       width: Math.max(place.clientWidth, 200), height: 240, series, bands,
       tzDate: (seconds) => uPlot.tzDate(new Date(seconds * 1000), "Etc/UTC"),
-      fmtDate: (template) => uPlot.fmtDate(template.replace("{h}", "{HH}").replace("{aa}", "").replace("{M}/{D}/{YY}", "{YYYY}-{MM}-{DD}").replace("{M}/{D}", "{MM}-{DD}")),
+      fmtDate: (template) => uPlot.fmtDate(template.replace("{h}{aa}", "{HH}:00").replace("{h}", "{HH}").replace("{aa}", "").replace("{M}/{D}/{YY}", "{YYYY}-{MM}-{DD}").replace("{M}/{D}", "{MM}-{DD}")),
       axes: [axis("", 46), axis(unit, 52)],
       cursor: { sync: { key: sync.key }, drag: { x: true, y: false } },
       hooks: { setSeries: [(u, i, how) => { if (i && how.show != null && u.series[i].ranged) u.setSeries(i + 1, { show: how.show }); }] },
@@ -72,13 +72,13 @@
 
   // A satellite's numbers are tenths from its first bin on; 0 is none.
   function satelliteLines(name) {
-    const { from, ...signals } = data.satellites[name];
+    const { from, every, ...signals } = data.satellites[name];
     return Object.keys(signals).map((signal, i) => ({
       name: signal,
       colour: signalColours[i % signalColours.length],
       values: signals[signal].map((list) => {
         const whole = new Array(times.length).fill(null);
-        for (let at = 0; 2 * at < list.length; ++at) whole[from + at] = packed(list, at) / 10 || null;
+        for (let at = 0; 2 * at < list.length; ++at) whole.fill(packed(list, at) / 10 || null, from + at * every, from + (at + 1) * every);
         return whole;
       }),
     }));

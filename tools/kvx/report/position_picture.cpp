@@ -106,6 +106,7 @@ std::string grid(const window_t& w)
     std::string out;
     const scale_t scale(w.east, w.east + w.size, 6);
     for (const double mark : scale.marks()) {
+        if (mark < w.east || mark > w.east + w.size) continue;
         const double x = kLeft + kPlot * (mark - w.east) / w.size, y = kBottom - kPlot * (mark - w.north) / w.size;
         out += text("<path class=\"grid\" d=\"M%.1f %.1fV%.1fM%.1f %.1fH%.1f\"/>", x, kBottom, kBottom - kPlot, kLeft,
                     y, kLeft + kPlot);
@@ -189,9 +190,11 @@ std::string key(const quality::quality_t& q)
 std::string description(const quality::quality_t& q, bool moving, double within)
 {
     const bool both = q.computed().count() > 0 && q.fixes().count() > 0;
-    std::string out = moving ? "Track of the antenna, north up." : "East and north of their middle.";
+    std::string out = moving ? "Track of the antenna, north up."
+                             : std::string("East and north of the middle of ") +
+                                   (q.fixes().count() > 0 ? "the receiver's positions." : "all.");
     if (!moving && q.computed().count() > 0)
-        out += " Half of the computed positions lie within the circle of " + number(within, 2) + " m.";
+        out += " Half of the computed ones lie within the circle of " + number(within, 2) + " m.";
     if (both)
         out += " 95 % of the computed positions lie within " + number(q.distances().within(0.95), 2) +
                " m of the receiver's, in three dimensions.";

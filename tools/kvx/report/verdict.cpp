@@ -115,12 +115,11 @@ constexpr rule_t kRules[] = {
 };
 // clang-format on
 
-std::string with_unit(const rule_t& rule, double value)
+// As it is shown: grades follow what is to be seen. What is not 0 is not shown as 0.
+double rounded(const rule_t& rule, double value)
 {
-    const double least = std::pow(10.0, -rule.decimals);
-    const bool tiny = value > 0.0 && value < least;
-    return (tiny ? "below " : "") + number(tiny ? least : value, rule.decimals) +
-           (rule.unit[0] != '\0' ? "\u202F" + std::string(rule.unit) : "");
+    const double power = std::pow(10.0, rule.decimals), shown = std::round(value * power) / power;
+    return value > 0.0 && shown == 0.0 ? 1.0 / power : shown;
 }
 
 grade_t grade_of(const rule_t& rule, const value_t& value)
@@ -132,9 +131,13 @@ grade_t grade_of(const rule_t& rule, const value_t& value)
 
 judgement_t judge(const rule_t& rule, const subject_t& subject)
 {
-    const value_t value = rule.value(subject);
+    value_t value = rule.value(subject);
+    if (value) value = rounded(rule, *value);
     const std::string side = rule.more_is_better ? " \u2265 " : " \u2264 ";
-    return {rule.what, rule.limit, value ? with_unit(rule, *value) : "not known",
+    return {rule.what,
+            rule.limit,
+            rule.unit,
+            value ? number(*value, rule.decimals) : "not known",
             "good" + side + number(rule.good, rule.decimals) + ", fair" + side + number(rule.fair, rule.decimals),
             grade_of(rule, value)};
 }
@@ -143,7 +146,7 @@ std::string limits_of(const std::vector<judgement_t>& judgements, grade_t grade)
 {
     std::string out;
     for (const judgement_t& j : judgements) {
-        if (j.grade == grade) out += (out.empty() ? "" : ", ") + std::string(j.limit) + " (" + j.value + ")";
+        if (j.grade == grade) out += (out.empty() ? "" : ", ") + std::string(j.limit) + " (" + with_unit(j) + ")";
     }
     return out;
 }
@@ -158,6 +161,12 @@ std::string limits_text(const verdict_t& v, const subject_t& subject)
     return out.empty() ? "Nothing limits it." : out;
 }
 
+std::string why_none(const inspection_t& i)
+{
+    if (i.kind == inspection_t::kind_t::navigation) return "it is a navigation file";
+    return i.kind == inspection_t::kind_t::log ? i.summary.why_no_epoch() : "none can be read";
+}
+
 std::string content_text(const subject_t& subject)
 {
     const epoch_count_t& e = subject.inspection.summary.epochs;
@@ -170,10 +179,16 @@ std::string content_text(const subject_t& subject)
 
 }   // namespace
 
+std::string with_unit(const judgement_t& j)
+{
+    return j.value + (j.unit[0] != '\0' && j.grade != grade_t::unknown ? "\u202F" + std::string(j.unit) : "");
+}
+
 std::vector<std::string> rule_names()
 {
     std::vector<std::string> names;
-    for (const rule_t& rule : kRules) names.emplace_back(rule.what);
+    for (const rule_t& rule : kRules)
+        names.push_back(rule.what + (rule.unit[0] != '\0' ? " (" + std::string(rule.unit) + ")" : ""));
     return names;
 }
 
@@ -188,10 +203,8 @@ verdict_t verdict_of(const subject_t& subject)
     verdict_t v;
     if (subject.inspection.summary.epochs.epochs == 0) {
         v.grade = grade_t::poor;
-        v.usable = "Not usable: there is no epoch with observations.";
-        v.limits = subject.inspection.kind == inspection_t::kind_t::log
-                       ? subject.inspection.summary.why_no_epoch() + "."
-                       : "It is a navigation file.";
+        v.usable = "Not usable.";
+        v.limits = "No epoch with observations: " + why_none(subject.inspection) + ".";
         return v;
     }
     int poor = 0, fair = 0;

@@ -15,8 +15,9 @@ enum class grade_t { good, fair, poor, unknown };
 struct judgement_t {
     const char* what;    ///< "Observed of possible"
     const char* limit;   ///< what it names as a limit: "satellites not observed"
-    std::string value;   ///< with its unit
-    std::string rule;    ///< "good ≥ 95, fair ≥ 80"
+    const char* unit;    ///< may be empty
+    std::string value;
+    std::string rule;   ///< "good ≥ 95, fair ≥ 80"
     grade_t grade;
 };
 
@@ -30,7 +31,10 @@ struct verdict_t {
 
 verdict_t verdict_of(const subject_t& subject);
 
-/// What the rules are about, in their order.
+/// "44.2 dB-Hz".
+std::string with_unit(const judgement_t& judgement);
+
+/// What the rules are about, with units, in their order.
 std::vector<std::string> rule_names();
 
 const char* name_of(grade_t grade);

@@ -18,7 +18,7 @@ using quality::kElevationSteps;
 constexpr double kLeft = 36.0, kRight = 296.0, kTop = 30.0, kBottom = 200.0;   // of the plot, in a panel of 340 by 236
 constexpr double kLine = 12.0;                                                 // least distance of names
 constexpr int kShades = 4;
-constexpr double kBeyond = 3.0;           // dB, shown below and above the medians
+constexpr double kBeyond = 3.0;           // dB, shown below the medians
 constexpr double kFewestDegrees = 20.0;   // of freedom, of a scatter that is drawn
 
 // The middle of a signal by steps of the elevation; none: nothing was measured there.
@@ -206,7 +206,7 @@ std::string strength_picture(subject_t& subject)
     const auto all = panels(subject, true);
     if (all.empty()) return "";
     const auto values = all_values(all);
-    const scale_t scale(std::max(0.0, values.front() - kBeyond), values.back() + kBeyond, 5);
+    const scale_t scale(std::max(0.0, values.front() - kBeyond), values.back() + 1.0, 5);
     return figure({.id = "cn0",
                    .title = "C/N0 over elevation",
                    .description =

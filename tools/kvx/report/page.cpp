@@ -110,8 +110,9 @@ std::string page_of(subject_t& s, const verdict_t& verdict, const std::string& i
 {
     const std::string name = file_name(s.inspection.summary.log);
     std::string body = header_part(s, index) + "<main>\n" + verdict_part(verdict);
+    const std::string pair = sky_picture(s) + position_picture(s);
+    body += section("Sky and positions", pair.empty() ? "" : element("div", of_class("pair"), pair));
     body += section("Availability", availability_picture(s));
-    body += section("Signals", element("div", of_class("pair"), sky_picture(s) + position_picture(s)));
     body += section("Over elevation", strength_picture(s) + multipath_picture(s));
     const std::string series = charts(s);
     body +=

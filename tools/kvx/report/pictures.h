@@ -35,6 +35,9 @@ std::string all_tables(subject_t& subject);
 /// The antenna moved by more than its positions scatter.
 bool is_moving(const history_t& history);
 
+/// How far computed positions lie from the receiver's of the same time, on the ground: 95 % of them (m); 0: not known.
+double apart(const history_t& history);
+
 /// Azimuths at which most satellites between 10 and 40 degrees were not observed: "90° to 150°"; empty: none.
 std::string hidden_sectors(const subject_t& subject);
 

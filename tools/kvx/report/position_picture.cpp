@@ -187,17 +187,16 @@ std::string key(const quality::quality_t& q)
     return "<p class=\"key\">" + out + "</p>\n";
 }
 
-std::string description(const quality::quality_t& q, bool moving, double within)
+std::string description(const quality::quality_t& q, bool moving, double within, double apart)
 {
     const bool both = q.computed().count() > 0 && q.fixes().count() > 0;
-    std::string out = moving ? "Track of the antenna, north up."
-                             : std::string("East and north of the middle of ") +
-                                   (q.fixes().count() > 0 ? "the receiver's positions." : "all.");
+    std::string out =
+        moving ? "Track of the antenna, north up, by positions computed from the ranges and the receiver's own."
+               : std::string("East and north of the middle of ") +
+                     (q.fixes().count() > 0 ? "the receiver's positions." : "all.");
     if (!moving && q.computed().count() > 0)
         out += " Half of the computed ones lie within the circle of " + number(within, 2) + " m.";
-    if (both)
-        out += " 95 % of the computed positions lie within " + number(q.distances().within(0.95), 2) +
-               " m of the receiver's, in three dimensions.";
+    if (both) out += " 95 % of them lie within " + number(apart, 2) + " m of the receiver's position of the same time.";
     return out;
 }
 
@@ -210,6 +209,16 @@ bool is_moving(const history_t& history)
     const dot_t middle = median_of(all);
     for (dot_t& d : all) d = {d.east - middle.east, d.north - middle.north};
     return distance_within(all, 0.5) > kMoving;
+}
+
+double apart(const history_t& history)
+{
+    std::vector<dot_t> all;
+    for (const moment_t& m : history.moments()) {
+        if (m.computed.any() && m.told.any())
+            all.push_back({m.computed.east - m.told.east, m.computed.north - m.told.north});
+    }
+    return distance_within(all, 0.95);
 }
 
 std::string position_picture(subject_t& subject)
@@ -233,7 +242,7 @@ std::string position_picture(subject_t& subject)
     return figure(
         {.id = "positions",
          .title = moving ? "Track" : "Positions",
-         .description = description(q, moving, within),
+         .description = description(q, moving, within, apart(h)),
          .picture =
              key(q) + element("svg", of_class("square") + " viewBox=\"0 0 440 440\" " + as_image("positions"), plot),
          .numbers = numbers(q)});

@@ -82,7 +82,7 @@ value_t scatter(const subject_t& s)
     if (q.computed().count() < 2) return {};
     if (!is_moving(s.history)) return std::hypot(q.computed().deviations()[0], q.computed().deviations()[1]);
     if (q.fixes().count() == 0) return {};
-    return q.distances().within(0.95);
+    return apart(s.history);
 }
 
 value_t geometry(const subject_t& s)

@@ -24,8 +24,9 @@ void write_all(const std::string& page, std::FILE* out)
 destination_t::destination_t(const std::string& output, bool several, bool replace)
     : several_(several), replace_(replace), stream_(is_device(output))
 {
-    const bool is_folder = std::filesystem::is_directory(output) || output.ends_with('/');
     const path_t path(output);
+    const bool is_page = path.extension() == ".html" || path.extension() == ".htm";
+    const bool is_folder = !is_page || std::filesystem::is_directory(path);
     if (stream_) {
         if (several) throw error_t(output, "is a device", "pages of several logs need a folder");
         single_ = output;

@@ -9,7 +9,7 @@ namespace kvx::report {
 
 class destination_t {
 public:
-    /// @param output  a folder, which may end with /, or the file that the page gets, or the index of several
+    /// @param output  "x.html", the page or the index of several ones; any other name is a folder's
     /// @throws error_t when a file that must be made may not have its name
     destination_t(const std::string& output, bool several, bool replace);
 

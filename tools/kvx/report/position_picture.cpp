@@ -196,7 +196,9 @@ std::string description(const quality::quality_t& q, bool moving, double within,
                      (q.fixes().count() > 0 ? "the receiver's positions." : "all.");
     if (!moving && q.computed().count() > 0)
         out += " Half of the computed ones lie within the circle of " + number(within, 2) + " m.";
-    if (both) out += " 95 % of them lie within " + number(apart, 2) + " m of the receiver's position of the same time.";
+    if (both)
+        out += " 95 % of the computed ones lie within " + number(apart, 2) +
+               " m of the receiver's position of the same time.";
     return out;
 }
 

@@ -87,7 +87,8 @@ command_t report_command(command_line_t& program)
                "read directly, - is a log on standard input",
                {.required = true});
     app.option("-o,--output", &options->output,
-               "Page to write, or a folder; of several logs an index that compares them, with a page each beside it",
+               "Page to write, x.html, or folder for pages; of several logs it is an index that compares them, pages "
+               "beside it",
                {.required = true});
     app.flag("--force", &options->force, "Replace files that exist");
     add_selection_options(app, options->inspection, "to look at");

@@ -87,24 +87,24 @@ private:
                        lanes);
     }
 
-    // Paths by class; neighbours of one colour are one line.
+    // Lines by class; neighbours of one colour are one line.
     std::string lane(const satellite_row_t& row, int y) const
     {
         const auto& presence = h_.presence(rinex::place_of(row.satellite));
-        std::map<std::string, std::string> paths;
+        std::map<std::string, std::string> lines;
         std::string open, slips;
         std::size_t reached = 0;
         for (std::size_t i = 0; i < bins_.size() && !presence.empty(); ++i) {
             const presence_t& p = presence[bins_[i]];
             const std::string kind = kind_of(p, open);
             if (!kind.empty()) {
-                std::string& path = paths[kind];
+                std::string& line = lines[kind];
                 const std::string to = "H" + std::to_string(end_of(i));
                 if (kind == open && reached == bins_[i])
-                    path.resize(path.rfind('H'));
+                    line.resize(line.rfind('H'));
                 else
-                    path += "M" + std::to_string(bins_[i]) + " " + std::to_string(y);
-                path += to;
+                    line += "M" + std::to_string(bins_[i]) + " " + std::to_string(y);
+                line += to;
                 reached = end_of(i);
             }
             open = kind;
@@ -114,9 +114,8 @@ private:
                                   row.satellite.name() + ": " + plural(row.epochs, "epoch") + ", " +
                                       percent(row.count.above, row.count.possible) + " of those possible, " +
                                       plural(row.count.slips, "slip"));
-        for (const auto& [kind, path] : paths) out += "<path class=\"" + kind + "\" d=\"" + path + "\"/>";
-        if (!slips.empty())
-            out += "<path class=\"halo\" d=\"" + slips + "\"/><path class=\"slip\" d=\"" + slips + "\"/>";
+        for (const auto& [kind, line] : lines) out += path(kind, line);
+        if (!slips.empty()) out += path("halo", slips) + path("slip", slips);
         return element("g", of_class("lane"), out) + "\n";
     }
 
@@ -178,12 +177,12 @@ private:
         const std::int64_t from = h_.bins().begin_of(0), to = h_.bins().begin_of(h_.size());
         for (const time_mark_t& m : time_marks(from, to, kMostTimeMarks)) {
             const double x = part(m.time);
-            const std::string at = number(x, 2) + "%\"";
-            out += "<line class=\"grid\" x1=\"" + at + " x2=\"" + at + " y1=\"" + std::to_string(kTop - 4) +
-                   "\" y2=\"" + std::to_string(height - kBottom + 4) + "\"/>";
+            const std::string at = number(x, 2);
             const char* anchor = x < 4 ? "start" : x > 96 ? "end" : "middle";
-            out += "<text x=\"" + at + " y=\"" + std::to_string(height - 6) + "\" text-anchor=\"" + anchor + "\">" +
-                   m.text + "</text>";
+            out += text("<line class=\"grid\" x1=\"%s%%\" x2=\"%s%%\" y1=\"%d\" y2=\"%d\"/>", at.c_str(), at.c_str(),
+                        kTop - 4, height - kBottom + 4) +
+                   text("<text x=\"%s%%\" y=\"%d\" text-anchor=\"%s\">%s</text>", at.c_str(), height - 6, anchor,
+                        m.text.c_str());
         }
         return out;
     }

@@ -103,6 +103,7 @@ std::string json_chart(const history_t& history, const chart_t& chart, const std
     for (const line_t& line : chart.lines) {
         if (!any(history, line)) continue;
         std::vector<extent_t> extents;
+        extents.reserve(bins.size());
         for (const std::size_t bin : bins) extents.push_back(line.of(history.moments()[bin]));
         lines += (lines.empty() ? "" : ",") + ("{\"name\":\"" + std::string(line.name)) + "\",\"colour\":\"" +
                  line.colour +
@@ -234,6 +235,7 @@ std::string chart_data(subject_t& subject)
     history_t& h = subject.history;
     const auto bins = drawn_bins(h);
     std::vector<std::string> places;
+    places.reserve(bins.size());
     for (const std::size_t bin : bins) places.push_back(std::to_string(bin));
     const std::int64_t width = h.bins().width();
     std::string out = "{\"from\":" + number(static_cast<double>(h.bins().begin_of(0) + kUnixEpoch) / 1000.0, 4) +

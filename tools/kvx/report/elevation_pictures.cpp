@@ -71,8 +71,7 @@ std::string cloud_cells(const panel_t& panel, const scale_t& scale)
     const double height = (kBottom - kTop) * panel.row / (scale.high - scale.low);
     for (std::size_t shade = 0; shade < kShades; ++shade) {
         if (paths[shade].empty()) continue;
-        out += "<path class=\"cloud q" + std::to_string(shade) + "\" stroke-width=\"" + number(height, 2) + "\" d=\"" +
-               paths[shade] + "\"/>";
+        out += path("cloud q" + std::to_string(shade), paths[shade], "stroke-width=\"" + number(height, 2) + "\"");
     }
     return out;
 }
@@ -88,7 +87,10 @@ void spread(std::vector<name_t>& names)
     std::sort(names.begin(), names.end(), [](const name_t& a, const name_t& b) { return a.y < b.y; });
     for (std::size_t i = 1; i < names.size(); ++i) names[i].y = std::max(names[i].y, names[i - 1].y + kLine);
     double lowest = kBottom + 4.0;
-    for (std::size_t i = names.size(); i-- > 0; lowest = names[i].y - kLine) names[i].y = std::min(names[i].y, lowest);
+    for (auto name = names.rbegin(); name != names.rend(); ++name) {
+        name->y = std::min(name->y, lowest);
+        lowest = name->y - kLine;
+    }
 }
 
 std::string curves(const panel_t& panel, const scale_t& scale)
@@ -98,19 +100,19 @@ std::string curves(const panel_t& panel, const scale_t& scale)
     std::string out;
     std::vector<name_t> names;
     for (std::size_t c = 0; c < panel.curves.size(); ++c) {
-        std::string path, dots;
+        std::string line, dots;
         double x = 0.0, y = 0.0;
         for (std::size_t step = 0; step < kElevationSteps; ++step) {
             const auto& value = panel.curves[c].values[step];
             if (!value) continue;
             x = x_of(middle_of(step)), y = y_of(scale, std::clamp(*value, scale.low, scale.high));
             const std::string at = number(x, 1) + " " + number(y, 1);
-            path += (path.empty() ? "M" : "L") + at;
-            dots += "M" + at + "h0";
+            line.append(line.empty() ? "M" : "L").append(at);
+            dots.append("M").append(at).append("h0");
         }
-        if (path.empty()) continue;
-        out += "<path class=\"curve " + colour + "\" stroke-dasharray=\"" + kDashes[c % std::size(kDashes)] +
-               "\" d=\"" + path + "\"/><path class=\"dots " + colour + "\" d=\"" + dots + "\"/>";
+        if (line.empty()) continue;
+        out += path("curve " + colour, line, text("stroke-dasharray=\"%s\"", kDashes[c % std::size(kDashes)])) +
+               path("dots " + colour, dots);
         names.push_back({x, y + 4.0, panel.curves[c].name});
     }
     spread(names);

@@ -138,6 +138,13 @@ std::string as_image(const std::string& id)
     return "role=\"img\" aria-labelledby=\"" + id + "-t\" aria-describedby=\"" + id + "-d\"";
 }
 
+std::string path(std::string_view kind, std::string_view line, std::string_view attributes)
+{
+    std::string out = "<path class=\"";
+    out.append(kind).append("\" ").append(attributes).append(attributes.empty() ? "d=\"" : " d=\"");
+    return out.append(line).append("\"/>");
+}
+
 std::string label(double x, double y, std::string_view anchor, const std::string& content,
                   const std::string& attributes)
 {

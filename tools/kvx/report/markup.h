@@ -50,6 +50,10 @@ std::string figure(const figure_t& figure);
 /// Attributes of a figure's picture, which title and description name.
 std::string as_image(const std::string& id);
 
+/// A path of SVG.
+/// @param kind  its classes
+std::string path(std::string_view kind, std::string_view line, std::string_view attributes = "");
+
 /// An element of SVG with a text.
 std::string label(double x, double y, std::string_view anchor, const std::string& content,
                   const std::string& attributes = "");

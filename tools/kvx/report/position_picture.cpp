@@ -52,6 +52,7 @@ double quantile(std::vector<double> values, double share)
 std::vector<double> of_dots(const std::vector<dot_t>& all, const std::function<double(const dot_t&)>& value)
 {
     std::vector<double> values;
+    values.reserve(all.size());
     for (const dot_t& d : all) values.push_back(value(d));
     return values;
 }
@@ -132,18 +133,18 @@ std::string scale_bar(const window_t& w)
 
 std::string marks(const std::vector<dot_t>& all, const window_t& w, const char* kind)
 {
-    std::string path;
+    std::string line;
     for (const dot_t& d : all) {
-        if (w.holds(d)) path += "M" + w.point(d) + "h0";
+        if (w.holds(d)) line += "M" + w.point(d) + "h0";
     }
-    return "<path class=\"" + std::string(kind) + "\" d=\"" + path + "\"/>";
+    return path(kind, line);
 }
 
 std::string track(const std::vector<dot_t>& all, const window_t& w, const char* kind)
 {
-    std::string path;
-    for (const dot_t& d : all) path += (path.empty() ? "M" : "L") + w.point(d);
-    return "<path class=\"track " + std::string(kind) + "\" d=\"" + path + "\"/>";
+    std::string line;
+    for (const dot_t& d : all) line += (line.empty() ? "M" : "L") + w.point(d);
+    return path(std::string("track ") + kind, line);
 }
 
 std::string circle(const window_t& w, double radius, const std::string& what)

@@ -1,5 +1,7 @@
 // kvx report: what logs and RINEX files hold and how good it is, as pages to look at.
-#include <cstdio>
+#include <sys/stat.h>
+#include <unistd.h>
+
 #include <memory>
 
 #include "common/command.h"
@@ -23,6 +25,14 @@ struct report_options_t {
     bool force = false;
 };
 
+// What comes in live is whole when a signal ends it; a file is not.
+bool is_live(const std::string& path)
+{
+    struct stat status {};
+    const bool known = (path == "-" ? fstat(STDIN_FILENO, &status) : stat(path.c_str(), &status)) == 0;
+    return known && !S_ISREG(status.st_mode);
+}
+
 class run_t {
 public:
     explicit run_t(const report_options_t& options)
@@ -43,7 +53,7 @@ public:
                 code_ = kFailed;
             }
         }
-        if (destination_.several()) destination_.write(index_of(entries_), destination_.index());
+        if (destination_.several() && !interrupted()) destination_.write(index_of(entries_), destination_.index());
         return interrupted() ? interrupt_code() : code_;
     }
 
@@ -54,6 +64,7 @@ private:
         history_t history;
         inspection_t inspection =
             inspect(options_.inspection, path, inputs_, [&history](quality::quality_t& q) { history.listen(q); });
+        if (interrupted() && !is_live(path)) throw interruption_t(path, "no page is made of a part");
         subject_t subject{inspection, history, signal_rows(inspection), satellite_rows(inspection)};
         const verdict_t verdict = verdict_of(subject);
         destination_.write(report::page_of(subject, verdict, destination_.index()), name);

@@ -29,6 +29,11 @@ struct sky_rings_t {
     }
     std::size_t count() const { return static_cast<std::size_t>(first[kRings]); }
 
+    std::size_t cell(std::size_t ring, int i) const
+    {
+        return static_cast<std::size_t>(first[ring]) + static_cast<std::size_t>(i);
+    }
+
     /// The cell of a direction above the horizon; -1: it is below or not known.
     int cell_of(const quality::direction_t& to) const
     {

@@ -55,7 +55,7 @@ std::vector<count_t> sectors(const subject_t& subject)
         for (int i = 0; i < rings.cells[ring]; ++i) {
             const double azimuth = 360.0 * (i + 0.5) / rings.cells[ring];
             found[static_cast<std::size_t>(azimuth / kSector)] +=
-                count_of(subject.history.sky()[static_cast<std::size_t>(rings.first[ring] + i)], systems);
+                count_of(subject.history.sky()[rings.cell(ring, i)], systems);
         }
     }
     return found;
@@ -86,7 +86,7 @@ std::string cells(const subject_t& subject)
     for (int ring = 0; ring < kRings; ++ring) {
         const auto r = static_cast<std::size_t>(ring);
         for (int i = 0; i < rings.cells[r]; ++i) {
-            const sky_cell_t& cell = subject.history.sky()[static_cast<std::size_t>(rings.first[r] + i)];
+            const sky_cell_t& cell = subject.history.sky()[rings.cell(r, i)];
             const count_t n = count_of(cell, systems);
             if (n.observed + n.missed == 0) continue;
             std::string kind = n.hidden() ? "hidden" : "seen";
@@ -95,7 +95,7 @@ std::string cells(const subject_t& subject)
             if (!n.hidden() && cell.multipath.degrees > 0.0)
                 kind += " m" + std::to_string(colour_of_multipath(cell.multipath.rms()));
             const double width = 360.0 / rings.cells[r];
-            out += "<path class=\"" + kind + "\" d=\"" + cell_path(ring, width * i, width * (i + 1)) + "\"/>\n";
+            out += path(kind, cell_path(ring, width * i, width * (i + 1))) + "\n";
         }
     }
     return out;

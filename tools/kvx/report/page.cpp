@@ -34,6 +34,7 @@ std::string file_name(const std::string& path)
 std::string grade_mark(grade_t grade)
 {
     const std::string name = name_of(grade);
+    if (grade == grade_t::none) return "";
     return element("span", of_class("grade " + name), name);
 }
 

@@ -44,7 +44,7 @@ std::vector<dot_t> dots(const history_t& history, which_t which, dot_t middle)
 double quantile(std::vector<double> values, double share)
 {
     if (values.empty()) return 0.0;
-    const auto at = static_cast<std::ptrdiff_t>(share * static_cast<double>(values.size() - 1));
+    const auto at = static_cast<std::ptrdiff_t>(std::ceil(share * static_cast<double>(values.size() - 1)));
     std::nth_element(values.begin(), values.begin() + at, values.end());
     return values[static_cast<std::size_t>(at)];
 }

@@ -1,5 +1,6 @@
 #include "report/verdict.h"
 
+#include <algorithm>
 #include <cmath>
 #include <optional>
 
@@ -64,7 +65,6 @@ value_t gaps(const subject_t& s)
 value_t lost_bytes(const subject_t& s)
 {
     const summary_t& summary = s.inspection.summary;
-    if (s.inspection.kind != inspection_t::kind_t::log) return {};
     return share(summary.bytes - std::min(summary.bytes, summary.lost.good_bytes), summary.bytes);
 }
 
@@ -98,6 +98,7 @@ struct rule_t {
     bool more_is_better;
     double good, fair;
     value_t (*value)(const subject_t&);
+    bool of_logs = false;   // not of RINEX files
 };
 
 // clang-format off
@@ -108,7 +109,7 @@ constexpr rule_t kRules[] = {
     {"Median C/N0",                   "weak signals",                        "dB-Hz",               1, true,  40.0, 34.0, strength},
     {"Multipath and noise, RMS",      "multipath",                           "m",                   2, false, 0.6,  1.5,  multipath},
     {"Epochs missing",                "gaps",                                "%",                   2, false, 0.1,  2.0,  gaps},
-    {"Bytes lost to damage",          "damage",                              "%",                   2, false, 0.0,  1.0,  lost_bytes},
+    {"Bytes lost to damage",          "damage",                              "%",                   2, false, 0.0,  1.0,  lost_bytes, true},
     {"Faults in the contents",        "faults in the contents",              "",                    0, false, 0.0,  10.0, faults},
     {"Scatter of computed positions", "scattered positions",                 "m",                   2, false, 3.0,  10.0, scatter},
     {"Mean PDOP",                     "poor geometry",                       "",                    2, false, 2.5,  5.0,  geometry},
@@ -122,24 +123,27 @@ double rounded(const rule_t& rule, double value)
     return value > 0.0 && shown == 0.0 ? 1.0 / power : shown;
 }
 
-grade_t grade_of(const rule_t& rule, const value_t& value)
+grade_t grade_of(const rule_t& rule, double value)
 {
-    if (!value) return grade_t::unknown;
-    const auto reaches = [&](double limit) { return rule.more_is_better ? *value >= limit : *value <= limit; };
+    const auto reaches = [&](double limit) { return rule.more_is_better ? value >= limit : value <= limit; };
     return reaches(rule.good) ? grade_t::good : reaches(rule.fair) ? grade_t::fair : grade_t::poor;
 }
 
 judgement_t judge(const rule_t& rule, const subject_t& subject)
 {
-    value_t value = rule.value(subject);
-    if (value) value = rounded(rule, *value);
     const std::string side = rule.more_is_better ? " \u2265 " : " \u2264 ";
-    return {rule.what,
-            rule.limit,
-            rule.unit,
-            value ? number(*value, rule.decimals) : "not known",
-            "good" + side + number(rule.good, rule.decimals) + ", fair" + side + number(rule.fair, rule.decimals),
-            grade_of(rule, value)};
+    judgement_t j{rule.what,
+                  rule.limit,
+                  rule.unit,
+                  "-",
+                  "good" + side + number(rule.good, rule.decimals) + ", fair" + side + number(rule.fair, rule.decimals),
+                  grade_t::none};
+    if (rule.of_logs && subject.inspection.kind != inspection_t::kind_t::log) return j;
+    const value_t value = rule.value(subject);
+    const double shown = value ? rounded(rule, *value) : 0.0;
+    j.value = value ? number(shown, rule.decimals) : "not known";
+    j.grade = value ? grade_of(rule, shown) : grade_t::unknown;
+    return j;
 }
 
 std::string limits_of(const std::vector<judgement_t>& judgements, grade_t grade)
@@ -158,12 +162,13 @@ std::string limits_text(const verdict_t& v, const subject_t& subject)
     if (!fair.empty()) out += std::string(out.empty() ? "" : " ") + "Not at its best: " + fair + ".";
     const std::string hidden = hidden_sectors(subject);
     if (!hidden.empty()) out += " Below 40° the sky is mostly hidden at azimuths " + hidden + ".";
-    return out.empty() ? "Nothing limits it." : out;
+    return out.empty() ? "Nothing is known to limit it." : out;
 }
 
 std::string why_none(const inspection_t& i)
 {
     if (i.kind == inspection_t::kind_t::navigation) return "it is a navigation file";
+    if (i.summary.epochs.epochs > 0) return "none of what was asked for";
     return i.kind == inspection_t::kind_t::log ? i.summary.why_no_epoch() : "none can be read";
 }
 
@@ -172,16 +177,17 @@ std::string content_text(const subject_t& subject)
     const epoch_count_t& e = subject.inspection.summary.epochs;
     std::uint64_t satellites = 0;
     for (const satellite_row_t& row : subject.satellites) satellites += row.epochs > 0;
+    const std::string step = e.steps.usual() > 0.0 ? " every " + number(e.steps.usual(), 2) + " s" : "";
     return duration_text(e.last - e.first) + " from " + time_text(static_cast<std::int64_t>(1000.0 * e.first)) +
-           " (GPS time): " + plural(e.epochs, "epoch") + " every " + number(e.steps.usual(), 2) + " s, " +
-           plural(satellites, "satellite") + ", " + plural(subject.signals.size(), "signal") + ".";
+           " (GPS time): " + plural(e.epochs, "epoch") + step + ", " + plural(satellites, "satellite") + ", " +
+           plural(subject.signals.size(), "signal") + ".";
 }
 
 }   // namespace
 
 std::string with_unit(const judgement_t& j)
 {
-    return j.value + (j.unit[0] != '\0' && j.grade != grade_t::unknown ? "\u202F" + std::string(j.unit) : "");
+    return j.value + (j.unit[0] != '\0' && j.grade < grade_t::unknown ? "\u202F" + std::string(j.unit) : "");
 }
 
 std::vector<std::string> rule_names()
@@ -194,29 +200,30 @@ std::vector<std::string> rule_names()
 
 const char* name_of(grade_t grade)
 {
-    constexpr const char* kNames[] = {"good", "fair", "poor", "unknown"};
+    constexpr const char* kNames[] = {"good", "fair", "poor", "unknown", "none"};
     return kNames[static_cast<std::size_t>(grade)];
 }
 
 verdict_t verdict_of(const subject_t& subject)
 {
     verdict_t v;
-    if (subject.inspection.summary.epochs.epochs == 0) {
+    if (subject.inspection.quality->epochs() == 0) {
         v.grade = grade_t::poor;
         v.usable = "Not usable.";
         v.limits = "No epoch with observations: " + why_none(subject.inspection) + ".";
         return v;
     }
-    int poor = 0, fair = 0;
-    for (const rule_t& rule : kRules) {
-        v.judgements.push_back(judge(rule, subject));
-        poor += v.judgements.back().grade == grade_t::poor;
-        fair += v.judgements.back().grade == grade_t::fair;
-    }
-    v.grade = poor > 0 ? grade_t::poor : fair > 0 ? grade_t::fair : grade_t::good;
+    for (const rule_t& rule : kRules) v.judgements.push_back(judge(rule, subject));
+    const auto count = [&v](grade_t grade) {
+        return std::count_if(v.judgements.begin(), v.judgements.end(),
+                             [grade](const judgement_t& j) { return j.grade == grade; });
+    };
+    const auto poor = count(grade_t::poor), fair = count(grade_t::fair), unknown = count(grade_t::unknown);
+    v.grade = poor > 0 ? grade_t::poor : fair > 0 ? grade_t::fair : unknown > 0 ? grade_t::unknown : grade_t::good;
     v.usable = poor >= kPoorIsUseless ? "Hardly usable."
                : poor > 0             ? "Usable with care."
                : fair > 0             ? "Usable."
+               : unknown > 0          ? "Usable, as far as it is known."
                                       : "Usable, and good throughout.";
     v.limits = limits_text(v, subject);
     v.content = content_text(subject);

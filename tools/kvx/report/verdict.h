@@ -9,7 +9,7 @@
 
 namespace kvx::report {
 
-enum class grade_t { good, fair, poor, unknown };
+enum class grade_t { good, fair, poor, unknown, none };   // none: the rule is not for such a file
 
 /// A rule and what it says of a log.
 struct judgement_t {

@@ -162,7 +162,8 @@ std::string limits_text(const verdict_t& v, const subject_t& subject)
     if (!fair.empty()) out += std::string(out.empty() ? "" : " ") + "Not at its best: " + fair + ".";
     const std::string hidden = hidden_sectors(subject);
     if (!hidden.empty()) out += " Below 40° the sky is mostly hidden at azimuths " + hidden + ".";
-    return out.empty() ? "Nothing is known to limit it." : out;
+    if (!out.empty()) return out;
+    return v.grade == grade_t::unknown ? "Nothing is known to limit it." : "Nothing limits it.";
 }
 
 std::string why_none(const inspection_t& i)

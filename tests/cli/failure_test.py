@@ -36,6 +36,7 @@ convert ../log ../other -j 2 -o out
 convert - -o out --interval 2 --nav none --name pipe < ../log
 info ../log ../torn
 info ../log.gz --json
+report ../log -o page.html
 check ../rinex/p.crx.gz ../rinex/p.rnx
 verify ../log ../rinex/p.crx.gz ../rinex/p.rnx
 expand ../rinex/p.crx.gz ../log.gz -o out

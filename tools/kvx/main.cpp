@@ -19,9 +19,9 @@ using kvx::command_line_t;
 using kvx::command_t;
 
 constexpr command_t (*kCommands[])(command_line_t&) = {
-    kvx::convert_command, kvx::check_command,     kvx::verify_command,   kvx::expand_command,
-    kvx::info_command,    kvx::positions_command, kvx::simulate_command, kvx::dump_command,
-    kvx::frame_command,   kvx::gpio_command,      kvx::i2c_command,
+    kvx::convert_command, kvx::check_command,  kvx::verify_command,    kvx::expand_command,
+    kvx::info_command,    kvx::report_command, kvx::positions_command, kvx::simulate_command,
+    kvx::dump_command,    kvx::frame_command,  kvx::gpio_command,      kvx::i2c_command,
 };
 
 bool g_memory_ran_out = false;

@@ -28,6 +28,7 @@ struct command_t {
 command_t convert_command(command_line_t& program);
 command_t info_command(command_line_t& program);
 command_t positions_command(command_line_t& program);
+command_t report_command(command_line_t& program);
 command_t check_command(command_line_t& program);
 command_t verify_command(command_line_t& program);
 command_t simulate_command(command_line_t& program);

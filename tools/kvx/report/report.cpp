@@ -1,0 +1,109 @@
+// kvx report: what logs and RINEX files hold and how good it is, as pages to look at.
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <memory>
+
+#include "common/command.h"
+#include "common/error.h"
+#include "common/interrupt.h"
+#include "common/publish.h"
+#include "info/inputs.h"
+#include "report/destination.h"
+#include "report/page.h"
+
+namespace kvx {
+
+namespace {
+
+using namespace report;
+
+struct report_options_t {
+    inspection_options_t inspection;
+    std::vector<std::string> paths;
+    std::string output;
+    bool force = false;
+};
+
+// What comes in live is whole when a signal ends it; a file is not.
+bool is_live(const std::string& path)
+{
+    struct stat status {};
+    const bool known = (path == "-" ? fstat(STDIN_FILENO, &status) : stat(path.c_str(), &status)) == 0;
+    return known && !S_ISREG(status.st_mode);
+}
+
+class run_t {
+public:
+    explicit run_t(const report_options_t& options)
+        : options_(options),
+          inputs_(inputs_of(options.paths)),
+          destination_(options.output, inputs_.described.size() > 1, options.force)
+    {}
+
+    int run()
+    {
+        for (const std::string& path : inputs_.described) {
+            if (interrupted()) break;
+            try {
+                add(path);
+            } catch (const std::exception& e) {
+                print_failure(e, path);
+                entries_.push_back({path, "", e.what(), grade_t::unknown, "", "", {}});
+                code_ = kFailed;
+            }
+        }
+        if (destination_.several() && !interrupted()) destination_.write(index_of(entries_), destination_.index());
+        return interrupted() ? interrupt_code() : code_;
+    }
+
+private:
+    void add(const std::string& path)
+    {
+        const std::string name = destination_.page_of(path);
+        history_t history;
+        inspection_t inspection =
+            inspect(options_.inspection, path, inputs_, [&history](quality::quality_t& q) { history.listen(q); });
+        if (interrupted() && !is_live(path)) throw interruption_t(path, "no page is made of a part");
+        subject_t subject{inspection, history, signal_rows(inspection), satellite_rows(inspection)};
+        const verdict_t verdict = verdict_of(subject);
+        destination_.write(report::page_of(subject, verdict, destination_.index()), name);
+        entries_.push_back(entry_of(subject, verdict, name));
+        if (code_ == kDone && inspection.damaged()) code_ = kDamaged;
+    }
+
+    const report_options_t& options_;
+    inputs_t inputs_;
+    destination_t destination_;
+    std::vector<entry_t> entries_;
+    int code_ = kDone;
+};
+
+int run(const report_options_t& options)
+{
+    begin_run(options.paths);
+    catch_interrupts();
+    return run_t(options).run();
+}
+
+}   // namespace
+
+command_t report_command(command_line_t& program)
+{
+    auto options = std::make_shared<report_options_t>();
+    command_line_t app =
+        program.command("report", "What info tells, as a page to look at: works offline, prints, no server");
+    app.option("FILE", &options->paths,
+               "Logs of the receiver board; RINEX observation files, with navigation files for their positions; .gz is "
+               "read directly, - is a log on standard input",
+               {.required = true});
+    app.option("-o,--output", &options->output,
+               "Page to write, x.html, or folder for pages; of several logs it is an index that compares them, pages "
+               "beside it",
+               {.required = true});
+    app.flag("--force", &options->force, "Replace files that exist");
+    add_selection_options(app, options->inspection, "to look at");
+    return {app, [options] { return run(*options); }};
+}
+
+}   // namespace kvx

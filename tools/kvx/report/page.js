@@ -46,7 +46,7 @@
       width: widthOf(place), height: 240, series, bands,
       tzDate: (seconds) => uPlot.tzDate(new Date(seconds * 1000), "Etc/UTC"),
       fmtDate: (template) => uPlot.fmtDate(template.replace("{h}{aa}", "{HH}:00").replace("{h}", "{HH}").replace("{aa}", "").replace("{M}/{D}/{YY}", "{YYYY}-{MM}-{DD}").replace("{M}/{D}", "{MM}-{DD}")),
-      axes: [axis("", 46), axis(unit, 52)],
+      axes: [axis("", 46), { ...axis(unit, 52), ...(decimals ? {} : { incrs: [1, 2, 5, 10, 20, 50] }) }],
       cursor: { sync: { key: sync.key }, drag: { x: true, y: false } },
       hooks: { setSeries: [(u, i, how) => { if (i && how.show != null && u.series[i].ranged) u.setSeries(i + 1, { show: how.show }); }] },
     };

@@ -6,6 +6,10 @@
   const drawn = [];   // functions that draw a chart anew
   const sync = uPlot.sync("time");
 
+  const paper = 900;    // px, of a chart that the style makes three quarters as large
+  let printing = false;
+  const widthOf = (place) => (printing ? paper : Math.max(place.clientWidth, 200));
+
   const colour = (name) => getComputedStyle(document.documentElement).getPropertyValue(name).trim();
   const signalColours = ["--blue", "--orange", "--green", "--J", "--C", "--quiet", "--E", "--R"];
 
@@ -39,10 +43,10 @@
     const series = [{ label: "GPS time", value: "{YYYY}-{MM}-{DD} {HH}:{mm}:{ss}" }];
     linesOf(lines, columns, series, bands, decimals);
     const options = {
-      width: Math.max(place.clientWidth, 200), height: 240, series, bands,
+      width: widthOf(place), height: 240, series, bands,
       tzDate: (seconds) => uPlot.tzDate(new Date(seconds * 1000), "Etc/UTC"),
       fmtDate: (template) => uPlot.fmtDate(template.replace("{h}{aa}", "{HH}:00").replace("{h}", "{HH}").replace("{aa}", "").replace("{M}/{D}/{YY}", "{YYYY}-{MM}-{DD}").replace("{M}/{D}", "{MM}-{DD}")),
-      axes: [axis("", 46), axis(unit, 52)],
+      axes: [axis("", 46), { ...axis(unit, 52), ...(decimals ? {} : { incrs: [1, 2, 5, 10, 20, 50] }) }],
       cursor: { sync: { key: sync.key }, drag: { x: true, y: false } },
       hooks: { setSeries: [(u, i, how) => { if (i && how.show != null && u.series[i].ranged) u.setSeries(i + 1, { show: how.show }); }] },
     };
@@ -102,10 +106,14 @@
   let width = window.innerWidth;
   const fit = () => {
     for (const place of document.querySelectorAll(".chart"))
-      if (place.plot) place.plot.setSize({ width: Math.max(place.clientWidth, 200), height: 240 });
+      if (place.plot) place.plot.setSize({ width: widthOf(place), height: 240 });
   };
   window.addEventListener("resize", () => { if (window.innerWidth !== width) { width = window.innerWidth; fit(); } });
   matchMedia("(prefers-color-scheme: dark)").addEventListener("change", drawAll);
-  window.addEventListener("beforeprint", drawAll);
-  window.addEventListener("afterprint", drawAll);
+  for (const event of ["beforeprint", "afterprint"])
+    window.addEventListener(event, () => {
+      printing = event === "beforeprint";
+      document.documentElement.classList.toggle("paper", printing);   // charts are drawn before the style is paper's
+      drawAll();
+    });
 })();

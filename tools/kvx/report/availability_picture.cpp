@@ -25,7 +25,7 @@ public:
         }
         const double step = 1000.0 * h_.steps().usual() / static_cast<double>(h_.bins().width());
         bridge_ = static_cast<std::size_t>(std::max(1.0, std::ceil(1.5 * step)));
-        for (std::size_t bin = 0; bin < h_.size(); ++bin) {
+        for (std::size_t bin = h_.begin(); bin < h_.end(); ++bin) {
             if (h_.moments()[bin].epochs > 0) bins_.push_back(bin);
         }
     }
@@ -73,7 +73,7 @@ private:
     {
         const std::size_t bin = bins_[index];
         const bool next = index + 1 < bins_.size() && bins_[index + 1] - bin <= bridge_;
-        return next ? bins_[index + 1] : std::min(bin + (bridge_ + 1) / 2, h_.size());
+        return next ? bins_[index + 1] : std::min(bin + (bridge_ + 1) / 2, h_.end());
     }
 
     std::string stretched(int height) const
@@ -81,7 +81,7 @@ private:
         std::string lanes;
         for (std::size_t i = 0; i < rows_.size(); ++i) lanes += lane(*rows_[i], middle(i));
         return element("svg",
-                       "viewBox=\"0 0 " + std::to_string(h_.size()) + " " + std::to_string(height) +
+                       text("viewBox=\"%zu 0 %zu ", h_.begin(), h_.end() - h_.begin()) + std::to_string(height) +
                            "\" width=\"100%\" height=\"" + std::to_string(height) +
                            "\" preserveAspectRatio=\"none\" overflow=\"visible\"",
                        lanes);
@@ -133,8 +133,9 @@ private:
 
     double part(std::int64_t time) const   // %
     {
-        const double bins = static_cast<double>(time - h_.bins().begin_of(0)) / static_cast<double>(h_.bins().width());
-        return 100.0 * bins / static_cast<double>(std::max<std::size_t>(h_.size(), 1));
+        const double bins =
+            static_cast<double>(time - h_.bins().begin_of(h_.begin())) / static_cast<double>(h_.bins().width());
+        return 100.0 * bins / static_cast<double>(h_.end() - h_.begin());
     }
 
     std::string gaps_and_marks(int height) const
@@ -166,7 +167,7 @@ private:
             for (const std::size_t b : bins_) {
                 if (h_.moments()[b].offset <= d.offset) bin = b;
             }
-            ++found[100.0 * static_cast<double>(bin) / static_cast<double>(std::max<std::size_t>(h_.size(), 1))];
+            ++found[part(h_.bins().begin_of(bin))];
         }
         return found;
     }
@@ -174,7 +175,7 @@ private:
     std::string time_axis(int height) const
     {
         std::string out;
-        const std::int64_t from = h_.bins().begin_of(0), to = h_.bins().begin_of(h_.size());
+        const std::int64_t from = h_.bins().begin_of(h_.begin()), to = h_.bins().begin_of(h_.end());
         for (const time_mark_t& m : time_marks(from, to, kMostTimeMarks)) {
             const double x = part(m.time);
             const std::string at = number(x, 2);
@@ -198,7 +199,7 @@ private:
 
 std::string availability_picture(subject_t& subject)
 {
-    if (subject.history.size() == 0) return "";
+    if (subject.history.begin() == subject.history.end()) return "";
     availability_t picture(subject);
     const std::string times =
         time_text(subject.history.first()) + " to " + time_text(subject.history.last()) + " (GPS time)";

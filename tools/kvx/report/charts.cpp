@@ -69,7 +69,7 @@ std::vector<std::size_t> drawn_bins(const history_t& history)
     const double step = 1500.0 * history.steps().usual() / static_cast<double>(history.bins().width());
     const auto bridge = static_cast<std::size_t>(std::max(1.0, std::ceil(step)));
     std::vector<std::size_t> bins;
-    for (std::size_t bin = 0; bin < history.size(); ++bin) {
+    for (std::size_t bin = history.begin(); bin < history.end(); ++bin) {
         const moment_t& m = history.moments()[bin];
         if (m.epochs == 0 && !m.told.any()) continue;
         if (!bins.empty() && bin - bins.back() > bridge) bins.push_back(bins.back() + 1);
@@ -161,10 +161,10 @@ table_t numbers(const history_t& history, const chart_t& chart)
         t.head.push_back(std::string(line.name) + ", least");
         t.head.push_back("greatest");
     }
-    const std::size_t length = std::max<std::size_t>(1, (history.size() + kParts - 1) / kParts);
-    for (std::size_t from = 0; from < history.size(); from += length) {
+    const std::size_t length = std::max<std::size_t>(1, (history.end() - history.begin() + kParts - 1) / kParts);
+    for (std::size_t from = history.begin(); from < history.end(); from += length) {
         moment_t part;
-        for (std::size_t bin = from; bin < std::min(from + length, history.size()); ++bin)
+        for (std::size_t bin = from; bin < std::min(from + length, history.end()); ++bin)
             part += history.moments()[bin];
         std::vector<std::string> row{time_text(history.bins().begin_of(from))};
         for (const line_t* line : lines) {

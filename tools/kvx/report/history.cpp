@@ -54,6 +54,13 @@ const std::vector<extent_t>& history_t::signal(int place, int signal)
     return signals_ ? signals_->at(place, signal) : kNone;
 }
 
+std::size_t history_t::begin() const
+{
+    std::size_t bin = 0;
+    while (bin < used_bins_ && moments_[bin].epochs == 0 && !moments_[bin].told.any()) ++bin;
+    return bin;
+}
+
 std::vector<gap_t> history_t::gaps() const
 {
     std::vector<gap_t> found;
@@ -192,6 +199,7 @@ void history_t::follow_time(std::int64_t time)
         }
     }
     first_ = std::min(first_, time);
+    latest_ = std::max(latest_, time);
     time_ = time;
 }
 

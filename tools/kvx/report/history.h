@@ -113,7 +113,8 @@ public:
     void listen(quality::quality_t& quality);
 
     const time_bins_t& bins() const { return bins_; }
-    std::size_t size() const { return used_bins_; }   ///< bins up to the last that holds something
+    std::size_t begin() const;                       ///< the first bin that holds something
+    std::size_t end() const { return used_bins_; }   ///< the one behind the last of them
     const std::vector<moment_t>& moments() const { return moments_; }
     const std::vector<presence_t>& presence(int place) const   ///< empty: never above ten degrees nor observed
     {
@@ -131,7 +132,7 @@ public:
     const step_counter_t& steps() const { return steps_; }
     std::vector<gap_t> gaps() const;   ///< the longest ones, in order
     std::int64_t first() const { return first_; }
-    std::int64_t last() const { return time_; }
+    std::int64_t last() const { return latest_; }
 
     /// Of the origin, which is the first position, above the ellipsoid (m).
     double height() const { return height_; }
@@ -168,7 +169,8 @@ private:
     std::vector<bool> now_;   // satellites of the epoch in hand
     step_counter_t steps_;
     std::vector<gap_t> gaps_;   // a heap, the shortest on top
-    std::int64_t first_ = 0, time_ = 0;
+    std::int64_t first_ = 0, latest_ = 0;
+    std::int64_t time_ = 0;   // of the epoch before (ms)
     position::vec3_t origin_{};
     double height_ = 0.0;
     std::optional<position::axes_t> axes_;

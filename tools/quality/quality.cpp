@@ -32,7 +32,8 @@ void quality_t::add_fix(const position::vec3_t& ecef, int kind, std::int64_t tim
     if (!(norm(ecef) > kNearCentre)) return;
     fixes_.add(ecef);
     ++fix_kinds_[kind];
-    receiver_ = fix_ = ecef;
+    receiver_ = ecef;
+    last_fixes_[fixes_.count() % last_fixes_.size()] = {time, ecef};
     if (act_on_fix_) act_on_fix_(time, ecef);
 }
 
@@ -48,7 +49,7 @@ void quality_t::add(const measured_epoch_t& epoch)
     solution_ = &computed_.add(epoch, receiver_);
     if (*solution_) receiver_ = (*solution_)->position;
     judge_clock(epoch.time);
-    count_solution();
+    count_solution(epoch.time);
     if (epoch.time - looked_ >= kLookInterval || epoch.time < looked_) look_around(epoch.time);
     directed_epochs_ += receiver_.has_value();
     for (std::size_t place = 0; place < directions_.size(); ++place) {
@@ -105,12 +106,14 @@ void quality_t::judge_clock(std::int64_t time)
     clock_.time = time, clock_.offset = offset, clock_.system = system;
 }
 
-void quality_t::count_solution()
+void quality_t::count_solution(std::int64_t time)
 {
     if (!*solution_) return;
     const position::solution_t& s = **solution_;
     computed_positions_.add(s.position);
-    if (fix_) distances_.add(norm(s.position - *fix_));
+    for (const timed_fix_t& fix : last_fixes_) {
+        if (fix.time == time) distances_.add(norm(s.position - fix.ecef));
+    }
     used_.add(s.used);
     pdop_.add(s.pdop), hdop_.add(s.hdop), vdop_.add(s.vdop);
     for (const position::ranging_t& r : computed_.rangings()) {

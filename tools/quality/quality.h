@@ -115,7 +115,7 @@ public:
     const positions_t& fixes() const { return fixes_; }
     const std::map<int, std::uint64_t>& fix_kinds() const { return fix_kinds_; }
     const positions_t& computed() const { return computed_positions_; }
-    const distances_t& distances() const { return distances_; }   ///< of computed ones from the receiver's last fix
+    const distances_t& distances() const { return distances_; }   ///< of computed ones from fixes of their time
     const range_t& satellites_used() const { return used_; }
     const range_t& pdop() const { return pdop_; }
     const range_t& hdop() const { return hdop_; }
@@ -126,7 +126,7 @@ public:
 private:
     void look_around(std::int64_t time);
     void judge_clock(std::int64_t time);
-    void count_solution();
+    void count_solution(std::int64_t time);
     void add_satellite(std::int64_t time, std::span<const measurement_t> of_satellite, bool clock_jumped);
     strengths_t& strengths_at(int constellation, int signal);
 
@@ -157,7 +157,12 @@ private:
     bool clock_jumped_ = false;
     positions_t fixes_, computed_positions_;
     distances_t distances_;
-    std::optional<position::vec3_t> fix_;   // the last one
+    // The last ones: an epoch is judged when messages of the next ones have come.
+    struct timed_fix_t {
+        std::int64_t time = 0;   // ms
+        position::vec3_t ecef{};
+    };
+    std::array<timed_fix_t, 8> last_fixes_;
     std::map<int, std::uint64_t> fix_kinds_;
     range_t used_, pdop_, hdop_, vdop_;
     std::uint64_t epochs_ = 0, directed_epochs_ = 0;

@@ -65,8 +65,10 @@ std::string wrong_word(const CLI::App& program)
         const bool option = word.size() > 1 && word[0] == '-';
         if (!option && commands.empty()) continue;
         const std::string meant = nearest(word.substr(0, word.find('=')), option ? options_of(*command) : commands);
-        return "'" + word + "' is no " + (option ? "option" : "command") + " of " + name +
-               (meant.empty() ? "" : ", did you mean '" + meant + "'?");
+        std::string fault = "'" + word + "' is no ";
+        fault.append(option ? "option" : "command").append(" of ").append(name);
+        if (!meant.empty()) fault.append(", did you mean '").append(meant).append("'?");
+        return fault;
     }
     return "";
 }

@@ -12,7 +12,7 @@ namespace kvx {
 
 namespace {
 
-using std::string_view_literals::operator""sv;
+using namespace std::string_view_literals;
 
 struct magic_t {
     std::size_t offset;

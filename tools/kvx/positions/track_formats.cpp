@@ -170,13 +170,13 @@ std::string nmea(const track_t& track)
         const std::string time = text("%02d%02d%02d.%02d", c.hour, c.minute, c.second,
                                       static_cast<int>(c.fraction / (10 * rinex::kTicksPerMs)));
         const std::string place = angle(p.at.lat * kRadian, 2, "NS") + "," + angle(p.at.lon * kRadian, 3, "EW");
-        std::string fix = "GNGGA," + time + "," + place + ",1,";
+        std::string fix = text("GNGGA,%s,%s,1,", time.c_str(), place.c_str());
         fix += p.satellites > 0 ? text("%02d,%.2f", p.satellites, static_cast<double>(p.hdop)) : ",";
         fix += text(",%.3f,M,", map_height(p));
         fix += p.undulation ? text("%.3f,M,,", static_cast<double>(*p.undulation)) : ",M,,";
         out += sentence(fix);
-        out +=
-            sentence("GNRMC," + time + ",A," + place + ",,," + text("%02d%02d%02d,,,A", c.day, c.month, c.year % 100));
+        out += sentence(
+            text("GNRMC,%s,A,%s,,,%02d%02d%02d,,,A", time.c_str(), place.c_str(), c.day, c.month, c.year % 100));
     }
     return out;
 }

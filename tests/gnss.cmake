@@ -8,9 +8,10 @@ rtk_add_test(sky_test SOURCES unit/sky_test.cpp LIBS kvx_sky LABELS gnss)
 # Compact and compressed files: a part of the tool.
 if(TARGET kvx_rinex)
   find_package(ZLIB REQUIRED)
+  find_package(zstd REQUIRED CONFIG)
   set(common ${PROJECT_SOURCE_DIR}/tools/kvx/common)
   rtk_add_test(crinex_test SOURCES unit/crinex_test.cpp ${common}/compressor.cpp ${common}/output_file.cpp ${common}/left_overs.cpp
-               ${common}/text_format.cpp LIBS kvx_rinex ZLIB::ZLIB PkgConfig::ZSTD LABELS gnss)
+               ${common}/text_format.cpp LIBS kvx_rinex ZLIB::ZLIB zstd::libzstd_shared LABELS gnss)
   target_include_directories(crinex_test PRIVATE ${PROJECT_SOURCE_DIR}/tools/kvx)
 endif()
 

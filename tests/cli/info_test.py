@@ -10,6 +10,7 @@ import pathlib
 import re
 import subprocess
 import tempfile
+import threading
 import unittest
 import xml.etree.ElementTree
 
@@ -186,6 +187,19 @@ class Info(unittest.TestCase):
             self.assertAlmostEqual(int(lon[:3]) + float(lon[3:]) / 60, points[i][1], delta=2e-9)
         for row, true in zip(csv.DictReader(track("csv", "--computed").splitlines()), points):
             self.assertLess(math.dist((float(row["latitude"]), float(row["longitude"])), true), 3e-5)   # degrees
+
+    def test_a_pipe_is_opened_once(self):
+        log, _ = self.simulate("short", "--duration", 5)
+        pipe = self.dir / "pipe"
+        os.mkfifo(pipe)
+        for command, *options in (("info",), ("positions",), ("positions", "--computed")):
+            told = kvx(command, log, *options).stdout.replace(str(log), str(pipe))
+            writer = threading.Thread(target=lambda: pipe.write_bytes(log.read_bytes()))
+            writer.start()
+            piped = kvx(command, pipe, *options).stdout
+            writer.join()
+            marks = [line for line in told.splitlines() if line.rpartition(",")[2][:4] in ("mark", "site")]
+            self.assertEqual(set(told.splitlines()) - set(piped.splitlines()) - set(marks), set())
 
     def test_what_cannot_be_read_does_not_stop_the_others(self):
         log, _ = self.simulate("good", "--duration", 5)

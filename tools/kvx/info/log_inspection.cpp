@@ -27,7 +27,6 @@ public:
 
     void read(quality::quality_t& quality)
     {
-        if (source_.live() || source_.size_on_disk() == 0) return;
         const auto record = std::make_unique_for_overwrite<raw_t>();
         Initial_raw(record.get(), 1);
         log_reader_t reader(source_, *record, false);
@@ -78,7 +77,7 @@ public:
         }
         result_.quality = std::make_unique<quality::quality_t>(*result_.carriers);
         if (on_quality) on_quality(*result_.quality);
-        if (path != "-") look_ahead_t(path).read(*result_.quality);
+        if (!source_.live()) look_ahead_t(path).read(*result_.quality);   // what comes in live comes once
     }
 
     inspection_t run()

@@ -147,7 +147,8 @@ int run(const options_t& options)
     const std::string& path = inputs.described.front();
     track_t track{path, options.computed || inputs.any_observations ? "computed" : "receiver", {}, {}};
     bool damaged = false;
-    if (!inputs.any_observations && (track.source == "receiver" || path != "-"))
+    const bool once = path == "-" || is_device(path);   // what comes in live: no marks among computed positions
+    if (!inputs.any_observations && (track.source == "receiver" || !once))
         damaged = station_track_t(options.inspection, path).read(track);
     if (track.source == "computed") {
         track.points.clear();

@@ -77,7 +77,7 @@ public:
         }
         result_.quality = std::make_unique<quality::quality_t>(*result_.carriers);
         if (on_quality) on_quality(*result_.quality);
-        if (!source_.live()) look_ahead_t(path).read(*result_.quality);   // what comes in live comes once
+        if (path != "-" && !source_.live()) look_ahead_t(path).read(*result_.quality);   // else it comes once
     }
 
     inspection_t run()

@@ -224,10 +224,10 @@ private:
 
 }   // namespace
 
-summary_t convert_log(const convert_options_t& options, const std::string& log)
+summary_t convert_logs(const convert_options_t& options, const sources_t& logs)
 {
-    if (options.as_host) return convert_log_as_host(options, log);
-    return conversion_t(options, log).run();
+    if (options.as_host) return convert_log_as_host(options, logs.front());
+    return conversion_t(options, logs.front()).run();
 }
 
 }   // namespace kvx

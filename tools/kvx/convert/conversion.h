@@ -1,4 +1,4 @@
-/// @file conversion.h  One log to its files.
+/// @file conversion.h  Logs to their files.
 #ifndef KVX_CONVERSION_H
 #define KVX_CONVERSION_H
 
@@ -9,9 +9,9 @@
 
 namespace kvx {
 
-/// Converts one log.
+/// Converts a log, or several of one session.
 /// @throws error_t when nothing usable came out
-summary_t convert_log(const convert_options_t& options, const std::string& log);
+summary_t convert_logs(const convert_options_t& options, const sources_t& logs);
 
 }   // namespace kvx
 

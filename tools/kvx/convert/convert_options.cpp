@@ -55,6 +55,31 @@ void add_output_options(command_line_t& app, convert_options_t& o)
     app.flag("--json", &o.json, "Print the summary as JSON");
 }
 
+// "15m", "1h", "1d" in ms: whole minutes of which a day is a multiple; 0: none of these.
+std::int64_t unit_of_day(const std::string& text)
+{
+    constexpr std::int64_t kMinute = 60'000, kDay = 1440 * kMinute;
+    const std::map<char, std::int64_t> units = {{'m', kMinute}, {'h', 60 * kMinute}, {'d', kDay}};
+    const auto unit = text.empty() ? units.end() : units.find(text.back());
+    const bool digits = text.size() > 1 && text.size() < 6 &&
+                        std::all_of(text.begin(), text.end() - 1, [](char c) { return c >= '0' && c <= '9'; });
+    if (unit == units.end() || !digits) return 0;
+    const std::int64_t span = std::stoi(text) * unit->second;
+    return span > 0 && kDay % span == 0 ? span : 0;
+}
+
+void add_session_options(command_line_t& app, convert_options_t& o)
+{
+    const auto fault = [](const std::string& text) {
+        return unit_of_day(text) > 0 ? "" : "is no part of a day such as 15m, 1h or 1d";
+    };
+    app.flag("--join", &o.join, "The logs are one session, in any order: one file, what they have in common once");
+    app.option("--split", [&o](const std::string& text) { o.split = unit_of_day(text); },
+               "Files of so long each, cut at whole units of GPS time: 15m, 1h, 1d",
+               {.check = {fault, ""}, .type_name = "UNIT"});
+    app.flag("--follow", &o.follow, "Wait for more at the end of a log that is being written");
+}
+
 void add_event_option(command_line_t& app, convert_options_t& o)
 {
     app.option("--events", [&o](const std::string& events) { o.events = events == "keep"; },
@@ -97,6 +122,16 @@ void add_host_options(command_line_t& app, convert_options_t& o)
     app.flag("--raw-prn", &o.raw_prn, "For hosts: map PRNs to satellites by fixed offsets");
 }
 
+void complete_session(const convert_options_t& o)
+{
+    if (o.as_host && (o.join || o.follow || o.split > 0))
+        throw usage_error_t("--as-host", "takes no --join, --split or --follow");
+    if (o.join && (o.follow || std::find(o.logs.begin(), o.logs.end(), "-") != o.logs.end()))
+        throw usage_error_t("--join", "needs logs that are whole: they are looked at before they are read");
+    if (o.follow && (o.logs.size() > 1 || o.verify))
+        throw usage_error_t("--follow", "is for one log, and not with --verify: it cannot be read again");
+}
+
 void complete(convert_options_t& o)
 {
     const auto& versions = o.as_host ? kHostVersions : kOwnVersions;
@@ -112,6 +147,7 @@ void complete(convert_options_t& o)
         throw usage_error_t("--nav", "RINEX 2.11 has no mixed navigation files");
     if (o.as_host && (!o.satellites.empty() || !o.signals.empty() || o.names_changed || o.anchor_first || !o.events))
         throw usage_error_t("--as-host", "takes no --satellites, --signals, --signal, --anchor or --events");
+    complete_session(o);
     if (o.verify && (o.as_host || std::find(o.logs.begin(), o.logs.end(), "-") != o.logs.end()))
         throw usage_error_t("--verify", "needs files with every signal, and a log that can be read again");
     if (o.crx && o.version() >= kFirstNotCompact)
@@ -136,6 +172,7 @@ std::string convert_options_t::navigation() const
 void add_convert_options(command_line_t& app, convert_options_t& options)
 {
     add_output_options(app, options);
+    add_session_options(app, options);
     add_selection_options(app, options, "to write");
     add_event_option(app, options);
     add_header_options(app, options);

@@ -2,6 +2,7 @@
 #ifndef KVX_CONVERT_OPTIONS_H
 #define KVX_CONVERT_OPTIONS_H
 
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <vector>
@@ -10,8 +11,14 @@
 
 namespace kvx {
 
+/// Paths of what makes one result: a log, or all that are joined.
+using sources_t = std::vector<std::string>;
+
 struct convert_options_t : selection_options_t {
-    std::vector<std::string> logs;
+    sources_t logs;
+    bool join = false;        ///< all of them are one session
+    bool follow = false;      ///< the log grows
+    std::int64_t split = 0;   ///< ms of GPS time that a file holds; 0: all is one
     std::string folder = ".";
     std::string rinex;   ///< version; empty: 3.05, for hosts 3.04
     std::string nav;     ///< split, mixed or none; empty: by the version

@@ -14,6 +14,7 @@
 #include "convert/selection.h"
 #include "convert/thinning.h"
 #include "host/host_conversion.h"
+#include "log/torn_frames.h"
 #include "rinex/dates.h"
 #include "rinex/ranges.h"
 #include "verify/verification.h"
@@ -61,7 +62,7 @@ private:
                     const bool sized = from.source().size_on_disk() > 0;
                     progress_->at(finished_bytes_ + (sized ? from.source().position_on_disk() : from.reader().bytes()));
                 }});
-        if (torn_) feed->reader().is_one_of(log, *torn_);
+        if (torn_) torn_->apply_to(feed->reader(), log);
         return feed;
     }
 

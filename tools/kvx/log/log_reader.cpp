@@ -1,6 +1,7 @@
 #include "log/log_reader.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "gnss/log/frame.h"
 #include "gnss/log/framing.h"
@@ -36,29 +37,24 @@ bool log_reader_t::refill()
     return end_ > 0;
 }
 
-void log_reader_t::is_one_of(const std::string& name, torn_frames_t& torn)
+void log_reader_t::is_one_of_several(std::uint64_t belong_to_other, complete_t complete)
 {
-    torn_ = &torn;
-    std::uint64_t n = torn.open(name);
-    offset_ = frame_end_ = n;
-    while (n > 0) {
-        const std::size_t got = source_.read(block_.get(), std::min<std::uint64_t>(n, block_size_));
-        if (got == 0) break;
-        n -= got;
-    }
+    complete_ = std::move(complete);
+    offset_ = frame_end_ = belong_to_other;
+    for (std::uint64_t left = belong_to_other, got = 1; left > 0 && got > 0; left -= got)
+        got = source_.read_some(block_.get(), std::min<std::uint64_t>(left, block_size_));
 }
 
-// A frame that the end of the log cuts off comes whole once its rest is found in another log.
 bool log_reader_t::complete_torn()
 {
-    if (torn_ == nullptr || raw_.nbyte == 0) return false;
+    if (!complete_ || raw_.nbyte == 0) return false;
     const std::size_t half = raw_.nbyte;
-    const auto whole = torn_->completed(raw_.buff, half);
-    if (!whole) return false;
-    borrowed_ = whole->size() - half;
-    std::copy(whole->begin(), whole->end(), block_.get());
+    const std::vector<std::uint8_t> whole = complete_(raw_.buff, half);
+    if (whole.empty()) return false;
+    borrowed_ = whole.size() - half;
+    std::copy(whole.begin(), whole.end(), block_.get());
     at_ = 0;
-    end_ = whole->size();
+    end_ = whole.size();
     offset_ -= half;
     raw_.nbyte = 0;
     return true;

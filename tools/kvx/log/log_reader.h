@@ -10,7 +10,6 @@
 #include <vector>
 
 #include "common/input_file.h"
-#include "log/torn_frames.h"
 
 namespace kvx {
 
@@ -70,10 +69,12 @@ public:
     /// Called each time before more of a log that comes in live is waited for.
     void before_waiting(std::function<void()> act) { before_waiting_ = std::move(act); }
 
+    /// Makes a frame that the end of the log cuts off whole; empty: its rest is not there.
+    using complete_t = std::function<std::vector<std::uint8_t>(const std::uint8_t* half, std::size_t size)>;
+
     /// Before the first frame: the log is one of several of a session.
-    /// @param name  as these know it
-    /// @param torn  must outlive the reader
-    void is_one_of(const std::string& name, torn_frames_t& torn);
+    /// @param belong_to_other  bytes at its beginning, of a frame of another log
+    void is_one_of_several(std::uint64_t belong_to_other, complete_t complete);
 
     /// Reads up to the next complete frame.
     /// @return false at the end of the log
@@ -103,7 +104,7 @@ private:
     std::size_t at_ = 0, end_ = 0;            // unread part of the block
     std::uint64_t offset_ = 0;                // of block_[at_] in the log
     std::uint64_t frame_end_ = 0;             // where the last frame or dropped header ended
-    torn_frames_t* torn_ = nullptr;
+    complete_t complete_;
     std::uint64_t borrowed_ = 0;   // bytes of its last frame that stand in another log
     std::function<void()> before_waiting_;
     losses_t losses_;

@@ -35,7 +35,14 @@ torn_frames_t::torn_frames_t(const std::vector<std::string>& logs) : frame_(std:
     }
 }
 
-std::optional<torn_frames_t::bytes_t> torn_frames_t::completed(const std::uint8_t* half, std::size_t size)
+void torn_frames_t::apply_to(log_reader_t& reader, const std::string& log)
+{
+    reader.is_one_of_several(open(log),
+                             [this](const std::uint8_t* half, std::size_t size) { return completed(half, size); });
+}
+
+// The whole frame of a half, when the beginning of a log that has not been opened is the other one.
+torn_frames_t::bytes_t torn_frames_t::completed(const std::uint8_t* half, std::size_t size)
 {
     for (auto& [log, beginning] : beginnings_) {
         if (beginning.used) continue;
@@ -48,9 +55,10 @@ std::optional<torn_frames_t::bytes_t> torn_frames_t::completed(const std::uint8_
         beginning.used = true;
         return whole;
     }
-    return std::nullopt;
+    return {};
 }
 
+// Opens a log: bytes at its beginning may belong to a frame of another one.
 std::size_t torn_frames_t::open(const std::string& log)
 {
     const auto found = beginnings_.find(log);

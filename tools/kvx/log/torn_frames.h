@@ -2,18 +2,18 @@
 #ifndef KVX_TORN_FRAMES_H
 #define KVX_TORN_FRAMES_H
 
-#include <rtk_gnss.h>
-
 #include <cstdint>
 #include <map>
 #include <memory>
-#include <optional>
 #include <string>
 #include <vector>
 
+#include "log/log_reader.h"
+
 namespace kvx {
 
-/// The beginnings of logs of one session that may be the rest of a frame that the end of another one cuts off.
+/// Must outlive the readers of the logs. Keeps the beginnings of logs of one session that may be the rest of a frame
+/// that the end of another one cuts off.
 class torn_frames_t {
 public:
     using bytes_t = std::vector<std::uint8_t>;
@@ -22,14 +22,14 @@ public:
     /// @throws error_t when one cannot be read
     explicit torn_frames_t(const std::vector<std::string>& logs);
 
-    /// The whole frame of a half, when the beginning of a log that has not been opened is the other one.
-    std::optional<bytes_t> completed(const std::uint8_t* half, std::size_t size);
-
-    /// Opens a log.
-    /// @return bytes at its beginning that belong to a frame of another log
-    std::size_t open(const std::string& log);
+    /// Before its first frame is read.
+    /// @param reader  of a log of these
+    void apply_to(log_reader_t& reader, const std::string& log);
 
 private:
+    bytes_t completed(const std::uint8_t* half, std::size_t size);
+    std::size_t open(const std::string& log);
+
     struct beginning_t {
         bytes_t bytes;
         bool used = false;

@@ -44,7 +44,7 @@ void log_messages_t::open(std::size_t log)
     Initial_raw(frame_.get(), 1);   // framing needs no more
     source_ = std::make_unique<input_file_t>(*logs_[log]);
     reader_ = std::make_unique<log_reader_t>(*source_, *frame_, false);
-    if (torn_ != nullptr) reader_->is_one_of(*logs_[log], *torn_);
+    if (torn_ != nullptr) torn_->apply_to(*reader_, *logs_[log]);
     progress_ = std::make_unique<progress_t>(source_->name(), source_->size_on_disk());
 }
 

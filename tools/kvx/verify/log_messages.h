@@ -10,6 +10,7 @@
 #include "common/progress.h"
 #include "log/log_reader.h"
 #include "log/message_time.h"
+#include "log/torn_frames.h"
 
 namespace kvx {
 

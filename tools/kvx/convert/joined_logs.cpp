@@ -8,24 +8,29 @@ namespace kvx {
 
 namespace {
 
-// Of the first epoch that is in order (ms); a log without any stands in front, for what else it tells.
-std::int64_t first_epoch(const std::string& log, const rinex::signals_t& names)
+// Where the log is to be opened (ms): at its first epoch in order, or before it for what else it tells. One without any
+// epoch is the first.
+std::int64_t begin_of(const std::string& log, const rinex::signals_t& names)
 {
     rinex::ledger_t of_no_concern;
+    std::int64_t first = std::numeric_limits<std::int64_t>::max();
     log_feed_t feed(log, false, names, of_no_concern,
-                    {[](const log_feed_t&, const message_t&) { return 0; },
+                    {[&first](const log_feed_t&, const message_t& message) {
+                         first = std::min(first, message.sent);
+                         return 0;
+                     },
                      [](const log_feed_t&, const frame_t&, const std::uint8_t*) {}});
     while (feed.next()) {
-        if (feed.current().order != order_t::out) return feed.current().epoch->time;
+        if (feed.current().order != order_t::out) return std::min(first, feed.current().epoch->time);
     }
     return std::numeric_limits<std::int64_t>::min();
 }
 
 template <typename Waiting>
-std::vector<Waiting> with_first_epochs(const std::vector<std::string>& logs, const rinex::signals_t& names)
+std::vector<Waiting> with_begins(const std::vector<std::string>& logs, const rinex::signals_t& names)
 {
     std::vector<Waiting> waiting;
-    for (const std::string& log : logs) waiting.push_back({first_epoch(log, names), log});
+    for (const std::string& log : logs) waiting.push_back({begin_of(log, names), log});
     return waiting;
 }
 
@@ -43,7 +48,7 @@ joined_logs_t::joined_logs_t(const std::vector<std::string>& logs, const rinex::
     : ledger_(ledger),
       take_(std::move(take)),
       logs_(
-          with_first_epochs<side_by_side_t<log_t>::waiting_t>(logs, names),
+          with_begins<side_by_side_t<log_t>::waiting_t>(logs, names),
           [this, open](const std::string& log) { return std::make_unique<log_t>(open(log), take_); },
           [finish](log_t& log) { finish(log.feed()); })
 {}

@@ -23,7 +23,7 @@ class side_by_side_t {
 public:
     /// A log that has not been opened.
     struct waiting_t {
-        std::int64_t first;   ///< its first epoch (ms)
+        std::int64_t first;   ///< time at which it is to be opened (ms): not behind its first epoch
         std::string path;
     };
     using open_t = std::function<std::unique_ptr<Log>(const std::string& path)>;

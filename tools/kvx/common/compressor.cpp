@@ -9,6 +9,7 @@
 
 #include "common/error.h"
 #include "common/output_file.h"
+#include "common/progress.h"
 
 namespace kvx {
 
@@ -94,13 +95,15 @@ std::unique_ptr<compressor_t> make_compressor(std::string_view name, std::FILE* 
     return nullptr;
 }
 
-void compress(output_file_t& from, output_file_t& to, std::string_view ending)
+void compress(output_file_t& from, output_file_t& to, std::string_view ending, const std::string& name)
 {
     from.check("a file to be compressed");
     from.seek(0);
     const std::unique_ptr<compressor_t> compressor = make_compressor(ending, to.stream());
     std::vector<char> piece(kPiece);
-    for (std::size_t got = kPiece; got == kPiece;) {
+    progress_t progress(name, from);
+    std::uint64_t done = 0;
+    for (std::size_t got = kPiece; got == kPiece; progress.at(done += got)) {
         got = std::fread(piece.data(), 1, piece.size(), from.stream());
         compressor->write({piece.data(), got});
     }

@@ -4,6 +4,7 @@
 
 #include <cstdio>
 #include <memory>
+#include <string>
 #include <string_view>
 
 namespace kvx {
@@ -31,8 +32,9 @@ std::unique_ptr<compressor_t> make_compressor(std::string_view name, std::FILE* 
 
 /// Compresses all of a file that is still unpublished into another one.
 /// @param ending  ".gz" or ".zst"
+/// @param name    for the progress
 /// @throws error_t when the file cannot be read
-void compress(output_file_t& from, output_file_t& to, std::string_view ending);
+void compress(output_file_t& from, output_file_t& to, std::string_view ending, const std::string& name);
 
 }   // namespace kvx
 

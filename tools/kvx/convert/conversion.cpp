@@ -71,12 +71,12 @@ public:
 private:
     void read_log()
     {
-        progress_t progress(source_.name(), source_.size_on_disk());
+        progress_t progress(source_);
         frame_t frame{};
         while (reader_.next(frame)) {
             if (frame.checksum_ok) frame.result = take(frame);
             summary_.count(frame, frame_->buff, numbering_t::rinex);
-            progress.at(source_.size_on_disk() > 0 ? source_.position_on_disk() : reader_.bytes());
+            progress.at(source_.position_on_disk());
         }
         ranges_.flush();
         order_.flush();

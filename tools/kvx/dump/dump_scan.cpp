@@ -27,7 +27,7 @@ dump_totals_t scan_dump(const std::string& path, const std::function<void(const 
         if (source.live()) std::fflush(stdout);   // before it waits
         return source.read_some(to, n);
     });
-    progress_t progress(source.name(), source.size_on_disk());
+    progress_t progress(source);
     dump_totals_t totals;
     for (dump_item_t item; reader.next(item);) {
         if (item.damage == dump_damage_t::none) {
@@ -37,7 +37,7 @@ dump_totals_t scan_dump(const std::string& path, const std::function<void(const 
             count(totals.damage, item);
         }
         on_item(item);
-        progress.at(source.size_on_disk() > 0 ? source.position_on_disk() : item.offset);
+        progress.at(source.position_on_disk());
     }
     totals.source_damage = source.damage();
     totals.ended_by_signal = source.ended_by_signal();

@@ -45,10 +45,10 @@ public:
     // @return whether bytes were lost
     bool read(track_t& track)
     {
-        progress_t progress(source_.name(), source_.size_on_disk());
+        progress_t progress(source_);
         for (frame_t frame{}; reader_.next(frame);) {
             if (frame.checksum_ok) take(frame, track);
-            progress.at(source_.size_on_disk() > 0 ? source_.position_on_disk() : reader_.bytes());
+            progress.at(source_.position_on_disk());
         }
         std::stable_sort(track.points.begin(), track.points.end(),
                          [](const track_point_t& a, const track_point_t& b) { return a.time < b.time; });

@@ -139,14 +139,14 @@ private:
 
 void read_file(input_file_t& file, findings_t& findings, rinex::file_summary_t& summary)
 {
-    progress_t progress(file.name(), file.size_on_disk());
+    progress_t progress(file);
     rinex::line_ends_t ends;
     std::uint64_t bytes = 0;
     rinex::byte_lines_t lines([&](char* to, std::size_t n) {
         const std::size_t got = file.read(reinterpret_cast<std::uint8_t*>(to), n);
         ends.add(to, got);
         bytes += got;
-        progress.at(file.size_on_disk() > 0 ? file.position_on_disk() : bytes);
+        progress.at(file.position_on_disk());
         return got;
     });
     const bool is_rinex = rinex::check_file(lines, findings, summary);

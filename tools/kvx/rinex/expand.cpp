@@ -32,7 +32,7 @@ struct options_t {
 // A file that has been looked into.
 class source_t {
 public:
-    explicit source_t(const std::string& path) : file_(path), progress_(file_.name(), file_.size_on_disk())
+    explicit source_t(const std::string& path) : file_(path), progress_(file_)
     {
         head_.resize(kHead);
         head_.resize(file_.read(reinterpret_cast<std::uint8_t*>(head_.data()), kHead));

@@ -1,0 +1,186 @@
+#include "common/progress_line.h"
+
+#include <fcntl.h>
+#include <sys/ioctl.h>
+#include <sys/mman.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <atomic>
+#include <chrono>
+#include <cmath>
+#include <cstdlib>
+#include <cstring>
+#include <string_view>
+
+#include "common/error.h"
+#include "common/interrupt.h"
+
+namespace kvx {
+
+namespace {
+
+constexpr std::int64_t kSecond = 1'000'000'000;   // ns
+constexpr std::int64_t kBetween = kSecond / 5;
+constexpr double kMemory = 3.0;   // s, of the rate
+constexpr int kMostPercent = 99;  // what is done is not shown any more
+
+using shared_number_t = std::atomic_ref<std::uint64_t>;
+
+std::int64_t now()
+{
+    return std::chrono::duration_cast<std::chrono::nanoseconds>(std::chrono::steady_clock::now().time_since_epoch())
+        .count();
+}
+
+// The terminal may be another one than that which controls us: then no other job has it.
+bool in_foreground()
+{
+    const pid_t owner = ::tcgetpgrp(STDERR_FILENO);
+    return owner < 0 || owner == ::getpgrp();
+}
+
+std::size_t columns()
+{
+    constexpr std::size_t kUsual = 80;
+    winsize size{};
+    if (::ioctl(STDERR_FILENO, TIOCGWINSZ, &size) != 0 || size.ws_col == 0) return kUsual;
+    return size.ws_col;
+}
+
+// What a terminal does not take is not worth an error.
+void put(std::string_view text)
+{
+    [[maybe_unused]] const ssize_t n = ::write(STDERR_FILENO, text.data(), text.size());
+}
+
+bool lock(int fd, int how, short type)
+{
+    struct flock all {};   // of the process: flock() would not keep forked ones apart
+    all.l_type = type;
+    all.l_whence = SEEK_SET;
+    int result = 0;
+    do {
+        result = ::fcntl(fd, how, &all);
+    } while (result != 0 && errno == EINTR && how == F_SETLKW);
+    return result == 0;
+}
+
+}   // namespace
+
+progress_line_t::progress_line_t(std::size_t pieces)
+    : pieces_(pieces),
+      shared_(1),
+      begun_(now()),
+      lock_(::memfd_create("kvx-progress", MFD_CLOEXEC)),
+      stdout_seen_(::isatty(STDOUT_FILENO) != 0)
+{
+    shared_[0].due = begun_ + kSecond;
+    shared_[0].drawn = begun_;
+}
+
+progress_line_t::~progress_line_t()
+{
+    if (hold(STDERR_FILENO)) let_go();
+    ::close(lock_);
+}
+
+bool progress_line_t::can_be_shown()
+{
+    const char* const terminal = std::getenv("TERM");
+    return ::isatty(STDERR_FILENO) != 0 && terminal != nullptr && std::strcmp(terminal, "dumb") != 0;
+}
+
+void progress_line_t::end(std::size_t piece)
+{
+    progress_share_t& p = pieces_[piece];
+    shared_number_t(p.total) = shared_number_t(p.done).load();
+    shared_number_t(p.ended) = 1;
+}
+
+void progress_line_t::draw_next(std::int64_t when)
+{
+    std::atomic_ref(shared_[0].due) = when;
+}
+
+void progress_line_t::draw(const std::string& name)
+{
+    const std::int64_t time = now();
+    const std::atomic_ref due(shared_[0].due);
+    std::int64_t before = due;
+    if (time < before || !due.compare_exchange_strong(before, time + kBetween) || !in_foreground()) return;
+    if (!lock(lock_, F_SETLK, F_WRLCK)) return;
+    if (interrupted()) {   // a second signal would leave it there
+        wipe();
+    } else {
+        progress_state_t all = state(time);
+        all.name = name;
+        put("\r" + progress_text(all, columns() - 1) + "\x1b[K");
+        shared_[0].shown = true;
+    }
+    lock(lock_, F_SETLK, F_UNLCK);
+}
+
+progress_state_t progress_line_t::state(std::int64_t time)
+{
+    progress_state_t all;
+    bool endless = false;
+    all.pieces = pieces_.size();
+    for (progress_share_t& p : pieces_) {
+        all.done += shared_number_t(p.done);
+        all.total += shared_number_t(p.total);
+        all.ended += shared_number_t(p.ended) != 0;
+        endless |= p.endless != 0;
+    }
+    measure_rate(all, time);
+    all.rate = shared_[0].rate;
+    all.seconds = static_cast<double>(time - begun_) / kSecond;
+    if (endless || all.total == 0) return all;
+    // What turns out to be more than was guessed makes it wait, not run back.
+    const double part = static_cast<double>(all.done) / static_cast<double>(all.total);
+    const int percent = std::min(static_cast<int>(100.0 * part), kMostPercent);
+    all.percent = shared_[0].percent = std::max(percent, shared_[0].percent);
+    return all;
+}
+
+// That of the last seconds: copying has another one than reading.
+void progress_line_t::measure_rate(const progress_state_t& state, std::int64_t time)
+{
+    shared_t& last = shared_[0];
+    const double seconds = static_cast<double>(time - last.drawn) / kSecond;
+    if (seconds <= 0.0) return;
+    const double rate = static_cast<double>(state.done - last.done) / seconds;
+    const double weight = last.rate > 0.0 ? 1.0 - std::exp(-seconds / kMemory) : 1.0;
+    last.rate += weight * (rate - last.rate);
+    last.drawn = time;
+    last.done = state.done;
+}
+
+void progress_line_t::wipe()
+{
+    if (shared_[0].shown && in_foreground()) put("\r\x1b[K");
+    shared_[0].shown = false;
+}
+
+void progress_line_t::step_aside()
+{
+    hold(STDERR_FILENO);
+    draw_next(std::max(now(), begun_ + kSecond));
+    let_go();
+}
+
+bool progress_line_t::hold(int fd)
+{
+    if (fd == STDOUT_FILENO && !stdout_seen_) return false;
+    lock(lock_, F_SETLKW, F_WRLCK);
+    wipe();
+    draw_next(now() + kSecond);   // perhaps more is printed
+    return true;
+}
+
+void progress_line_t::let_go()
+{
+    lock(lock_, F_SETLK, F_UNLCK);
+}
+
+}   // namespace kvx

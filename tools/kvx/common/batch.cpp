@@ -38,6 +38,7 @@ void batch_t::tell() const
     std::size_t bad = 0;
     for (std::size_t i = 0; i < names_.size(); ++i) bad += is_bad(i);
     if (bad == 0 || names_.size() < 2) return;
+    std::fflush(stdout);   // behind what has been printed
     std::fprintf(stderr, "kvx: %zu of %zu %s %s not well:\n", bad, names_.size(), what_, bad == 1 ? "is" : "are");
     for (std::size_t i = 0; i < names_.size(); ++i) {
         if (is_bad(i)) std::fprintf(stderr, "  %s: %s\n", names_[i].c_str(), lines_[i].data());

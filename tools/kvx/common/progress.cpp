@@ -105,7 +105,12 @@ void progress_t::tell(std::uint64_t done)
 {
     if (done > told_) shared_number_t(line_->pieces()[piece_].done) += done - told_;
     told_ = done;
-    line_->draw(name_);
+    constexpr std::int64_t kSoon = 10'000'000;   // ns
+    constexpr unsigned kMost = 64;
+    const std::int64_t now = line_->draw(name_);
+    patience_ = now - looked_ < kSoon ? std::min(2 * patience_, kMost) : 1;
+    looked_ = now;
+    calls_ = 0;
 }
 
 progress_aside_t::progress_aside_t(int fd) : line_(g_line != nullptr && g_line->hold(fd) ? g_line : nullptr) {}

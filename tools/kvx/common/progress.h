@@ -58,19 +58,18 @@ public:
     /// @param name   told to the user
     /// @param bytes  of the stretch, 0: unknown
     progress_t(std::string name, std::uint64_t bytes);
-    explicit progress_t(const input_file_t& file);   ///< all of it
+    explicit progress_t(const input_file_t& file);             ///< all of it
     progress_t(std::string name, const output_file_t& file);   ///< all that has been written to it
     ~progress_t() = default;
     progress_t(const progress_t&) = delete;
     progress_t& operator=(const progress_t&) = delete;
 
-    /// May be called for every few bytes. Some of the calls look at the clock.
+    /// May be called for every few bytes. Of many calls few look at the clock.
     /// @param done  bytes of the stretch
     void at(std::uint64_t done)
     {
         constexpr std::uint64_t kStep = 1 << 16;
-        constexpr unsigned kCalls = 64;
-        if (line_ != nullptr && (done - told_ >= kStep || ++calls_ % kCalls == 0)) tell(done);
+        if (line_ != nullptr && (done - told_ >= kStep || ++calls_ >= patience_)) tell(done);
     }
 
     /// The stretch is of another size than was thought.
@@ -84,7 +83,8 @@ private:
     std::size_t piece_;
     std::uint64_t base_ = 0;   // of the piece, done before
     std::uint64_t told_ = 0;
-    unsigned calls_ = 0;
+    unsigned calls_ = 0, patience_ = 1;   // calls until the next one that looks at the clock
+    std::int64_t looked_ = 0;             // then
 };
 
 /// While it lives the line keeps out of the way of what is printed, also by this run's other processes.

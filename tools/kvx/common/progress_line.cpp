@@ -22,8 +22,8 @@ namespace {
 
 constexpr std::int64_t kSecond = 1'000'000'000;   // ns
 constexpr std::int64_t kBetween = kSecond / 5;
-constexpr double kMemory = 3.0;   // s, of the rate
-constexpr int kMostPercent = 99;  // what is done is not shown any more
+constexpr double kMemory = 3.0;    // s, of the rate
+constexpr int kMostPercent = 99;   // what is done is not shown any more
 
 using shared_number_t = std::atomic_ref<std::uint64_t>;
 
@@ -103,13 +103,18 @@ void progress_line_t::draw_next(std::int64_t when)
     std::atomic_ref(shared_[0].due) = when;
 }
 
-void progress_line_t::draw(const std::string& name)
+std::int64_t progress_line_t::draw(const std::string& name)
 {
     const std::int64_t time = now();
     const std::atomic_ref due(shared_[0].due);
     std::int64_t before = due;
-    if (time < before || !due.compare_exchange_strong(before, time + kBetween) || !in_foreground()) return;
-    if (!lock(lock_, F_SETLK, F_WRLCK)) return;
+    const bool mine = time >= before && due.compare_exchange_strong(before, time + kBetween);
+    if (mine && in_foreground() && lock(lock_, F_SETLK, F_WRLCK)) redraw(name, time);
+    return time;
+}
+
+void progress_line_t::redraw(const std::string& name, std::int64_t time)
+{
     if (interrupted()) {   // a second signal would leave it there
         wipe();
     } else {

@@ -35,7 +35,8 @@ public:
     void end(std::size_t piece);
 
     /// Draws it when it is time, unless it is somebody else's turn.
-    void draw(const std::string& name);
+    /// @return the time (ns)
+    std::int64_t draw(const std::string& name);
 
     /// Wipes it until more is done.
     void step_aside();
@@ -57,6 +58,7 @@ private:
     };
     progress_state_t state(std::int64_t now);
     void measure_rate(const progress_state_t& state, std::int64_t now);
+    void redraw(const std::string& name, std::int64_t now);
     void wipe();
     void draw_next(std::int64_t when);
 

@@ -37,7 +37,7 @@ int convert_one(const convert_options_t& options, const sources_t& sources, std:
     try {
         const summary_t summary = converted(options, sources, task);
         const std::string text = text_of(options, summary);
-        if (summary.damaged()) batch.note(task, "damaged", damage_text(summary));
+        if (summary.damaged()) batch.note(task, "damaged", damage_line(summary));
         const progress_aside_t aside(STDERR_FILENO);
         std::fputs(text.c_str(), stdout);
         if (summary.outcome->partial) {

@@ -100,8 +100,7 @@ private:
         const std::string& log = tasks_.sources[task].front();
         const std::string what = "killed by signal " + std::to_string(signal);
         const char* name = sigdescr_np(signal);
-        const error_t end(log == "-" ? "standard input" : log, what,
-                          name == nullptr ? "" : name);
+        const error_t end(log == "-" ? "standard input" : log, what, name == nullptr ? "" : name);
         tasks_.progress.end(task);
         tasks_.batch.failed(task, end);
         const progress_aside_t aside(STDERR_FILENO);

@@ -164,7 +164,7 @@ std::string outcome_text(const outcome_t& o)
 
 }   // namespace
 
-std::string damage_text(const summary_t& s)
+std::string damage_line(const summary_t& s)
 {
     std::vector<std::string> all = losses_of(s);
     if (s.clock.epochs_out > 0) all.push_back(plural(s.clock.epochs_out, "epoch") + " with a time that cannot be");

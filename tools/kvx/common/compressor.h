@@ -2,9 +2,10 @@
 #ifndef KVX_COMPRESSOR_H
 #define KVX_COMPRESSOR_H
 
+#include <cstdint>
 #include <cstdio>
+#include <functional>
 #include <memory>
-#include <string>
 #include <string_view>
 
 namespace kvx {
@@ -32,9 +33,10 @@ std::unique_ptr<compressor_t> make_compressor(std::string_view name, std::FILE* 
 
 /// Compresses all of a file that is still unpublished into another one.
 /// @param ending  ".gz" or ".zst"
-/// @param name    for the progress
+/// @param on_read  told how many bytes have been read so far
 /// @throws error_t when the file cannot be read
-void compress(output_file_t& from, output_file_t& to, std::string_view ending, const std::string& name);
+void compress(output_file_t& from, output_file_t& to, std::string_view ending,
+              const std::function<void(std::uint64_t bytes)>& on_read = {});
 
 }   // namespace kvx
 

@@ -70,13 +70,13 @@ bool lock(int fd, int how, short type)
 
 progress_line_t::progress_line_t(std::size_t pieces)
     : pieces_(pieces),
-      shared_(1),
+      drawn_(1),
       begun_(now()),
       lock_(::memfd_create("kvx-progress", MFD_CLOEXEC)),
       stdout_seen_(::isatty(STDOUT_FILENO) != 0)
 {
-    shared_[0].due = begun_ + kSecond;
-    shared_[0].drawn = begun_;
+    drawn_[0].due = begun_ + kSecond;
+    drawn_[0].at = begun_;
 }
 
 progress_line_t::~progress_line_t()
@@ -100,13 +100,13 @@ void progress_line_t::end(std::size_t piece)
 
 void progress_line_t::draw_next(std::int64_t when)
 {
-    std::atomic_ref(shared_[0].due) = when;
+    std::atomic_ref(drawn_[0].due) = when;
 }
 
 std::int64_t progress_line_t::draw(const std::string& name)
 {
     const std::int64_t time = now();
-    const std::atomic_ref due(shared_[0].due);
+    const std::atomic_ref due(drawn_[0].due);
     std::int64_t before = due;
     const bool mine = time >= before && due.compare_exchange_strong(before, time + kBetween);
     if (mine && in_foreground() && lock(lock_, F_SETLK, F_WRLCK)) redraw(name, time);
@@ -121,7 +121,7 @@ void progress_line_t::redraw(const std::string& name, std::int64_t time)
         progress_state_t all = state(time);
         all.name = name;
         put("\r" + progress_text(all, columns() - 1) + "\x1b[K");
-        shared_[0].shown = true;
+        drawn_[0].shown = true;
     }
     lock(lock_, F_SETLK, F_UNLCK);
 }
@@ -137,34 +137,33 @@ progress_state_t progress_line_t::state(std::int64_t time)
         all.ended += shared_number_t(p.ended) != 0;
         endless |= p.endless != 0;
     }
-    measure_rate(all, time);
-    all.rate = shared_[0].rate;
+    go_on(all, time);
+    all.rate = drawn_[0].rate;
     all.seconds = static_cast<double>(time - begun_) / kSecond;
-    if (endless || all.total == 0) return all;
-    // What turns out to be more than was guessed makes it wait, not run back.
-    const double part = static_cast<double>(all.done) / static_cast<double>(all.total);
-    const int percent = std::min(static_cast<int>(100.0 * part), kMostPercent);
-    all.percent = shared_[0].percent = std::max(percent, shared_[0].percent);
+    if (!endless && all.total > 0) all.percent = std::min(static_cast<int>(100.0 * drawn_[0].part), kMostPercent);
     return all;
 }
 
-// That of the last seconds: copying has another one than reading.
-void progress_line_t::measure_rate(const progress_state_t& state, std::int64_t time)
+void progress_line_t::go_on(const progress_state_t& state, std::int64_t time)
 {
-    shared_t& last = shared_[0];
-    const double seconds = static_cast<double>(time - last.drawn) / kSecond;
-    if (seconds <= 0.0) return;
-    const double rate = static_cast<double>(state.done - last.done) / seconds;
+    drawn_t& last = drawn_[0];
+    const double seconds = static_cast<double>(time - last.at) / kSecond;
+    if (seconds <= 0.0 || state.done < last.done) return;
+    const auto step = static_cast<double>(state.done - last.done);
+    const double rate = step / seconds;
+    // That of the last seconds: copying has another one than reading.
     const double weight = last.rate > 0.0 ? 1.0 - std::exp(-seconds / kMemory) : 1.0;
     last.rate += weight * (rate - last.rate);
-    last.drawn = time;
+    // A part of what was left: where more is left than was guessed it goes slower, and never back.
+    if (state.total > last.done) last.part += (1.0 - last.part) * step / static_cast<double>(state.total - last.done);
+    last.at = time;
     last.done = state.done;
 }
 
 void progress_line_t::wipe()
 {
-    if (shared_[0].shown && in_foreground()) put("\r\x1b[K");
-    shared_[0].shown = false;
+    if (drawn_[0].shown && in_foreground()) put("\r\x1b[K");
+    drawn_[0].shown = false;
 }
 
 void progress_line_t::step_aside()

@@ -48,25 +48,26 @@ public:
     void let_go();
 
 private:
-    struct shared_t {
+    // What was drawn last; but for the first, of whoever holds the lock.
+    struct drawn_t {
         std::int64_t due;   // ns, when it is drawn next
-        bool shown;         // the rest belongs to who holds the lock
-        int percent;        // last drawn
-        std::int64_t drawn;
-        std::uint64_t done;   // then
+        std::int64_t at;    // ns
+        bool shown;
+        std::uint64_t done;   // bytes
+        double part;          // of all, 0 to 1
         double rate;          // bytes per second
     };
     progress_state_t state(std::int64_t now);
-    void measure_rate(const progress_state_t& state, std::int64_t now);
+    void go_on(const progress_state_t& state, std::int64_t now);
     void redraw(const std::string& name, std::int64_t now);
     void wipe();
     void draw_next(std::int64_t when);
 
     shared_array_t<progress_share_t> pieces_;
-    shared_array_t<shared_t> shared_;
-    std::int64_t begun_;   // ns
-    int lock_;             // a file that is locked; the end of a process unlocks it
-    bool stdout_seen_;     // on a terminal
+    shared_array_t<drawn_t> drawn_;   // one
+    std::int64_t begun_;              // ns
+    int lock_;                        // a file that is locked; the end of a process unlocks it
+    bool stdout_seen_;                // on a terminal
 };
 
 }   // namespace kvx

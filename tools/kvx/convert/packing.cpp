@@ -77,7 +77,8 @@ finished_file_t packed(std::unique_ptr<output_file_t> file, const std::string& n
     const char* const ending = options.gz ? ".gz" : options.zst ? ".zst" : nullptr;
     if (ending == nullptr) return {std::move(file), name};
     auto smaller = std::make_unique<output_file_t>(options.folder);
-    compress(*file, *smaller, ending, name);
+    progress_t progress(name, *file);
+    compress(*file, *smaller, ending, [&](std::uint64_t bytes) { progress.at(bytes); });
     smaller->check(name);
     return {std::move(smaller), with_ending(name, ending)};
 }

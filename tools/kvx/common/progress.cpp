@@ -26,7 +26,7 @@ progress_share_t share_of(const std::vector<std::string>& paths, double passes)
     for (const std::string& path : paths) {
         struct stat status {};
         if ((path == "-" ? ::fstat(0, &status) : ::stat(path.c_str(), &status)) != 0) continue;
-        if (S_ISREG(status.st_mode))
+        if (S_ISREG(status.st_mode) && passes > 0.0)
             share.total += static_cast<std::uint64_t>(passes * static_cast<double>(status.st_size));
         else
             share.endless = 1;

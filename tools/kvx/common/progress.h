@@ -26,7 +26,7 @@ class progress_run_t {
 public:
     /// @param pieces  paths; what is no file is read until it ends
     /// @param passes  about so many bytes are gone through to one of the input, in reading it and copying what came of
-    ///                it; what becomes known on the way counts instead
+    ///                it; what becomes known on the way counts instead. 0: all is read until it ends
     progress_run_t(const std::vector<std::vector<std::string>>& pieces, bool quiet, double passes = 1.0);
     progress_run_t(const std::vector<std::string>& inputs, bool quiet, double passes = 1.0);
     ~progress_run_t();

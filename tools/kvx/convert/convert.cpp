@@ -94,11 +94,12 @@ std::vector<std::string> first_sources(const std::vector<sources_t>& tasks)
     return names;
 }
 
-// Bytes that are read, copied and read again to one of a log.
+// Bytes that are read, copied and read again to one of a log; nobody knows of one that grows.
 double passes(const convert_options_t& o)
 {
     constexpr double kText = 2.0, kCompact = 0.5;   // bytes of an observation file to one of its log
     const bool packed = o.gz || o.zst;
+    if (o.follow) return 0.0;
     return 1.0 + (o.verify ? 1.0 : 0.0) + (o.crx ? kText : 0.0) + (packed ? (o.crx ? kCompact : kText) : 0.0);
 }
 

@@ -2,6 +2,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <cstdio>
 #include <memory>
 
 #include "common/batch.h"
@@ -58,12 +59,18 @@ public:
                 code_ = kFailed;
             }
         }
-        if (destination_.several() && !interrupted()) destination_.write(index_of(entries_), destination_.index());
+        if (destination_.several() && !interrupted()) write(index_of(entries_), destination_.index());
         batch_.tell();
         return interrupted() ? interrupt_code() : code_;
     }
 
 private:
+    void write(const std::string& page, const std::string& name) const
+    {
+        const std::string path = destination_.write(page, name);
+        if (!path.empty() && !options_.quiet) std::printf("wrote %s\n", path.c_str());
+    }
+
     inspection_t inspected(std::size_t number, history_t& history)
     {
         const progress_piece_t piece(number);
@@ -80,7 +87,7 @@ private:
         if (interrupted() && !is_live(path)) throw interruption_t(path, "no page is made of a part");
         subject_t subject{inspection, history, signal_rows(inspection), satellite_rows(inspection)};
         const verdict_t verdict = verdict_of(subject);
-        destination_.write(report::page_of(subject, verdict, destination_.index()), name);
+        write(report::page_of(subject, verdict, destination_.index()), name);
         entries_.push_back(entry_of(subject, verdict, name));
         if (!inspection.damaged()) return;
         batch_.note(number, "damaged", damage_line(inspection));
@@ -119,7 +126,7 @@ command_t report_command(command_line_t& program)
                "beside it",
                {.required = true});
     app.flag("--force", &options->force, "Replace files that exist");
-    add_quiet_option(app, &options->quiet);
+    add_quiet_option(app, &options->quiet, "and no names of the pages written");
     add_selection_options(app, options->inspection, "to look at");
     return {app, [options] { return run(*options); }};
 }

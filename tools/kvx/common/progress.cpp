@@ -36,8 +36,8 @@ progress_share_t share_of(const std::vector<std::string>& paths, double passes)
 
 std::vector<std::vector<std::string>> one_by_one(const std::vector<std::string>& inputs)
 {
-    std::vector<std::vector<std::string>> pieces;
-    for (const std::string& input : inputs) pieces.push_back({input});
+    std::vector<std::vector<std::string>> pieces(inputs.size());
+    for (std::size_t i = 0; i < inputs.size(); ++i) pieces[i] = {inputs[i]};
     return pieces;
 }
 

@@ -1,6 +1,8 @@
 #include "common/progress_text.h"
 
 #include <algorithm>
+#include <cmath>
+#include <iterator>
 
 #include "common/text_format.h"
 
@@ -13,14 +15,18 @@ std::string size_text(double bytes)
 {
     constexpr const char* kUnits[] = {"kB", "MB", "GB", "TB", "PB"};
     const char* const* unit = kUnits;
-    for (bytes /= 1e3; bytes >= 999.5 && unit + 1 < std::end(kUnits); bytes /= 1e3) ++unit;
+    bytes /= 1e3;
+    while (bytes >= 999.5 && unit + 1 < std::end(kUnits)) {
+        bytes /= 1e3;
+        ++unit;
+    }
     return text(bytes < 9.95 ? "%.1f %s" : "%.0f %s", bytes, *unit);
 }
 
 std::string time_text(double seconds)
 {
-    const auto all = static_cast<std::int64_t>(seconds + 0.5);
-    const auto hours = static_cast<long long>(all / 3600);
+    const auto all = std::llround(seconds);
+    const long long hours = all / 3600;
     const int minutes = static_cast<int>(all / 60 % 60), rest = static_cast<int>(all % 60);
     return hours > 0 ? text("%lld:%02d:%02d", hours, minutes, rest) : text("%d:%02d", minutes, rest);
 }

@@ -1,6 +1,7 @@
 // kvx convert: RINEX from logs.
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <memory>
 
@@ -89,8 +90,8 @@ void warn(const convert_options_t& o)
 
 std::vector<std::string> first_sources(const std::vector<sources_t>& tasks)
 {
-    std::vector<std::string> names;
-    for (const sources_t& sources : tasks) names.push_back(sources.front());
+    std::vector<std::string> names(tasks.size());
+    std::transform(tasks.begin(), tasks.end(), names.begin(), [](const sources_t& sources) { return sources.front(); });
     return names;
 }
 

@@ -252,7 +252,7 @@ class Convert(Scratch):
             run.stdin.write(log)
         run.communicate(timeout=60)
         shown = b""
-        while not shown.endswith(b"K") and select.select([terminal], [], [], 10)[0]:
+        while not shown.endswith(b"\r\x1b[K") and select.select([terminal], [], [], 10)[0]:
             shown += os.read(terminal, 1000)
         self.assertRegex(shown, rb"^(\r[\d.]+ [kMG]B, [\d.]+ [kMG]B/s, 0:\d\d, standard input\x1b\[K)+\r\x1b\[K$")
 
@@ -288,7 +288,7 @@ class Convert(Scratch):
         self.assertRegex(shown, rb"^((" + drawn + rb")*\r\x1b\[K|[^\r\x1b]+\r\n)+$")   # wiped before anything else
         lines = [line.decode() for line in re.findall(drawn, shown)]
         self.assertLess(max(map(len, lines)), 50)
-        percents = [int(re.match(r" *(\d+) %, [012] of 2 files, [\d.]+ MB of [\d.]+ MB", line)[1]) for line in lines]
+        percents = [int(re.match(r" *(\d+) %, [012] of 2 files, [\d.]+ [kM]B of [\d.]+ MB", line)[1]) for line in lines]
         self.assertEqual(sorted(percents), percents)
         self.assertGreater(len(set(percents)), 2)
         first = re.search(r"of ([\d.]+) MB", lines[0])[1]

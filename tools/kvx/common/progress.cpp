@@ -103,8 +103,10 @@ void progress_t::expect(std::uint64_t bytes)
 
 void progress_t::tell(std::uint64_t done)
 {
-    if (done > told_) shared_number_t(line_->pieces()[piece_].done) += done - told_;
-    told_ = done;
+    if (done > told_) {
+        shared_number_t(line_->pieces()[piece_].done) += done - told_;
+        told_ = done;
+    }
     constexpr std::int64_t kSoon = 10'000'000;   // ns
     constexpr unsigned kMost = 64;
     const std::int64_t now = line_->draw(name_);

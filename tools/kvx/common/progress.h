@@ -65,11 +65,11 @@ public:
     progress_t& operator=(const progress_t&) = delete;
 
     /// May be called for every few bytes. Of many calls few look at the clock.
-    /// @param done  bytes of the stretch
+    /// @param done  bytes of the stretch; fewer than before are no step back
     void at(std::uint64_t done)
     {
         constexpr std::uint64_t kStep = 1 << 16;
-        if (line_ != nullptr && (done - told_ >= kStep || ++calls_ >= patience_)) tell(done);
+        if (line_ != nullptr && (done >= told_ + kStep || ++calls_ >= patience_)) tell(done);
     }
 
     /// The stretch is of another size than was thought.

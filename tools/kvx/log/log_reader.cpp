@@ -1,5 +1,8 @@
 #include "log/log_reader.h"
 
+#include <algorithm>
+#include <utility>
+
 #include "gnss/log/frame.h"
 #include "gnss/log/framing.h"
 
@@ -34,6 +37,29 @@ bool log_reader_t::refill()
     return end_ > 0;
 }
 
+void log_reader_t::is_one_of_several(std::uint64_t belong_to_other, complete_t complete)
+{
+    complete_ = std::move(complete);
+    offset_ = frame_end_ = belong_to_other;
+    for (std::uint64_t left = belong_to_other, got = 1; left > 0 && got > 0; left -= got)
+        got = source_.read_some(block_.get(), std::min<std::uint64_t>(left, block_size_));
+}
+
+bool log_reader_t::complete_torn()
+{
+    if (!complete_ || raw_.nbyte == 0) return false;
+    const std::size_t half = raw_.nbyte;
+    const std::vector<std::uint8_t> whole = complete_(raw_.buff, half);
+    if (whole.empty()) return false;
+    borrowed_ = whole.size() - half;
+    std::copy(whole.begin(), whole.end(), block_.get());
+    at_ = 0;
+    end_ = whole.size();
+    offset_ -= half;
+    raw_.nbyte = 0;
+    return true;
+}
+
 void log_reader_t::name(std::uint64_t offset, std::uint64_t bytes, const char* cause)
 {
     if (damage_.size() < kMostPlaces) damage_.push_back({offset, bytes, cause});
@@ -50,7 +76,7 @@ void log_reader_t::skip(std::uint64_t n)
 
 bool log_reader_t::next(frame_t& frame)
 {
-    while (at_ < end_ || refill()) {
+    while (at_ < end_ || refill() || complete_torn()) {
         if (raw_.nbyte == 0) raw_.len = 0;   // tells a frame found from bytes merely searched
         int left = static_cast<int>(end_ - at_);
         const int before = left;

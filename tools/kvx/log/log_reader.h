@@ -35,6 +35,20 @@ struct losses_t {
     std::uint64_t torn_bytes = 0;   ///< of the frame that the end of the log cuts off
 
     bool any() const { return skipped_bytes + bad_checksum + refused + too_long + torn_bytes != 0; }
+
+    losses_t& operator+=(const losses_t& other)
+    {
+        good_bytes += other.good_bytes;
+        skipped_bytes += other.skipped_bytes;
+        skipped_runs += other.skipped_runs;
+        bad_checksum += other.bad_checksum;
+        bad_checksum_bytes += other.bad_checksum_bytes;
+        refused += other.refused;
+        too_long += other.too_long;
+        too_long_bytes += other.too_long_bytes;
+        torn_bytes += other.torn_bytes;
+        return *this;
+    }
 };
 
 /// A place where the log is not as it was sent.
@@ -55,11 +69,18 @@ public:
     /// Called each time before more of a log that comes in live is waited for.
     void before_waiting(std::function<void()> act) { before_waiting_ = std::move(act); }
 
+    /// Makes a frame that the end of the log cuts off whole; empty: its rest is not there.
+    using complete_t = std::function<std::vector<std::uint8_t>(const std::uint8_t* half, std::size_t size)>;
+
+    /// Before the first frame: the log is one of several of a session.
+    /// @param belong_to_other  bytes at its beginning, of a frame of another log
+    void is_one_of_several(std::uint64_t belong_to_other, complete_t complete);
+
     /// Reads up to the next complete frame.
     /// @return false at the end of the log
     bool next(frame_t& frame);
 
-    std::uint64_t bytes() const { return offset_; }   ///< read so far
+    std::uint64_t bytes() const { return offset_ - borrowed_; }   ///< read so far
     const losses_t& losses() const { return losses_; }
 
     /// Where bytes were lost, in order; the first places of them.
@@ -69,6 +90,7 @@ public:
 private:
     int take(int& left);
     bool refill();
+    bool complete_torn();
     void skip(std::uint64_t n);
     void name(std::uint64_t offset, std::uint64_t bytes, const char* cause);
     void count(frame_t& frame);
@@ -82,6 +104,8 @@ private:
     std::size_t at_ = 0, end_ = 0;            // unread part of the block
     std::uint64_t offset_ = 0;                // of block_[at_] in the log
     std::uint64_t frame_end_ = 0;             // where the last frame or dropped header ended
+    complete_t complete_;
+    std::uint64_t borrowed_ = 0;   // bytes of its last frame that stand in another log
     std::function<void()> before_waiting_;
     losses_t losses_;
     std::vector<damage_t> damage_;

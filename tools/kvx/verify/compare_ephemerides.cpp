@@ -4,6 +4,7 @@
 #include <bit>
 #include <charconv>
 #include <cmath>
+#include <utility>
 
 #include "common/progress.h"
 #include "common/text_format.h"
@@ -96,11 +97,11 @@ void ephemeris_comparison_t::add(const log_ephemeris_t& e)
         }
     }
     if (size_ >= kMostSets || entries.size() >= kMostOfOneTime) {
-        result_.fault([&] { return logs_.text(e.place) + ": too many ephemerides to compare, " + e.satellite.name(); });
+        result_.fault([&] { return e.place.text() + ": too many ephemerides to compare, " + e.satellite.name(); });
         return;
     }
     ++size_;
-    entries.push_back({e, set, 0, 0, false});
+    entries.push_back({e, set, 0, 0, 0, false});
     ++entries[set].told;
     result_.ephemerides.repeated += set + 1 != entries.size();
 }
@@ -118,6 +119,7 @@ void ephemeris_comparison_t::run(const std::vector<std::string>& files)
 void ephemeris_comparison_t::read(const std::string& path)
 {
     rinex_file_t file(path, faults_of(result_));
+    ++file_;
     const char system = file.header().default_system();
     constexpr std::string_view kOfRinex2 = "GRS";
     if (file.header().version < 300 && kOfRinex2.find(system) == kOfRinex2.npos) {
@@ -175,6 +177,7 @@ void ephemeris_comparison_t::compare(const rinex_file_t& file, const rinex::navi
                    number_text(nearest->ephemeris.fields[least.first]);
         });
     }
+    if (std::exchange(set.file, file_) != file_) set.stands = 0;   // each part of a session has what it needs
     if (++set.stands > set.told) extra("stands there more often than in the log");
 }
 
@@ -194,7 +197,7 @@ void ephemeris_comparison_t::judge(const entry_t& entry)
     } else {
         ++count.missing;
         result_.fault([&] {
-            return logs_.text(e.place) + ": " + e.satellite.name() + ": " + std::string(e.message) + " ephemeris of " +
+            return e.place.text() + ": " + e.satellite.name() + ": " + std::string(e.message) + " ephemeris of " +
                    rinex::ticks_text(e.time) + " stands in no file";
         });
     }

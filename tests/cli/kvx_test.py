@@ -1,6 +1,7 @@
 """What a session at the command line does not show: other programs beside kvx, full disks, signals, work in parallel."""
 
 import collections
+import contextlib
 import ctypes
 import fcntl
 import gzip
@@ -21,6 +22,7 @@ import statistics
 import struct
 import subprocess
 import tempfile
+import termios
 import time
 import unittest
 import zlib
@@ -200,7 +202,8 @@ class Convert(Scratch):
     def test_logs_in_parallel(self):
         run = kvx("convert", self.log, self.dir / "none.log", self.log140, "-j", 2, "-o", self.out, "--json")
         self.assertEqual(FAILED, run.returncode)
-        self.assertIn(b"none.log", run.stderr)
+        told = b"No such file or directory (opening)\n"
+        self.assertTrue(run.stderr.endswith(b"kvx: 1 of 3 logs is not well:\n  %s: failed: " % str(self.dir / "none.log").encode() + told))
         self.assertEqual(2, len(run.stdout.splitlines()))
         self.assertEqual(2, len(list(self.out.glob("*_MO.rnx"))))
 
@@ -241,16 +244,61 @@ class Convert(Scratch):
 
     def test_progress_on_a_terminal(self):
         terminal, side_of_kvx = pty.openpty()
-        run = subprocess.Popen([KVX, "info", "-"], stdin=subprocess.PIPE, stdout=subprocess.DEVNULL, stderr=side_of_kvx)
+        run = subprocess.Popen([KVX, "info", "-"], stdin=subprocess.PIPE, stdout=subprocess.DEVNULL, stderr=side_of_kvx,
+                               env={**os.environ, "TERM": "xterm"})
         log = self.log.read_bytes()
         run.stdin.write(log)
         while not select.select([terminal], [], [], 0.1)[0]:
             run.stdin.write(log)
         run.communicate(timeout=60)
         shown = b""
-        while not shown.endswith(b"K") and select.select([terminal], [], [], 10)[0]:
+        while not shown.endswith(b"\r\x1b[K") and select.select([terminal], [], [], 10)[0]:
             shown += os.read(terminal, 1000)
-        self.assertRegex(shown, rb"^(\rstandard input: \d+ MB)+\r\x1b\[K$")
+        self.assertRegex(shown, rb"^(\r[\d.]+ [kMG]B, [\d.]+ [kMG]B/s, 0:\d\d, standard input\x1b\[K)+\r\x1b\[K$")
+
+    def in_slices(self, *options, term="xterm", columns=50, slices=100):
+        """What a terminal gets while logs are converted that, stopped again and again, take long."""
+        terminal, side_of_kvx = pty.openpty()
+        fcntl.ioctl(side_of_kvx, termios.TIOCSWINSZ, struct.pack("4H", 24, columns, 0, 0))
+        run = subprocess.Popen([KVX, "convert", self.dir / "torn.log", self.log140, "--gz", "--verify", "--marker", "A", "--force", "-o", self.out,
+                                *options], stdin=subprocess.DEVNULL, stdout=side_of_kvx, stderr=side_of_kvx,
+                               start_new_session=True, env={**os.environ, "TERM": term})
+        os.close(side_of_kvx)
+        shown = b""
+        with contextlib.suppress(OSError):   # at the end of all processes
+            for stop in itertools.chain([1.1], itertools.repeat(0.21, slices)):
+                time.sleep(0.015)
+                os.killpg(run.pid, signal.SIGSTOP)
+                time.sleep(stop)
+                os.killpg(run.pid, signal.SIGCONT)
+                while select.select([terminal], [], [], 0)[0]:
+                    shown += os.read(terminal, 10000)
+            while True:
+                shown += os.read(terminal, 10000)
+        run.wait(60)
+        os.close(terminal)
+        return shown
+
+    @forks
+    def test_progress_of_a_batch(self):
+        torn = self.dir / "torn.log"
+        torn.write_bytes(self.log.read_bytes()[:-100])
+        shown = self.in_slices("-j", "2")
+        drawn = rb"\r([^\r\n]+)\x1b\[K"
+        self.assertRegex(shown, rb"^((" + drawn + rb")*\r\x1b\[K|[^\r\x1b]+\r\n)+$")   # wiped before anything else
+        lines = [line.decode() for line in re.findall(drawn, shown)]
+        self.assertLess(max(map(len, lines)), 50)
+        percents = [int(re.match(r" *(\d+) %, [012] of 2 files, [\d.]+ [kM]B of [\d.]+ MB", line)[1]) for line in lines]
+        self.assertEqual(sorted(percents), percents)
+        self.assertGreater(len(set(percents)), 2)
+        first = re.search(r"of ([\d.]+) MB", lines[0])[1]
+        self.assertGreater(float(first), 4e-6 * sum(log.stat().st_size for log in (torn, self.log140)) - 0.5)
+        self.assertTrue(shown.endswith(b"kvx: 1 of 2 logs is not well:\r\n  %s: damaged: 6800 byte(s) of a frame that the end "
+                                       b"of the log cuts off\r\n" % str(torn).encode()), shown)
+        for options, term in (((), "dumb"), (("-q",), "xterm")):
+            other = self.in_slices("-j", "2", *options, term=term, slices=0)
+            self.assertNotIn(b"\x1b", other)
+            self.assertEqual("-q" in options, other.startswith(b"kvx: 1 of 2"), other)
 
     def contents(self, folder, date=rb"\d{8} \d{6} UTC"):
         return {f.name: re.sub(date, b"", f.read_bytes()) for f in folder.iterdir()}
@@ -290,7 +338,8 @@ class Convert(Scratch):
         self.assertEqual(FAILED, pack.returncode)
         self.assertEqual(before, self.contents(self.dir))
         run = kvx("convert", self.log, self.log, self.log, "-o", self.out, "--force", "-j", 3)
-        self.assertEqual((FAILED, 2), (run.returncode, run.stderr.count(b"another log of this run has made this file")))
+        told = [line for line in run.stderr.splitlines() if line.startswith(b"kvx: error:")]
+        self.assertEqual((FAILED, 2), (run.returncode, sum(b"another log of this run has made this file" in t for t in told)))
 
     def test_what_killed_runs_leave_goes(self):
         self.out.mkdir()
@@ -323,7 +372,9 @@ class Convert(Scratch):
         while not (children := pathlib.Path(f"/proc/{run.pid}/task/{run.pid}/children").read_text().split()):
             self.assertIsNone(run.poll())
         os.kill(int(children[0]), signal.SIGKILL)
-        self.assertEqual((None, b"kvx: error: standard input: killed by signal 9 (Killed)\n"), run.communicate(timeout=60))
+        told = b"killed by signal 9 (Killed)\n"
+        self.assertEqual((None, b"kvx: error: standard input: " + told + b"kvx: 1 of 2 logs is not well:\n"
+                          b"  standard input: failed: " + told), run.communicate(timeout=60))
         self.assertEqual((FAILED, 2), (run.returncode, len(list(self.out.iterdir()))))
 
     @forks

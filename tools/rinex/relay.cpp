@@ -15,10 +15,17 @@ std::string_view without_blanks(std::string_view line)
     return line.substr(0, line.find_last_not_of(' ') + 1);
 }
 
+using on_read_t = std::function<void(std::uint64_t)>;
+
 class relay_t {
 public:
-    relay_t(std::FILE* from, std::FILE* to, const columns_t& columns)
-        : lines_([from](char* at, std::size_t n) { return std::fread(at, 1, n, from); }),
+    relay_t(std::FILE* from, std::FILE* to, const columns_t& columns, const on_read_t& on_read)
+        : lines_([this, from, &on_read](char* at, std::size_t n) {
+              if (on_read) on_read(read_);
+              const std::size_t got = std::fread(at, 1, n, from);
+              read_ += got;
+              return got;
+          }),
           to_(to),
           rinex2_(columns.one_list())
     {
@@ -104,6 +111,7 @@ private:
         }
     }
 
+    std::uint64_t read_ = 0;   // bytes
     byte_lines_t lines_;
     std::FILE* to_;
     bool rinex2_;
@@ -114,9 +122,9 @@ private:
 
 }   // namespace
 
-void copy_in_order(std::FILE* from, std::FILE* to, const columns_t& columns)
+void copy_in_order(std::FILE* from, std::FILE* to, const columns_t& columns, const on_read_t& on_read)
 {
-    relay_t(from, to, columns).run();
+    relay_t(from, to, columns, on_read).run();
 }
 
 }   // namespace rinex

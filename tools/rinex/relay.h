@@ -2,7 +2,9 @@
 #ifndef RINEX_RELAY_H
 #define RINEX_RELAY_H
 
+#include <cstdint>
 #include <cstdio>
+#include <functional>
 
 #include "rinex/columns.h"
 
@@ -13,8 +15,10 @@ namespace rinex {
 ///
 /// @param from  behind the header
 /// @param to    where the text goes
+/// @param on_read  told how many bytes have been read so far
 /// @note Errors stay with the streams.
-void copy_in_order(std::FILE* from, std::FILE* to, const columns_t& columns);
+void copy_in_order(std::FILE* from, std::FILE* to, const columns_t& columns,
+                   const std::function<void(std::uint64_t bytes)>& on_read = {});
 
 }   // namespace rinex
 

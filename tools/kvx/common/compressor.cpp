@@ -94,15 +94,18 @@ std::unique_ptr<compressor_t> make_compressor(std::string_view name, std::FILE* 
     return nullptr;
 }
 
-void compress(output_file_t& from, output_file_t& to, std::string_view ending)
+void compress(output_file_t& from, output_file_t& to, std::string_view ending,
+              const std::function<void(std::uint64_t)>& on_read)
 {
     from.check("a file to be compressed");
     from.seek(0);
     const std::unique_ptr<compressor_t> compressor = make_compressor(ending, to.stream());
     std::vector<char> piece(kPiece);
+    std::uint64_t done = 0;
     for (std::size_t got = kPiece; got == kPiece;) {
         got = std::fread(piece.data(), 1, piece.size(), from.stream());
         compressor->write({piece.data(), got});
+        if (on_read) on_read(done += got);
     }
     if (std::ferror(from.stream()) != 0) throw system_error(from.path(), "reading it to compress it");
     compressor->finish();

@@ -2,7 +2,9 @@
 #ifndef KVX_COMPRESSOR_H
 #define KVX_COMPRESSOR_H
 
+#include <cstdint>
 #include <cstdio>
+#include <functional>
 #include <memory>
 #include <string_view>
 
@@ -31,8 +33,10 @@ std::unique_ptr<compressor_t> make_compressor(std::string_view name, std::FILE* 
 
 /// Compresses all of a file that is still unpublished into another one.
 /// @param ending  ".gz" or ".zst"
+/// @param on_read  told how many bytes have been read so far
 /// @throws error_t when the file cannot be read
-void compress(output_file_t& from, output_file_t& to, std::string_view ending);
+void compress(output_file_t& from, output_file_t& to, std::string_view ending,
+              const std::function<void(std::uint64_t bytes)>& on_read = {});
 
 }   // namespace kvx
 

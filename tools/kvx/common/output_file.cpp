@@ -50,6 +50,12 @@ output_file_t::~output_file_t()
     ::close(lock_);
 }
 
+std::uint64_t output_file_t::size() const
+{
+    struct stat status {};
+    return ::fstat(lock_, &status) == 0 ? static_cast<std::uint64_t>(status.st_size) : 0;
+}
+
 void output_file_t::check(const std::string& what)
 {
     if (std::fflush(stream_) != 0) throw system_error(folder_, "writing " + what);

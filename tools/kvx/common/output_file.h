@@ -26,6 +26,9 @@ public:
     const std::string& folder() const { return folder_; }
     const std::string& path() const { return path_; }
 
+    /// Bytes that have reached the file.
+    std::uint64_t size() const;
+
     /// Looks at the stream's error state, which a later close would hide.
     /// @throws error_t
     void check(const std::string& what);

@@ -59,8 +59,7 @@ private:
                 [this](const log_feed_t& from, const message_t& message) { return take(from, message); },
                 [this](const log_feed_t& from, const frame_t& frame, const std::uint8_t* content) {
                     summary_.count(frame, content, numbering_t::rinex);
-                    const bool sized = from.source().size_on_disk() > 0;
-                    progress_->at(finished_bytes_ + (sized ? from.source().position_on_disk() : from.reader().bytes()));
+                    progress_->at(finished_bytes_ + from.source().position_on_disk());
                 }});
         if (torn_) torn_->apply_to(feed->reader(), log);
         return feed;
@@ -103,7 +102,7 @@ private:
         foresee(log->source());
         live_ = log->source().live();
         begin_files(live_);
-        progress_.emplace(log->source().name(), log->source().size_on_disk());
+        progress_.emplace(log->source());
         log->reader().before_waiting([this] { files_->bring_to_disk(); });
         while (log->next()) on_judged(*log, log->current());
         finish(*log);

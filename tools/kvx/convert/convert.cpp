@@ -1,11 +1,16 @@
 // kvx convert: RINEX from logs.
+#include <unistd.h>
+
+#include <algorithm>
 #include <cstdio>
 #include <memory>
 
+#include "common/batch.h"
 #include "common/command.h"
 #include "common/error.h"
 #include "common/interrupt.h"
 #include "common/left_overs.h"
+#include "common/progress.h"
 #include "common/publish.h"
 #include "common/standard_streams.h"
 #include "convert/conversion.h"
@@ -17,11 +22,24 @@ namespace kvx {
 
 namespace {
 
-int convert_one(const convert_options_t& options, const sources_t& sources)
+summary_t converted(const convert_options_t& options, const sources_t& sources, std::size_t task)
+{
+    const progress_piece_t piece(task);
+    return convert_logs(options, sources);
+}
+
+std::string text_of(const convert_options_t& options, const summary_t& summary)
+{
+    return options.json ? summary_json(summary) : options.quiet ? "" : summary_text(summary);
+}
+
+int convert_one(const convert_options_t& options, const sources_t& sources, std::size_t task, batch_t& batch)
 {
     try {
-        const summary_t summary = convert_logs(options, sources);
-        const std::string text = options.json ? summary_json(summary) : summary_text(summary);
+        const summary_t summary = converted(options, sources, task);
+        const std::string text = text_of(options, summary);
+        if (summary.damaged()) batch.note(task, "damaged", damage_line(summary));
+        const progress_aside_t aside(STDERR_FILENO);
         std::fputs(text.c_str(), stdout);
         if (summary.outcome->partial) {
             const error_t cut(summary.log, "interrupted", "what was read is in " + summary.outcome->files.front());
@@ -30,9 +48,12 @@ int convert_one(const convert_options_t& options, const sources_t& sources)
         if (summary.ended_by_signal) return interrupt_code();
         return summary.damaged() ? kDamaged : kDone;
     } catch (const interruption_t& e) {
+        const progress_aside_t aside(STDERR_FILENO);
         std::fprintf(stderr, "kvx: error: %s\n", e.what());
         return interrupt_code();
     } catch (const std::exception& e) {
+        batch.failed(task, e);
+        const progress_aside_t aside(STDERR_FILENO);
         print_failure(e, sources.front());
         return kFailed;
     }
@@ -67,6 +88,29 @@ void warn(const convert_options_t& o)
     }
 }
 
+std::vector<std::string> first_sources(const std::vector<sources_t>& tasks)
+{
+    std::vector<std::string> names(tasks.size());
+    std::transform(tasks.begin(), tasks.end(), names.begin(), [](const sources_t& sources) { return sources.front(); });
+    return names;
+}
+
+// Bytes that are read, copied and read again to one of a log; nobody knows of one that grows.
+double passes(const convert_options_t& o)
+{
+    constexpr double kText = 2.0, kCompact = 0.5;   // bytes of an observation file to one of its log
+    const bool packed = o.gz || o.zst;
+    if (o.follow) return 0.0;
+    return 1.0 + (o.verify ? 1.0 : 0.0) + (o.crx ? kText : 0.0) + (packed ? (o.crx ? kCompact : kText) : 0.0);
+}
+
+int convert_all(const convert_options_t& options, const std::vector<sources_t>& tasks, batch_t& batch)
+{
+    progress_run_t progress(tasks, options.quiet, passes(options));
+    const auto convert = [&](std::size_t task) { return convert_one(options, tasks[task], task, batch); };
+    return tasks.size() == 1 ? convert(0) : run_jobs(options, {tasks, progress, batch}, convert);
+}
+
 int run(const convert_options_t& options)
 {
     warn(options);
@@ -74,10 +118,11 @@ int run(const convert_options_t& options)
     begin_run(options.logs);
     remove_left_overs_once(options.folder);   // not in every process
     catch_interrupts();
-    const auto convert = [&options](const sources_t& sources) { return convert_one(options, sources); };
     const std::vector<sources_t> tasks = tasks_of(options);
-    if (tasks.size() == 1) return convert(tasks.front());
-    return run_jobs(options, tasks, convert);
+    batch_t batch(first_sources(tasks), "logs");
+    const int code = convert_all(options, tasks, batch);
+    batch.tell();
+    return code;
 }
 
 }   // namespace

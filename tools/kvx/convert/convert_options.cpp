@@ -5,6 +5,7 @@
 
 #include "common/ascii.h"
 #include "common/command_line.h"
+#include "common/progress.h"
 #include "common/systems.h"
 #include "gnss/rinex/options.h"
 
@@ -53,6 +54,7 @@ void add_output_options(command_line_t& app, convert_options_t& o)
     app.flag("--zst", &o.zst, "Compress the files with Zstandard", {.excludes = "--gz"});
     app.flag("--verify", &o.verify, "Prove that the files hold all that the log sent before they get their names");
     app.flag("--json", &o.json, "Print the summary as JSON");
+    add_quiet_option(app, &o.quiet, "and no summary but that as JSON");
 }
 
 // "15m", "1h", "1d" in ms: whole minutes of which a day is a multiple; 0: none of these.

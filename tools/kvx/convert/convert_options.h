@@ -30,6 +30,7 @@ struct convert_options_t : selection_options_t {
     bool force = false;
     bool verify = false;
     bool json = false;
+    bool quiet = false;
     bool events = true;
     int jobs = 1;
     std::string name;   ///< stem of the file names, empty: by convention

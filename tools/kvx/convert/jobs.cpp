@@ -33,7 +33,9 @@ int worse(int a, int b)
 // The library's writers keep process-wide state: logs at once are processes at once.
 class jobs_t {
 public:
-    jobs_t(const convert_options_t& options, const convert_t& convert) : options_(options), convert_(convert) {}
+    jobs_t(const convert_options_t& options, const tasks_t& tasks, const convert_t& convert)
+        : options_(options), tasks_(tasks), convert_(convert)
+    {}
     ~jobs_t()   // who gives up half way waits for what is under way
     {
         for (; running_ > 0; --running_) {
@@ -44,33 +46,35 @@ public:
     jobs_t(const jobs_t&) = delete;
     jobs_t& operator=(const jobs_t&) = delete;
 
-    int run(const std::vector<sources_t>& tasks)
+    int run()
     {
         malloc_trim(0);   // each process takes over what this one holds
-        for (const sources_t& sources : tasks) {
+        for (std::size_t task = 0; task < tasks_.sources.size(); ++task) {
             while (children_.size() >= static_cast<std::size_t>(options_.jobs) && !interrupted()) wait_for_one();
             if (interrupted()) break;
-            start(sources);
+            start(task);
         }
         while (!children_.empty()) wait_for_one();
         return interrupted() ? interrupt_code() : code_;
     }
 
 private:
-    void start(const sources_t& sources)
+    void start(std::size_t task)
     {
         std::fflush(stdout);
         const pid_t pid = fork();
         if (pid == 0) {
             // One write per summary keeps those of several logs apart.
             std::setvbuf(stdout, nullptr, _IOFBF, 1 << 20);
-            _exit(finished(convert_(sources)));
+            const int code = convert_(task);
+            const progress_aside_t aside(STDOUT_FILENO);
+            _exit(finished(code));
         }
         if (pid > 0) {
             ++running_;
-            children_.emplace(pid, sources.front());
+            children_.emplace(pid, task);
         } else {
-            code_ = worse(code_, convert_(sources));
+            code_ = worse(code_, convert_(task));
         }
     }
 
@@ -78,7 +82,7 @@ private:
     {
         if (interrupted() && !told_) {   // a signal that perhaps only this process got
             told_ = true;
-            for (const auto& [child, log] : children_) kill(child, SIGUSR1);
+            for (const auto& [child, task] : children_) kill(child, SIGUSR1);
         }
         int status = 0;
         const pid_t done = wait(&status);
@@ -91,18 +95,23 @@ private:
         code_ = worse(code_, WIFEXITED(status) ? WEXITSTATUS(status) : static_cast<int>(kFailed));
     }
 
-    void tell_end(const std::string& log, int signal) const
+    void tell_end(std::size_t task, int signal) const
     {
+        const std::string& log = tasks_.sources[task].front();
+        const std::string what = "killed by signal " + std::to_string(signal);
         const char* name = sigdescr_np(signal);
-        const error_t end(log == "-" ? "standard input" : log, "killed by signal " + std::to_string(signal),
-                          name == nullptr ? "" : name);
+        const error_t end(log == "-" ? "standard input" : log, what, name == nullptr ? "" : name);
+        tasks_.progress.end(task);
+        tasks_.batch.failed(task, end);
+        const progress_aside_t aside(STDERR_FILENO);
         std::fprintf(stderr, "kvx: error: %s\n", end.what());
         remove_left_overs(options_.folder);
     }
 
     const convert_options_t& options_;
+    const tasks_t& tasks_;
     const convert_t& convert_;
-    std::map<pid_t, std::string> children_;   // and their logs
+    std::map<pid_t, std::size_t> children_;   // and their tasks
     int running_ = 0;                         // of them, also without memory for its place
     bool told_ = false;                       // that there was an interrupt
     int code_ = kDone;
@@ -110,9 +119,9 @@ private:
 
 }   // namespace
 
-int run_jobs(const convert_options_t& options, const std::vector<sources_t>& tasks, const convert_t& convert)
+int run_jobs(const convert_options_t& options, const tasks_t& tasks, const convert_t& convert)
 {
-    return jobs_t(options, convert).run(tasks);
+    return jobs_t(options, tasks, convert).run();
 }
 
 }   // namespace kvx

@@ -5,6 +5,7 @@
 #include <limits>
 
 #include "common/error.h"
+#include "common/progress.h"
 #include "rinex/dates.h"
 #include "rinex/header.h"
 #include "rinex/relay.h"
@@ -136,12 +137,13 @@ void observation_output_t::hand_over_events(observation_output_t& next)
 }
 
 // The same file with another header, and its columns in order.
-std::unique_ptr<output_file_t> observation_output_t::rewritten(const std::string& header)
+std::unique_ptr<output_file_t> observation_output_t::rewritten(const std::string& header, const std::string& name)
 {
     auto copy = std::make_unique<output_file_t>(options_.folder, 0);
     std::fwrite(header.data(), 1, header.size(), copy->stream());
     file_->seek(static_cast<std::int64_t>(header_size_));
-    rinex::copy_in_order(file_->stream(), copy->stream(), text_.columns());
+    progress_t progress(name, *file_);
+    rinex::copy_in_order(file_->stream(), copy->stream(), text_.columns(), [&](std::uint64_t n) { progress.at(n); });
     if (std::ferror(file_->stream()) != 0)
         throw error_t(file_->path(), "reading back failed", "putting the columns in order");
     return copy;
@@ -174,7 +176,7 @@ void observation_output_t::complete(const std::string& header, const std::string
         file_->seek(0);
         write(*padded);
     } else {
-        file_ = rewritten(header);
+        file_ = rewritten(header, name);
     }
 }
 

@@ -65,7 +65,7 @@ private:
     std::string first_header() const;
     std::string header(const rinex::columns_t& columns) const;
     void complete(const std::string& header, const std::string& name);
-    std::unique_ptr<output_file_t> rewritten(const std::string& header);
+    std::unique_ptr<output_file_t> rewritten(const std::string& header, const std::string& name);
 
     const convert_options_t& options_;
     const rinex::station_t& station_;

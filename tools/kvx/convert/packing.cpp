@@ -4,6 +4,7 @@
 
 #include "common/compressor.h"
 #include "common/error.h"
+#include "common/progress.h"
 #include "common/text_format.h"
 #include "rinex/crinex_compress.h"
 #include "rinex/line_error.h"
@@ -50,7 +51,14 @@ std::unique_ptr<output_file_t> made_compact(output_file_t& file, const std::stri
     };
     rinex::crinex_compressor_t compressor(write, KVX_VERSION, compact_date());
     file.seek(0);
-    rinex::byte_lines_t lines([&](char* to, std::size_t n) { return std::fread(to, 1, n, file.stream()); });
+    progress_t progress(name, file);
+    std::uint64_t done = 0;
+    rinex::byte_lines_t lines([&](char* to, std::size_t n) {
+        progress.at(done);
+        const std::size_t got = std::fread(to, 1, n, file.stream());
+        done += got;
+        return got;
+    });
     try {
         for (std::string_view line; lines.next(line);) compressor.put(line);
         compressor.finish();
@@ -69,7 +77,8 @@ finished_file_t packed(std::unique_ptr<output_file_t> file, const std::string& n
     const char* const ending = options.gz ? ".gz" : options.zst ? ".zst" : nullptr;
     if (ending == nullptr) return {std::move(file), name};
     auto smaller = std::make_unique<output_file_t>(options.folder);
-    compress(*file, *smaller, ending);
+    progress_t progress(name, *file);
+    compress(*file, *smaller, ending, [&](std::uint64_t bytes) { progress.at(bytes); });
     smaller->check(name);
     return {std::move(smaller), with_ending(name, ending)};
 }

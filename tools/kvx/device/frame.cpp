@@ -1,9 +1,11 @@
 // kvx frame: packs and parses the device's framed messages.
 #include <CKorvexMsgHelper.h>
+#include <unistd.h>
 
 #include <cstdint>
 #include <cstdio>
 #include <filesystem>
+#include <functional>
 #include <memory>
 #include <optional>
 
@@ -11,6 +13,7 @@
 #include "common/error.h"
 #include "common/input_file.h"
 #include "common/interrupt.h"
+#include "common/progress.h"
 #include "common/publish.h"
 #include "common/standard_streams.h"
 #include "common/text_format.h"
@@ -28,7 +31,7 @@ struct frame_options_t {
     std::string file = "-";
     std::optional<std::string> hex;
     std::string output;
-    bool json = false, force = false;
+    bool json = false, force = false, quiet = false;
 };
 
 int digit(char c)
@@ -110,11 +113,25 @@ int pack(const frame_options_t& options)
 void print_frame(unsigned short id, const unsigned char* payload, unsigned n, bool json)
 {
     const std::string hex = to_hex(payload, n);
+    const progress_aside_t aside(STDOUT_FILENO);
     if (json)
         std::printf("{\"id\":%d,\"length\":%u,\"payload\":\"%s\"}\n", id, n, hex.c_str());
     else
         std::printf("id %d length %u%s%s\n", id, n, n == 0 ? "" : " payload ", hex.c_str());
     look_at_stdout();
+}
+
+void read_pieces(input_file_t& source, std::vector<unsigned char>& piece, bool quiet, const std::function<void()>& take)
+{
+    const progress_run_t run({source.name()}, quiet);
+    progress_t progress(source);
+    for (;; progress.at(source.position_on_disk())) {
+        if (source.live()) std::fflush(stdout);   // before it waits
+        piece.resize(kPiece);
+        piece.resize(source.read_some(piece.data(), kPiece));
+        if (piece.empty()) return;
+        take();
+    }
 }
 
 int parse(const frame_options_t& options)
@@ -145,14 +162,10 @@ int parse(const frame_options_t& options)
                           "at byte " + std::to_string(bytes - piece.size()) + ", " + std::to_string(frames) +
                               " frames found before it");
     };
-    if (!source) take();
-    while (source) {
-        if (source->live()) std::fflush(stdout);   // before it waits
-        piece.resize(kPiece);
-        piece.resize(source->read_some(piece.data(), kPiece));
-        if (piece.empty()) break;
+    if (source)
+        read_pieces(*source, piece, options.quiet, take);
+    else
         take();
-    }
 
     const std::string damage = source ? source->damage() : "";
     const int whole = source && source->ended_by_signal() ? interrupt_code() : kDone;
@@ -179,6 +192,7 @@ command_t frame_command(command_line_t& program)
 
     command_line_t parse_app = frame.command("parse", "Find the frames in a stream, one line for each");
     parse_app.flag("--json", &options->json, "Print JSON lines");
+    add_quiet_option(parse_app, &options->quiet);
 
     for (command_line_t app : {pack_app, parse_app}) {
         app.option("--hex", &options->hex, "Bytes as hexadecimal digits instead of a file");

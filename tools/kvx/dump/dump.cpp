@@ -1,10 +1,13 @@
 // kvx dump: lists, checks, prints and replays fusion dump files.
+#include <unistd.h>
+
 #include <cstdio>
 #include <cstring>
 #include <memory>
 
 #include "common/command.h"
 #include "common/json_text.h"
+#include "common/progress.h"
 #include "common/standard_streams.h"
 #include "common/text_format.h"
 #include "dump/dump_scan.h"
@@ -16,7 +19,7 @@ using nlohmann::ordered_json;
 
 struct dump_options_t {
     std::string file;
-    bool json = false;
+    bool json = false, quiet = false;
     std::string library;
     double rate = 0;
 };
@@ -78,6 +81,7 @@ int verify(const dump_options_t& options)
 {
     const dump_totals_t totals = scan_dump(options.file, [&](const dump_item_t& item) {
         if (item.damage == dump_damage_t::none) return;
+        const progress_aside_t aside(STDOUT_FILENO);
         const char* kind = dump_damage_text(item.damage);
         if (options.json)
             print({{"offset", item.offset}, {"kind", kind}, {"bytes", item.bytes}});
@@ -107,6 +111,7 @@ int cat(const dump_options_t& options)
             std::memcpy(&value, item.payload, sizeof value);
             line["value"] = value;
         }
+        const progress_aside_t aside(STDOUT_FILENO);
         print(line);
     }));
 }
@@ -116,6 +121,7 @@ command_line_t add_action(command_line_t& dump, const char* name, const char* wh
 {
     command_line_t action = dump.command(name, what);
     action.option("FILE", &options->file, "Dump file; .gz is read directly, - is standard input", {.required = true});
+    add_quiet_option(action, &options->quiet);
     return action;
 }
 
@@ -136,6 +142,7 @@ command_t dump_command(command_line_t& program)
                       {.check = within(0.001, 1e6)});
 
     return {dump, [options, info_app, verify_app, cat_app] {
+                const progress_run_t progress({options->file}, options->quiet);
                 if (info_app.given()) return info(*options);
                 if (verify_app.given()) return verify(*options);
                 if (cat_app.given()) return cat(*options);

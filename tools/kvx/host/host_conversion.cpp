@@ -76,13 +76,13 @@ private:
 
     void read_log()
     {
-        progress_t progress(source_.name(), source_.size_on_disk());
+        progress_t progress(source_);
         frame_t frame{};
         while (reader_.next(frame)) {
             if (frame.result == DECODE_EPH && !navigation_.add(*raw_)) frame.result = DECODE_NOTHING;   // repeated
             summary_.count(frame, raw_->buff, numbering_t::record);
             on_frame(frame);
-            progress.at(source_.size_on_disk() > 0 ? source_.position_on_disk() : reader_.bytes());
+            progress.at(source_.position_on_disk());
         }
         epochs_.flush();
         order_.flush();

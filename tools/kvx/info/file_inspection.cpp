@@ -77,7 +77,7 @@ public:
 
     inspection_t run()
     {
-        progress_t progress(file_.path(), file_.source().size_on_disk());
+        progress_t progress(file_.source());
         rinex::observation_reader_t reader(file_.lines(), file_.header(), file_.findings());
         rinex::read_epoch_t epoch;
         while (!interrupted() && reader.next(epoch)) {

@@ -2,9 +2,11 @@
 #include <cstdio>
 #include <memory>
 
+#include "common/batch.h"
 #include "common/command.h"
 #include "common/error.h"
 #include "common/interrupt.h"
+#include "common/progress.h"
 #include "info/inputs.h"
 
 namespace kvx {
@@ -14,32 +16,48 @@ namespace {
 struct info_options_t {
     inspection_options_t inspection;
     std::vector<std::string> paths;
-    bool json = false;
+    bool json = false, quiet = false;
 };
 
-int describe(const info_options_t& options, const std::string& path, const inputs_t& inputs)
+inspection_t inspected(const info_options_t& options, const inputs_t& inputs, std::size_t number)
 {
-    inspection_t result = inspect(options.inspection, path, inputs);
+    const progress_piece_t piece(number);
+    return inspect(options.inspection, inputs.described[number], inputs);
+}
+
+// @return whether all is as it was sent
+bool describe(const info_options_t& options, const inputs_t& inputs, std::size_t number, batch_t& batch)
+{
+    inspection_t result = inspected(options, inputs, number);
     std::fputs((options.json ? inspection_json(result) : inspection_text(result)).c_str(), stdout);
-    return result.damaged() ? kDamaged : kDone;
+    if (result.damaged()) batch.note(number, "damaged", damage_line(result));
+    return !result.damaged();
+}
+
+int describe_all(const info_options_t& options, const inputs_t& inputs, batch_t& batch)
+{
+    const progress_run_t progress(inputs.described, options.quiet);
+    int code = kDone;
+    for (std::size_t i = 0; i < inputs.described.size() && !interrupted(); ++i) {
+        try {
+            if (!describe(options, inputs, i, batch) && code == kDone) code = kDamaged;
+        } catch (const std::exception& e) {
+            print_failure(e, inputs.described[i]);
+            batch.failed(i, e);
+            code = kFailed;
+        }
+    }
+    return code;
 }
 
 int run(const info_options_t& options)
 {
     catch_interrupts();
-    int code = kDone;
     const inputs_t inputs = inputs_of(options.paths);
-    for (const std::string& path : inputs.described) {
-        try {
-            const int one = describe(options, path, inputs);
-            if (code == kDone) code = one;
-        } catch (const std::exception& e) {
-            print_failure(e, path);
-            code = kFailed;
-        }
-        if (interrupted()) return interrupt_code();
-    }
-    return code;
+    batch_t batch(inputs.described, "files");
+    const int code = describe_all(options, inputs, batch);
+    batch.tell();
+    return interrupted() ? interrupt_code() : code;
 }
 
 }   // namespace
@@ -55,6 +73,7 @@ command_t info_command(command_line_t& program)
                {.required = true});
     app.flag("--quick", &options->inspection.quick, "Messages, satellites, gaps and damage of logs, and nothing else");
     app.flag("--json", &options->json, "Print as JSON");
+    add_quiet_option(app, &options->quiet);
     add_selection_options(app, options->inspection, "to look at");
     return {app, [options] { return run(*options); }};
 }

@@ -50,6 +50,9 @@ inspection_t inspect_observations(const inspection_options_t& options, const std
 /// @throws error_t when it cannot be read
 inspection_t inspect_navigation(const std::string& path);
 
+/// What makes it damaged, in a line.
+std::string damage_line(const inspection_t& inspection);
+
 /// For people.
 std::string inspection_text(inspection_t& inspection);
 

@@ -204,6 +204,12 @@ std::string head(const inspection_t& i)
 
 }   // namespace
 
+std::string damage_line(const inspection_t& inspection)
+{
+    if (inspection.findings == 0) return damage_line(inspection.summary);
+    return plural(inspection.findings, "error") + " in its structure, the first: " + inspection.first_finding;
+}
+
 std::string inspection_text(inspection_t& i)
 {
     const auto satellites = satellite_rows(i);

@@ -30,7 +30,9 @@ public:
         const auto record = std::make_unique_for_overwrite<raw_t>();
         Initial_raw(record.get(), 1);
         log_reader_t reader(source_, *record, false);
+        progress_t progress(source_);
         for (frame_t frame{}; reader.next(frame) && reader.bytes() < kMostBytes;) {
+            progress.at(source_.position_on_disk());
             const korvex::header_t header = korvex::read_header(record->buff);
             const auto time = frame.checksum_ok ? time_of(header) : std::nullopt;
             if (!time) continue;
@@ -82,12 +84,12 @@ public:
 
     inspection_t run()
     {
-        progress_t progress(source_.name(), source_.size_on_disk());
+        progress_t progress(source_);
         frame_t frame{};
         while (reader_.next(frame)) {
             if (frame.checksum_ok) frame.result = take(frame);
             result_.summary.count(frame, frame_->buff, numbering_t::rinex);
-            progress.at(source_.size_on_disk() > 0 ? source_.position_on_disk() : reader_.bytes());
+            progress.at(source_.position_on_disk());
         }
         if (result_.seen) result_.seen->flush();
         quick_order_.flush();

@@ -5,6 +5,8 @@
 #include <cstdlib>
 #include <utility>
 
+#include "common/progress.h"
+
 namespace kvx {
 
 namespace {
@@ -118,8 +120,10 @@ void navigation_records_t::take_ionosphere(const rinex::read_nav_record_t& r)
 
 void navigation_records_t::read(const std::function<void(const rinex::ephemeris_record_t&)>& take)
 {
+    progress_t progress(file_.source());
     rinex::navigation_reader_t reader(file_.lines(), file_.header(), file_.findings());
     for (rinex::read_nav_record_t record; reader.next(record);) {
+        progress.at(file_.source().position_on_disk());
         take_ionosphere(record);
         const auto ephemeris = ephemeris_of(record);
         if (!ephemeris) continue;

@@ -36,7 +36,7 @@ struct options_t {
     std::string range = "43";
     std::vector<std::string> obstructions;
     std::int64_t faults = 0;
-    bool force = false;
+    bool force = false, quiet = false;
 };
 
 // Reads the time of the first epoch, within the weeks that are simulated.
@@ -102,7 +102,9 @@ result_t write_log(const options_t& options, std::FILE* out, compressor_t* compr
     std::vector<sky::fault_t> faults;
     result_t result;
     {
-        progress_t progress("simulating", static_cast<std::uint64_t>(simulator.epochs()));
+        const progress_run_t run(std::vector<std::string>{}, options.quiet);
+        progress_t progress(options.output, 0);
+        const auto epochs = static_cast<double>(simulator.epochs());
         for (sky::bytes_t epoch; !interrupted() && simulator.next(epoch); epoch.clear()) {
             const auto struck = damage.apply(epoch);
             faults.insert(faults.end(), struck.begin(), struck.end());
@@ -110,7 +112,10 @@ result_t write_log(const options_t& options, std::FILE* out, compressor_t* compr
             if (compressor == nullptr) std::fwrite(epoch.data(), 1, epoch.size(), out);
             if (std::ferror(out) != 0) break;
             result.bytes += epoch.size();
-            progress.at(static_cast<std::uint64_t>(++result.epochs));
+            ++result.epochs;
+            const double size = static_cast<double>(result.bytes) / static_cast<double>(result.epochs);
+            progress.expect(static_cast<std::uint64_t>(size * epochs));
+            progress.at(result.bytes);
         }
     }
     if (compressor != nullptr) compressor->finish();
@@ -135,6 +140,7 @@ int write_file(const options_t& options)
     const std::string published = publish(std::move(file), name, options.force);
     if (interrupted())
         throw interruption_t(options.output, std::to_string(result.epochs) + " epochs are in " + published);
+    if (options.quiet) return kDone;
     std::printf("%s: %lld epochs, %llu bytes\n", options.output.c_str(), static_cast<long long>(result.epochs),
                 static_cast<unsigned long long>(result.bytes));
     return kDone;
@@ -145,8 +151,9 @@ int write_stream(const options_t& options, std::FILE* out)
 {
     if (out == nullptr) throw system_error(options.output, "opening");
     const result_t result = write_log(options, out);
-    std::fprintf(stderr, "%lld epochs, %llu bytes\n", static_cast<long long>(result.epochs),
-                 static_cast<unsigned long long>(result.bytes));
+    if (!options.quiet)
+        std::fprintf(stderr, "%lld epochs, %llu bytes\n", static_cast<long long>(result.epochs),
+                     static_cast<unsigned long long>(result.bytes));
     return interrupted() ? interrupt_code() : kDone;
 }
 
@@ -201,6 +208,7 @@ command_t simulate_command(command_line_t& program)
     app.option("-o,--output", &options->output,
                "File to write, compressed when it ends in .gz or .zst; - is the standard output", {.required = true});
     app.flag("--force", &options->force, "Replace a file that exists");
+    add_quiet_option(app, &options->quiet, "and no summary");
     app.option("--start", &options->start, "GPS time of the first epoch, YYYY-MM-DD HH:MM:SS",
                {.check = {check_start, "TIME"}, .show_default = true});
     app.option("--duration", &s.duration, "Length (s)", {.check = within(0.05, 366 * kDay), .show_default = true});

@@ -184,6 +184,9 @@ const char* message_name(int id);
 /// For people: what a conversion made of the log.
 std::string summary_text(const summary_t& summary);
 
+/// What makes it damaged, in a line.
+std::string damage_line(const summary_t& summary);
+
 /// Parts of it, lines each: a table of the messages; epochs; losses and what else is to be noted.
 std::string messages_table(const summary_t& summary);
 std::string epochs_text(const epoch_count_t& epochs);

@@ -18,7 +18,7 @@ std::string messages_text(const summary_t& s)
     return out;
 }
 
-std::string losses_text(const summary_t& s)
+std::vector<std::string> losses_of(const summary_t& s)
 {
     struct loss_t {
         std::uint64_t n;
@@ -32,13 +32,20 @@ std::string losses_text(const summary_t& s)
         {s.lost.skipped_bytes, "byte(s) between frames"},
         {s.lost.torn_bytes, "byte(s) of a frame that the end of the log cuts off"},
     };
-    std::string out;
+    std::vector<std::string> texts;
     for (const loss_t& loss : losses) {
         if (loss.n == 0) continue;
-        out += "  lost: " + std::to_string(loss.n) + " " + loss.what;
-        out += loss.bytes > 0 ? ", " + plural(loss.bytes, "byte") + "\n" : "\n";
+        texts.push_back(std::to_string(loss.n) + " " + loss.what);
+        if (loss.bytes > 0) texts.back() += ", " + plural(loss.bytes, "byte");
     }
-    if (!s.source_damage.empty()) out += "  lost: " + s.source_damage + "\n";
+    if (!s.source_damage.empty()) texts.push_back(s.source_damage);
+    return texts;
+}
+
+std::string losses_text(const summary_t& s)
+{
+    std::string out;
+    for (const std::string& loss : losses_of(s)) out += "  lost: " + loss + "\n";
     if (out.empty()) return "  nothing lost: good frames make up all " + plural(s.bytes, "byte") + "\n";
     return out + "  good: " + std::to_string(s.lost.good_bytes) + " of " + plural(s.bytes, "byte") + "\n";
 }
@@ -178,6 +185,17 @@ std::string gaps_text(const joined_t& joined)
 }
 
 }   // namespace
+
+std::string damage_line(const summary_t& s)
+{
+    std::vector<std::string> all = losses_of(s);
+    if (s.clock.epochs_out > 0) all.push_back(plural(s.clock.epochs_out, "epoch") + " with a time that cannot be");
+    if (s.outcome && s.outcome->observations.events_lost > 0)
+        all.push_back(plural(s.outcome->observations.events_lost, "event") + " too many before an epoch");
+    std::string out;
+    for (const std::string& one : all) out += (out.empty() ? "" : "; ") + one;
+    return out;
+}
 
 std::string messages_table(const summary_t& s)
 {

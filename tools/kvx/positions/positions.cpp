@@ -27,7 +27,7 @@ struct options_t {
     std::string output = "-";
     std::string format;   // empty: as the output is called, else csv
     bool computed = false;
-    bool force = false;
+    bool force = false, quiet = false;
 };
 
 // The receiver's own positions, marks and sites: one pass over the messages.
@@ -45,10 +45,10 @@ public:
     // @return whether bytes were lost
     bool read(track_t& track)
     {
-        progress_t progress(source_.name(), source_.size_on_disk());
+        progress_t progress(source_);
         for (frame_t frame{}; reader_.next(frame);) {
             if (frame.checksum_ok) take(frame, track);
-            progress.at(source_.size_on_disk() > 0 ? source_.position_on_disk() : reader_.bytes());
+            progress.at(source_.position_on_disk());
         }
         std::stable_sort(track.points.begin(), track.points.end(),
                          [](const track_point_t& a, const track_point_t& b) { return a.time < b.time; });
@@ -132,8 +132,22 @@ void write_track(const options_t& options, const track_t& track, const track_for
     auto file = std::make_unique<output_file_t>(path.has_parent_path() ? path.parent_path().string() : ".");
     std::fwrite(text.data(), 1, text.size(), file->stream());
     publish(std::move(file), path.filename().string(), options.force);
+    if (options.quiet) return;
     std::printf("%s: %zu positions, %zu marks and sites\n", options.output.c_str(), track.points.size(),
                 track.waypoints.size());
+}
+
+// @return whether bytes were lost
+bool read_track(const options_t& options, const inputs_t& inputs, track_t& track)
+{
+    const std::string& path = inputs.described.front();
+    const bool once = path == "-" || is_device(path);   // what comes in live: no marks among computed positions
+    const bool computed = track.source == "computed", station = !inputs.any_observations && (!computed || !once);
+    const progress_run_t progress({path}, options.quiet, computed && station ? 2.0 : 1.0);
+    const bool damaged = station && station_track_t(options.inspection, path).read(track);
+    if (!computed) return damaged;
+    track.points.clear();
+    return compute(options.inspection, path, inputs, track);
 }
 
 int run(const options_t& options)
@@ -146,14 +160,7 @@ int run(const options_t& options)
     if (inputs.described.size() != 1) throw usage_error_t("FILE", "positions are those of one log or observation file");
     const std::string& path = inputs.described.front();
     track_t track{path, options.computed || inputs.any_observations ? "computed" : "receiver", {}, {}};
-    bool damaged = false;
-    const bool once = path == "-" || is_device(path);   // what comes in live: no marks among computed positions
-    if (!inputs.any_observations && (track.source == "receiver" || !once))
-        damaged = station_track_t(options.inspection, path).read(track);
-    if (track.source == "computed") {
-        track.points.clear();
-        damaged = compute(options.inspection, path, inputs, track);
-    }
+    const bool damaged = read_track(options, inputs, track);
     if (interrupted()) throw interruption_t(path, "nothing is written");
     if (track.points.empty())
         throw error_t(
@@ -181,6 +188,7 @@ command_t positions_command(command_line_t& program)
                 }}});
     app.flag("--computed", &options->computed, "Positions computed from the ranges, not those of the receiver");
     app.flag("--force", &options->force, "Replace a file that exists");
+    add_quiet_option(app, &options->quiet, "and no summary");
     add_selection_options(app, options->inspection, "to use");
     return {app, [options] { return run(*options); }};
 }

@@ -6,7 +6,6 @@
 
 #include "common/error.h"
 #include "common/publish.h"
-#include "common/standard_streams.h"
 
 namespace kvx::report {
 
@@ -56,19 +55,19 @@ std::string destination_t::page_of(const std::string& log)
     return name;
 }
 
-void destination_t::write(const std::string& page, const std::string& name) const
+std::string destination_t::write(const std::string& page, const std::string& name) const
 {
     if (stream_) {
         const std::unique_ptr<std::FILE, int (*)(std::FILE*)> out(std::fopen(name.c_str(), "wb"), std::fclose);
         if (!out) throw system_error(name, "opening");
         write_all(page, out.get());
         if (std::fflush(out.get()) != 0) throw system_error(name, "writing the page");
-        return;
+        return "";
     }
     auto file = std::make_unique<output_file_t>(folder_);
     write_all(page, file->stream());
     file->check(name);
-    std::printf("wrote %s\n", publish(std::move(file), name, replace_).c_str());
+    return publish(std::move(file), name, replace_);
 }
 
 }   // namespace kvx::report

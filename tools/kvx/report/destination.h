@@ -21,8 +21,9 @@ public:
     std::string page_of(const std::string& log);
 
     /// Writes a page and gives it its name.
+    /// @return the file's path, for a device nothing
     /// @throws error_t
-    void write(const std::string& page, const std::string& name) const;
+    std::string write(const std::string& page, const std::string& name) const;
 
 private:
     bool several_, replace_, stream_;

@@ -2,11 +2,14 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <cstdio>
 #include <memory>
 
+#include "common/batch.h"
 #include "common/command.h"
 #include "common/error.h"
 #include "common/interrupt.h"
+#include "common/progress.h"
 #include "common/publish.h"
 #include "info/inputs.h"
 #include "report/destination.h"
@@ -22,7 +25,7 @@ struct report_options_t {
     inspection_options_t inspection;
     std::vector<std::string> paths;
     std::string output;
-    bool force = false;
+    bool force = false, quiet = false;
 };
 
 // What comes in live is whole when a signal ends it; a file is not.
@@ -38,43 +41,64 @@ public:
     explicit run_t(const report_options_t& options)
         : options_(options),
           inputs_(inputs_of(options.paths)),
-          destination_(options.output, inputs_.described.size() > 1, options.force)
+          destination_(options.output, inputs_.described.size() > 1, options.force),
+          batch_(inputs_.described, "files"),
+          progress_(inputs_.described, options.quiet)
     {}
 
     int run()
     {
-        for (const std::string& path : inputs_.described) {
-            if (interrupted()) break;
+        for (std::size_t i = 0; i < inputs_.described.size() && !interrupted(); ++i) {
+            const std::string& path = inputs_.described[i];
             try {
-                add(path);
+                add(i);
             } catch (const std::exception& e) {
                 print_failure(e, path);
+                batch_.failed(i, e);
                 entries_.push_back({path, "", e.what(), grade_t::unknown, "", "", {}});
                 code_ = kFailed;
             }
         }
-        if (destination_.several() && !interrupted()) destination_.write(index_of(entries_), destination_.index());
+        if (destination_.several() && !interrupted()) write(index_of(entries_), destination_.index());
+        batch_.tell();
         return interrupted() ? interrupt_code() : code_;
     }
 
 private:
-    void add(const std::string& path)
+    void write(const std::string& page, const std::string& name) const
     {
+        const std::string path = destination_.write(page, name);
+        if (!path.empty() && !options_.quiet) std::printf("wrote %s\n", path.c_str());
+    }
+
+    inspection_t inspected(std::size_t number, history_t& history)
+    {
+        const progress_piece_t piece(number);
+        return inspect(options_.inspection, inputs_.described[number], inputs_,
+                       [&history](quality::quality_t& q) { history.listen(q); });
+    }
+
+    void add(std::size_t number)
+    {
+        const std::string& path = inputs_.described[number];
         const std::string name = destination_.page_of(path);
         history_t history;
-        inspection_t inspection =
-            inspect(options_.inspection, path, inputs_, [&history](quality::quality_t& q) { history.listen(q); });
+        inspection_t inspection = inspected(number, history);
         if (interrupted() && !is_live(path)) throw interruption_t(path, "no page is made of a part");
         subject_t subject{inspection, history, signal_rows(inspection), satellite_rows(inspection)};
         const verdict_t verdict = verdict_of(subject);
-        destination_.write(report::page_of(subject, verdict, destination_.index()), name);
+        write(report::page_of(subject, verdict, destination_.index()), name);
         entries_.push_back(entry_of(subject, verdict, name));
-        if (code_ == kDone && inspection.damaged()) code_ = kDamaged;
+        if (!inspection.damaged()) return;
+        batch_.note(number, "damaged", damage_line(inspection));
+        if (code_ == kDone) code_ = kDamaged;
     }
 
     const report_options_t& options_;
     inputs_t inputs_;
     destination_t destination_;
+    batch_t batch_;
+    progress_run_t progress_;
     std::vector<entry_t> entries_;
     int code_ = kDone;
 };
@@ -102,6 +126,7 @@ command_t report_command(command_line_t& program)
                "beside it",
                {.required = true});
     app.flag("--force", &options->force, "Replace files that exist");
+    add_quiet_option(app, &options->quiet, "and no names of the pages written");
     add_selection_options(app, options->inspection, "to look at");
     return {app, [options] { return run(*options); }};
 }

@@ -1,9 +1,11 @@
 // kvx check: RINEX files against the published formats.
 #include <fnmatch.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <memory>
 
+#include "common/batch.h"
 #include "common/command.h"
 #include "common/error.h"
 #include "common/input_file.h"
@@ -97,6 +99,7 @@ public:
 private:
     void print(const rinex::finding_t& finding)
     {
+        const progress_aside_t aside(STDOUT_FILENO);
         const rinex::rule_info_t& rule = rules()[static_cast<std::size_t>(finding.rule)];
         if (options_.json) {
             std::printf("%s%s", first_ ? "" : ",", json_text(json_of(finding)).c_str());
@@ -139,14 +142,14 @@ private:
 
 void read_file(input_file_t& file, findings_t& findings, rinex::file_summary_t& summary)
 {
-    progress_t progress(file.name(), file.size_on_disk());
+    progress_t progress(file);
     rinex::line_ends_t ends;
     std::uint64_t bytes = 0;
     rinex::byte_lines_t lines([&](char* to, std::size_t n) {
         const std::size_t got = file.read(reinterpret_cast<std::uint8_t*>(to), n);
         ends.add(to, got);
         bytes += got;
-        progress.at(file.size_on_disk() > 0 ? file.position_on_disk() : bytes);
+        progress.at(file.position_on_disk());
         return got;
     });
     const bool is_rinex = rinex::check_file(lines, findings, summary);
@@ -156,12 +159,14 @@ void read_file(input_file_t& file, findings_t& findings, rinex::file_summary_t& 
     ends.report(findings);
 }
 
-int check(const std::string& path, const check_options_t& options, const std::vector<bool>& allowed)
+// @return whether the file is as it should be
+bool check(std::size_t number, const check_options_t& options, const std::vector<bool>& allowed, batch_t& batch)
 {
-    input_file_t file(path);
+    input_file_t file(options.files[number]);
     report_t report(file, options, allowed);
     rinex::file_summary_t summary;
     try {
+        const progress_piece_t piece(number);
         read_file(file, report.findings(), summary);
     } catch (...) {
         report.give_up();
@@ -169,9 +174,10 @@ int check(const std::string& path, const check_options_t& options, const std::ve
     }
     report.finish(summary);
     const findings_t& findings = report.findings();
-    const bool bad =
-        findings.count(severity_t::error) > 0 || (options.strict && findings.count(severity_t::warning) > 0);
-    return bad ? kDamaged : kDone;
+    const std::uint64_t errors = findings.count(severity_t::error), warnings = findings.count(severity_t::warning);
+    if (errors == 0 && (!options.strict || warnings == 0)) return true;
+    batch.note(number, "faulty", plural(errors, "error") + ", " + plural(warnings, "warning"));
+    return false;
 }
 
 // By rule, what the patterns name. A pattern that names none is a mistake.
@@ -206,25 +212,33 @@ int list_rules(bool json)
     return kDone;
 }
 
+int check_all(const check_options_t& options, const std::vector<bool>& allowed, batch_t& batch)
+{
+    const progress_run_t progress(options.files, options.quiet);
+    int code = kDone;
+    for (std::size_t i = 0; i < options.files.size() && !interrupted(); ++i) {
+        try {
+            if (!check(i, options, allowed, batch) && code == kDone) code = kDamaged;
+        } catch (const std::exception& e) {
+            std::fflush(stdout);
+            print_failure(e, options.files[i]);
+            batch.failed(i, e);
+            code = kFailed;
+        }
+    }
+    return code;
+}
+
 int run(const check_options_t& options)
 {
     const std::vector<bool> allowed = allowed_rules(options.allow);
     if (options.rules) return list_rules(options.json);
     if (options.files.empty()) throw usage_error_t("FILE is required");
     catch_interrupts();
-    int code = kDone;
-    for (const std::string& path : options.files) {
-        try {
-            const int one = check(path, options, allowed);
-            if (code == kDone) code = one;
-        } catch (const std::exception& e) {
-            std::fflush(stdout);
-            print_failure(e, path);
-            code = kFailed;
-        }
-        if (interrupted()) return interrupt_code();
-    }
-    return code;
+    batch_t batch(options.files, "files");
+    const int code = check_all(options, allowed, batch);
+    batch.tell();
+    return interrupted() ? interrupt_code() : code;
 }
 
 }   // namespace
@@ -239,7 +253,7 @@ command_t check_command(command_line_t& program)
                {.delimiter = ',', .one_argument = true, .type_name = "RULE"});
     app.flag("--all", &options->all, "Print every finding, not only the first ten of a rule");
     app.flag("--strict", &options->strict, "Exit code 3 for warnings, too");
-    app.flag("--quiet,-q", &options->quiet, "Print the summary lines alone");
+    app.flag("--quiet,-q", &options->quiet, "Print the summary lines alone, and show no progress");
     app.flag("--json", &options->json, "Print an object a file, each on its own line");
     app.flag("--rules", &options->rules, "List the rules");
     app.footer(

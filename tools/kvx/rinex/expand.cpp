@@ -1,4 +1,6 @@
 // kvx expand: plain files from compressed ones and from compact RINEX.
+#include <unistd.h>
+
 #include <cctype>
 #include <cstdio>
 #include <cstring>
@@ -26,13 +28,13 @@ constexpr std::size_t kPiece = 64 * 1024;
 struct options_t {
     std::vector<std::string> files;
     std::string folder;
-    bool to_stdout = false, force = false;
+    bool to_stdout = false, force = false, quiet = false;
 };
 
 // A file that has been looked into.
 class source_t {
 public:
-    explicit source_t(const std::string& path) : file_(path), progress_(file_.name(), file_.size_on_disk())
+    explicit source_t(const std::string& path) : file_(path), progress_(file_)
     {
         head_.resize(kHead);
         head_.resize(file_.read(reinterpret_cast<std::uint8_t*>(head_.data()), kHead));
@@ -169,7 +171,7 @@ public:
         }
         publish(std::move(output), target.filename(), options_.force);
         made_.insert(target);
-        std::printf("wrote %s\n", target.c_str());
+        tell_written(target);
         return verdict(source, "what was good is in " + target.string());
     }
 
@@ -190,9 +192,17 @@ private:
         kvx::demand_free(target, options_.force);
     }
 
+    void tell_written(const path_t& target) const
+    {
+        if (options_.quiet) return;
+        const progress_aside_t aside(STDOUT_FILENO);
+        std::printf("wrote %s\n", target.c_str());
+    }
+
     static int verdict(const source_t& source, const std::string& outcome)
     {
         if (source.cut_short().empty()) return kDone;
+        const progress_aside_t aside(STDERR_FILENO);
         std::fprintf(stderr, "kvx: error: %s\n", error_t(source.name(), source.cut_short(), outcome).what());
         return kDamaged;
     }
@@ -206,15 +216,16 @@ int run(const options_t& options)
     if (!options.folder.empty()) make_folder(options.folder);
     begin_run(options.files);
     catch_interrupts();
+    const progress_run_t progress(options.files, options.quiet);
     expansion_t expansion(options);
     int code = kDone;
-    for (const std::string& file : options.files) {
-        if (interrupted()) break;
+    for (std::size_t i = 0; i < options.files.size() && !interrupted(); ++i) {
         try {
-            const int one = expansion.expand(file);
+            const progress_piece_t piece(i);
+            const int one = expansion.expand(options.files[i]);
             if (code != kFailed && one != kDone) code = one;
         } catch (const std::exception& e) {
-            print_failure(e, file);
+            print_failure(e, options.files[i]);
             code = kFailed;
         }
     }
@@ -233,6 +244,7 @@ command_t expand_command(command_line_t& program)
     app.option("-o,--output", &options->folder, "Folder (default: beside each file)", {.type_name = "DIR"});
     app.flag("--stdout", &options->to_stdout, "Write all to standard output", {.excludes = "--output"});
     app.flag("--force", &options->force, "Replace files that exist");
+    add_quiet_option(app, &options->quiet, "and no names of the files written");
     return {app, [options] { return run(*options); }};
 }
 

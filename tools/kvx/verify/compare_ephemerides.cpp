@@ -6,6 +6,7 @@
 #include <cmath>
 #include <utility>
 
+#include "common/progress.h"
 #include "common/text_format.h"
 
 namespace kvx {
@@ -127,8 +128,10 @@ void ephemeris_comparison_t::read(const std::string& path)
     }
     systems_ += system;
     all_systems_ = all_systems_ || file.header().version >= 300;
+    progress_t progress(file.source());
     rinex::navigation_reader_t reader(file.lines(), file.header(), file.findings());
     for (rinex::read_nav_record_t record; reader.next(record);) {
+        progress.at(file.source().position_on_disk());
         if (record.record == "EPH") {
             compare(file, reader, record);
         } else {

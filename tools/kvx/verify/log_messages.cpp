@@ -45,7 +45,7 @@ void log_messages_t::open(std::size_t log)
     source_ = std::make_unique<input_file_t>(*logs_[log]);
     reader_ = std::make_unique<log_reader_t>(*source_, *frame_, false);
     if (torn_ != nullptr) torn_->apply_to(*reader_, *logs_[log]);
-    progress_ = std::make_unique<progress_t>(source_->name(), source_->size_on_disk());
+    progress_ = std::make_unique<progress_t>(*source_);
 }
 
 void log_messages_t::close()
@@ -66,7 +66,7 @@ bool log_messages_t::next(message_t& message)
             open(log_ + 1);
             continue;
         }
-        progress_->at(source_->size_on_disk() > 0 ? source_->position_on_disk() : reader_->bytes());
+        progress_->at(source_->position_on_disk());
         if (!frame.checksum_ok) continue;
         const korvex::header_t header = korvex::read_header(frame_->buff);
         const auto sent = time_of(header);

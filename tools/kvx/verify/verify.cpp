@@ -9,6 +9,7 @@
 #include "common/command.h"
 #include "common/error.h"
 #include "common/interrupt.h"
+#include "common/progress.h"
 #include "common/rinex_file.h"
 #include "common/selection_options.h"
 #include "verify/verification.h"
@@ -20,7 +21,7 @@ namespace {
 struct command_options_t {
     selection_options_t verify;
     std::vector<std::string> paths;
-    bool json = false;
+    bool json = false, quiet = false;
 };
 
 struct paths_t {
@@ -52,14 +53,21 @@ void add_options(command_line_t& app, command_options_t& options)
     add_selection_options(app, options.verify, "that were to be written");
     app.flag("--join", &options.verify.join, "The logs were joined to one session");
     app.flag("--json", &options.json, "Print the account as JSON");
+    add_quiet_option(app, &options.quiet);
     app.footer("Exit codes: 0 proven, 1 it could not be done, 2 wrong usage, 3 the files are not what the logs sent.");
+}
+
+verification_t verified(const command_options_t& options, const paths_t& paths)
+{
+    const progress_run_t progress(std::vector{paths.logs}, options.quiet);
+    return verify(options.verify, paths.logs, paths.files);
 }
 
 int run(const command_options_t& options)
 {
     catch_interrupts();
     const paths_t paths = sorted_by_content(options.paths);
-    const verification_t result = verify(options.verify, paths.logs, paths.files);
+    const verification_t result = verified(options, paths);
     if (!result.read_error.empty()) throw std::runtime_error(result.read_error + " (reading the logs)");
     const auto print = options.json ? verification_json : verification_text;
     std::fputs(print(result, options.verify.names).c_str(), stdout);

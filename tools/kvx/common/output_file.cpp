@@ -1,6 +1,7 @@
 #include "common/output_file.h"
 
 #include <fcntl.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -69,9 +70,11 @@ void output_file_t::seek(std::int64_t offset)
 
 void output_file_t::close(const std::string& what)
 {
+    if (stream_ == nullptr) return;
     check(what);
     if (!is_on_disk(lock_)) throw system_error(folder_, "writing " + what);
     if (std::fclose(std::exchange(stream_, nullptr)) != 0) throw system_error(folder_, "closing " + what);
+    buffer_.reset();
 }
 
 bool is_on_disk(int fd)
@@ -87,6 +90,14 @@ bool is_device(const std::string& path)
 {
     const auto type = std::filesystem::status(path).type();
     return type == std::filesystem::file_type::character || type == std::filesystem::file_type::fifo;
+}
+
+void allow_many_files()
+{
+    rlimit limit{};
+    if (::getrlimit(RLIMIT_NOFILE, &limit) != 0) return;
+    limit.rlim_cur = limit.rlim_max;
+    ::setrlimit(RLIMIT_NOFILE, &limit);
 }
 
 void make_folder(const std::string& folder)

@@ -38,7 +38,7 @@ public:
     /// @throws error_t also when what had been written could not reach the file
     void seek(std::int64_t offset);
 
-    /// Closes the file, when it is whole and on the disk itself.
+    /// Closes the file, when it is whole and on the disk itself; a closed one stays so.
     /// @throws error_t
     void close(const std::string& what);
 
@@ -58,6 +58,9 @@ bool is_on_disk(int fd);
 
 /// True for what takes bytes but no other file in its place: character devices and pipes.
 bool is_device(const std::string& path);
+
+/// Lets the process have as many files open as the system grants it, which is more than it gives unasked.
+void allow_many_files();
 
 /// Creates the folder and its parents.
 /// @throws error_t

@@ -27,7 +27,9 @@ conversion_files_t::conversion_files_t(const convert_options_t& options, const s
            [](observation_output_t& file, const std::string& name) { return file.finish(name); }}),
       navigation_(options, selection),
       positions_(options)
-{}
+{
+    if (options.split > 0) allow_many_files();
+}
 
 void conversion_files_t::enter(std::int64_t time)
 {
@@ -102,6 +104,7 @@ void conversion_files_t::keep(std::vector<finished_file_t> part)
     for (finished_file_t& file : part) {
         file.name = name_of(file, number);
         names_.insert(file.name);
+        file.file->close(file.name);   // many may wait for the end
         finished_.push_back(std::move(file));
     }
 }

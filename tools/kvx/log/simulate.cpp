@@ -198,8 +198,17 @@ command_t simulate_command(command_line_t& program)
     auto options = std::make_shared<options_t>();
     sky::scenario_t& s = options->scenario;
     command_line_t app = program.command("simulate", "Make a log of a receiver under a built-in sky");
+    app.describe(
+        "All six systems with true geometry: whoever computes positions from the log finds the antenna. The same "
+        "arguments make the same bytes.");
+    app.example("kvx simulate -o survey.log", "Ten minutes at 1 Hz");
+    app.example("kvx simulate -o faults.log --duration 1800 --slips 12 --multipath 0.5 --damage 3 --seed 2",
+                "With faults, each of which is listed");
+    app.example("kvx simulate -o drive.log.gz --moving --position 48.1,11.6,600 --rate 5", "A drive, compressed");
+    app.exit_codes({{"3", ""}});
     app.option("-o,--output", &options->output,
-               "File to write, compressed when it ends in .gz or .zst; - is the standard output", {.required = true});
+               "File to write, compressed when it ends in .gz or .zst; - is the standard output",
+               {.required = true, .type_name = "FILE"});
     app.flag("--force", &options->force, "Replace a file that exists");
     app.option("--start", &options->start, "GPS time of the first epoch, YYYY-MM-DD HH:MM:SS",
                {.check = {check_start, "TIME"}, .show_default = true});

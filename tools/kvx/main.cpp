@@ -22,14 +22,13 @@ constexpr const char kAbout[] =
     "Results go to standard output, progress and errors to standard error: 'kvx: error: FILE: what (where)'. Files may "
     "be compressed (.gz, .zst), and - is standard input.\n\n"
     "Files that a command makes get their names when they are whole and on the disk; until then they are called "
-    ".kvx-XXXXXX. A file that exists is replaced with --force only, an input never. What a run that was killed has "
-    "left "
-    "behind the next one that writes into the folder removes.";
+    ".kvx-XXXXXX. A file that exists is replaced with --force only, an input never. What a run that was killed left "
+    "behind is removed by the next one that writes into the folder.";
 
 constexpr command_t (*kCommands[])(command_line_t&) = {
-    kvx::convert_command, kvx::check_command,     kvx::verify_command,   kvx::expand_command, kvx::info_command,
-    kvx::report_command,  kvx::positions_command, kvx::simulate_command, kvx::dump_command,   kvx::frame_command,
-    kvx::gpio_command,    kvx::i2c_command,       kvx::help_command,     kvx::manual_command, kvx::completion_command,
+    kvx::convert_command, kvx::check_command,     kvx::verify_command,     kvx::expand_command, kvx::info_command,
+    kvx::report_command,  kvx::positions_command, kvx::simulate_command,   kvx::dump_command,   kvx::frame_command,
+    kvx::gpio_command,    kvx::i2c_command,       kvx::completion_command, kvx::help_command,   kvx::manual_command,
 };
 
 bool g_memory_ran_out = false;
@@ -50,7 +49,7 @@ std::optional<int> read_command_line(command_line_t& app, int argc, char** argv)
 
 int run(int argc, char** argv)
 {
-    command_line_t app("kvx", "Logs, RINEX files, messages and hardware of GNSS RTK receivers.", KVX_VERSION);
+    command_line_t app("kvx", "Logs, RINEX files, messages and hardware of GNSS RTK receivers", KVX_VERSION);
     app.describe(kAbout);
     app.example("kvx simulate -o survey.log", "Make a log to try things on");
     app.example("kvx info survey.log", "See whether a log is good");

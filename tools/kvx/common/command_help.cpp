@@ -47,7 +47,7 @@ std::string examples(const command_page_t& page)
 {
     std::string text = page.examples.empty() ? "" : "\nExamples:\n";
     for (const example_t& example : page.examples)
-        text += paragraph(example.what + ":", 2) + "    " + example.command + "\n";
+        text += paragraph(closed(example.what, ':'), 2) + "    " + example.command + "\n";
     return text;
 }
 

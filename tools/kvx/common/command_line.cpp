@@ -154,9 +154,9 @@ check_t within(double low, double high)
         const bool number = CLI::detail::lexical_cast(text, value);
         return number && value >= low && value <= high
                    ? std::string()
-                   : "'" + text + "' is not a number from " + kvx::text("%g", low) + " to " + kvx::text("%g", high);
+                   : "'" + text + "' is not a number from " + kvx::text("%.10g to %.10g", low, high);
     };
-    return {fault, "", {}, text("%g to %g", low, high)};
+    return {fault, "", {}, text("%.10g to %.10g", low, high)};
 }
 
 check_t whole_within(int low, int high)
@@ -200,6 +200,8 @@ void command_line_t::declare(CLI::Option& option, std::string_view help, const o
     entry.range = traits.check.range;
     entry.default_text = first_filled({traits.default_text, traits.show_default ? default_of(option) : ""});
     entry.excludes = traits.excludes;
+    for (option_entry_t& other : page_->options)
+        if (other.is_called(entry.excludes)) other.excludes = entry.names.empty() ? entry.value : entry.names.back();
     page_->options.insert(page_->options.end() - 1, entry);   // the help stays last
 }
 

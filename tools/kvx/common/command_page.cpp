@@ -20,6 +20,11 @@ std::string usage_of(const option_entry_t& entry)
 
 }   // namespace
 
+bool option_entry_t::is_called(const std::string& name) const
+{
+    return is_argument() ? value == name : std::find(names.begin(), names.end(), name) != names.end();
+}
+
 std::string option_entry_t::shown_value() const
 {
     const std::string words = joined(choices, "|");
@@ -31,6 +36,7 @@ std::string option_entry_t::remarks() const
     std::vector<std::string> parts;
     if (required && !is_argument()) parts.emplace_back("required");
     if (!choices.empty() && !separated && shown_value() == value) parts.push_back(joined(choices, ", "));
+    if (!excludes.empty()) parts.push_back("not with " + excludes);
     if (!range.empty()) parts.push_back(range);
     if (many && !is_argument() && !separated) parts.emplace_back("may be repeated");
     if (!default_text.empty()) parts.push_back("default: " + default_text);

@@ -25,11 +25,13 @@ struct option_entry_t {
     std::string help = {};           ///< one sentence, without a full stop
     std::string range = {};          ///< "1 to 256"
     std::string default_text = {};   ///< empty: there is none
-    std::string excludes = {};       ///< an option that cannot be given with it
+    std::string excludes = {};       ///< an option or argument that cannot be given with it
     std::string section = {};        ///< heading; empty: none of its own
 
     bool is_argument() const { return names.empty(); }
     bool is_flag() const { return value.empty(); }
+    /// One of its names, or what an argument is called.
+    bool is_called(const std::string& name) const;
 
     /// The value as help writes it: of an option "split|mixed|none" if that is short, else "DIR".
     std::string shown_value() const;

@@ -34,6 +34,11 @@ std::string joined(const std::vector<std::string>& parts, const char* between)
     return all;
 }
 
+std::string closed(const std::string& text, char mark)
+{
+    return text.empty() || text.back() == '?' ? text : text + mark;
+}
+
 namespace {
 
 void wrap_paragraph(std::string_view text, std::size_t columns, std::vector<std::string>& lines)

@@ -21,6 +21,9 @@ std::string plural(std::uint64_t n, const char* one);
 /// The parts with something between them.
 std::string joined(const std::vector<std::string>& parts, const char* between);
 
+/// The text with a mark behind it, unless it ends with a question mark.
+std::string closed(const std::string& text, char mark);
+
 /// Words in lines of so many columns. An empty line of the text stays one, between paragraphs.
 std::vector<std::string> wrapped(std::string_view text, std::size_t columns);
 

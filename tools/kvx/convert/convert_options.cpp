@@ -44,7 +44,7 @@ void add_output_options(command_line_t& app, convert_options_t& o)
                {.check = {[](const std::string& s) { return s.find('/') == s.npos ? "" : "is a stem, not a path"; }},
                 .type_name = "STEM"});
     app.flag("--force", &o.force, "Replace files that exist");
-    app.option("--rinex", &o.rinex, "RINEX version: 2.11, 3.04, 3.05, 4.02; 3 and 4 are the newest",
+    app.option("--rinex", &o.rinex, "RINEX version; 3 and 4 stand for the newest of them",
                {.type_name = "VERSION", .words = {"2.11", "3.04", "3.05", "4.02"}, .default_text = "3.05"});
     app.option("--nav", &o.nav, "Navigation files: one per system, one for all, none",
                {.check = one_of({"split", "mixed", "none"}), .default_text = "mixed; of 2.11, GPS and GLONASS"});

@@ -226,10 +226,9 @@ command_t simulate_command(command_line_t& program)
              "Also signals and satellites that only some boards send, losses of lock, half cycles");
     app.option("--elevation-mask", &s.mask, "Least elevation of a satellite (degrees)",
                {.check = within(0.0, 80.0), .show_default = true});
-    app.option(
-        "--obstruction", &options->obstructions,
-        "Hide what is between two azimuths, clockwise, and below an elevation (degrees); more than one may be given",
-        {.check = {check_obstruction, "AZ1,AZ2,EL"}, .one_argument = true});
+    app.option("--obstruction", &options->obstructions,
+               "Hide what is between two azimuths, clockwise, and below an elevation (degrees)",
+               {.check = {check_obstruction, "AZ1,AZ2,EL"}, .one_argument = true});
     app.option("--multipath", &s.multipath, "RMS of the multipath of each pseudorange (m); phases have none",
                {.check = within(0.0, 100.0), .show_default = true});
     app.option("--slips", &s.slips, "Cycle slips that the receiver does not notice; each is listed",

@@ -22,15 +22,15 @@ _kvx() {
     elif [[ $prev == -* ]]; then
         option=$prev
     fi
-    if [[ $kind != commands ]] && ! _kvx_value "$command $option"; then
+    if [[ $kind == commands ]] || ! _kvx_value "$command $option"; then
         for ((i = first; i < COMP_CWORD; i++)); do
             [[ ${COMP_WORDS[i]} == [-:]* || ${COMP_WORDS[i-1]} == : ]] || ((place++))
         done
-        _kvx_argument "$command $place"
-    fi
-    if [[ -z $option || $kind == commands ]] && [[ $cur == -* ]]; then
-        kind=choice
-        _kvx_options "$command"
+        if [[ $cur == -* ]]; then
+            _kvx_options "$command"
+        elif [[ $kind != commands ]]; then
+            _kvx_argument "$command $place"
+        fi
     fi
     case $kind in
         file) return ;;

@@ -53,9 +53,10 @@ std::string value_of(const option_entry_t& entry)
 
 std::string option_rows(const option_entry_t& entry)
 {
-    const std::string others = entry.names.back() == "--help" || entry.names.back() == "--version" ? "- *" : "";
-    const std::string before =
-        entry.many ? "*" : "(" + joined(entry.names, " ") + (others + entry.excludes).insert(0, " ") + ")";
+    std::vector<std::string> others = entry.names;
+    if (entry.excludes.compare(0, 1, "-") == 0) others.push_back(entry.excludes);
+    if (entry.names.back() == "--help" || entry.names.back() == "--version") others.insert(others.end(), {"-", "*"});
+    const std::string before = entry.many ? "*" : "(" + joined(others, " ") + ")";
     std::string rows;
     for (const std::string& name : entry.names) {
         const bool equals = !entry.is_flag() && name.compare(0, 2, "--") == 0;

@@ -78,7 +78,7 @@ std::string tagged(const std::string& term, const std::string& meaning)
 
 std::string sentence(const std::string& text)
 {
-    return text + ".";
+    return closed(text, '.');
 }
 
 std::string term_of(const option_entry_t& entry)
@@ -181,7 +181,9 @@ std::string manual_name(const command_page_t& page)
 std::string manual_page(const command_page_t& program, const command_page_t& page)
 {
     const std::string name = manual_name(page);
-    std::string text = ".TH " + literal(name) + " 1 " KVX_DATE " \"" KVX_VERSION "\" \"User Commands\"\n";
+    std::string title = name;
+    for (char& c : title) c = c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a' + 'A') : c;
+    std::string text = ".TH " + literal(title) + " 1 " KVX_DATE " \"" KVX_VERSION "\" \"User Commands\"\n";
     text += heading("NAME") + literal(name) + " \\- " + escaped(page.what) + "\n";
     text += heading("SYNOPSIS") + synopsis(page) + heading("DESCRIPTION") + description(page);
     if (page.commands.empty()) {

@@ -91,8 +91,7 @@ int run(const report_options_t& options)
 command_t report_command(command_line_t& program)
 {
     auto options = std::make_shared<report_options_t>();
-    command_line_t app =
-        program.command("report", "What info tells, as a page to look at: works offline, prints, no server");
+    command_line_t app = program.command("report", "What info tells, as a page that works offline");
     app.example("kvx report survey.log -o survey.html", "A page of a log");
     app.example("kvx report *.log -o reports/", "A page of each log, and an index that compares them");
     app.option("FILE", &options->paths,

@@ -18,6 +18,7 @@ enum class fate_t : std::uint8_t {
     no_satellite,   // the PRN is none of its system
     superseded,     // the same signal stands in the other range message of the epoch
     repeated,       // or again in the same one
+    other_log,      // or in another log of the session
     no_value,       // nothing in it that the file can print
     not_asked,      // system, satellite or signal
     outside,        // the time window
@@ -37,6 +38,7 @@ inline constexpr const char* kFateNames[kFates] = {
     "no such satellite",
     "also in the full range message",
     "repeated",
+    "also in another log",
     "without a value",
     "not asked for",
     "outside the time window",

@@ -25,6 +25,13 @@ public:
     /// Before the first epoch: see columns_t.
     void begin_with(const columns_t& columns) { columns_.begin_with(columns); }
 
+    /// Before the first epoch: what came before it stands in another text of the same version.
+    void continue_phases_of(const observation_text_t& before)
+    {
+        locks_ = before.locks_;
+        sources_ = before.sources_;
+    }
+
     /// Looks at an epoch that is not written: phases are followed through all of them.
     void follow(const epoch_t& epoch)
     {

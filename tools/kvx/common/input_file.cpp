@@ -5,6 +5,8 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <chrono>
+#include <cstdio>
 #include <cstring>
 
 #include "common/error.h"
@@ -12,9 +14,21 @@
 
 namespace kvx {
 
-input_file_t::input_file_t(const std::string& path) : name_(path == "-" ? "standard input" : path)
+namespace {
+
+constexpr std::chrono::milliseconds kLook{200};   // between looks at a file that is followed
+
+int opened(const std::string& path)
 {
-    fd_ = path == "-" ? ::dup(STDIN_FILENO) : ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY);
+    return ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY);
+}
+
+}   // namespace
+
+input_file_t::input_file_t(const std::string& path, bool follow)
+    : name_(path == "-" ? "standard input" : path), follow_(follow && path != "-")
+{
+    fd_ = path == "-" ? ::dup(STDIN_FILENO) : opened(path);
     if (fd_ < 0 && errno == EINTR && interrupted()) throw interruption_t(name_, "waiting for its writer");
     if (fd_ < 0) throw system_error(name_, "opening");
     struct stat status {};
@@ -23,8 +37,9 @@ input_file_t::input_file_t(const std::string& path) : name_(path == "-" ? "stand
         ::close(fd_);
         throw error_t(name_, "is a directory", "name a file in it");
     }
-    live_ = !S_ISREG(status.st_mode) && !S_ISBLK(status.st_mode);
-    if (S_ISREG(status.st_mode)) size_ = static_cast<std::uint64_t>(status.st_size);
+    follow_ = follow_ && (S_ISREG(status.st_mode) || S_ISFIFO(status.st_mode));   // a line that hangs up has ended
+    live_ = follow_ || (!S_ISREG(status.st_mode) && !S_ISBLK(status.st_mode));
+    if (!live_ && S_ISREG(status.st_mode)) size_ = static_cast<std::uint64_t>(status.st_size);
 }
 
 input_file_t::~input_file_t()
@@ -32,7 +47,42 @@ input_file_t::~input_file_t()
     ::close(fd_);
 }
 
-// Some bytes of the file. Its end is final, though a terminal or a file that grows would give more behind it.
+// Goes on with the file that has the name now, once something stands in it: until then its writer may still be at work
+// on the old one.
+bool input_file_t::take_successor()
+{
+    struct stat here {
+    }, named{};
+    if (::fstat(fd_, &here) != 0 || ::stat(name_.c_str(), &named) != 0) return false;   // renamed, none made yet
+    if ((here.st_dev == named.st_dev && here.st_ino == named.st_ino) || named.st_size == 0) return false;
+    if (!S_ISREG(named.st_mode) || here.st_size > static_cast<off_t>(position_)) return false;
+    const int fd = opened(name_);
+    if (fd < 0) return false;
+    ::dup3(fd, fd_, O_CLOEXEC);
+    ::close(fd);
+    position_ = 0;
+    std::fprintf(stderr, "kvx: warning: %s is another file now; reading goes on in that one\n", name_.c_str());
+    return true;
+}
+
+// At the end of a file that is followed.
+// @return false: an interrupt came
+bool input_file_t::wait_for_growth()
+{
+    struct stat here {};
+    if (::fstat(fd_, &here) != 0 || !S_ISREG(here.st_mode)) return wait_for(kLook);   // a pipe's next writer
+    if (here.st_size < static_cast<off_t>(position_)) {
+        std::fprintf(stderr, "kvx: warning: %s was cut from %llu bytes to %llu; reading goes on at its beginning\n",
+                     name_.c_str(), static_cast<unsigned long long>(position_),
+                     static_cast<unsigned long long>(here.st_size));
+        position_ = 0;
+        return ::lseek(fd_, 0, SEEK_SET) == 0;
+    }
+    return take_successor() || wait_for(kLook);
+}
+
+// Some bytes of the file. Unless it is followed its end is final, though a terminal or a file that grows would give
+// more behind it.
 std::size_t input_file_t::read_descriptor(std::uint8_t* to, std::size_t n)
 {
     while (!at_end_ && n > 0) {
@@ -46,6 +96,10 @@ std::size_t input_file_t::read_descriptor(std::uint8_t* to, std::size_t n)
             return static_cast<std::size_t>(got);
         }
         if (got < 0 && (errno == EINTR || errno == EAGAIN)) continue;
+        if (got == 0 && follow_) {
+            wait_for_growth();
+            continue;
+        }
         at_end_ = true;
         if (got == 0) break;
         if (position_ == 0) throw system_error(name_, "reading");
@@ -63,6 +117,7 @@ void input_file_t::begin()
         got = read_descriptor(head_.data() + head_size_, head_.size() - head_size_);
     expander_ = make_expander([this](std::uint8_t* to, std::size_t n) { return read_descriptor(to, n); },
                               {head_.data(), head_size_});
+    if (expander_ && follow_) throw error_t(name_, "is compressed", "only plain files can be followed");
 }
 
 std::size_t input_file_t::read_some(std::uint8_t* to, std::size_t n)

@@ -16,10 +16,14 @@ namespace kvx {
 ///
 /// The data end where the file ends, where it can be read no further (damage() tells), or with an interrupt
 /// (ended_by_signal() tells). What has been read by then is given in each case.
+///
+/// A file that is followed ends with an interrupt only: at its end more is waited for. When another one takes its name,
+/// that one is read next; when it is cut, it is read from its beginning. Both are told on standard error.
 class input_file_t {
 public:
+    /// @param follow  standard input has no name to follow: it ends as ever
     /// @throws error_t when the file cannot be opened or is a directory, interruption_t while a pipe has no writer
-    explicit input_file_t(const std::string& path);
+    explicit input_file_t(const std::string& path, bool follow = false);
     ~input_file_t();
     input_file_t(const input_file_t&) = delete;
     input_file_t& operator=(const input_file_t&) = delete;
@@ -47,7 +51,7 @@ public:
     /// just ends with it.
     bool cut_short() const { return ended_by_signal_ && !live_; }
 
-    /// A pipe, a terminal, a serial line: what may have to be waited for.
+    /// A pipe, a terminal, a serial line, a file that is followed: what may have to be waited for.
     bool live() const { return live_; }
 
     /// Whether its bytes are compressed; known after the first read.
@@ -60,10 +64,12 @@ public:
 private:
     void begin();
     std::size_t read_descriptor(std::uint8_t* to, std::size_t n);
+    bool wait_for_growth();
+    bool take_successor();
 
     std::string name_;
     int fd_;
-    bool live_ = false;
+    bool live_ = false, follow_;
     std::uint64_t size_ = 0, position_ = 0;
     std::array<std::uint8_t, kMostMagicBytes> head_{};   // tells what the file is
     std::size_t head_size_ = 0, head_used_ = 0;

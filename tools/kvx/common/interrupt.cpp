@@ -47,20 +47,37 @@ int interrupt_code()
     return kSignalled + g_signal;
 }
 
-bool wait_for_input(int fd)
+namespace {
+
+// Signals are blocked but while it waits: none can come unseen between the look at the flag and the wait.
+// @param time  nullptr: for ever
+void wait_unless_interrupted(pollfd* input, const timespec* time)
 {
-    // Blocked but while it waits: none can come unseen between the look at the flag and the wait.
     sigset_t ours, before;
     sigemptyset(&ours);
     for (const int signal : kSignals) sigaddset(&ours, signal);
     sigprocmask(SIG_BLOCK, &ours, &before);
-    pollfd input{fd, POLLIN, 0};
     int ready = -1;
     while (!interrupted() && ready < 0) {
-        ready = ppoll(&input, 1, nullptr, &before);
+        ready = ppoll(input, input != nullptr ? 1 : 0, time, &before);
         if (ready < 0 && errno != EINTR) break;   // the read will tell what is wrong
     }
     sigprocmask(SIG_SETMASK, &before, nullptr);
+}
+
+}   // namespace
+
+bool wait_for_input(int fd)
+{
+    pollfd input{fd, POLLIN, 0};
+    wait_unless_interrupted(&input, nullptr);
+    return !interrupted();
+}
+
+bool wait_for(std::chrono::milliseconds time)
+{
+    const timespec left{time.count() / 1000, time.count() % 1000 * 1000000};
+    wait_unless_interrupted(nullptr, &left);
     return !interrupted();
 }
 

@@ -2,6 +2,8 @@
 #ifndef KVX_INTERRUPT_H
 #define KVX_INTERRUPT_H
 
+#include <chrono>
+
 #include "common/error.h"
 
 namespace kvx {
@@ -18,6 +20,10 @@ int interrupt_code();
 /// Waits until a read from the descriptor would not block.
 /// @return false: an interrupt came first; one that has come before the call counts
 bool wait_for_input(int fd);
+
+/// Waits for some time.
+/// @return false: an interrupt came first
+bool wait_for(std::chrono::milliseconds time);
 
 /// Work that an interrupt ended with nothing to show.
 class interruption_t : public error_t {

@@ -123,8 +123,9 @@ private:
 
 class taken_t : public error_t {
 public:
-    explicit taken_t(std::string path, const std::string& where = "--force replaces it")
-        : error_t(path, "exists already", where), path_(std::move(path))
+    explicit taken_t(std::string path, const std::string& where = "--force replaces it",
+                     const std::string& by = "exists already")
+        : error_t(path, by, where), path_(std::move(path))
     {}
     const std::string& path() const { return path_; }
 
@@ -173,8 +174,8 @@ void name_all(const std::vector<finished_file_t>& files, const std::vector<std::
     made_files_t made;
     for (const std::string& path : paths) {
         if (made.contain(path))
-            throw error_t(path, "another log of this run has made this file",
-                          "give the logs different names with --marker, or convert them one by one with --name");
+            throw taken_t(path, "give the logs different names with --marker, or convert them one by one with --name",
+                          "another log of this run has made this file");
         demand_free(path, replace);
     }
     std::size_t named = 0;
@@ -187,23 +188,46 @@ void name_all(const std::vector<finished_file_t>& files, const std::vector<std::
     }
 }
 
-// Under the first number behind all names that is free.
-[[noreturn]] void keep_beside(const std::vector<finished_file_t>& files, const std::vector<std::string>& paths,
-                              const std::string& path_taken)
+using numbered_t = std::function<std::string(const std::string& name, int number)>;
+
+// Under the first number with which all names are free.
+std::vector<std::string> name_beside(const std::vector<finished_file_t>& files, const numbered_t& numbered)
 {
     constexpr int kMost = 10000;
-    for (int number = 2; number < kMost; ++number) {
-        std::vector<std::string> numbered;
-        numbered.reserve(paths.size());
-        for (const std::string& path : paths) numbered.push_back(path + "." + std::to_string(number));
+    for (int number = 2;; ++number) {
+        std::vector<std::string> paths;
+        paths.reserve(files.size());
+        for (const auto& [file, name] : files) paths.push_back(file->folder() + "/" + numbered(name, number));
         try {
-            name_all(files, numbered, false);
+            name_all(files, paths, false);
+            return paths;
         } catch (const taken_t&) {
-            continue;
+            if (number == kMost) throw;
         }
-        throw taken_t(path_taken, "what was recorded is in " + numbered.front());
     }
-    throw taken_t(path_taken);
+}
+
+std::string with_number_behind(const std::string& name, int number)
+{
+    return name + "." + std::to_string(number);
+}
+
+// Closed files, and where they are to be.
+std::vector<std::string> paths_of(const std::vector<finished_file_t>& files)
+{
+    std::vector<std::string> paths;
+    for (const auto& [file, name] : files) {
+        file->close(name);
+        paths.push_back(file->folder() + "/" + name);
+    }
+    return paths;
+}
+
+void settle_folders(const std::vector<finished_file_t>& files)
+{
+    std::set<std::string> folders;
+    for (const auto& [file, name] : files) folders.insert(file->folder());
+    for (const std::string& folder : folders) settle_folder(folder);
 }
 
 }   // namespace
@@ -231,20 +255,27 @@ void demand_free(const std::string& path, bool replace)
 
 std::vector<std::string> publish(const std::vector<finished_file_t>& files, bool replace, bool live)
 {
-    std::vector<std::string> paths;
-    std::set<std::string> folders;
-    for (const auto& [file, name] : files) {
-        file->close(name);
-        paths.push_back(file->folder() + "/" + name);
-        folders.insert(file->folder());
-    }
+    const std::vector<std::string> paths = paths_of(files);
     try {
         name_all(files, paths, replace);
     } catch (const taken_t& e) {
-        if (live) keep_beside(files, paths, e.path());
-        throw;
+        if (!live) throw;
+        const std::vector<std::string> beside = name_beside(files, with_number_behind);
+        throw taken_t(e.path(), "what was recorded is in " + beside.front());
     }
-    for (const std::string& folder : folders) settle_folder(folder);
+    settle_folders(files);
+    return paths;
+}
+
+std::vector<std::string> publish_beside(const std::vector<finished_file_t>& files, const numbered_t& numbered)
+{
+    std::vector<std::string> paths = paths_of(files);
+    try {
+        name_all(files, paths, false);
+    } catch (const taken_t&) {
+        paths = name_beside(files, numbered);
+    }
+    settle_folders(files);
     return paths;
 }
 

@@ -3,6 +3,7 @@
 #ifndef KVX_PUBLISH_H
 #define KVX_PUBLISH_H
 
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -35,7 +36,14 @@ void demand_free(const std::string& path, bool replace);
 /// @throws error_t none has its name then, but for what a failure in the middle has replaced
 std::vector<std::string> publish(const std::vector<finished_file_t>& files, bool replace, bool live = false);
 
-/// The same for a single file.
+/// Gives the files of one result their names. Where one of these is taken all get numbers, the first that is free.
+/// @param numbered  a name with a number, from 2 on
+/// @return paths
+std::vector<std::string> publish_beside(
+    const std::vector<finished_file_t>& files,
+    const std::function<std::string(const std::string& name, int number)>& numbered);
+
+/// publish() for a single file.
 std::string publish(std::unique_ptr<output_file_t> file, const std::string& name, bool replace);
 
 }   // namespace kvx

@@ -1,24 +1,19 @@
 #include "convert/conversion.h"
 
 #include <array>
-#include <cstring>
 #include <memory>
+#include <optional>
 
 #include "common/error.h"
 #include "common/interrupt.h"
 #include "common/progress.h"
 #include "common/text_format.h"
-#include "convert/file_names.h"
+#include "convert/conversion_files.h"
 #include "convert/foresight.h"
-#include "convert/navigation_output.h"
-#include "convert/observation_output.h"
-#include "convert/observation_series.h"
-#include "convert/position_list.h"
+#include "convert/joined_logs.h"
 #include "convert/selection.h"
 #include "convert/thinning.h"
 #include "host/host_conversion.h"
-#include "log/log_reader.h"
-#include "log/message_time.h"
 #include "rinex/dates.h"
 #include "rinex/ranges.h"
 #include "verify/verification.h"
@@ -29,100 +24,135 @@ namespace {
 
 class conversion_t {
 public:
-    conversion_t(const convert_options_t& options, const std::string& log)
-        : options_(options),
-          source_(log),
-          frame_(std::make_unique_for_overwrite<raw_t>()),
-          reader_(source_, *frame_, false),
-          selection_(options),
-          foreseen_(sampled_columns(source_, options_, selection_)),
-          station_(options),
-          ranges_(options.names, ledger_, [this](auto& epoch) { on_epoch(epoch); }),
-          order_(std::make_unique<rinex::epoch_t>, [this](auto& epoch, order_t order) { on_judged(epoch, order); }),
-          files_(
-              {[this] {
-                   return std::make_unique<observation_output_t>(options_, station_.facts(), ranges_.channels(),
-                                                                 foreseen_, ledger_);
-               },
-               [this](const coverage_t& c, int number) { return names_of_files(options_, c, number).observations(); },
-               [](observation_output_t& file, const std::string& name) { return file.finish(name); }}),
-          navigation_(options, selection_),
-          positions_(options)
-    {
-        Initial_raw(frame_.get(), 1);   // framing needs no more
-        reader_.before_waiting([this] { bring_to_disk(); });
-    }
+    conversion_t(const convert_options_t& options, const sources_t& logs)
+        : options_(options), logs_(logs), selection_(options), station_(options)
+    {}
 
     summary_t run()
     {
-        read_log();
-        if (!files_.any() && source_.ended_by_signal()) throw interruption_t(source_.name(), "before any epoch");
-        if (!files_.any()) throw error_t(source_.name(), "no usable epoch, no file written", summary_.why_no_epoch());
+        if (options_.join) {
+            read_joined();
+        } else {
+            read_one();
+        }
+        if (thinning_) thinning_->flush();
+        name_satellites();
+        if (!files_->any() && summary_.ended_by_signal) throw interruption_t(summary_.log, "before any epoch");
+        if (!files_->any()) throw error_t(summary_.log, "no usable epoch, no file written", summary_.why_no_epoch());
         outcome_t& outcome = summary_.outcome.emplace();
-        if (options_.navigation() != "none") outcome.navigation = navigation_.count();
-        outcome.signals = signal_counts(options_.names, ledger_);
-        outcome.partial = source_.cut_short();
+        outcome.partial = cut_short_;
         outcome.files = publish();
+        if (options_.navigation() != "none") outcome.navigation = files_->navigation().count();
+        outcome.signals = signal_counts(options_.names, ledger_);
         outcome.verified = options_.verify && !outcome.partial;
-        outcome.observations = files_.counts();
+        outcome.observations = files_->counts();
         return std::move(summary_);
     }
 
 private:
-    void read_log()
+    std::unique_ptr<log_feed_t> open(const std::string& log)
     {
-        progress_t progress(source_.name(), source_.size_on_disk());
-        frame_t frame{};
-        while (reader_.next(frame)) {
-            if (frame.checksum_ok) frame.result = take(frame);
-            summary_.count(frame, frame_->buff, numbering_t::rinex);
-            progress.at(source_.size_on_disk() > 0 ? source_.position_on_disk() : reader_.bytes());
+        return std::make_unique<log_feed_t>(
+            log, options_.follow, options_.names, ledger_,
+            log_feed_t::takes_t{
+                [this](const log_feed_t& from, const message_t& message) { return take(from, message); },
+                [this](const log_feed_t& from, const frame_t& frame, const std::uint8_t* content) {
+                    summary_.count(frame, content, numbering_t::rinex);
+                    const bool sized = from.source().size_on_disk() > 0;
+                    progress_->at(finished_bytes_ + (sized ? from.source().position_on_disk() : from.reader().bytes()));
+                }});
+    }
+
+    void begin_files(bool live)
+    {
+        const bool as_they_fill = options_.follow || (live && options_.split > 0);
+        files_.emplace(options_, selection_, station_, channels_, foreseen_ ? &*foreseen_ : nullptr, ledger_,
+                       as_they_fill);
+    }
+
+    // What is split has files of all sizes: they begin without.
+    void foresee(input_file_t& log)
+    {
+        foresight_t foresight(options_, selection_);
+        if (options_.split == 0) foresight.look_at(log);
+        if (const rinex::columns_t* columns = foresight.columns()) foreseen_.emplace(*columns);
+    }
+
+    // @return their bytes
+    std::uint64_t look_at_logs()
+    {
+        std::uint64_t bytes = 0;
+        foresight_t foresight(options_, selection_);
+        for (const std::string& name : logs_) {
+            input_file_t log(name);
+            if (log.live())
+                throw error_t(name, "is no file", "logs that are joined are looked at before they are read");
+            bytes += log.size_on_disk();
+            if (options_.split == 0) foresight.look_at(log, foresight_t::kMostSamples / logs_.size() + 1);
         }
-        ranges_.flush();
-        order_.flush();
-        if (thinning_) thinning_->flush();
+        if (const rinex::columns_t* columns = foresight.columns()) foreseen_.emplace(*columns);
+        return bytes;
+    }
+
+    void read_one()
+    {
+        const auto log = open(logs_.front());
+        foresee(log->source());
+        live_ = log->source().live();
+        begin_files(live_);
+        progress_.emplace(log->source().name(), log->source().size_on_disk());
+        log->reader().before_waiting([this] { files_->bring_to_disk(); });
+        while (log->next()) on_judged(*log, log->current());
+        finish(*log);
+    }
+
+    void read_joined()
+    {
+        const std::uint64_t bytes = look_at_logs();
+        begin_files(false);
+        summary_.joined.emplace();
+        progress_.emplace(logs_.front(), bytes);
+        joined_logs_t joined(logs_, options_.names, ledger_, [this](const std::string& log) { return open(log); });
+        joined.read([this](const log_feed_t& log, judged_epoch_t& epoch) { on_judged(log, epoch); },
+                    [this](const log_feed_t& log) { finish(log); });
+        summary_.joined->sort();
+        summary_.joined->epochs_in_common = joined.epochs_in_common();
+    }
+
+    void finish(const log_feed_t& log)
+    {
+        finished_bytes_ += log.source().size_on_disk();
+        if (!log.source().read_error().empty()) read_error_ = log.source().read_error();
+        cut_short_ = cut_short_ || log.source().cut_short();
+        if (summary_.joined) summary_.joined->logs.push_back({log.source().name(), log.reader().bytes(), log.epochs()});
+        summary_.finish(log.reader(), log.source());
+        if (!options_.join) progress_.reset();
+    }
+
+    void name_satellites()
+    {
         for (int place = 0; place < rinex::kSatellites; ++place) {
             const std::uint64_t epochs = satellite_epochs_[static_cast<std::size_t>(place)];
             if (epochs > 0) summary_.satellites[rinex::satellite_at(place)].epochs = epochs;
         }
-        summary_.finish(reader_, source_);
     }
 
-    int take(const frame_t& frame)
+    int take(const log_feed_t& from, const message_t& m)
     {
-        const int id = frame.id;
-        const korvex::header_t header = korvex::read_header(frame_->buff);
-        const auto time = time_of(header);
-        if (!time) return DECODE_NOTHING;
-        const std::uint8_t* const body = frame_->buff + korvex::kHeaderSize;
-        if (is_range(id)) return take_range(frame, *time, body, header.body_size);
-        const int result = navigation_.take(id, *time, body, header.body_size);
-        return result != DECODE_NOTHING ? result : take_station(id, *time, body, header.body_size);
+        const int result = files_->navigation().take(m.id, m.sent, m.body, m.size);
+        return result != DECODE_NOTHING ? result : take_station(from, m);
     }
 
-    int take_range(const frame_t& frame, std::int64_t time, const std::uint8_t* body, int size)
+    int take_station(const log_feed_t& from, const message_t& m)
     {
-        if (!ranges_.add(time, body, size, frame.id == MSG_RANGE_COMPRESSED, frame.offset)) return DECODE_REFUSED;
-        order_.expect(ranges_.time());
-        return DECODE_OBS;
-    }
-
-    int take_station(int id, std::int64_t time, const std::uint8_t* body, int size)
-    {
-        const int result = station_.take(id, time, body, size);
-        if (station_.fix()) positions_.add(*station_.fix());
+        const int result = station_.take(m.id, m.sent, m.body, m.size);
+        if (station_.fix()) files_->add(*station_.fix());
         if (station_.event() && selection_.in_window(station_.event()->ticks)) {
-            const bool behind = ranges_.pending() && ranges_.time() * rinex::kTicksPerMs == station_.event()->ticks;
-            files_.current().add(*station_.event(), behind);
+            const bool behind = station_.event()->ticks % rinex::kTicksPerMs == 0 &&
+                                from.is_in_epoch(station_.event()->ticks / rinex::kTicksPerMs);
+            files_->observations().add(*station_.event(), behind);
         }
         return result;
-    }
-
-    // A program that follows the files sees what has come so far.
-    void bring_to_disk()
-    {
-        files_.current().bring_to_disk();
-        positions_.bring_to_disk();
     }
 
     void count(const rinex::epoch_t& epoch, rinex::fate_t fate)
@@ -130,20 +160,33 @@ private:
         epoch.each([&](int place, int signal) { ledger_.add(epoch.at(place, signal).tracking_key, fate); });
     }
 
-    void on_epoch(std::unique_ptr<rinex::epoch_t>& epoch)
+    void on_judged(const log_feed_t& log, judged_epoch_t& judged)
     {
+        std::unique_ptr<rinex::epoch_t>& epoch = judged.epoch;
         epoch->satellites.each([this](int place) { ++satellite_epochs_[static_cast<std::size_t>(place)]; });
-        order_.add(epoch->time, epoch);
-    }
-
-    void on_judged(std::unique_ptr<rinex::epoch_t>& epoch, order_t order)
-    {
-        summary_.count_epoch(epoch->time, epoch->offset, order);
-        if (order == order_t::out) return count(*epoch, rinex::fate_t::out_of_order);
-        if (order == order_t::begins_file) begin_file();
+        take_channels(log.channels());
+        if (summary_.joined) tell_gap(*epoch, judged.order);
+        summary_.count_epoch(epoch->time, epoch->offset, judged.order);
+        if (judged.order == order_t::out) return count(*epoch, rinex::fate_t::out_of_order);
+        if (judged.order == order_t::begins_file) begin_file();
         if (selection_.in_window(epoch->time * rinex::kTicksPerMs)) return thinning_->add(epoch);
         thinning_->flush();
         leave_out(*epoch, rinex::fate_t::outside);
+    }
+
+    void tell_gap(const rinex::epoch_t& epoch, order_t order)
+    {
+        const epoch_count_t& before = summary_.epochs;
+        const double time = static_cast<double>(epoch.time) / 1000.0, usual = before.steps.usual();
+        if (order == order_t::follows && usual > 0.0 && time - before.last > 1.5 * usual)
+            summary_.joined->add_gap(before.last, time);
+    }
+
+    void take_channels(const rinex::channels_t& channels)
+    {
+        for (std::size_t n = 0; n < channels.size(); ++n) {
+            if (channels[n]) channels_[n] = channels[n];
+        }
     }
 
     // A file's epochs follow each other, and so do those that an interval is looked for in.
@@ -152,13 +195,14 @@ private:
         if (thinning_) thinning_->flush();
         thinning_.emplace(options_.interval, options_.anchor_first,
                           [this](auto& epoch, bool kept) { on_released(epoch, kept); });
-        files_.begin();
+        files_->begin_file();
     }
 
     // Its phases are followed all the same.
     void leave_out(const rinex::epoch_t& epoch, rinex::fate_t fate)
     {
-        files_.current().follow(epoch);
+        files_->enter(epoch.time);
+        files_->observations().follow(epoch);
         count(epoch, fate);
     }
 
@@ -166,8 +210,9 @@ private:
     {
         if (!kept) return leave_out(epoch, rinex::fate_t::off_grid);
         selection_.apply(epoch, ledger_);
-        if (const auto leaps = navigation_.leap_seconds()) station_.take_leap_seconds(*leaps);
-        files_.current().add(epoch);
+        if (const auto leaps = files_->navigation().leap_seconds()) station_.take_leap_seconds(*leaps);
+        files_->enter(epoch.time);
+        files_->observations().add(epoch);
     }
 
     // Reads the log again, and the files that have no names yet.
@@ -177,48 +222,40 @@ private:
         for (const finished_file_t& f : files) {
             if (!f.name.ends_with(".xyz")) paths.push_back(f.file->path());
         }
-        const verification_t result = verify(options_, {source_.name()}, paths);
-        const bool read_as_before = result.read_error.empty() == source_.read_error().empty();
-        if (!read_as_before) throw error_t(source_.name(), "cannot be read again", "proving the files, none is kept");
+        const verification_t result = verify(options_, logs_, paths);
+        if (result.read_error.empty() != read_error_.empty())
+            throw error_t(summary_.log, "cannot be read again", "proving the files, none is kept");
         if (result.proven()) return;
         std::string first = result.first_faults.front();
         for (const finished_file_t& f : files) {
             if (first.starts_with(f.file->path())) first.replace(0, f.file->path().size(), f.name);
         }
-        throw error_t(source_.name(), "the files do not hold what the log sent, none is kept",
+        throw error_t(summary_.log, "the files do not hold what the log sent, none is kept",
                       plural(result.faults, "fault") + ", the first: " + first);
     }
 
     std::vector<std::string> publish()
     {
-        const std::string partial = source_.cut_short() ? ".partial" : "";
-        if (const auto leaps = navigation_.leap_seconds()) station_.take_leap_seconds(*leaps);
-        std::vector<finished_file_t> files = files_.finish(partial);
-        const coverage_t& coverage = files_.coverage();
-        const file_names_t names = names_of_files(options_, coverage);
-        for (auto& file : navigation_.finish(station_.facts(), coverage.first,
-                                             [&](char letter) { return names.navigation(letter) + partial; }))
-            files.push_back(std::move(file));
-        if (positions_.exists()) files.push_back(positions_.finish(names.positions() + partial));
-        if (options_.verify && !source_.cut_short()) prove(files);
-        return kvx::publish(files, options_.force, source_.live());
+        if (const auto leaps = files_->navigation().leap_seconds()) station_.take_leap_seconds(*leaps);
+        const std::vector<finished_file_t> files = files_->finish(cut_short_ ? ".partial" : "");
+        if (options_.verify && !cut_short_) prove(files);
+        return files_->publish(files, live_);
     }
 
     const convert_options_t& options_;
-    input_file_t source_;
-    std::unique_ptr<raw_t> frame_;   // the framing keeps the frame in hand there
-    log_reader_t reader_;
+    const sources_t& logs_;
     summary_t summary_;
     rinex::ledger_t ledger_;
     selection_t selection_;
     std::optional<rinex::columns_t> foreseen_;
     station_messages_t station_;
-    rinex::range_collector_t ranges_;
-    epoch_order_t<std::unique_ptr<rinex::epoch_t>> order_;
+    rinex::channels_t channels_;
+    std::optional<conversion_files_t> files_;
     std::optional<thinning_t> thinning_;   // of the file that is written
-    observation_series_t<observation_output_t> files_;
-    navigation_output_t navigation_;
-    position_list_t positions_;
+    std::optional<progress_t> progress_;
+    std::uint64_t finished_bytes_ = 0;   // of logs read to their end
+    std::string read_error_;             // of a log
+    bool live_ = false, cut_short_ = false;
     std::array<std::uint64_t, rinex::kSatellites> satellite_epochs_{};
 };
 
@@ -227,7 +264,7 @@ private:
 summary_t convert_logs(const convert_options_t& options, const sources_t& logs)
 {
     if (options.as_host) return convert_log_as_host(options, logs.front());
-    return conversion_t(options, logs.front()).run();
+    return conversion_t(options, logs).run();
 }
 
 }   // namespace kvx

@@ -31,9 +31,19 @@ std::string site(const std::string& marker, const std::string& country)
     return name + "00" + (country.empty() ? "XXX" : country);   // monument 0, receiver 0
 }
 
-// The shortest unit that holds the span.
-std::string period(double seconds)
+// The unit that was meant.
+std::string intended(double seconds)
 {
+    const long minutes = std::lround(seconds / 60.0);
+    if (minutes % 1440 == 0) return text("%02ldD", minutes / 1440);
+    return minutes % 60 == 0 ? text("%02ldH", minutes / 60) : text("%02ldM", minutes);
+}
+
+// The shortest unit that holds the span.
+std::string period(const coverage_t& c)
+{
+    if (c.period > 0.0) return intended(c.period);
+    const double seconds = c.last - c.first + c.interval;
     const auto units = [seconds](double unit) { return std::max(std::lround(std::ceil(seconds / unit - 1e-6)), 1L); };
     if (units(60.0) <= 99) return text("%02ldM", units(60.0));
     if (units(3600.0) <= 99) return text("%02ldH", units(3600.0));
@@ -62,8 +72,7 @@ rinex::calendar_t date_of(double seconds)
 std::string long_stem(const std::string& site, const coverage_t& c)
 {
     const rinex::calendar_t start = date_of(c.first);
-    return site + text("_R_%04d%03d%02d%02d_", start.year, start.day_of_year, start.hour, start.minute) +
-           period(c.last - c.first + c.interval);
+    return site + text("_R_%04d%03d%02d%02d_", start.year, start.day_of_year, start.hour, start.minute) + period(c);
 }
 
 // Sessions of more than an hour are named as days are; others by their hour and, when it is not full, the minute.
@@ -74,7 +83,8 @@ std::string short_stem(const std::string& site, const coverage_t& c)
     std::transform(stem.begin(), stem.end(), stem.begin(),
                    [](unsigned char l) { return static_cast<char>(std::tolower(l)); });
     stem += text("%03d", start.day_of_year);
-    if (c.last - c.first + c.interval > 3600.0 + 1e-6) return stem + "0";
+    const bool is_day = c.period > 0.0 ? c.period >= 86400.0 : c.last - c.first + c.interval > 3600.0 + 1e-6;
+    if (is_day) return stem + "0";
     stem += static_cast<char>('a' + start.hour);
     return start.minute == 0 ? stem : stem + text("%02d", start.minute);
 }
@@ -111,7 +121,25 @@ std::string file_names_t::navigation(char letter) const
 
 file_names_t names_of_files(const convert_options_t& options, const coverage_t& coverage, int number)
 {
-    return {options.version(), options.marker, options.country, options.name, coverage, number};
+    coverage_t named = coverage;
+    if (options.split > 0) {
+        named.period = static_cast<double>(options.split) / 1000.0;
+        named.first = std::floor(coverage.first / named.period) * named.period;
+    }
+    return {options.version(), options.marker, options.country, options.name, named, number};
+}
+
+std::string with_number(const std::string& name, int number)
+{
+    std::string_view stem = name;
+    for (const std::string_view ending : {".partial", ".gz", ".zst"}) {
+        if (stem.ends_with(ending)) stem.remove_suffix(ending.size());
+    }
+    std::size_t end = std::min(stem.rfind('.'), stem.size());
+    constexpr std::size_t kKind = 3;   // "_MO"
+    const auto is_capital = [](char c) { return c >= 'A' && c <= 'Z'; };
+    if (end > kKind && stem[end - kKind] == '_' && is_capital(stem[end - 2]) && is_capital(stem[end - 1])) end -= kKind;
+    return name.substr(0, end) + "_" + std::to_string(number) + name.substr(end);
 }
 
 std::string log_stem(const std::string& path)

@@ -10,8 +10,9 @@ namespace kvx {
 
 /// What the name of a RINEX file tells.
 struct coverage_t {
-    double first, last;   ///< epochs, GPS seconds
-    double interval;      ///< s, 0: unknown
+    double first, last;    ///< epochs, GPS seconds
+    double interval;       ///< s, 0: unknown
+    double period = 0.0;   ///< s that the file was meant to hold from `first` on, though it may not be full; 0: no such
 };
 
 /// Names of the files of one log.
@@ -36,6 +37,9 @@ private:
 
 /// Names by what the command line asks for.
 file_names_t names_of_files(const convert_options_t& options, const coverage_t& coverage, int number = 1);
+
+/// A file's name with a number behind its stem: "SITE00XXX_R_20240701200_15M_01S_2_MO.rnx.gz".
+std::string with_number(const std::string& name, int number);
 
 /// Name of the log without folder and endings.
 std::string log_stem(const std::string& path);

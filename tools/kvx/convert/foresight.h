@@ -1,23 +1,47 @@
-/// @file foresight.h  What the observation files of a log will hold, from a look into it here and there.
+/// @file foresight.h  What a log's observations will be, as samples of it tell.
 #ifndef KVX_FORESIGHT_H
 #define KVX_FORESIGHT_H
 
-#include <optional>
+#include <memory>
+#include <vector>
 
 #include "common/input_file.h"
 #include "convert/convert_options.h"
 #include "convert/selection.h"
-#include "rinex/columns.h"
+#include "rinex/observation_text.h"
+#include "rinex/ranges.h"
 
 namespace kvx {
 
-/// Columns of what samples of a log hold, 128 of them at most. A file whose signals are known when it begins need not
-/// be copied when it ends; nothing else depends on them.
-///
-/// @param options  must outlive the columns
-/// @return nothing for a log that is small, compressed, or comes in live
-std::optional<rinex::columns_t> sampled_columns(input_file_t& log, const convert_options_t& options,
-                                                const selection_t& selection);
+/// Samples logs for the columns of their observation file: a file that begins with all of them need not be copied.
+class foresight_t {
+public:
+    static constexpr std::uint64_t kMostSamples = 128;
+
+    /// @param options, selection  must outlive it
+    foresight_t(const convert_options_t& options, const selection_t& selection);
+
+    /// Looks at places all over a log: only at plain files, and not at small ones, whose files are copied in a moment.
+    void look_at(input_file_t& log, std::uint64_t most_samples = kMostSamples);
+
+    /// nullptr when no log was worth a look.
+    const rinex::columns_t* columns() const { return looked_ ? &text_.columns() : nullptr; }
+
+private:
+    void sample(input_file_t& log, std::uint64_t offset);
+    bool search(int left);
+    bool take();
+    void on_epoch(rinex::epoch_t& epoch);
+
+    std::unique_ptr<raw_t> frame_;
+    std::vector<std::uint8_t> piece_;
+    const selection_t& selection_;
+    rinex::ledger_t ledger_;   // of no concern
+    rinex::range_collector_t ranges_;
+    rinex::observation_text_t text_;
+    std::vector<char> epoch_text_;   // of no concern either
+    bool looked_ = false;
+};
 
 }   // namespace kvx
 

@@ -14,7 +14,8 @@ namespace kvx {
 
 namespace {
 
-constexpr std::size_t kMostKnown = 512;   // data sets remembered of each satellite
+constexpr std::size_t kMostKnown = 512;     // data sets remembered of each satellite
+constexpr std::int64_t kOfUse = 4 * 3600;   // s, behind the time of an ephemeris: the fit interval of GPS
 
 }   // namespace
 
@@ -59,7 +60,13 @@ bool navigation_output_t::add(const rinex::ephemeris_record_t& r)
     count_.found += !repetition;
     if (!wanted_ || (repetition && !options_.nav_repeats) || !selection_.wants(r.satellite)) return !repetition;
     if (!has_file(r.satellite.constellation)) return !repetition;
-    spool(rinex::nav_text(version_, r), {r.epoch, r.satellite, r.message, 0, 0});
+    const std::string text = rinex::nav_text(version_, r);
+    const entry_t entry{r.epoch, r.satellite, r.message, 0, 0};
+    spool(text, entry);
+    if (options_.split > 0) {
+        newest_t& newest = newest_[{r.satellite, r.message}];
+        if (newest.text.empty() || newest.entry.time <= entry.time) newest = {text, entry};
+    }
     ++count_.written;
     count_.blanks += numbers_without_room(r);
     return !repetition;
@@ -72,12 +79,26 @@ decode_result_t navigation_output_t::take_ion_utc(std::int64_t sent, const std::
     if (record->leap_seconds > 0) leap_seconds_ = record->leap_seconds;
     const bool changed = !ion_utc_ || !(*ion_utc_ == *record);
     if (changed) ion_utc_ = record;
-    constexpr int kFirstWithRecords = 400;
-    if (changed && wanted_ && version_ >= kFirstWithRecords && (mixed_ || options_.wants(SYS_GPS))) {
-        // In front of the satellites of its time.
-        spool(rinex::ion_utc_text(*record), {record->sent, {rinex::kGps, 0}, rinex::nav_message_t::lnav, 0, 0});
-    }
+    if (changed) spool_ion_utc();
     return DECODE_ION_UTC;
+}
+
+// In front of the satellites of its time.
+void navigation_output_t::spool_ion_utc()
+{
+    constexpr int kFirstWithRecords = 400;
+    if (!wanted_ || version_ < kFirstWithRecords || !(mixed_ || options_.wants(SYS_GPS))) return;
+    spool(rinex::ion_utc_text(*ion_utc_), {ion_utc_->sent, {rinex::kGps, 0}, rinex::nav_message_t::lnav, 0, 0});
+}
+
+void navigation_output_t::begin_part(std::int64_t from)
+{
+    spool_.reset();
+    entries_.clear();
+    spooled_ = 0;
+    if (ion_utc_) spool_ion_utc();
+    std::erase_if(newest_, [from](const auto& n) { return n.second.entry.time < from / 1000 - kOfUse; });
+    for (const auto& [key, newest] : newest_) spool(newest.text, newest.entry);
 }
 
 decode_result_t navigation_output_t::take(int id, std::int64_t sent, const std::uint8_t* body, int size)
@@ -96,7 +117,8 @@ decode_result_t navigation_output_t::take(int id, std::int64_t sent, const std::
     return is_new ? DECODE_EPH : DECODE_NOTHING;
 }
 
-finished_file_t navigation_output_t::write(char letter, const rinex::station_t& station, const std::string& name)
+finished_file_t navigation_output_t::write(char letter, const rinex::station_t& station, int leap_seconds,
+                                           const std::string& name)
 {
     const int one = letter == 'M' ? -1 : rinex::constellation_of(letter);
     std::string system(1, letter);
@@ -107,7 +129,7 @@ finished_file_t navigation_output_t::write(char letter, const rinex::station_t& 
     auto file = std::make_unique<output_file_t>(options_.folder);
     const auto ion_utc = letter == 'M' || letter == 'G' ? ion_utc_ : std::nullopt;   // of use to all, told by GPS
     const std::string header =
-        rinex::nav_header(version_, {station.program, station.run_by, station.date, system, ion_utc, leap_seconds_});
+        rinex::nav_header(version_, {station.program, station.run_by, station.date, system, ion_utc, leap_seconds});
     std::fwrite(header.data(), 1, header.size(), file->stream());
     std::string text;
     for (const entry_t& entry : entries_) {
@@ -126,18 +148,18 @@ std::vector<finished_file_t> navigation_output_t::finish(const rinex::station_t&
 {
     std::vector<finished_file_t> files;
     if (spool_ == nullptr) return files;
-    if (!leap_seconds_) leap_seconds_ = rinex::leap_seconds(first_epoch);
+    const int leaps = leap_seconds_.value_or(rinex::leap_seconds(first_epoch));
     spool_->check("the navigation data");
     std::sort(entries_.begin(), entries_.end(),
               [](const entry_t& a, const entry_t& b) { return a.order() < b.order(); });
     if (mixed_) {
-        files.push_back(write('M', station, name_of('M')));
+        files.push_back(write('M', station, leaps, name_of('M')));
         return files;
     }
     for (const rinex::constellation_t& c : rinex::kConstellations) {
         const bool any = std::any_of(entries_.begin(), entries_.end(),
                                      [&](const entry_t& e) { return e.satellite.letter() == c.letter; });
-        if (any) files.push_back(write(c.letter, station, name_of(c.letter)));
+        if (any) files.push_back(write(c.letter, station, leaps, name_of(c.letter)));
     }
     return files;
 }

@@ -5,10 +5,12 @@
 #include <array>
 #include <cstdint>
 #include <functional>
+#include <map>
 #include <memory>
 #include <optional>
 #include <string>
 #include <tuple>
+#include <utility>
 #include <vector>
 
 #include "common/output_file.h"
@@ -33,6 +35,10 @@ public:
 
     std::optional<int> leap_seconds() const { return leap_seconds_; }   ///< as the messages have told
     const navigation_count_t& count() const { return count_; }
+
+    /// Begins files of their own: with the newest that is known of each satellite, as far as it is of use there.
+    /// @param from  of their first epoch (ms since the beginning of GPS time)
+    void begin_part(std::int64_t from);
 
     /// Writes the files.
     /// @param station    program, who runs it, and date
@@ -61,12 +67,18 @@ private:
 
         auto order() const { return std::tuple(time, satellite, message, at); }
     };
+    // The newest of a satellite's messages of a kind.
+    struct newest_t {
+        std::string text;
+        entry_t entry;
+    };
     bool add(const rinex::ephemeris_record_t& record);
+    void spool_ion_utc();
     decode_result_t take_ion_utc(std::int64_t sent, const std::uint8_t* body, int size);
     bool is_repetition(const rinex::ephemeris_record_t& record);
     bool has_file(int constellation) const;
     void spool(const std::string& text, entry_t entry);
-    finished_file_t write(char letter, const rinex::station_t& station, const std::string& name);
+    finished_file_t write(char letter, const rinex::station_t& station, int leap_seconds, const std::string& name);
 
     const convert_options_t& options_;
     const selection_t& selection_;
@@ -74,8 +86,9 @@ private:
     bool mixed_, wanted_;
     std::unique_ptr<output_file_t> spool_;
     std::vector<entry_t> entries_;
-    std::int64_t spooled_ = 0;                                   // bytes
-    std::array<std::vector<key_t>, rinex::kSatellites> known_;   // the latest of each satellite
+    std::int64_t spooled_ = 0;                                                         // bytes
+    std::array<std::vector<key_t>, rinex::kSatellites> known_;                         // the latest of each satellite
+    std::map<std::pair<rinex::satellite_t, rinex::nav_message_t>, newest_t> newest_;   // kept where files are split
     std::optional<rinex::ion_utc_record_t> ion_utc_;
     std::optional<int> leap_seconds_;
     navigation_count_t count_;

@@ -29,8 +29,8 @@ constexpr std::size_t kBuffer = 2 * kBlock + rinex::observation_text_t::kLongest
 }   // namespace
 
 observation_output_t::observation_output_t(const convert_options_t& options, const rinex::station_t& station,
-                                           const rinex::channels_t& channels,
-                                           const std::optional<rinex::columns_t>& foreseen, rinex::ledger_t& ledger)
+                                           const rinex::channels_t& channels, const rinex::columns_t* foreseen,
+                                           rinex::ledger_t& ledger)
     : options_(options),
       station_(station),
       channels_(channels),
@@ -39,7 +39,7 @@ observation_output_t::observation_output_t(const convert_options_t& options, con
       buffer_(std::make_unique_for_overwrite<char[]>(kBuffer)),
       block_(buffer_.get(), kBuffer)
 {
-    if (foreseen) text_.begin_with(*foreseen);
+    if (foreseen != nullptr) text_.begin_with(*foreseen);
 }
 
 void observation_output_t::write(std::string_view text)
@@ -76,6 +76,12 @@ void observation_output_t::write_events(std::int64_t until)
     }
 }
 
+// Logs that are joined may have events in common; they are read side by side.
+bool observation_output_t::is_known(const event_t& event) const
+{
+    return std::any_of(events_.begin(), events_.end(), [&](const waiting_t& w) { return w.event == event; });
+}
+
 void observation_output_t::add(event_t event, bool behind)
 {
     if (!options_.events) return;
@@ -83,6 +89,7 @@ void observation_output_t::add(event_t event, bool behind)
         ++events_lost_;
         return;
     }
+    if (options_.join && is_known(event)) return;
     const auto later = [](std::int64_t ticks, const waiting_t& other) { return ticks < other.event.ticks; };
     const auto place = std::upper_bound(events_.begin(), events_.end(), event.ticks, later);
     events_.insert(place, {std::move(event), behind});
@@ -115,8 +122,8 @@ std::string observation_output_t::header(const rinex::columns_t& columns) const
 // With room for the last one.
 std::string observation_output_t::first_header() const
 {
-    const std::string now = header(foreseen_ ? *foreseen_ : text_.columns());
-    const std::size_t room = (foreseen_ ? kFreeLinesForeseen : kFreeLines) * rinex::kEmptyComment;
+    const std::string now = header(foreseen_ != nullptr ? *foreseen_ : text_.columns());
+    const std::size_t room = (foreseen_ != nullptr ? kFreeLinesForeseen : kFreeLines) * rinex::kEmptyComment;
     return *rinex::header_of_size(now, now.size() + room);
 }
 

@@ -20,10 +20,9 @@ namespace kvx {
 class observation_output_t {
 public:
     /// @param options, station, channels, foreseen, ledger  must outlive it
-    /// @param foreseen  columns that it will have, as far as that is known
+    /// @param foreseen  columns that it will have, as far as that is known; nullptr: it is not
     observation_output_t(const convert_options_t& options, const rinex::station_t& station,
-                         const rinex::channels_t& channels, const std::optional<rinex::columns_t>& foreseen,
-                         rinex::ledger_t& ledger);
+                         const rinex::channels_t& channels, const rinex::columns_t* foreseen, rinex::ledger_t& ledger);
 
     /// Looks at an epoch that is not written.
     void follow(const rinex::epoch_t& epoch) { text_.follow(epoch); }
@@ -37,6 +36,9 @@ public:
 
     /// Gives the events that belong to no epoch so far to another file, but for those behind the last epoch.
     void hand_over_events(observation_output_t& next);
+
+    /// Begins where another file ended: a slip between the two is told.
+    void continue_phases_of(const observation_output_t& before) { text_.continue_phases_of(before.text_); }
 
     /// Leaves nothing of what has been written in memory.
     void bring_to_disk();
@@ -58,6 +60,7 @@ private:
     };
     void write(std::string_view text);
     void write_block();
+    bool is_known(const event_t& event) const;
     void write_events(std::int64_t until);
     std::string first_header() const;
     std::string header(const rinex::columns_t& columns) const;
@@ -67,7 +70,7 @@ private:
     const convert_options_t& options_;
     const rinex::station_t& station_;
     const rinex::channels_t& channels_;
-    const std::optional<rinex::columns_t>& foreseen_;
+    const rinex::columns_t* foreseen_;
     rinex::observation_text_t text_;
     std::unique_ptr<char[]> buffer_;   // of the block
     rinex::text_t block_;              // not written yet

@@ -7,6 +7,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "convert/file_names.h"
@@ -34,6 +35,19 @@ public:
         current_->hand_over_events(*next);
         finish_current("");
         current_ = std::move(next);
+    }
+
+    /// Ends the files so far as a whole of their own; their phases go on in the next file.
+    /// @return those files, and what the name of the first tells
+    std::pair<std::vector<finished_file_t>, coverage_t> part()
+    {
+        auto next = ways_.make();
+        current_->hand_over_events(*next);
+        next->continue_phases_of(*current_);
+        finish_current("");
+        current_ = std::move(next);
+        names_.clear();
+        return {std::move(finished_), *std::exchange(coverage_, std::nullopt)};
     }
 
     File& current() { return *current_; }

@@ -20,6 +20,8 @@ struct event_t {
     std::int64_t ticks;   ///< see rinex/dates.h
     int flag;             ///< rinex::epoch_flag_t
     std::vector<std::string> lines;
+
+    bool operator==(const event_t&) const = default;
 };
 
 /// A position of the receiver.

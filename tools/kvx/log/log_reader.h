@@ -35,6 +35,20 @@ struct losses_t {
     std::uint64_t torn_bytes = 0;   ///< of the frame that the end of the log cuts off
 
     bool any() const { return skipped_bytes + bad_checksum + refused + too_long + torn_bytes != 0; }
+
+    losses_t& operator+=(const losses_t& other)
+    {
+        good_bytes += other.good_bytes;
+        skipped_bytes += other.skipped_bytes;
+        skipped_runs += other.skipped_runs;
+        bad_checksum += other.bad_checksum;
+        bad_checksum_bytes += other.bad_checksum_bytes;
+        refused += other.refused;
+        too_long += other.too_long;
+        too_long_bytes += other.too_long_bytes;
+        torn_bytes += other.torn_bytes;
+        return *this;
+    }
 };
 
 /// A place where the log is not as it was sent.

@@ -24,6 +24,16 @@ inline std::optional<std::int64_t> time_of(const korvex::header_t& header)
     return header.week * kWeekMs + header.ms;
 }
 
+/// A message of a log.
+struct message_t {
+    int id;
+    std::int64_t sent;   ///< ms since the beginning of GPS time
+    const std::uint8_t* body;
+    int size;   ///< bytes of the body
+
+    bool is_range() const { return kvx::is_range(id); }
+};
+
 }   // namespace kvx
 
 #endif

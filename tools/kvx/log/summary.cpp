@@ -101,15 +101,16 @@ void summary_t::count_satellites(const raw_t& epoch)
 
 void summary_t::finish(const log_reader_t& reader, const input_file_t& file)
 {
-    log = file.name();
-    bytes = reader.bytes();
-    lost = reader.losses();
+    if (log.empty()) log = file.name();
+    bytes += reader.bytes();
+    lost += reader.losses();
     lost.refused = refused;
-    source_damage = file.damage();
+    if (!file.damage().empty())
+        source_damage += (source_damage.empty() ? "" : "; ") + (joined ? file.name() + ": " : "") + file.damage();
     for (std::size_t sat = 0; sat < by_number.size(); ++sat) {
         if (by_number[sat].epochs > 0) satellites[satellite_of_record(static_cast<int>(sat))] += by_number[sat];
     }
-    ended_by_signal = file.ended_by_signal();
+    ended_by_signal = ended_by_signal || file.ended_by_signal();
 }
 
 bool summary_t::damaged() const

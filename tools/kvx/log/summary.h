@@ -4,6 +4,7 @@
 
 #include <rtk_gnss.h>
 
+#include <algorithm>
 #include <array>
 #include <cstdint>
 #include <map>
@@ -104,8 +105,41 @@ struct outcome_t {
     std::vector<std::string> files;   ///< paths
 };
 
+/// Logs that were read as one.
+struct joined_t {
+    static constexpr std::size_t kMostGaps = 20;
+
+    struct log_t {
+        std::string name;
+        std::uint64_t bytes;
+        epoch_count_t epochs;
+    };
+    struct gap_t {
+        double after, before;   ///< epochs, GPS seconds
+    };
+    std::vector<log_t> logs;
+    std::uint64_t epochs_in_common = 0;   ///< that stood in several logs
+    std::vector<gap_t> gaps;              ///< the first ones
+    std::uint64_t more_gaps = 0;
+
+    void sort()   ///< the logs by their first epochs
+    {
+        std::stable_sort(logs.begin(), logs.end(),
+                         [](const log_t& a, const log_t& b) { return a.epochs.first < b.epochs.first; });
+    }
+
+    void add_gap(double after, double before)
+    {
+        if (gaps.size() < kMostGaps) {
+            gaps.push_back({after, before});
+        } else {
+            ++more_gaps;
+        }
+    }
+};
+
 struct summary_t {
-    std::string log;
+    std::string log;   ///< of several the first
     std::uint64_t bytes = 0;
     std::map<int, message_count_t> messages;   ///< by number
     std::map<rinex::satellite_t, satellite_count_t> satellites;
@@ -115,6 +149,7 @@ struct summary_t {
     losses_t lost;
     std::string source_damage;      ///< why the log could not be read to its end
     bool ended_by_signal = false;   ///< and not by its end
+    std::optional<joined_t> joined;
     std::optional<outcome_t> outcome;
 
     /// Takes a frame.
@@ -131,7 +166,7 @@ struct summary_t {
     /// @param offset  of the epoch in the log (bytes)
     void count_epoch(std::int64_t time, std::uint64_t offset, order_t order);
 
-    /// Takes what the reader has told by the end of the log.
+    /// Takes what the reader has told by the end of a log.
     void finish(const log_reader_t& reader, const input_file_t& log);
 
     bool damaged() const;

@@ -107,6 +107,21 @@ void add_outcome(ordered_json& j, const outcome_t& o)
     j["files"] = o.files;
 }
 
+void add_joined(ordered_json& j, const joined_t& joined)
+{
+    auto& logs = j["logs"] = ordered_json::array();
+    for (const joined_t::log_t& log : joined.logs) {
+        logs.push_back({{"log", log.name}, {"bytes", log.bytes}, {"epochs", log.epochs.epochs}});
+        if (log.epochs.epochs == 0) continue;
+        logs.back()["first_epoch"] = date_text(log.epochs.first);
+        logs.back()["last_epoch"] = date_text(log.epochs.last);
+    }
+    j["epochs_in_several_logs"] = joined.epochs_in_common;
+    auto& gaps = j["first_gaps"] = ordered_json::array();
+    for (const auto& [after, before] : joined.gaps)
+        gaps.push_back({{"after", date_text(after)}, {"before", date_text(before)}});
+}
+
 }   // namespace
 
 ordered_json summary_object(const summary_t& s)
@@ -123,6 +138,7 @@ ordered_json summary_object(const summary_t& s)
         j["gaps"] = s.epochs.steps.gaps();
         j["missing_epochs"] = s.epochs.steps.missing();
     }
+    if (s.joined) add_joined(j, *s.joined);
     add_clock(j, s.clock);
     if (!s.notices.without_number.empty()) j["satellites_without_number"] = s.notices.without_number;
     if (s.notices.clock_not_set > 0) j["messages_before_clock"] = s.notices.clock_not_set;

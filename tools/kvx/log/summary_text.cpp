@@ -155,6 +155,28 @@ std::string outcome_text(const outcome_t& o)
     return out;
 }
 
+std::string joined_text(const joined_t& joined)
+{
+    std::string out = "joined " + plural(joined.logs.size(), "log") + ":\n";
+    for (const joined_t::log_t& log : joined.logs) {
+        out += "  " + log.name + ": " + plural(log.bytes, "byte") + ", " + plural(log.epochs.epochs, "epoch");
+        if (log.epochs.epochs > 0) out += " from " + date_text(log.epochs.first) + " to " + date_text(log.epochs.last);
+        out += "\n";
+    }
+    return out + "together:\n";
+}
+
+std::string gaps_text(const joined_t& joined)
+{
+    std::string out;
+    if (joined.epochs_in_common > 0)
+        out += "  in several logs, taken once: " + plural(joined.epochs_in_common, "epoch") + "\n";
+    for (const auto& [after, before] : joined.gaps)
+        out += "  gap from " + date_text(after) + " to " + date_text(before) + text(": %.2f s\n", before - after);
+    if (joined.more_gaps > 0) out += "  and " + plural(joined.more_gaps, "more gap") + "\n";
+    return out;
+}
+
 }   // namespace
 
 std::string messages_table(const summary_t& s)
@@ -187,8 +209,9 @@ std::string summary_text(const summary_t& s)
 {
     std::uint64_t frames = 0;
     for (const auto& [id, m] : s.messages) frames += m.frames;
-    std::string out = s.log + ":\n  " + plural(s.bytes, "byte") + ", " + plural(frames, "message") + "\n";
-    out += messages_text(s) + epochs_text(s.epochs) + "  satellites:";
+    std::string out = s.joined ? joined_text(*s.joined) : s.log + ":\n";
+    out += "  " + plural(s.bytes, "byte") + ", " + plural(frames, "message") + "\n";
+    out += messages_text(s) + epochs_text(s.epochs) + (s.joined ? gaps_text(*s.joined) : "") + "  satellites:";
     for (const auto& [name, n] : s.satellites_by_system()) out += " " + (name + (" " + std::to_string(n)));
     return out + "\n" + notes_text(s) + (s.outcome ? outcome_text(*s.outcome) : "");
 }

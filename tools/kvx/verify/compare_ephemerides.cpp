@@ -4,6 +4,7 @@
 #include <bit>
 #include <charconv>
 #include <cmath>
+#include <utility>
 
 #include "common/text_format.h"
 
@@ -99,7 +100,7 @@ void ephemeris_comparison_t::add(const log_ephemeris_t& e)
         return;
     }
     ++size_;
-    entries.push_back({e, set, 0, 0, false});
+    entries.push_back({e, set, 0, 0, 0, false});
     ++entries[set].told;
     result_.ephemerides.repeated += set + 1 != entries.size();
 }
@@ -117,6 +118,7 @@ void ephemeris_comparison_t::run(const std::vector<std::string>& files)
 void ephemeris_comparison_t::read(const std::string& path)
 {
     rinex_file_t file(path, faults_of(result_));
+    ++file_;
     const char system = file.header().default_system();
     constexpr std::string_view kOfRinex2 = "GRS";
     if (file.header().version < 300 && kOfRinex2.find(system) == kOfRinex2.npos) {
@@ -172,6 +174,7 @@ void ephemeris_comparison_t::compare(const rinex_file_t& file, const rinex::navi
                    number_text(nearest->ephemeris.fields[least.first]);
         });
     }
+    if (std::exchange(set.file, file_) != file_) set.stands = 0;   // each part of a session has what it needs
     if (++set.stands > set.told) extra("stands there more often than in the log");
 }
 

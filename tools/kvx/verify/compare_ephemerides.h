@@ -31,7 +31,8 @@ private:
     struct entry_t {
         log_ephemeris_t ephemeris;
         std::size_t set = 0;                  // place of the data set's first entry
-        std::uint64_t told = 0, stands = 0;   // times, of the data set: in the log, in the files
+        std::uint64_t told = 0, stands = 0;   // times, of the data set: in the log, in the file read last that has it
+        std::size_t file = 0;                 // that file, from 1
         bool differs = false;                 // a record of the files has other digits
     };
     using entries_t = std::vector<entry_t>;   // of one satellite and time
@@ -48,6 +49,7 @@ private:
     verification_t& result_;
     std::map<std::pair<int, rinex::ticks_t>, entries_t> entries_;   // by place of the satellite and time
     std::size_t size_ = 0;
+    std::size_t file_ = 0;       // that is read, from 1
     std::string systems_;        // that files are there for
     bool all_systems_ = false;   // the files are of versions that know all systems
 };

@@ -13,15 +13,6 @@
 
 namespace kvx {
 
-struct message_t {
-    int id;
-    std::int64_t sent;   ///< ms since the beginning of GPS time
-    const std::uint8_t* body;
-    int size;   ///< bytes of the body
-
-    bool is_range() const { return kvx::is_range(id); }
-};
-
 /// Where something stands in the logs.
 struct log_place_t {
     std::size_t log = 0;

@@ -13,6 +13,7 @@ namespace kvx {
 class command_line_t;
 
 struct selection_options_t {
+    bool join = false;   ///< the logs are one session
     std::string systems = "GRECJS";
     std::vector<std::string> satellites, signals;   ///< patterns; empty: all
     rinex::signals_t names;                         ///< of the signals

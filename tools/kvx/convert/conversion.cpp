@@ -52,7 +52,7 @@ public:
 private:
     std::unique_ptr<log_feed_t> open(const std::string& log)
     {
-        return std::make_unique<log_feed_t>(
+        auto feed = std::make_unique<log_feed_t>(
             log, options_.follow, options_.names, ledger_,
             log_feed_t::takes_t{
                 [this](const log_feed_t& from, const message_t& message) { return take(from, message); },
@@ -61,6 +61,8 @@ private:
                     const bool sized = from.source().size_on_disk() > 0;
                     progress_->at(finished_bytes_ + (sized ? from.source().position_on_disk() : from.reader().bytes()));
                 }});
+        if (torn_) feed->reader().is_one_of(log, *torn_);
+        return feed;
     }
 
     void begin_files(bool live)
@@ -111,10 +113,13 @@ private:
         const std::uint64_t bytes = look_at_logs();
         begin_files(false);
         summary_.joined.emplace();
+        torn_.emplace(logs_);
         progress_.emplace(logs_.front(), bytes);
-        joined_logs_t joined(logs_, options_.names, ledger_, [this](const std::string& log) { return open(log); });
-        joined.read([this](const log_feed_t& log, judged_epoch_t& epoch) { on_judged(log, epoch); },
-                    [this](const log_feed_t& log) { finish(log); });
+        joined_logs_t joined(
+            logs_, options_.names, ledger_, [this](const std::string& log) { return open(log); },
+            [this](const log_feed_t& log, judged_epoch_t& epoch) { on_judged(log, epoch); },
+            [this](const log_feed_t& log) { finish(log); });
+        joined.read();
         summary_.joined->sort();
         summary_.joined->epochs_in_common = joined.epochs_in_common();
     }
@@ -250,6 +255,7 @@ private:
     std::optional<rinex::columns_t> foreseen_;
     station_messages_t station_;
     rinex::channels_t channels_;
+    std::optional<torn_frames_t> torn_;   // of logs that are joined
     std::optional<conversion_files_t> files_;
     std::optional<thinning_t> thinning_;   // of the file that is written
     std::optional<progress_t> progress_;

@@ -16,7 +16,6 @@ using sources_t = std::vector<std::string>;
 
 struct convert_options_t : selection_options_t {
     sources_t logs;
-    bool join = false;        ///< all of them are one session
     bool follow = false;      ///< the log grows
     std::int64_t split = 0;   ///< ms of GPS time that a file holds; 0: all is one
     std::string folder = ".";

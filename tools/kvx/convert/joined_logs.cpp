@@ -8,8 +8,6 @@ namespace kvx {
 
 namespace {
 
-constexpr std::int64_t kSameEpoch = 1;   // ms, as between the two range messages of an epoch
-
 // Of the first epoch that is in order (ms); a log without any stands in front, for what else it tells.
 std::int64_t first_epoch(const std::string& log, const rinex::signals_t& names)
 {
@@ -23,6 +21,14 @@ std::int64_t first_epoch(const std::string& log, const rinex::signals_t& names)
     return std::numeric_limits<std::int64_t>::min();
 }
 
+template <typename Waiting>
+std::vector<Waiting> with_first_epochs(const std::vector<std::string>& logs, const rinex::signals_t& names)
+{
+    std::vector<Waiting> waiting;
+    for (const std::string& log : logs) waiting.push_back({first_epoch(log, names), log});
+    return waiting;
+}
+
 int observations(const rinex::epoch_t& epoch)
 {
     int n = 0;
@@ -33,58 +39,24 @@ int observations(const rinex::epoch_t& epoch)
 }   // namespace
 
 joined_logs_t::joined_logs_t(const std::vector<std::string>& logs, const rinex::signals_t& names,
-                             rinex::ledger_t& ledger, open_t open)
-    : ledger_(ledger), open_(std::move(open))
-{
-    for (const std::string& log : logs) waiting_.push_back({first_epoch(log, names), log});
-    std::stable_sort(waiting_.begin(), waiting_.end(),
-                     [](const waiting_t& a, const waiting_t& b) { return a.first > b.first; });
-}
+                             rinex::ledger_t& ledger, const open_t& open, take_t take, const finish_t& finish)
+    : ledger_(ledger),
+      take_(std::move(take)),
+      logs_(
+          with_first_epochs<side_by_side_t<log_t>::waiting_t>(logs, names),
+          [this, open](const std::string& log) { return std::make_unique<log_t>(open(log), take_); },
+          [finish](log_t& log) { finish(log.feed()); })
+{}
 
-// To the log's next epoch; those out of order need no place among the others.
-bool joined_logs_t::advance(open_log_t& log, const take_t& take)
+bool joined_logs_t::log_t::next()
 {
-    while (log.feed->next()) {
-        const order_t order = log.feed->current().order;
-        log.run += order == order_t::begins_file;
+    while (feed_->next()) {
+        const order_t order = feed_->current().order;
+        run_ += order == order_t::begins_file;
         if (order != order_t::out) return true;
-        take(*log.feed, log.feed->current());
+        take_(*feed_, feed_->current());
     }
     return false;
-}
-
-// All logs that begin before the next epoch.
-void joined_logs_t::open_due(const take_t& take, const finish_t& finish)
-{
-    while (!waiting_.empty()) {
-        const bool due = logs_.empty() || earliest().run > 0 || waiting_.back().first <= earliest().time() + kSameEpoch;
-        if (!due) return;
-        open_log_t log{open_(waiting_.back().log)};
-        waiting_.pop_back();
-        if (advance(log, take)) {
-            logs_.push_back(std::move(log));
-        } else {
-            finish(*log.feed);
-        }
-    }
-}
-
-joined_logs_t::open_log_t& joined_logs_t::earliest()
-{
-    return *std::min_element(logs_.begin(), logs_.end(), [](const open_log_t& a, const open_log_t& b) {
-        return std::pair(a.run, a.time()) < std::pair(b.run, b.time());
-    });
-}
-
-// Logs whose next epoch is the earliest.
-std::vector<std::size_t> joined_logs_t::next_ones()
-{
-    const open_log_t& first = earliest();
-    std::vector<std::size_t> places;
-    for (std::size_t i = 0; i < logs_.size(); ++i) {
-        if (logs_[i].run == first.run && logs_[i].time() <= first.time() + kSameEpoch) places.push_back(i);
-    }
-    return places;
 }
 
 // Adds what an epoch lacks of the same epoch in another log.
@@ -100,35 +72,24 @@ void joined_logs_t::unite(rinex::epoch_t& epoch, const rinex::epoch_t& other)
     });
 }
 
-// Gives what the logs have of an epoch, as the one that tells most of it has it.
-void joined_logs_t::give(const std::vector<std::size_t>& places, const take_t& take)
+// Gives what logs have of one epoch, as the one that tells most of it has it.
+void joined_logs_t::give(const std::vector<log_t*>& logs)
 {
-    const auto epoch_of = [this](std::size_t place) -> rinex::epoch_t& { return *logs_[place].feed->current().epoch; };
-    const std::size_t most = *std::max_element(places.begin(), places.end(), [&](std::size_t a, std::size_t b) {
-        return observations(epoch_of(a)) < observations(epoch_of(b));
+    log_t* const most = *std::max_element(logs.begin(), logs.end(), [](log_t* a, log_t* b) {
+        return observations(a->epoch()) < observations(b->epoch());
     });
-    for (const std::size_t other : places) {
-        if (other != most) unite(epoch_of(most), epoch_of(other));
+    for (log_t* other : logs) {
+        if (other != most) unite(most->epoch(), other->epoch());
     }
-    in_common_ += places.size() > 1;
-    open_log_t& log = logs_[most];
-    log.feed->current().order = log.run > run_ ? order_t::begins_file : order_t::follows;
-    run_ = log.run;
-    take(*log.feed, log.feed->current());
+    in_common_ += logs.size() > 1;
+    judged_epoch_t& epoch = most->feed().current();
+    epoch.order = most->run() > std::exchange(run_, most->run()) ? order_t::begins_file : order_t::follows;
+    take_(most->feed(), epoch);
 }
 
-void joined_logs_t::read(const take_t& take, const finish_t& finish)
+void joined_logs_t::read()
 {
-    for (open_due(take, finish); !logs_.empty(); open_due(take, finish)) {
-        const std::vector<std::size_t> places = next_ones();
-        give(places, take);
-        for (const std::size_t place : places) {
-            if (advance(logs_[place], take)) continue;
-            finish(*logs_[place].feed);
-            logs_[place].feed.reset();
-        }
-        std::erase_if(logs_, [](const open_log_t& log) { return log.feed == nullptr; });
-    }
+    for (const auto* logs = &logs_.next(); !logs->empty(); logs = &logs_.next()) give(*logs);
 }
 
 }   // namespace kvx

@@ -1,4 +1,4 @@
-/// @file joined_logs.h  Several logs of one session as one.
+/// @file joined_logs.h  The epochs of several logs of one session.
 #ifndef KVX_JOINED_LOGS_H
 #define KVX_JOINED_LOGS_H
 
@@ -9,13 +9,12 @@
 #include <vector>
 
 #include "convert/log_feed.h"
+#include "log/side_by_side.h"
 
 namespace kvx {
 
-/// Gives the epochs of several logs in order of time, one that stands in more than one of them once, with what any of
-/// them has. Only logs that overlap are open at once.
-///
-/// Where the clock of a log steps back, what lies behind waits until all logs have been read up to there.
+/// Gives the epochs of several logs in order of time. One that stands in more than one of them is given once, with what
+/// any of them has.
 class joined_logs_t {
 public:
     using open_t = std::function<std::unique_ptr<log_feed_t>(const std::string& log)>;
@@ -28,34 +27,35 @@ public:
     /// @param names, ledger  must outlive it
     /// @throws error_t when one cannot be read
     joined_logs_t(const std::vector<std::string>& logs, const rinex::signals_t& names, rinex::ledger_t& ledger,
-                  open_t open);
+                  const open_t& open, take_t take, const finish_t& finish);
 
-    void read(const take_t& take, const finish_t& finish);
+    void read();
 
     std::uint64_t epochs_in_common() const { return in_common_; }   ///< given once that stood in several logs
 
 private:
-    struct waiting_t {   // a log not opened yet
-        std::int64_t first;
-        std::string log;
-    };
-    struct open_log_t {
-        std::unique_ptr<log_feed_t> feed;
-        int run = -1;   // of its epochs, in each of which they follow each other
+    // Goes from epoch to epoch of those in order; the others need no place among those of other logs.
+    class log_t {
+    public:
+        log_t(std::unique_ptr<log_feed_t> feed, const take_t& take) : feed_(std::move(feed)), take_(take) {}
 
-        std::int64_t time() const { return feed->current().epoch->time; }
+        bool next();
+        std::int64_t time() const { return feed_->current().epoch->time; }
+        int run() const { return run_; }
+        log_feed_t& feed() { return *feed_; }
+        rinex::epoch_t& epoch() { return *feed_->current().epoch; }
+
+    private:
+        std::unique_ptr<log_feed_t> feed_;
+        const take_t& take_;
+        int run_ = -1;
     };
-    void open_due(const take_t& take, const finish_t& finish);
-    bool advance(open_log_t& log, const take_t& take);
-    open_log_t& earliest();
-    std::vector<std::size_t> next_ones();
     void unite(rinex::epoch_t& epoch, const rinex::epoch_t& other);
-    void give(const std::vector<std::size_t>& places, const take_t& take);
+    void give(const std::vector<log_t*>& logs);
 
     rinex::ledger_t& ledger_;
-    open_t open_;
-    std::vector<waiting_t> waiting_;   // the next one last
-    std::vector<open_log_t> logs_;
+    take_t take_;
+    side_by_side_t<log_t> logs_;
     int run_ = -1;
     std::uint64_t in_common_ = 0;
 };

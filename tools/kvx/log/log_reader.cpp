@@ -1,5 +1,7 @@
 #include "log/log_reader.h"
 
+#include <algorithm>
+
 #include "gnss/log/frame.h"
 #include "gnss/log/framing.h"
 
@@ -34,6 +36,34 @@ bool log_reader_t::refill()
     return end_ > 0;
 }
 
+void log_reader_t::is_one_of(const std::string& name, torn_frames_t& torn)
+{
+    torn_ = &torn;
+    std::uint64_t n = torn.open(name);
+    offset_ = frame_end_ = n;
+    while (n > 0) {
+        const std::size_t got = source_.read(block_.get(), std::min<std::uint64_t>(n, block_size_));
+        if (got == 0) break;
+        n -= got;
+    }
+}
+
+// A frame that the end of the log cuts off comes whole once its rest is found in another log.
+bool log_reader_t::complete_torn()
+{
+    if (torn_ == nullptr || raw_.nbyte == 0) return false;
+    const std::size_t half = raw_.nbyte;
+    const auto whole = torn_->completed(raw_.buff, half);
+    if (!whole) return false;
+    borrowed_ = whole->size() - half;
+    std::copy(whole->begin(), whole->end(), block_.get());
+    at_ = 0;
+    end_ = whole->size();
+    offset_ -= half;
+    raw_.nbyte = 0;
+    return true;
+}
+
 void log_reader_t::name(std::uint64_t offset, std::uint64_t bytes, const char* cause)
 {
     if (damage_.size() < kMostPlaces) damage_.push_back({offset, bytes, cause});
@@ -50,7 +80,7 @@ void log_reader_t::skip(std::uint64_t n)
 
 bool log_reader_t::next(frame_t& frame)
 {
-    while (at_ < end_ || refill()) {
+    while (at_ < end_ || refill() || complete_torn()) {
         if (raw_.nbyte == 0) raw_.len = 0;   // tells a frame found from bytes merely searched
         int left = static_cast<int>(end_ - at_);
         const int before = left;

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "common/input_file.h"
+#include "log/torn_frames.h"
 
 namespace kvx {
 
@@ -69,11 +70,16 @@ public:
     /// Called each time before more of a log that comes in live is waited for.
     void before_waiting(std::function<void()> act) { before_waiting_ = std::move(act); }
 
+    /// Before the first frame: the log is one of several of a session.
+    /// @param name  as these know it
+    /// @param torn  must outlive the reader
+    void is_one_of(const std::string& name, torn_frames_t& torn);
+
     /// Reads up to the next complete frame.
     /// @return false at the end of the log
     bool next(frame_t& frame);
 
-    std::uint64_t bytes() const { return offset_; }   ///< read so far
+    std::uint64_t bytes() const { return offset_ - borrowed_; }   ///< read so far
     const losses_t& losses() const { return losses_; }
 
     /// Where bytes were lost, in order; the first places of them.
@@ -83,6 +89,7 @@ public:
 private:
     int take(int& left);
     bool refill();
+    bool complete_torn();
     void skip(std::uint64_t n);
     void name(std::uint64_t offset, std::uint64_t bytes, const char* cause);
     void count(frame_t& frame);
@@ -96,6 +103,8 @@ private:
     std::size_t at_ = 0, end_ = 0;            // unread part of the block
     std::uint64_t offset_ = 0;                // of block_[at_] in the log
     std::uint64_t frame_end_ = 0;             // where the last frame or dropped header ended
+    torn_frames_t* torn_ = nullptr;
+    std::uint64_t borrowed_ = 0;   // bytes of its last frame that stand in another log
     std::function<void()> before_waiting_;
     losses_t losses_;
     std::vector<damage_t> damage_;

@@ -15,6 +15,7 @@ constexpr std::array<const char*, kFates> kFateTexts = {
     "of no satellite",
     "also in the full message",
     "second of one code",
+    "also in another log",
     "in epochs out of order",
     "left out by option",
     "outside the time span",

@@ -96,7 +96,7 @@ void ephemeris_comparison_t::add(const log_ephemeris_t& e)
         }
     }
     if (size_ >= kMostSets || entries.size() >= kMostOfOneTime) {
-        result_.fault([&] { return logs_.text(e.place) + ": too many ephemerides to compare, " + e.satellite.name(); });
+        result_.fault([&] { return e.place.text() + ": too many ephemerides to compare, " + e.satellite.name(); });
         return;
     }
     ++size_;
@@ -194,7 +194,7 @@ void ephemeris_comparison_t::judge(const entry_t& entry)
     } else {
         ++count.missing;
         result_.fault([&] {
-            return logs_.text(e.place) + ": " + e.satellite.name() + ": " + std::string(e.message) + " ephemeris of " +
+            return e.place.text() + ": " + e.satellite.name() + ": " + std::string(e.message) + " ephemeris of " +
                    rinex::ticks_text(e.time) + " stands in no file";
         });
     }

@@ -16,9 +16,7 @@ namespace kvx {
 class ephemeris_comparison_t {
 public:
     /// All must outlive it.
-    ephemeris_comparison_t(const wanted_t& wanted, const log_messages_t& logs, verification_t& result)
-        : wanted_(wanted), logs_(logs), result_(result)
-    {}
+    ephemeris_comparison_t(const wanted_t& wanted, verification_t& result) : wanted_(wanted), result_(result) {}
 
     /// Takes a message of the log, which may be one with ephemerides.
     void add(const message_t& message, const log_place_t& place);
@@ -45,7 +43,6 @@ private:
     bool has_file(char system) const { return all_systems_ || systems_.find(system) != std::string::npos; }
 
     const wanted_t& wanted_;
-    const log_messages_t& logs_;
     verification_t& result_;
     std::map<std::pair<int, rinex::ticks_t>, entries_t> entries_;   // by place of the satellite and time
     std::size_t size_ = 0;

@@ -106,7 +106,7 @@ void observation_comparison_t::missing(const log_epoch_t& log)
     if (any_found(fates_)) {
         ++result_.epochs_missing;
         result_.fault(
-            [&] { return logs_.text(log.place) + ": " + epoch_text(log.time * kTicksPerMs) + " stands in no file"; });
+            [&] { return log.place.text() + ": " + epoch_text(log.time * kTicksPerMs) + " stands in no file"; });
         std::replace(fates_.begin(), fates_.end(), fate_t::found, fate_t::missing);
     } else {
         ++result_.epochs_left_out;

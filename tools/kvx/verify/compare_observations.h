@@ -10,9 +10,9 @@ namespace kvx {
 class observation_comparison_t {
 public:
     /// All must outlive it.
-    observation_comparison_t(const rinex::signals_t& names, const wanted_t& wanted, const log_messages_t& logs,
-                             file_epochs_t& files, verification_t& result)
-        : names_(names), wanted_(wanted), logs_(logs), files_(files), result_(result), row_(names)
+    observation_comparison_t(const rinex::signals_t& names, const wanted_t& wanted, file_epochs_t& files,
+                             verification_t& result)
+        : names_(names), wanted_(wanted), files_(files), result_(result), row_(names)
     {}
 
     /// Goes through both to their ends.
@@ -41,7 +41,6 @@ private:
 
     const rinex::signals_t& names_;
     const wanted_t& wanted_;
-    const log_messages_t& logs_;
     file_epochs_t& files_;
     verification_t& result_;
     expected_row_t row_;

@@ -139,18 +139,16 @@ void epoch_assembly_t::keep(const log_record_t& record)
     if (replaces) there = record;
 }
 
-log_epochs_t::log_epochs_t(log_messages_t& messages, const selection_options_t& options, const wanted_t& wanted,
-                           verification_t& result, other_t other)
+epoch_runs_t::epoch_runs_t(log_messages_t& messages, const rinex::signals_t& names, verification_t& result,
+                           other_t other)
     : messages_(messages),
-      wanted_(wanted),
       result_(result),
       other_(std::move(other)),
-      assembly_(options.names, result),
-      order_([] { return log_epoch_t{}; }, [this](log_epoch_t& epoch, order_t order) { on_judged(epoch, order); }),
-      grid_(options)
+      assembly_(names, result),
+      order_([] { return log_epoch_t{}; }, [this](log_epoch_t& epoch, order_t order) { on_judged(epoch, order); })
 {}
 
-bool log_epochs_t::assemble(log_epoch_t& epoch)
+bool epoch_runs_t::assemble(log_epoch_t& epoch)
 {
     for (message_t message{}; messages_.next(message);) {
         if (!message.is_range()) {
@@ -162,7 +160,7 @@ bool log_epochs_t::assemble(log_epoch_t& epoch)
     return assembly_.finish(epoch);
 }
 
-void log_epochs_t::on_judged(log_epoch_t& epoch, order_t order)
+void epoch_runs_t::on_judged(log_epoch_t& epoch, order_t order)
 {
     if (order == order_t::out) {
         ++result_.epochs_out_of_order;
@@ -170,18 +168,36 @@ void log_epochs_t::on_judged(log_epoch_t& epoch, order_t order)
         return;
     }
     epoch.begins_run = order == order_t::begins_file;
-    ahead_.push_back(std::move(epoch));
+    judged_.push_back(std::move(epoch));
 }
+
+bool epoch_runs_t::next(log_epoch_t& epoch)
+{
+    while (judged_.empty() && !over_) {
+        if (assemble(spare_)) {
+            order_.add(spare_.time, spare_);
+        } else {
+            over_ = true;
+            order_.flush();
+        }
+    }
+    if (judged_.empty()) return false;
+    std::swap(epoch, judged_.front());
+    judged_.pop_front();
+    return true;
+}
+
+log_epochs_t::log_epochs_t(source_t source, const selection_options_t& options, const wanted_t& wanted)
+    : source_(std::move(source)), wanted_(wanted), grid_(options)
+{}
 
 bool log_epochs_t::read_ahead()
 {
-    if (over_) return false;
-    if (assemble(spare_)) {
-        order_.add(spare_.time, spare_);
-    } else {
+    if (over_ || !source_(spare_)) {
         over_ = true;
-        order_.flush();
+        return false;
     }
+    ahead_.push_back(std::move(spare_));
     return true;
 }
 

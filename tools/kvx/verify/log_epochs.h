@@ -64,30 +64,49 @@ private:
     std::array<std::array<std::int16_t, rinex::kMostSignals>, rinex::kSatellites> slots_;   // place in records; -1
 };
 
-/// Epochs of logs, judged by the options: runs in each of which they follow each other in time.
-class log_epochs_t {
+/// Epochs of logs that are read one after the other: runs in each of which they follow each other in time.
+class epoch_runs_t {
 public:
     /// Takes the messages that are no ranges.
     using other_t = std::function<void(const message_t& message, const log_place_t& place)>;
 
-    /// All must outlive it.
-    log_epochs_t(log_messages_t& messages, const selection_options_t& options, const wanted_t& wanted,
-                 verification_t& result, other_t other);
+    /// @param messages, names, result  must outlive it; so must those that `other` refers to
+    epoch_runs_t(log_messages_t& messages, const rinex::signals_t& names, verification_t& result, other_t other);
 
     /// The next epoch; the one before is overwritten.
     bool next(log_epoch_t& epoch);
 
 private:
     bool assemble(log_epoch_t& epoch);
-    bool read_ahead();
     void on_judged(log_epoch_t& epoch, order_t order);
 
     log_messages_t& messages_;
-    const wanted_t& wanted_;
     verification_t& result_;
     other_t other_;
     epoch_assembly_t assembly_;
     epoch_order_t<log_epoch_t> order_;
+    std::deque<log_epoch_t> judged_;
+    log_epoch_t spare_;
+    bool over_ = false;
+};
+
+/// Epochs judged by the options: whether they are within the time span, and on the grid.
+class log_epochs_t {
+public:
+    /// Gives the next epoch.
+    using source_t = std::function<bool(log_epoch_t& epoch)>;
+
+    /// @param options, wanted  must outlive it
+    log_epochs_t(source_t source, const selection_options_t& options, const wanted_t& wanted);
+
+    /// The next epoch; the one before is overwritten.
+    bool next(log_epoch_t& epoch);
+
+private:
+    bool read_ahead();
+
+    source_t source_;
+    const wanted_t& wanted_;
     grid_t grid_;
     std::deque<log_epoch_t> ahead_;   // the next one and the one behind it
     log_epoch_t spare_;

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <limits>
+#include <tuple>
 
 #include "common/error.h"
 #include "common/interrupt.h"
@@ -10,10 +11,9 @@ namespace kvx {
 
 namespace {
 
-// A log without ranges stands behind the others.
 std::int64_t first_range(const std::string& log)
 {
-    log_messages_t messages({log});
+    log_messages_t messages({&log});
     for (message_t message{}; messages.next(message);) {
         if (message.is_range()) return message.sent;
     }
@@ -22,15 +22,19 @@ std::int64_t first_range(const std::string& log)
 
 }   // namespace
 
-log_messages_t::log_messages_t(std::vector<std::string> logs)
-    : logs_(std::move(logs)), frame_(std::make_unique_for_overwrite<raw_t>())
+log_messages_t::paths_t by_first_ranges(const std::vector<std::string>& logs)
 {
-    if (logs_.size() > 1) {
-        std::vector<std::pair<std::int64_t, std::string>> order;
-        for (std::string& log : logs_) order.emplace_back(first_range(log), log);
-        std::sort(order.begin(), order.end());
-        for (std::size_t i = 0; i < order.size(); ++i) logs_[i] = order[i].second;
-    }
+    std::vector<std::tuple<std::int64_t, std::string, const std::string*>> order;
+    for (const std::string& log : logs) order.emplace_back(logs.size() > 1 ? first_range(log) : 0, log, &log);
+    std::sort(order.begin(), order.end());
+    log_messages_t::paths_t paths;
+    for (const auto& [first, log, path] : order) paths.push_back(path);
+    return paths;
+}
+
+log_messages_t::log_messages_t(paths_t logs, torn_frames_t* torn)
+    : logs_(std::move(logs)), torn_(torn), frame_(std::make_unique_for_overwrite<raw_t>())
+{
     open(0);
 }
 
@@ -38,8 +42,9 @@ void log_messages_t::open(std::size_t log)
 {
     log_ = log;
     Initial_raw(frame_.get(), 1);   // framing needs no more
-    source_ = std::make_unique<input_file_t>(logs_[log]);
+    source_ = std::make_unique<input_file_t>(*logs_[log]);
     reader_ = std::make_unique<log_reader_t>(*source_, *frame_, false);
+    if (torn_ != nullptr) reader_->is_one_of(*logs_[log], *torn_);
     progress_ = std::make_unique<progress_t>(source_->name(), source_->size_on_disk());
 }
 
@@ -69,11 +74,6 @@ bool log_messages_t::next(message_t& message)
         message = {frame.id, *sent, frame_->buff + korvex::kHeaderSize, header.body_size};
         return true;
     }
-}
-
-std::string log_messages_t::text(const log_place_t& place) const
-{
-    return logs_[place.log] + ": byte " + std::to_string(place.byte);
 }
 
 }   // namespace kvx

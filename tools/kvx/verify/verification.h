@@ -22,6 +22,7 @@ enum class fate_t : std::uint8_t {
     no_satellite,
     superseded,
     repeated,
+    other_log,
     out_of_order,
     not_asked,
     outside,
@@ -29,7 +30,7 @@ enum class fate_t : std::uint8_t {
     no_name,
     no_value,
 };
-inline constexpr std::size_t kFates = 14;
+inline constexpr std::size_t kFates = 15;
 extern const std::array<const char*, kFates> kFateTexts;
 
 /// What became of an ephemeris of the logs.
@@ -84,7 +85,8 @@ inline rinex_file_t::on_fault_t faults_of(verification_t& result)
 /// Compares logs with the files that came of them. Without observation files ranges are not looked for, without
 /// navigation files ephemerides are not.
 ///
-/// @param logs   at least one; read in the order of their first ranges
+/// @param logs   at least one; where they were not joined they are read one after the other, in the order of their
+///               first ranges
 /// @param files  at least one; observation and navigation files in any order
 /// @throws error_t when something cannot be read or is of a kind that is not known, and at an interrupt
 verification_t verify(const selection_options_t& options, const std::vector<std::string>& logs,

@@ -54,6 +54,7 @@ void add_options(command_line_t& app, command_options_t& options)
     app.option("FILE", &options.paths, "Logs and the RINEX files that came of them, in any order; .gz is read directly",
                {.required = true});
     add_selection_options(app, options.verify, "that were to be written");
+    app.flag("--join", &options.verify.join, "The logs were joined to one session");
     app.flag("--json", &options.json, "Print the account as JSON");
     app.exit_codes({{"0", "proven"}, {"1", "it could not be done"}, {"3", "the files are not what the logs sent"}});
 }

@@ -13,7 +13,7 @@
 inline std::span<const std::uint8_t> memory_input;
 inline std::size_t memory_input_piece = SIZE_MAX;
 
-kvx::input_file_t::input_file_t(const std::string& /*path*/) {}
+kvx::input_file_t::input_file_t(const std::string& /*path*/, bool /*follow*/) {}
 kvx::input_file_t::~input_file_t() = default;
 
 std::size_t kvx::input_file_t::read_some(std::uint8_t* to, std::size_t n)

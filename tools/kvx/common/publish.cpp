@@ -218,7 +218,7 @@ std::vector<std::string> paths_of(const std::vector<finished_file_t>& files)
     std::vector<std::string> paths;
     for (const auto& [file, name] : files) {
         file->close(name);
-        paths.push_back(file->folder() + "/" + name);
+        paths.push_back((std::filesystem::path(file->folder()) / name).string());
     }
     return paths;
 }

@@ -54,7 +54,7 @@ std::string examples(const command_page_t& page)
 std::string exit_codes(const command_page_t& page)
 {
     std::vector<std::string> codes;
-    for (const auto& [code, meaning] : page.exit_codes) codes.push_back(code + " " + meaning);
+    for (const auto& [code, meaning] : page.exit_codes) codes.emplace_back(code).append(" ").append(meaning);
     return "\n" + paragraph("Exit codes: " + joined(codes, ", ") + ".");
 }
 

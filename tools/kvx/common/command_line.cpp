@@ -142,6 +142,7 @@ check_t one_of(std::initializer_list<const char*> words)
 check_t one_of(const std::vector<int>& numbers)
 {
     std::vector<std::string> choices;
+    choices.reserve(numbers.size());
     for (const int number : numbers) choices.push_back(std::to_string(number));
     return {fault_of(CLI::IsMember(numbers)), "", choices};
 }
@@ -161,7 +162,9 @@ check_t within(double low, double high)
 
 check_t whole_within(int low, int high)
 {
-    return {fault_of(CLI::Range(low, high)), "", {}, text("%d to %d", low, high)};
+    check_t check = {.fault = {}, .form = "", .choices = {}, .range = text("%d to %d", low, high)};
+    check.fault = fault_of(CLI::Range(low, high));
+    return check;
 }
 
 command_line_t::command_line_t(std::string_view program, std::string_view what, std::string_view version)

@@ -230,6 +230,7 @@ int run(const check_options_t& options)
 std::vector<std::string> rule_names()
 {
     std::vector<std::string> names;
+    names.reserve(rules().size());
     for (const rinex::rule_info_t& rule : rules()) names.push_back(rule.id);
     return names;
 }

@@ -83,8 +83,9 @@ std::vector<section_t> command_page_t::sections() const
             place->entries.push_back(&entry);
         }
     }
-    rest.title = found.empty() ? "Options" : "Other";
-    found.push_back(rest);
+    const bool help_alone = !found.empty() && rest.entries.size() == 1;
+    rest.title = help_alone ? "Other" : "Options";
+    found.insert(help_alone ? found.end() : found.begin(), rest);
     return found;
 }
 

@@ -66,7 +66,7 @@ struct command_page_t {
     /// One of its commands, of a command of these and so on; nullptr when there is none.
     const command_page_t* find(const std::vector<std::string>& names) const;
     std::vector<const option_entry_t*> arguments() const;
-    /// Options by heading. Those without one come last, under "Options" or, beside others, "Other".
+    /// Options by heading. Those without one come first, under "Options"; when that is the help alone, last.
     std::vector<section_t> sections() const;
     /// The line of the usage: "kvx convert [OPTIONS] LOG...".
     std::string usage() const;

@@ -15,6 +15,14 @@ if(TARGET kvx)
   set_tests_properties(kvx kvx_crossings kvx_check kvx_parts kvx_info kvx_session PROPERTIES TIMEOUT 600 LABELS tool ENVIRONMENT
     "KVX=${kvx_command};KVX_EMULATED=${emulated};EXAMPLE=${example};RTK_UTILS_RECORDINGS=${RTK_UTILS_RECORDINGS}")
 
+  # What kvx tells of itself: the pages' commands, and shells that complete them.
+  if(NOT CMAKE_CROSSCOMPILING)
+    foreach(script page completion)
+      add_test(NAME kvx_${script} COMMAND ${Python3_EXECUTABLE} -B ${CMAKE_CURRENT_SOURCE_DIR}/cli/${script}_test.py)
+      set_tests_properties(kvx_${script} PROPERTIES TIMEOUT 600 LABELS "tool;pages" ENVIRONMENT "KVX=${kvx_command}")
+    endforeach()
+  endif()
+
   # Calls that fail: an emulator has others, and sanitizers and counted builds make some of their own.
   if(NOT CMAKE_CROSSCOMPILING AND NOT CMAKE_CXX_FLAGS MATCHES "-fsanitize|-coverage")
     add_library(failing_calls MODULE fakes/failing_calls.cpp)

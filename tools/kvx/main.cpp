@@ -18,10 +18,17 @@ namespace {
 using kvx::command_line_t;
 using kvx::command_t;
 
+constexpr const char kAbout[] =
+    "Results go to standard output, progress and errors to standard error: 'kvx: error: FILE: what (where)'. Files may "
+    "be compressed (.gz, .zst), and - is standard input.\n\n"
+    "Files that a command makes get their names when they are whole and on the disk; until then they are called "
+    ".kvx-XXXXXX. A file that exists is replaced with --force only, an input never. What a run that was killed left "
+    "behind is removed by the next one that writes into the folder.";
+
 constexpr command_t (*kCommands[])(command_line_t&) = {
-    kvx::convert_command, kvx::check_command,  kvx::verify_command,    kvx::expand_command,
-    kvx::info_command,    kvx::report_command, kvx::positions_command, kvx::simulate_command,
-    kvx::dump_command,    kvx::frame_command,  kvx::gpio_command,      kvx::i2c_command,
+    kvx::convert_command, kvx::check_command,     kvx::verify_command,     kvx::expand_command, kvx::info_command,
+    kvx::report_command,  kvx::positions_command, kvx::simulate_command,   kvx::dump_command,   kvx::frame_command,
+    kvx::gpio_command,    kvx::i2c_command,       kvx::completion_command, kvx::help_command,   kvx::manual_command,
 };
 
 bool g_memory_ran_out = false;
@@ -42,14 +49,21 @@ std::optional<int> read_command_line(command_line_t& app, int argc, char** argv)
 
 int run(int argc, char** argv)
 {
-    command_line_t app("kvx", "Logs, RINEX files, messages and hardware of GNSS RTK receivers.", KVX_VERSION);
-    app.footer(
-        "Exit codes: 0 done, 1 failed, 2 wrong usage, 3 done but the input was damaged, "
-        "129, 130 or 143 ended by SIGHUP, Ctrl-C or SIGTERM, 141 the reader of standard output has gone.");
+    command_line_t app("kvx", "Logs, RINEX files, messages and hardware of GNSS RTK receivers", KVX_VERSION);
+    app.describe(kAbout);
+    app.example("kvx simulate -o survey.log", "Make a log to try things on");
+    app.example("kvx info survey.log", "See whether a log is good");
+    app.example("kvx convert survey.log -o rinex/ --marker BASE", "Make RINEX files of it");
+    app.exit_codes({{"0", "done"},
+                    {"1", "failed"},
+                    {"2", "wrong usage"},
+                    {"3", "done but the input was damaged"},
+                    {"129, 130 or 143", "ended by SIGHUP, Ctrl-C or SIGTERM"},
+                    {"141", "the reader of standard output has gone"}});
     std::vector<command_t> commands;
     for (const auto make : kCommands) commands.push_back(make(app));
     if (argc == 1) {
-        std::fputs(app.help().c_str(), stdout);
+        std::fputs(kvx::help_text(app.page()).c_str(), stdout);
         return kvx::finished(kvx::kUsage);
     }
     if (const auto code = read_command_line(app, argc, argv)) return *code;

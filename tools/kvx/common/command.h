@@ -37,6 +37,9 @@ command_t i2c_command(command_line_t& program);
 command_t dump_command(command_line_t& program);
 command_t frame_command(command_line_t& program);
 command_t expand_command(command_line_t& program);
+command_t help_command(command_line_t& program);
+command_t manual_command(command_line_t& program);
+command_t completion_command(command_line_t& program);
 
 }   // namespace kvx
 

@@ -15,9 +15,12 @@
 #include <variant>
 #include <vector>
 
+#include "common/command_page.h"
+
 namespace CLI {
 class App;
-}
+class Option;
+}   // namespace CLI
 
 namespace kvx {
 
@@ -31,7 +34,9 @@ public:
 /// A condition on the text of a value.
 struct check_t {
     std::function<std::string(const std::string&)> fault = {};   ///< of a text; empty when there is none
-    std::string form = "";                                       ///< of good texts, for the help
+    std::string form = "";                                       ///< what good texts are called, "TIME"
+    std::vector<std::string> choices = {};                       ///< all good texts
+    std::string range = "";                                      ///< "1 to 256"
 };
 
 check_t one_of(std::initializer_list<const char*> words);
@@ -52,16 +57,19 @@ using take_all_t = std::function<void(const std::vector<std::string>&)>;
 struct option_traits_t {
     bool required = false;
     check_t check = {};
-    std::string_view excludes = "";       ///< an option, added before, that cannot be given with it
-    char delimiter = '\0';                ///< between several values in one argument
-    int values = 0;                       ///< so many exactly
-    bool one_argument = false;            ///< for a list, each time the option is given; else all that follow
-    std::string_view type_name = "";      ///< in the help, instead of the variable's type
-    bool show_default = false;            ///< in the help: what the variable holds beforehand
-    std::string_view default_text = "";   ///< the same for a function
+    std::string_view excludes = "";        ///< an option, added before, that cannot be given with it
+    char delimiter = '\0';                 ///< between several values in one argument
+    int values = 0;                        ///< so many exactly
+    bool one_argument = false;             ///< for a list, each time the option is given; else all that follow
+    std::string_view type_name = "";       ///< what the value is called; shells offer files for FILE, folders for DIR
+    std::vector<std::string> words = {};   ///< that a shell offers, where the check does not list them
+    bool show_default = false;             ///< in the help: what the variable holds beforehand
+    std::string_view default_text = "";    ///< the same for a function
 };
 
 /// A handle of the program's command line, or of a command's part of it.
+///
+/// What is declared here is also what help, manual pages and completions tell: see page().
 class command_line_t {
 public:
     command_line_t(std::string_view program, std::string_view what, std::string_view version);
@@ -75,8 +83,15 @@ public:
     void option(std::string_view names, const take_all_t& take, std::string_view help, const option_traits_t& = {});
     void flag(std::string_view names, bool* given, std::string_view help, const option_traits_t& = {});
 
-    /// The end of the help, also for commands that are added afterwards.
-    void footer(std::string_view text);
+    /// The heading of options that are added afterwards; empty: none of their own.
+    void section(std::string_view title);
+    /// What the command does, in sentences; an empty line parts paragraphs.
+    void describe(std::string_view text);
+    /// A command line and what it does, without a full stop.
+    void example(std::string_view command, std::string_view what);
+    /// The meaning of exit codes, also for commands that are added afterwards. Codes that were told already get another
+    /// meaning or, by an empty one, none.
+    void exit_codes(const std::vector<exit_code_text_t>& codes);
 
     /// Calls a function, which may throw usage_error_t, once the options of a command have their values ...
     void when_read(const std::function<void()>& complete);
@@ -90,12 +105,16 @@ public:
 
     /// The command was chosen.
     bool given() const;
-    std::string help() const;
+    /// What was declared of the command and of those below it.
+    const command_page_t& page() const { return *page_; }
 
 private:
-    explicit command_line_t(std::shared_ptr<CLI::App> app);
+    command_line_t(std::shared_ptr<CLI::App> app, std::shared_ptr<command_page_t> page);
+    void declare(CLI::Option& option, std::string_view help, const option_traits_t& traits, const char* value);
 
     std::shared_ptr<CLI::App> app_;
+    std::shared_ptr<command_page_t> page_;
+    std::string section_;
 };
 
 }   // namespace kvx

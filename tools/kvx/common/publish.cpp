@@ -218,7 +218,7 @@ std::vector<std::string> paths_of(const std::vector<finished_file_t>& files)
     std::vector<std::string> paths;
     for (const auto& [file, name] : files) {
         file->close(name);
-        paths.push_back(file->folder() + "/" + name);
+        paths.push_back((std::filesystem::path(file->folder()) / name).string());
     }
     return paths;
 }
@@ -255,7 +255,7 @@ void demand_free(const std::string& path, bool replace)
 
 std::vector<std::string> publish(const std::vector<finished_file_t>& files, bool replace, bool live)
 {
-    const std::vector<std::string> paths = paths_of(files);
+    std::vector<std::string> paths = paths_of(files);
     try {
         name_all(files, paths, replace);
     } catch (const taken_t& e) {

@@ -27,6 +27,7 @@ void add_time(command_line_t& app, const std::string& name, std::optional<double
 
 void add_selection_options(command_line_t& app, selection_options_t& o, const std::string& what)
 {
+    app.section("Selection");
     app.option("--systems", &o.systems, "Systems " + what,
                {.check = {fault_in_letters, "LETTERS"}, .show_default = true});
     app.option("--satellites", &o.satellites, "Satellites " + what + ": G01,E*",
@@ -48,6 +49,7 @@ void add_selection_options(command_line_t& app, selection_options_t& o, const st
                {.check = one_of({"grid", "first"})});
     add_time(app, "--start", o.start, "First epoch " + what + ", GPS time YYYY-MM-DD HH:MM:SS");
     add_time(app, "--end", o.end, "Last epoch " + what + ", GPS time");
+    app.section("");
 }
 
 }   // namespace kvx

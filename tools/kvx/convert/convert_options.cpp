@@ -38,14 +38,17 @@ void add_output_options(command_line_t& app, convert_options_t& o)
 {
     app.option("LOG", &o.logs, "Logs of the receiver board; .gz is read directly, - is standard input",
                {.required = true});
-    app.option("-o,--output", &o.folder, "Folder for the files, made if need be", {.show_default = true});
+    app.section("Output");
+    app.option("-o,--output", &o.folder, "Folder for the files, made if need be",
+               {.type_name = "DIR", .show_default = true});
     app.option("--name", &o.name, "Stem of the file names instead of the RINEX convention",
-               {.check = {[](const std::string& s) { return s.find('/') == s.npos ? "" : "is a stem, not a path"; }}});
+               {.check = {[](const std::string& s) { return s.find('/') == s.npos ? "" : "is a stem, not a path"; }},
+                .type_name = "STEM"});
     app.flag("--force", &o.force, "Replace files that exist");
-    app.option("--rinex", &o.rinex, "RINEX version: 2.11, 3.04, 3.05, 4.02; 3 and 4 are the newest (default: 3.05)");
-    app.option("--nav", &o.nav,
-               "Navigation files: one per system, one for all, none (default: mixed; 2.11: GPS and GLONASS)",
-               {.check = one_of({"split", "mixed", "none"})});
+    app.option("--rinex", &o.rinex, "RINEX version; 3 and 4 stand for the newest of them",
+               {.type_name = "VERSION", .words = {"2.11", "3.04", "3.05", "4.02"}, .default_text = "3.05"});
+    app.option("--nav", &o.nav, "Navigation files: one per system, one for all, none",
+               {.check = one_of({"split", "mixed", "none"}), .default_text = "mixed; of 2.11, GPS and GLONASS"});
     app.flag("--nav-repeats", &o.nav_repeats, "Write ephemerides as often as the log repeats them");
     app.option("-j,--jobs", &o.jobs, "Logs converted at once", {.check = whole_within(1, 256), .show_default = true});
     app.flag("--xyz", &o.position_listing, "Also list the positions of the log, a line per fix");
@@ -75,6 +78,7 @@ void add_session_options(command_line_t& app, convert_options_t& o)
     const auto fault = [](const std::string& text) {
         return unit_of_day(text) > 0 ? "" : "is no part of a day such as 15m, 1h or 1d";
     };
+    app.section("Sessions");
     app.flag("--join", &o.join, "The logs are one session, in any order: one file, what they have in common once");
     app.option("--split", [&o](const std::string& text) { o.split = unit_of_day(text); },
                "Files of so long each, cut at whole units of GPS time: 15m, 1h, 1d",
@@ -84,6 +88,7 @@ void add_session_options(command_line_t& app, convert_options_t& o)
 
 void add_event_option(command_line_t& app, convert_options_t& o)
 {
+    app.section("Selection");
     app.option("--events", [&o](const std::string& events) { o.events = events == "keep"; },
                "Marks and stops of the receiver as event records: keep or none", {.check = one_of({"keep", "none"})});
 }
@@ -95,33 +100,34 @@ void add_header_options(command_line_t& app, convert_options_t& o)
                    ? ""
                    : "is not three capital letters";
     };
+    app.section("Header");
     add_text(app, "--marker", o.marker, 60, "Marker name; also names the site in the file names");
     add_text(app, "--marker-number", o.marker_number, 20, "Marker number");
     add_text(app, "--marker-type", o.marker_type, 20, "Marker type, as listed in RINEX 3.05");
     app.option("--country", &o.country, "Country of the site in the file names, three letters of ISO 3166",
-               {.check = {country_fault}});
+               {.check = {country_fault, "CCC"}});
     add_text(app, "--observer", o.observer, 20, "Observer");
     add_text(app, "--agency", o.agency, 40, "Observer's agency");
     add_text(app, "--run-by", o.run_by, 20, "Who ran the conversion");
-    add_text(app, "--antenna-type", o.antenna_type, 20, "Antenna type and radome (default: as the log says)");
+    add_text(app, "--antenna-type", o.antenna_type, 20, "Antenna type and radome; else as the log says");
     add_text(app, "--antenna-number", o.antenna_number, 20, "Antenna number");
     app.option("--antenna-delta", &o.antenna_delta, "Antenna height, east and north of the marker (m)",
                {.check = within(-99999.0, 99999.0), .delimiter = ',', .values = 3, .type_name = "H,E,N"});
-    add_text(app, "--receiver-number", o.receiver_number, 20, "Receiver number (default: as the log says)");
-    add_text(app, "--receiver-type", o.receiver_type, 20, "Receiver type (default: as the log says; for hosts KV4A0)");
-    add_text(app, "--receiver-version", o.receiver_version, 20, "Receiver firmware version (default: as the log says)");
+    add_text(app, "--receiver-number", o.receiver_number, 20, "Receiver number; else as the log says");
+    add_text(app, "--receiver-type", o.receiver_type, 20, "Receiver type; else as the log says, for hosts KV4A0");
+    add_text(app, "--receiver-version", o.receiver_version, 20, "Receiver firmware version; else as the log says");
 }
 
 void add_host_options(command_line_t& app, convert_options_t& o)
 {
+    app.section("For hosts");
     app.flag("--as-host", &o.as_host,
              "Write byte for byte what a host application of the library gets: 2.11, 3.02, 3.03 or 3.04 (default)");
-    app.option("--receiver-kind", &o.receiver_kind, "For hosts: kind of board; chooses the observation types",
+    app.option("--receiver-kind", &o.receiver_kind, "Kind of board; chooses the observation types",
                {.check = one_of(std::vector<int>(std::begin(rinex::kBoardKinds), std::end(rinex::kBoardKinds))),
                 .show_default = true});
-    app.flag("--no-signal-map", &o.no_signal_map,
-             "For hosts: leave signals in their slots whatever the receiver's override flag");
-    app.flag("--raw-prn", &o.raw_prn, "For hosts: map PRNs to satellites by fixed offsets");
+    app.flag("--no-signal-map", &o.no_signal_map, "Leave signals in their slots whatever the receiver's override flag");
+    app.flag("--raw-prn", &o.raw_prn, "Map PRNs to satellites by fixed offsets");
 }
 
 void complete_session(const convert_options_t& o)

@@ -184,10 +184,14 @@ command_t frame_command(command_line_t& program)
     const auto options = std::make_shared<frame_options_t>();
     command_line_t frame = program.command("frame", "Pack and parse the device's framed messages");
 
+    frame.example("kvx frame pack --id 513 --hex 0102", "A frame as hexadecimal digits");
+    frame.example("kvx frame pack --id 513 --hex 0102 -o - | kvx frame parse", "There and back");
     command_line_t pack_app = frame.command("pack", "Put a payload into a frame, printed as hexadecimal digits");
+    pack_app.exit_codes({{"3", ""}});
     pack_app.option("--id", &options->id, "Message ID", {.required = true, .check = within(0, 65535)});
-    pack_app.option("--extra", &options->extra, "Extra word (default: 0)", {.check = within(0, 65535)});
-    pack_app.option("-o,--output", &options->output, "Write the frame itself to a file; - is standard output");
+    pack_app.option("--extra", &options->extra, "Extra word", {.check = within(0, 65535), .default_text = "0"});
+    pack_app.option("-o,--output", &options->output, "Write the frame itself to a file; - is standard output",
+                    {.type_name = "FILE"});
     pack_app.flag("--force", &options->force, "Replace a file that exists");
 
     command_line_t parse_app = frame.command("parse", "Find the frames in a stream, one line for each");
@@ -195,7 +199,7 @@ command_t frame_command(command_line_t& program)
     add_quiet_option(parse_app, &options->quiet);
 
     for (command_line_t app : {pack_app, parse_app}) {
-        app.option("--hex", &options->hex, "Bytes as hexadecimal digits instead of a file");
+        app.option("--hex", &options->hex, "Bytes as hexadecimal digits instead of a file", {.type_name = "DIGITS"});
         app.option("FILE", &options->file, "File to read, - is standard input (the default)", {.excludes = "--hex"});
     }
     return {frame, [options, pack_app] { return pack_app.given() ? pack(*options) : parse(*options); }};

@@ -94,13 +94,16 @@ command_t gpio_command(command_line_t& program)
     const auto settings = std::make_shared<gpio_settings_t>();
     command_line_t gpio = program.command("gpio", "Get or set a GPIO line");
 
+    gpio.example("kvx gpio get 1:5", "The level of line 5 of /dev/gpiochip1");
+    gpio.example("kvx gpio set gpiochip1:5 1", "Line 5 goes high");
+    gpio.exit_codes({{"3", ""}});
     command_line_t get = gpio.command("get", "Print the level of a line; through the chip device it becomes an input");
     add_target(get, settings);
     get.flag("--json", &settings->json, "Print a JSON object");
 
     command_line_t set = gpio.command("set", "Make a line an output and set its level");
     add_target(set, settings);
-    set.option("VALUE", &settings->value, "0 or 1", {.required = true, .check = one_of({0, 1})});
+    set.option("VALUE", &settings->value, "Level", {.required = true, .check = one_of({0, 1})});
 
     return {gpio, [settings, set] { return set.given() ? set_line(*settings) : get_line(*settings); }};
 }

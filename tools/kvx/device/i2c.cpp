@@ -99,6 +99,9 @@ command_t i2c_command(command_line_t& program)
     const auto settings = std::make_shared<i2c_settings_t>();
     command_line_t i2c = program.command("i2c", "Read or write registers of an I2C slave");
 
+    i2c.example("kvx i2c read /dev/i2c-1 0x50 0x10 4", "Four bytes from register 0x10 of slave 0x50");
+    i2c.example("kvx i2c write /dev/i2c-1 0x50 0x100:16 0x1f", "A byte into a register whose address has 16 bits");
+    i2c.exit_codes({{"3", ""}});
     command_line_t read = i2c.command("read", "Print bytes in hexadecimal");
     add_slave(read, settings);
     settings->data.resize(1);

@@ -132,14 +132,17 @@ command_t dump_command(command_line_t& program)
     const auto options = std::make_shared<dump_options_t>();
     command_line_t dump = program.command("dump", "List, check, print and replay fusion dump files");
 
+    dump.example("kvx dump verify flight.dump", "Is it whole?");
+    dump.example("kvx dump cat flight.dump | head -n 1", "The first record as JSON");
     command_line_t info_app = add_action(dump, "info", "Records of a dump by type", options);
     command_line_t verify_app = add_action(dump, "verify", "Tell where a dump is damaged and how many bytes", options);
     command_line_t cat_app = add_action(dump, "cat", "Print the records as JSON, one a line", options);
     command_line_t replay_app = add_action(dump, "replay", "Feed the records to a vision library", options);
     for (command_line_t app : {info_app, verify_app}) app.flag("--json", &options->json, "Print as JSON");
-    replay_app.option("--library", &options->library, "Vision library (default: $VISION_PHG_LIB_NAME)");
-    replay_app.option("--rate", &options->rate, "Records a second (default: as fast as the library takes them)",
-                      {.check = within(0.001, 1e6)});
+    replay_app.option("--library", &options->library, "Vision library",
+                      {.type_name = "LIBRARY", .default_text = "$VISION_PHG_LIB_NAME"});
+    replay_app.option("--rate", &options->rate, "Records a second",
+                      {.check = within(0.001, 1e6), .default_text = "as fast as the library takes them"});
 
     return {dump, [options, info_app, verify_app, cat_app] {
                 const progress_run_t progress({options->file}, options->quiet);

@@ -65,8 +65,10 @@ int run(const info_options_t& options)
 command_t info_command(command_line_t& program)
 {
     auto options = std::make_shared<info_options_t>();
-    command_line_t app =
-        program.command("info", "What logs and RINEX files hold and how good it is: signals, slips, positions, damage");
+    command_line_t app = program.command("info", "What logs and RINEX files hold, and how good it is");
+    app.example("kvx info survey.log", "Is this log good?");
+    app.example("kvx info --quick *.log", "Counts, gaps and damage of many logs, at the speed of reading them");
+    app.example("kvx info rinex/*.rnx --systems GE --json", "Of RINEX files, two systems as JSON");
     app.option("FILE", &options->paths,
                "Logs of the receiver board; RINEX observation files, with navigation files for their positions; .gz is "
                "read directly, - is a log on standard input",

@@ -205,8 +205,17 @@ command_t simulate_command(command_line_t& program)
     auto options = std::make_shared<options_t>();
     sky::scenario_t& s = options->scenario;
     command_line_t app = program.command("simulate", "Make a log of a receiver under a built-in sky");
+    app.describe(
+        "All six systems with true geometry: whoever computes positions from the log finds the antenna. The same "
+        "arguments make the same bytes.");
+    app.example("kvx simulate -o survey.log", "Ten minutes at 1 Hz");
+    app.example("kvx simulate -o faults.log --duration 1800 --slips 12 --multipath 0.5 --damage 3 --seed 2",
+                "With faults, each of which is listed");
+    app.example("kvx simulate -o drive.log.gz --moving --position 48.1,11.6,600 --rate 5", "A drive, compressed");
+    app.exit_codes({{"3", ""}});
     app.option("-o,--output", &options->output,
-               "File to write, compressed when it ends in .gz or .zst; - is the standard output", {.required = true});
+               "File to write, compressed when it ends in .gz or .zst; - is the standard output",
+               {.required = true, .type_name = "FILE"});
     app.flag("--force", &options->force, "Replace a file that exists");
     add_quiet_option(app, &options->quiet, "and no summary");
     app.option("--start", &options->start, "GPS time of the first epoch, YYYY-MM-DD HH:MM:SS",
@@ -225,10 +234,9 @@ command_t simulate_command(command_line_t& program)
              "Also signals and satellites that only some boards send, losses of lock, half cycles");
     app.option("--elevation-mask", &s.mask, "Least elevation of a satellite (degrees)",
                {.check = within(0.0, 80.0), .show_default = true});
-    app.option(
-        "--obstruction", &options->obstructions,
-        "Hide what is between two azimuths, clockwise, and below an elevation (degrees); more than one may be given",
-        {.check = {check_obstruction, "AZ1,AZ2,EL"}, .one_argument = true});
+    app.option("--obstruction", &options->obstructions,
+               "Hide what is between two azimuths, clockwise, and below an elevation (degrees)",
+               {.check = {check_obstruction, "AZ1,AZ2,EL"}, .one_argument = true});
     app.option("--multipath", &s.multipath, "RMS of the multipath of each pseudorange (m); phases have none",
                {.check = within(0.0, 100.0), .show_default = true});
     app.option("--slips", &s.slips, "Cycle slips that the receiver does not notice; each is listed",

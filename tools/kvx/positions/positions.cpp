@@ -9,6 +9,7 @@
 #include "common/interrupt.h"
 #include "common/progress.h"
 #include "common/publish.h"
+#include "common/text_format.h"
 #include "convert/selection.h"
 #include "convert/station_messages.h"
 #include "info/inputs.h"
@@ -111,13 +112,18 @@ bool compute(const inspection_options_t& options, const std::string& path, const
 }
 
 // By name, else as the output ends, else what spreadsheets read.
+std::string all_formats()
+{
+    return joined(track_format_names(), ", ");
+}
+
 const track_format_t& format_of(const options_t& options)
 {
     const std::string ending = std::filesystem::path(options.output).extension().string();
     const std::string name = !options.format.empty() ? options.format : ending.empty() ? "csv" : ending.substr(1);
     const track_format_t* format = find_track_format(name);
     if (format == nullptr)
-        throw usage_error_t("--format", "'" + name + "' is no ending of " + track_format_names() + "; name one");
+        throw usage_error_t("--format", "'" + name + "' is no ending of " + all_formats() + "; name one");
     return *format;
 }
 
@@ -177,15 +183,22 @@ command_t positions_command(command_line_t& program)
 {
     auto options = std::make_shared<options_t>();
     command_line_t app = program.command("positions", "Where a log was recorded, for maps and tables");
+    app.example("kvx positions survey.log -o survey.gpx", "The receiver's own positions, for a map");
+    app.example("kvx positions survey.log --computed --format nmea | head -n 4",
+                "Positions computed from the ranges, as NMEA 0183");
     app.option("FILE", &options->paths,
                "A log of the receiver board, or a RINEX observation file with navigation files; - is a log on standard "
                "input",
                {.required = true});
-    app.option("-o,--output", &options->output, "File to write; - is the standard output", {.show_default = true});
-    app.option("--format", &options->format, "Its format (default: by its ending, else csv): " + track_format_names(),
+    app.option("-o,--output", &options->output, "File to write; - is the standard output",
+               {.type_name = "FILE", .show_default = true});
+    app.option("--format", &options->format, "Its format",
                {.check = {[](const std::string& name) {
-                    return find_track_format(name) == nullptr ? "is none of " + track_format_names() : std::string();
-                }}});
+                    return find_track_format(name) == nullptr ? "is none of " + all_formats() : std::string();
+                }},
+                .type_name = "FORMAT",
+                .words = track_format_names(),
+                .default_text = "by the file's ending, else csv"});
     app.flag("--computed", &options->computed, "Positions computed from the ranges, not those of the receiver");
     app.flag("--force", &options->force, "Replace a file that exists");
     add_quiet_option(app, &options->quiet, "and no summary");

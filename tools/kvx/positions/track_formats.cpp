@@ -194,10 +194,11 @@ const track_format_t* find_track_format(std::string_view name)
     return nullptr;
 }
 
-std::string track_format_names()
+std::vector<std::string> track_format_names()
 {
-    std::string names;
-    for (const track_format_t& f : kFormats) names += (names.empty() ? "" : ", ") + std::string(f.name);
+    std::vector<std::string> names;
+    names.reserve(kFormats.size());
+    for (const track_format_t& f : kFormats) names.emplace_back(f.name);
     return names;
 }
 

@@ -4,6 +4,7 @@
 
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "positions/track.h"
 
@@ -19,7 +20,7 @@ struct track_format_t {
 const track_format_t* find_track_format(std::string_view name);
 
 /// "csv, geojson, gpx, kml, nmea".
-std::string track_format_names();
+std::vector<std::string> track_format_names();
 
 }   // namespace kvx
 

@@ -115,8 +115,9 @@ int run(const report_options_t& options)
 command_t report_command(command_line_t& program)
 {
     auto options = std::make_shared<report_options_t>();
-    command_line_t app =
-        program.command("report", "What info tells, as a page to look at: works offline, prints, no server");
+    command_line_t app = program.command("report", "What info tells, as a page that works offline");
+    app.example("kvx report survey.log -o survey.html", "A page of a log");
+    app.example("kvx report *.log -o reports/", "A page of each log, and an index that compares them");
     app.option("FILE", &options->paths,
                "Logs of the receiver board; RINEX observation files, with navigation files for their positions; .gz is "
                "read directly, - is a log on standard input",
@@ -124,7 +125,7 @@ command_t report_command(command_line_t& program)
     app.option("-o,--output", &options->output,
                "Page to write, x.html, or folder for pages; of several logs it is an index that compares them, pages "
                "beside it",
-               {.required = true});
+               {.required = true, .type_name = "FILE"});
     app.flag("--force", &options->force, "Replace files that exist");
     add_quiet_option(app, &options->quiet, "and no names of the pages written");
     add_selection_options(app, options->inspection, "to look at");

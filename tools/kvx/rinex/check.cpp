@@ -241,23 +241,38 @@ int run(const check_options_t& options)
     return interrupted() ? interrupt_code() : code;
 }
 
+std::vector<std::string> rule_names()
+{
+    std::vector<std::string> names;
+    names.reserve(rules().size());
+    for (const rinex::rule_info_t& rule : rules()) names.push_back(rule.id);
+    return names;
+}
+
 }   // namespace
 
 command_t check_command(command_line_t& program)
 {
     auto options = std::make_shared<check_options_t>();
     command_line_t app = program.command("check", "RINEX files against the published formats");
+    app.describe(
+        "Errors are what the format forbids, warnings what it allows and is unwise. A finding is a line: file, line "
+        "and "
+        "column, rule.");
+    app.example("kvx check rinex/*.rnx", "Findings, and a summary of each file");
+    app.example("kvx check --allow 'missing-*,cr-lf' --strict rinex/*.rnx",
+                "Some rules are tolerated, all other warnings fail");
     app.option("FILE", &options->files,
                "RINEX files, observation or navigation; .gz is read directly, - is standard input");
     app.option("--allow", &options->allow, "Rules to tolerate, by name or pattern: missing-*,cr-lf",
-               {.delimiter = ',', .one_argument = true, .type_name = "RULE"});
+               {.delimiter = ',', .one_argument = true, .type_name = "RULE", .words = rule_names()});
     app.flag("--all", &options->all, "Print every finding, not only the first ten of a rule");
     app.flag("--strict", &options->strict, "Exit code 3 for warnings, too");
     app.flag("--quiet,-q", &options->quiet, "Print the summary lines alone, and show no progress");
     app.flag("--json", &options->json, "Print an object a file, each on its own line");
     app.flag("--rules", &options->rules, "List the rules");
-    app.footer(
-        "Exit codes: 0 no errors, 1 a file cannot be read or is no RINEX file, 2 wrong usage, 3 errors were found.");
+    app.exit_codes(
+        {{"0", "no errors"}, {"1", "a file cannot be read or is no RINEX file"}, {"3", "errors were found"}});
     return {app, [options] { return run(*options); }};
 }
 

@@ -237,8 +237,9 @@ int run(const options_t& options)
 command_t expand_command(command_line_t& program)
 {
     auto options = std::make_shared<options_t>();
-    command_line_t app =
-        program.command("expand", "Plain files from .gz and .zst files and compact RINEX (.crx, .21d)");
+    command_line_t app = program.command("expand", "Plain files from compressed ones and from compact RINEX");
+    app.example("kvx expand packed/*.gz -o plain/", "Into a folder");
+    app.example("kvx expand --stdout packed/*.crx.gz | less", "To look at");
     app.option("FILE", &options->files, "Compressed files; - is standard input, which goes to standard output",
                {.required = true});
     app.option("-o,--output", &options->folder, "Folder (default: beside each file)", {.type_name = "DIR"});

@@ -48,13 +48,17 @@ paths_t sorted_by_content(const std::vector<std::string>& paths)
 
 void add_options(command_line_t& app, command_options_t& options)
 {
-    app.option("PATHS", &options.paths,
-               "Logs and the RINEX files that came of them, in any order; .gz is read directly", {.required = true});
-    add_selection_options(app, options.verify, "that were to be written");
+    app.describe(
+        "The options of the selection must be those that the files were written with. Without navigation files "
+        "ephemerides are not looked for, without observation files ranges are not.");
+    app.example("kvx verify survey.log rinex/*", "Is all of the log in these files, and nothing else?");
+    app.option("FILE", &options.paths, "Logs and the RINEX files that came of them, in any order; .gz is read directly",
+               {.required = true});
+    add_selection_options(app, options.verify, "of the files");
     app.flag("--join", &options.verify.join, "The logs were joined to one session");
     app.flag("--json", &options.json, "Print the account as JSON");
     add_quiet_option(app, &options.quiet);
-    app.footer("Exit codes: 0 proven, 1 it could not be done, 2 wrong usage, 3 the files are not what the logs sent.");
+    app.exit_codes({{"0", "proven"}, {"1", "it could not be done"}, {"3", "the files are not what the logs sent"}});
 }
 
 verification_t verified(const command_options_t& options, const paths_t& paths)

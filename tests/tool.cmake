@@ -17,7 +17,7 @@ if(TARGET kvx)
 
   # What kvx tells of itself: the pages' commands, and shells that complete them.
   if(NOT CMAKE_CROSSCOMPILING)
-    foreach(script page completion)
+    foreach(script page completion service)
       add_test(NAME kvx_${script} COMMAND ${Python3_EXECUTABLE} -B ${CMAKE_CURRENT_SOURCE_DIR}/cli/${script}_test.py)
       set_tests_properties(kvx_${script} PROPERTIES TIMEOUT 600 LABELS "tool;pages" ENVIRONMENT "KVX=${kvx_command}")
     endforeach()

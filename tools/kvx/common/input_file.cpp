@@ -157,4 +157,11 @@ std::uint64_t input_file_t::position_on_disk() const
     return position_ - (expander_ ? expander_->in_hand() : 0);
 }
 
+void demand_file(const std::string& path)
+{
+    struct stat status {};
+    if (::stat(path.c_str(), &status) == 0 && !S_ISREG(status.st_mode) && !S_ISDIR(status.st_mode))
+        throw error_t(path, "is no file", "it is read twice");
+}
+
 }   // namespace kvx

@@ -78,6 +78,10 @@ private:
     std::string read_error_;
 };
 
+/// Asks for something that can be read more than once, without opening it; what is not there the opening will tell.
+/// @throws error_t for a pipe and the like
+void demand_file(const std::string& path);
+
 }   // namespace kvx
 
 #endif

@@ -86,9 +86,8 @@ private:
         std::uint64_t bytes = 0;
         foresight_t foresight(options_, selection_);
         for (const std::string& name : logs_) {
+            demand_file(name);
             input_file_t log(name);
-            if (log.live())
-                throw error_t(name, "is no file", "logs that are joined are looked at before they are read");
             bytes += log.size_on_disk();
             if (options_.split == 0) foresight.look_at(log, foresight_t::kMostSamples / logs_.size() + 1);
         }

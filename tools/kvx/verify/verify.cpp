@@ -1,6 +1,4 @@
 // kvx verify: proves that RINEX files hold what logs sent.
-#include <sys/stat.h>
-
 #include <algorithm>
 #include <cstdio>
 #include <memory>
@@ -8,6 +6,7 @@
 
 #include "common/command.h"
 #include "common/error.h"
+#include "common/input_file.h"
 #include "common/interrupt.h"
 #include "common/progress.h"
 #include "common/rinex_file.h"
@@ -33,9 +32,7 @@ paths_t sorted_by_content(const std::vector<std::string>& paths)
 {
     paths_t sorted;
     for (const std::string& path : paths) {
-        struct stat status {};
-        if (stat(path.c_str(), &status) == 0 && !S_ISREG(status.st_mode) && !S_ISDIR(status.st_mode))
-            throw error_t(path, "is no file", "it is read twice");
+        demand_file(path);
         (kind_of_file(path) == file_kind_t::log ? sorted.logs : sorted.files).push_back(path);
     }
     // Where a clock was set back the files' names have numbers: x_MO.rnx, x_2_MO.rnx.

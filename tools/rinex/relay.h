@@ -2,9 +2,12 @@
 #ifndef RINEX_RELAY_H
 #define RINEX_RELAY_H
 
+#include <array>
 #include <cstdio>
+#include <vector>
 
 #include "rinex/columns.h"
+#include "rinex/observation_codes.h"
 
 namespace rinex {
 
@@ -15,6 +18,14 @@ namespace rinex {
 /// @param to    where the text goes
 /// @note Errors stay with the streams.
 void copy_in_order(std::FILE* from, std::FILE* to, const columns_t& columns);
+
+/// Places of columns that stay, in their new order.
+struct column_orders_t {
+    bool one_list;                                               ///< RINEX 2: the first one is for all systems
+    std::size_t columns;                                         ///< of a satellite in RINEX 2, as it was
+    std::array<std::vector<std::size_t>, kSystemCount> orders;   ///< by place in kSystems
+};
+void copy_in_order(std::FILE* from, std::FILE* to, const column_orders_t& columns);
 
 }   // namespace rinex
 

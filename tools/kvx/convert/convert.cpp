@@ -1,4 +1,5 @@
 // kvx convert: RINEX from logs.
+#include <algorithm>
 #include <cstdio>
 #include <memory>
 
@@ -12,14 +13,34 @@
 #include "convert/convert_options.h"
 #include "convert/jobs.h"
 #include "host/host_options.h"
+#include "revise/revise.h"
 
 namespace kvx {
 
 namespace {
 
+// RINEX files alone, each as what it is.
+bool are_rinex(const sources_t& sources)
+{
+    const auto n = std::count_if(sources.begin(), sources.end(), is_rinex);
+    if (n > 0 && static_cast<std::size_t>(n) < sources.size())
+        throw error_t(sources.front(), "logs and RINEX files are not joined",
+                      "convert the logs first, or give the files one kind at a time");
+    return n > 0;
+}
+
+int convert_rinex(const convert_options_t& options, const sources_t& sources)
+{
+    const revision_t revision = revise(options, sources);
+    const std::string text = options.json ? revision_json(revision) : revision_text(revision);
+    std::fputs(text.c_str(), stdout);
+    return revision.faults.count > 0 ? kDamaged : kDone;
+}
+
 int convert_one(const convert_options_t& options, const sources_t& sources)
 {
     try {
+        if (are_rinex(sources)) return convert_rinex(options, sources);
         const summary_t summary = convert_logs(options, sources);
         const std::string text = options.json ? summary_json(summary) : summary_text(summary);
         std::fputs(text.c_str(), stdout);
@@ -67,9 +88,21 @@ void warn(const convert_options_t& o)
     }
 }
 
+// What cannot be read fails in its turn.
+bool has_logs(const sources_t& sources)
+{
+    return !std::all_of(sources.begin(), sources.end(), [](const std::string& path) {
+        try {
+            return is_rinex(path);
+        } catch (const error_t&) {
+            return false;
+        }
+    });
+}
+
 int run(const convert_options_t& options)
 {
-    warn(options);
+    if (has_logs(options.logs)) warn(options);
     make_folder(options.folder);
     begin_run(options.logs);
     remove_left_overs_once(options.folder);   // not in every process

@@ -67,9 +67,9 @@ private:
         const char use = row->use('O', h_.version), before = row->use('O', h_.source.version);
         if (use != '-' && (use != 'd' || before == 'd')) return void(out_ += line());
         if (std::string_view(row->format) == "A60") return void(out_ += header_line(record().text, "COMMENT"));
-        const bool usual = record().label == "WAVELENGTH FACT L1/2" &&
-                           rinex::trimmed(record().text.substr(0, 12)) == "1     1";
-        if (!usual && !rinex::is_blank(record().text)) lost_.insert(record().label);
+        const std::string_view said = rinex::trimmed(record().text);
+        const bool usual = said == "1     1" || said == "GEODETIC" || said == "DBHZ";   // as without the line
+        if (!usual && !said.empty()) lost_.insert(record().label);
     }
 
     void put_version()
@@ -160,7 +160,7 @@ private:
     {
         if (!columns_change()) return copy_all();
         if (h_.version < 300 || h_.version >= kFirstWithoutShifts) {
-            if (h_.source.version < kFirstWithoutShifts) return void(lost_.insert("SYS / PHASE SHIFT"));
+            if (h_.source.version < kFirstWithoutShifts) return lose_shifts();
         }
         bool kept = false;
         for (std::size_t i = at_; i < h_.source.records.size(); ++i) {
@@ -179,6 +179,14 @@ private:
             if (kept) shifted_.insert(std::string(1, r.text[0]) + name);
         }
         add_shifts();
+    }
+
+    // Lines without a correction say nothing.
+    void lose_shifts()
+    {
+        for (const header_record_t& r : h_.source.records) {
+            if (r.label == "SYS / PHASE SHIFT" && !rinex::is_blank(r.text.substr(5))) lost_.insert(r.label);
+        }
     }
 
     void add_shifts()

@@ -1,6 +1,7 @@
 #include "revise/observation_revision.h"
 
 #include <algorithm>
+#include <bitset>
 #include <deque>
 #include <limits>
 #include <set>
@@ -267,7 +268,7 @@ private:
         outcome_.last = tally.last_ms;
         if (options_.split > 0) outcome_.units.insert(unit_);
         outcome_.epochs += tally.epochs;
-        outcome_.satellites = std::max(outcome_.satellites, tally.satellites());
+        for (std::size_t i = 0; i < seen_.size(); ++i) seen_[i] = seen_[i] || !tally.values[i].empty();
         const coverage_t coverage = part->coverage();
         const int number = ++names_used_[names_.observations(coverage, 1)];
         finished_.push_back(part->finish(names_.observations(coverage, number)));
@@ -283,6 +284,13 @@ private:
     void tell()
     {
         outcome_.version = version_;
+        outcome_.satellites = seen_.count();
+        const std::size_t glonass = rinex::system_index('R') * tally_t::kNumbers;
+        bool any = false;
+        for (std::size_t i = 0; i < tally_t::kNumbers; ++i) any = any || seen_[glonass + i];
+        if (version_ >= 300 && any && context_.channels.empty())
+            outcome_.notes.emplace_back("the frequency numbers of GLONASS are not known: join the navigation file, or "
+                                        "give them by --set \"GLONASS SLOT / FRQ #=...\"");
         outcome_.step = steps_.usual();
         outcome_.gaps = steps_.gaps();
         for (const column_plan_t& plan : plans_) {
@@ -315,6 +323,7 @@ private:
     bool inside_;
     std::optional<std::int64_t> last_;
     step_counter_t steps_;
+    std::bitset<rinex::kSystemCount * tally_t::kNumbers> seen_;   // satellites
     std::map<std::string, int> names_used_;
     std::vector<finished_file_t> finished_;
 };

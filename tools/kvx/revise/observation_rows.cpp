@@ -120,7 +120,8 @@ void observation_rows_t::put_satellite(const source_epoch_t& epoch, const rinex:
     }
     row_.assign(width(system) * kField, ' ');
     if (!(plan.shares ? share_columns(epoch, satellite, plan) : put_fields(epoch, satellite, plan))) return;
-    if (slips) add_slips(place);
+    if (slips && std::find(slips_[place].begin(), slips_[place].end(), true) == slips_[place].end())
+        slips_[place].clear();
     auto& counts = tally.of(system, satellite.number, width(system));
     for (std::size_t i = 0; i < width(system); ++i) counts[i] += row_[i * kField + kPoint] == '.';
     names_.push_back(name_of(satellite));
@@ -135,7 +136,7 @@ bool observation_rows_t::put_fields(const source_epoch_t& epoch, const rinex::re
     auto& ways = plan.ways[rinex::system_index(satellite.system)];
     for (std::size_t i = 0; i < std::min(satellite.count, ways.size()); ++i) {
         if (ways[i].column >= 0) {
-            any |= put_field(epoch, satellite, i, ways[i].column);
+            any |= put_field(epoch, satellite, i, ways[i].column, static_cast<std::size_t>(ways[i].column));
         } else {
             ways[i].lost += ways[i].unnamed && epoch.read.values[satellite.first + i].present;
         }
@@ -145,7 +146,7 @@ bool observation_rows_t::put_fields(const source_epoch_t& epoch, const rinex::re
 
 // What is no value stays out.
 bool observation_rows_t::put_field(const source_epoch_t& epoch, const rinex::read_satellite_t& satellite,
-                                   std::size_t from, int to)
+                                   std::size_t from, int to, std::size_t slip_key)
 {
     const rinex::read_value_t& value = epoch.read.values[satellite.first + from];
     if (!value.present && value.lock == ' ' && value.strength == ' ') return false;
@@ -153,6 +154,7 @@ bool observation_rows_t::put_field(const source_epoch_t& epoch, const rinex::rea
     if (!value.present && !rinex::is_blank(text.substr(0, kValue))) return false;
     char* const cell = row_.data() + static_cast<std::size_t>(to) * kField;
     std::copy(text.begin(), text.end(), cell);
+    if (value.present && slips_to_come_ > 0) take_slip(place_of(satellite), slip_key, cell[kLock]);
     for (std::size_t i = kLock; epoch.faulty && i < kField; ++i) {
         if (!rinex::is_digit(cell[i])) cell[i] = ' ';
     }
@@ -181,7 +183,8 @@ bool observation_rows_t::share_columns(const source_epoch_t& epoch, const rinex:
                 ++ways[static_cast<std::size_t>(signal.from[kind])].lost;
                 continue;
             }
-            any |= put_field(epoch, satellite, static_cast<std::size_t>(signal.from[kind]), signal.to[kind]);
+            const auto from = static_cast<std::size_t>(signal.from[kind]);
+            any |= put_field(epoch, satellite, from, signal.to[kind], from);
             if (kind == 1 && is_other_source(place_of(satellite), signal.to[1], n))
                 mark_slip(row_[static_cast<std::size_t>(signal.to[1]) * kField + kLock]);
         }
@@ -209,23 +212,22 @@ void observation_rows_t::follow(const source_epoch_t& epoch, column_plan_t& plan
             const rinex::read_value_t& value = epoch.read.values[satellite.first + i];
             if (!value.present || !is_slip(value.lock) || ways[i].column < 0) continue;
             auto& slips = slips_[place_of(satellite)];
-            slips.resize(std::max(slips.size(), static_cast<std::size_t>(ways[i].column) + 1));
-            slips_to_come_ += !slips[static_cast<std::size_t>(ways[i].column)];
-            slips[static_cast<std::size_t>(ways[i].column)] = true;
+            const std::size_t at = plan.shares ? i : static_cast<std::size_t>(ways[i].column);
+            slips.resize(std::max(slips.size(), at + 1));
+            slips_to_come_ += !slips[at];
+            slips[at] = true;
         }
     }
 }
 
-void observation_rows_t::add_slips(std::size_t place)
+// A lock that was lost in an epoch left out.
+void observation_rows_t::take_slip(std::size_t place, std::size_t key, char& lock)
 {
     auto& slips = slips_[place];
-    for (std::size_t i = 0; i < slips.size(); ++i) {
-        if (!slips[i] || row_[i * kField + kPoint] != '.') continue;
-        mark_slip(row_[i * kField + kLock]);
-        slips[i] = false;
-        --slips_to_come_;
-    }
-    if (std::find(slips.begin(), slips.end(), true) == slips.end()) slips.clear();
+    if (key >= slips.size() || !slips[key]) return;
+    mark_slip(lock);
+    slips[key] = false;
+    --slips_to_come_;
 }
 
 void observation_rows_t::put_lines(const std::string& name)

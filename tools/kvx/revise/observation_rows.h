@@ -48,10 +48,11 @@ private:
     void put_satellite(const source_epoch_t& epoch, const rinex::read_satellite_t& satellite, column_plan_t& plan,
                        tally_t& tally);
     bool put_fields(const source_epoch_t& epoch, const rinex::read_satellite_t& satellite, column_plan_t& plan);
-    bool put_field(const source_epoch_t& epoch, const rinex::read_satellite_t& satellite, std::size_t from, int to);
+    bool put_field(const source_epoch_t& epoch, const rinex::read_satellite_t& satellite, std::size_t from, int to,
+                   std::size_t slip_key);
     bool share_columns(const source_epoch_t& epoch, const rinex::read_satellite_t& satellite, column_plan_t& plan);
     bool is_other_source(std::size_t place, int column, std::size_t signal);
-    void add_slips(std::size_t place);
+    void take_slip(std::size_t place, std::size_t key, char& lock);
     void put_lines(const std::string& name);
     void put_epoch_line(const source_epoch_t& epoch, std::string& out);
     std::string clock_text(const source_epoch_t& epoch);
@@ -62,7 +63,7 @@ private:
     version_losses_t& losses_;
     std::string rows_, row_;                                     // of the epoch, of the satellite in hand
     std::vector<std::string> names_;                             // of the epoch's satellites, as far as written
-    std::array<std::vector<bool>, kPlaces> slips_;               // to come, by column
+    std::array<std::vector<bool>, kPlaces> slips_;               // to come, by column; of shared columns, by type
     std::uint64_t slips_to_come_ = 0;
     std::array<std::vector<std::int16_t>, kPlaces> sources_;     // of columns that signals share
 };

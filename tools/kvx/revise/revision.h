@@ -22,7 +22,7 @@ struct observation_outcome_t {
     int version = 0;
     std::uint64_t epochs = 0, events = 0;   ///< written
     std::int64_t first = 0, last = 0;       ///< GPS time (ms)
-    std::size_t satellites = 0;             ///< in one file at most
+    std::size_t satellites = 0;
     std::uint64_t outside = 0;              ///< epochs outside the window
     std::uint64_t off_grid = 0;             ///< left out by the interval
     std::uint64_t empty = 0;                ///< of which nothing was wanted

@@ -210,7 +210,7 @@ class Revise(unittest.TestCase):
         text = text_of(self.observations)
         at = [m.start() for m in re.finditer("\n>", text)]
         damaged = self.top / "damaged.rnx"
-        damaged.write_text(text[:at[10] + 1] + "no epoch\n" + text[at[10] + 1:at[20] + 50] + "x" + text[at[20] + 51:at[30] + 300], encoding="latin-1")
+        damaged.write_text(text[:at[10] + 1] + "no epoch\n" + text[at[10] + 1:at[19] + 50] + "x" + text[at[19] + 51:at[30] + 300], encoding="latin-1")
         (file,), told = self.convert(damaged, code=DAMAGED)
         self.assertIn(f"damaged.rnx:{text[:at[10]].count(chr(10)) + 2}:", told["faults"]["first"][0])
         self.assertGreaterEqual(told["faults"]["count"], 3)

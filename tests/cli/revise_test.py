@@ -206,6 +206,27 @@ class Revise(unittest.TestCase):
             self.assertIn("its observation types change at line", told)
             self.assertEqual(files, [])
 
+    def test_what_only_a_version_has(self):
+        head = [("     4.02           OBSERVATION DATA    G", "RINEX VERSION / TYPE"), ("x".ljust(40) + "20200101 000000 UTC", "PGM / RUN BY / DATE"),
+                ("A", "MARKER NAME"), ("GEODETIC", "MARKER TYPE"), ("", "OBSERVER / AGENCY"), ("", "REC # / TYPE / VERS"), ("", "ANT # / TYPE"),
+                ("        1.0000" * 3, "APPROX POSITION XYZ"), ("        1.0000" * 3, "ANTENNA: DELTA H/E/N"), ("G    3 C1C L1C C2W", "SYS / # / OBS TYPES"),
+                ("  2020     1     1     0     0    0.0000000     GPS", "TIME OF FIRST OBS"), ("     2", "# OF SATELLITES"),
+                ("   G01     2     1     1", "PRN / # OF OBS"), ("   G02     1     0     0", "PRN / # OF OBS"), ("me", "DOI"), ("", "END OF HEADER")]
+        file = self.top / "abcd0010.20o"
+        file.write_text("".join(text.ljust(60) + label + "\n" for text, label in head) +
+                        "> 2020 01 01 00 00  0.0000000  0  2      -0.000123456789 00012\nG01  20000000.123 6 100000000.12316  20000000.123\n"
+                        "G02  20000000.123\n> 2020 01 01 00 00  1.0000000  0  1       0.000123456000\nG01    200000.123\n")
+        (old,), told = self.convert(file, "--rinex", "2.11")
+        lost = told["observations"]["not_carried"]
+        self.assertEqual((lost["picoseconds"], lost["clock_offsets"], lost["values"]), (1, 1, {}))
+        self.assertEqual(text_of(old).splitlines()[-5:], [
+            " 20  1  1  0  0  0.0000000  0  2G01G02                              -0.000123457", "  20000000.123 6 100000000.12316  20000000.123",
+            "  20000000.123", " 20  1  1  0  0  1.0000000  0  1G01                                  0.000123456", "    200000.123"])
+        self.assertIn("me".ljust(60) + "COMMENT", text_of(old))
+        (file,), _ = self.convert(file, "--satellites", "G02")
+        self.assertIn("   G02     1".ljust(60) + "PRN / # OF OBS", text_of(file))
+        self.assertEqual(file.name, "A00000XXX_R_20200010000_01M_00U_MO.rnx")
+
     def test_faults_are_told_and_the_rest_is_kept(self):
         text = text_of(self.observations)
         at = [m.start() for m in re.finditer("\n>", text)]

@@ -98,7 +98,10 @@ void add_header_options(command_line_t& app, convert_options_t& o)
     add_text(app, "--marker-number", o.marker_number, 20, "Marker number");
     add_text(app, "--marker-type", o.marker_type, 20, "Marker type, as listed in RINEX 3.05 (default: GEODETIC)");
     const auto set = [&o](const std::vector<std::string>& texts) {
-        for (const std::string& text : texts) o.settings.push_back(header_setting(text));
+        for (const std::string& text : texts) {
+            o.settings.push_back(header_setting(text));
+            if (o.settings.back().label == "MARKER NAME") o.marker = o.settings.back().text;   // also in file names
+        }
     };
     app.option("--set", set,
                "A header line, its label before the =: \"MARKER NAME=BASE\"; may be given more than once",
@@ -155,6 +158,7 @@ void complete(convert_options_t& o)
         throw usage_error_t("--nav", "RINEX 2.11 has no mixed navigation files");
     if (o.as_host && (!o.satellites.empty() || !o.signals.empty() || o.names_changed || o.anchor_first || !o.events))
         throw usage_error_t("--as-host", "takes no --satellites, --signals, --signal, --anchor or --events");
+    if (o.as_host && !o.settings.empty()) throw usage_error_t("--as-host", "takes no --set");
     complete_session(o);
     if (o.verify && (o.as_host || std::find(o.logs.begin(), o.logs.end(), "-") != o.logs.end()))
         throw usage_error_t("--verify", "needs files with every signal, and a log that can be read again");

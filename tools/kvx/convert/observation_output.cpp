@@ -5,6 +5,7 @@
 #include <limits>
 
 #include "common/error.h"
+#include "convert/header_settings.h"
 #include "rinex/dates.h"
 #include "rinex/header.h"
 #include "rinex/relay.h"
@@ -109,7 +110,9 @@ void observation_output_t::add(rinex::epoch_t& epoch)
 
 std::string observation_output_t::header(const rinex::columns_t& columns) const
 {
-    return rinex::observation_header(options_.version(), station_, session_, columns, text_.seen(), channels_);
+    return with_set_lines(
+        rinex::observation_header(options_.version(), station_, session_, columns, text_.seen(), channels_), options_,
+        'O', options_.version());
 }
 
 // With room for the last one.

@@ -39,14 +39,6 @@ bool is_short(const std::string& name)
            std::all_of(name.begin() + 4, name.begin() + 7, rinex::is_digit) && rinex::is_digit(name[dot + 1]);
 }
 
-std::string set_marker(const convert_options_t& options)
-{
-    for (const header_setting_t& setting : options.settings) {
-        if (setting.label == "MARKER NAME") return std::string(rinex::trimmed(setting.text));
-    }
-    return options.marker;
-}
-
 }   // namespace
 
 revised_names_t::revised_names_t(const convert_options_t& options, int version, const std::string& input,
@@ -55,7 +47,7 @@ revised_names_t::revised_names_t(const convert_options_t& options, int version, 
 {
     const std::string name = std::filesystem::path(input).filename().string();
     if (is_long(name)) old_ = name;
-    marker_ = set_marker(options);
+    marker_ = options.marker;
     if (!marker_.empty()) return;
     marker_ = marker;
     if (!old_.empty())

@@ -196,7 +196,9 @@ std::vector<finished_file_t> navigation_revision_t::finish(const std::set<std::i
     outcome_.version = version_;
     std::vector<finished_file_t> files;
     if (spool_ == nullptr) throw error_t(first_path_, "no navigation record is left, no file written",
-                      faults_.first.empty() ? "nothing that is asked for is in it" : faults_.first.front());
+                      !faults_.first.empty()   ? faults_.first.front()
+                      : outcome_.lost.empty() ? "nothing that is asked for is in it"
+                                              : "the version has no " + outcome_.lost.begin()->first);
     if (version_ < 300 && options_.nav == "mixed")
         throw error_t(first_path_, "RINEX 2.11 has no mixed navigation files", "--nav");
     spool_->check("the navigation records");

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "rinex/field_formats.h"
+#include "rinex/fixed_point.h"
 #include "rinex/header.h"
 #include "rinex/header_labels.h"
 
@@ -240,21 +241,20 @@ void observation_rows_t::put_lines(const std::string& name)
         append_trimmed(rows_, cut(row_, at, kRow2 * kField));
 }
 
-// The receiver's clock offset, as wide as the version has it.
+// The receiver's clock offset with as many decimals as the version has.
 std::string observation_rows_t::clock_text(const source_epoch_t& epoch)
 {
-    std::string text = epoch.read.clock_offset;
-    if (text.empty()) return text;
-    if (epoch.version < 300 && version_ >= 300) text += "000";
-    if (epoch.version >= 300 && version_ < 300) {
-        const bool exact = text.ends_with("000");
-        text.resize(text.size() - std::min<std::size_t>(3, text.size()));
-        const bool fits = text.size() <= 12;
-        losses_.clock_offsets += !exact || !fits;
-        if (!fits) return "";
-    }
-    const std::size_t size = version_ < 300 ? 12 : 15;
-    return text.size() < size ? std::string(size - text.size(), ' ') + text : text;
+    constexpr int kDecimals2 = 9, kDecimals3 = 12, kWidth2 = 12, kWidth3 = 15;
+    constexpr std::int64_t kMore = 1000;   // picoseconds of a nanosecond
+    const bool from2 = epoch.version < 300, to2 = version_ < 300;
+    const auto number = rinex::decimal_of(epoch.read.clock_offset, from2 ? kDecimals2 : kDecimals3);
+    if (!number) return "";
+    const std::int64_t half = *number < 0 ? -kMore / 2 : kMore / 2;
+    const std::int64_t value = from2 == to2 ? *number : to2 ? (*number + half) / kMore : *number * kMore;
+    std::string text(to2 ? kWidth2 : kWidth3, ' ');
+    const bool fits = rinex::put_fixed(text.data(), to2 ? kWidth2 : kWidth3, to2 ? kDecimals2 : kDecimals3, value);
+    losses_.clock_offsets += !fits || (to2 && !from2 && value * kMore != *number);
+    return fits ? text : "";
 }
 
 void observation_rows_t::put_epoch_line(const source_epoch_t& epoch, std::string& out)

@@ -57,7 +57,8 @@ std::string time_line(std::int64_t ticks, std::string_view label, std::string_vi
     const calendar_t c = calendar_of(ticks);
     text_buffer_t<80> out;
     for (const int part : {c.year, c.month, c.day, c.hour, c.minute}) out.integer(part, 6);
-    out.integer(c.second, 5).put('.').integer(c.fraction, 7, '0').blanks(5).put(scale);
+    out.integer(c.second, 5).put('.').integer(c.fraction, 7, '0').blanks(5);
+    if (!scale.empty()) out.put(scale);
     return header_line(out.view(), label);
 }
 

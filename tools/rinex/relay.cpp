@@ -10,7 +10,7 @@ namespace {
 constexpr std::size_t kRowOf2 = 5, kSatellitesOf2 = 12;
 constexpr std::size_t kFlush = 1 << 18;
 constexpr std::size_t kName = 3;   // columns of a satellite's name
-constexpr int kSlips = 6;   // flag of records with the form of observations
+constexpr int kSlips = 6;          // flag of records with the form of observations
 
 std::string_view without_blanks(std::string_view line)
 {

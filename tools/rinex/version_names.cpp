@@ -8,8 +8,8 @@ namespace rinex {
 
 namespace {
 
-// What a code of RINEX 2 most likely is, RINEX 3.05 having no attribute for "unknown": the tracking modes that receivers
-// had when 2.11 was written, or X, all components, where several came later.
+// What a code of RINEX 2 most likely is, RINEX 3.05 having no attribute for "unknown": the tracking modes that
+// receivers had when 2.11 was written, or X, all components, where several came later.
 struct meaning_t {
     char system;
     std::string_view range;   // name of the pseudorange
@@ -66,9 +66,12 @@ std::string renamed(char system, std::string name, int from, int to)
 {
     const bool inphase = name.size() == 3 && std::string_view("IQX").find(name[2]) != std::string_view::npos;
     if (system != 'C' || !inphase) return name;
-    if (from == kOldBeidou && to > kOldBeidou && name[1] == '1') name[1] = '2';
-    else if (from > kOldBeidou && to == kOldBeidou && name[1] == '2') name[1] = '1';
-    else if (from > kOldBeidou && to == kOldBeidou && name[1] == '1') return "";   // B1C
+    if (from == kOldBeidou && to > kOldBeidou && name[1] == '1')
+        name[1] = '2';
+    else if (from > kOldBeidou && to == kOldBeidou && name[1] == '2')
+        name[1] = '1';
+    else if (from > kOldBeidou && to == kOldBeidou && name[1] == '1')
+        return "";   // B1C
     return name;
 }
 

@@ -18,8 +18,8 @@ using type_names_t = std::array<std::vector<std::string>, kSystemCount>;
 type_names_t names_of(const file_header_t& header);
 
 /// The name that a type of a system has in another version: what stays as it is, what another version calls
-/// otherwise (BeiDou's B1I was 1I in 3.02), and what RINEX 2 names by band alone. Back from RINEX 2, which does not tell
-/// the signal, a type becomes that which most receivers mean by it.
+/// otherwise (BeiDou's B1I was 1I in 3.02), and what RINEX 2 names by band alone. Back from RINEX 2, which does not
+/// tell the signal, a type becomes that which most receivers mean by it.
 /// @param listed  the types of RINEX 2 beside it
 /// @return empty when the version has none
 std::string name_in_version(char system, const std::string& name, int from, int to,

@@ -36,7 +36,8 @@ void add_text(command_line_t& app, const std::string& name, std::string& value, 
 
 void add_output_options(command_line_t& app, convert_options_t& o)
 {
-    app.option("LOG", &o.logs, "Logs of the receiver board, RINEX files; .gz and .zst are read directly, - is standard input",
+    app.option("LOG", &o.logs,
+               "Logs of the receiver board, RINEX files; .gz and .zst are read directly, - is standard input",
                {.required = true});
     app.option("-o,--output", &o.folder, "Folder for the files, made if need be", {.show_default = true});
     app.option("--name", &o.name, "Stem of the file names instead of the RINEX convention",
@@ -103,8 +104,7 @@ void add_header_options(command_line_t& app, convert_options_t& o)
             if (o.settings.back().label == "MARKER NAME") o.marker = o.settings.back().text;   // also in file names
         }
     };
-    app.option("--set", set,
-               "A header line, its label before the =: \"MARKER NAME=BASE\"; may be given more than once",
+    app.option("--set", set, "A header line, its label before the =: \"MARKER NAME=BASE\"; may be given more than once",
                {.one_argument = true, .type_name = "LABEL=TEXT"});
     app.option("--country", &o.country, "Country of the site in the file names, three letters of ISO 3166",
                {.check = {country_fault}});

@@ -27,7 +27,7 @@ struct convert_options_t : selection_options_t {
     std::string folder = ".";
     std::string rinex;   ///< version; empty: 3.05, for hosts 3.04
     bool version_given = false;
-    std::string nav;     ///< split, mixed or none; empty: by the version
+    std::string nav;   ///< split, mixed or none; empty: by the version
     bool nav_repeats = false;
     bool position_listing = false;
     bool as_host = false;

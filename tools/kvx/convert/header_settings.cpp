@@ -55,7 +55,7 @@ std::size_t columns_for_text(std::string_view format)
 {
     std::size_t n = kContent;
     if (format.starts_with('A')) std::from_chars(format.data() + 1, format.data() + format.size(), n);
-    return format.find("X") == format.npos || format.find(',') == format.rfind(',') ? n : kContent;
+    return format.find('X') == format.npos || format.find(',') == format.rfind(',') ? n : kContent;
 }
 
 // A whole number, or three numbers of a vector, are put where they belong; another text stands as it is.
@@ -95,8 +95,8 @@ std::vector<edit_t> named_edits(const convert_options_t& o)
     };
     if (o.antenna_delta) {
         const std::vector<double>& d = *o.antenna_delta;
-        edits.push_back({"ANTENNA: DELTA H/E/N", 0, kContent,
-                         rinex::vector_line({d[0], d[1], d[2]}, "").substr(0, kContent)});
+        edits.push_back(
+            {"ANTENNA: DELTA H/E/N", 0, kContent, rinex::vector_line({d[0], d[1], d[2]}, "").substr(0, kContent)});
     }
     return edits;
 }
@@ -133,9 +133,9 @@ public:
         }
         put(find(setting.label), line);
         const auto first = find(setting.label);
-        lines_.erase(std::remove_if(first + 1, lines_.end(),
-                                    [&](const std::string& l) { return label_of(l) == setting.label; }),
-                     lines_.end());
+        lines_.erase(
+            std::remove_if(first + 1, lines_.end(), [&](const std::string& l) { return label_of(l) == setting.label; }),
+            lines_.end());
     }
 
     std::string text() const
@@ -198,12 +198,10 @@ header_setting_t header_setting(const std::string& text)
                                          " characters, its line " + std::to_string(columns) + " columns for it");
     std::string filled = content;
     filled.resize(kContent, ' ');
-    rinex::compare_with_format(filled, row.format,
-                               [&](std::size_t at, std::string_view field, std::string_view form) {
-                                   throw usage_error_t("--set", label + ": '" + std::string(field) + "' in column " +
-                                                                    std::to_string(at + 1) + " is no " +
-                                                                    std::string(form));
-                               });
+    rinex::compare_with_format(filled, row.format, [&](std::size_t at, std::string_view field, std::string_view form) {
+        throw usage_error_t("--set", label + ": '" + std::string(field) + "' in column " + std::to_string(at + 1) +
+                                         " is no " + std::string(form));
+    });
     return {label, content};
 }
 

@@ -9,8 +9,8 @@ namespace kvx {
 
 namespace {
 
-using rinex::kSystems;
 using rinex::kSystemCount;
+using rinex::kSystems;
 
 constexpr int kNamed = 305;   // version in which RINEX 2 types are chosen
 

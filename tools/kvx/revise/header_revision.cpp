@@ -15,8 +15,8 @@ namespace {
 
 using rinex::header_line;
 using rinex::header_record_t;
-using rinex::kSystems;
 using rinex::kSystemCount;
+using rinex::kSystems;
 
 constexpr int kFirstWithoutShifts = 400;
 
@@ -102,16 +102,14 @@ private:
     void put_first() { put_time(h_.tally.first); }
     void put_last() { put_time(h_.tally.last); }
 
-    void put_interval()
-    {
-        out_ += h_.interval > 0.0 ? header_line(text("%10.3f", h_.interval), "INTERVAL") : line();
-    }
+    void put_interval() { out_ += h_.interval > 0.0 ? header_line(text("%10.3f", h_.interval), "INTERVAL") : line(); }
 
     void put_satellites()
     {
         const auto said = rinex::integer_of(record().text.substr(0, 6));
         const std::size_t n = h_.tally.satellites();
-        out_ += said && static_cast<std::size_t>(*said) == n ? line() : header_line(rinex::count_of(n, 6), record().label);
+        out_ +=
+            said && static_cast<std::size_t>(*said) == n ? line() : header_line(rinex::count_of(n, 6), record().label);
     }
 
     // As they stand when they are right.
@@ -175,7 +173,9 @@ private:
                 code.empty() ? "" : rinex::name_in_version(r.text[0], code, h_.source.version, h_.version, {});
             kept = code.empty() ? !h_.columns[rinex::system_index(r.text[0]) % kSystemCount].empty()
                                 : lists(r.text[0], name);
-            if (kept) out_ += name == code ? h_.lines[i] : header_line(r.text.substr(0, 2) + name + r.text.substr(5), r.label);
+            if (kept)
+                out_ +=
+                    name == code ? h_.lines[i] : header_line(r.text.substr(0, 2) + name + r.text.substr(5), r.label);
             if (kept) shifted_.insert(std::string(1, r.text[0]) + name);
         }
         add_shifts();

@@ -27,9 +27,9 @@ struct revised_header_t {
     const rinex::type_names_t& columns;      ///< types of the file
     const tally_t& tally;
     const maker_t& maker;
-    char letter = ' ';                       ///< of the system, M, or blank: that of the source
-    double interval = 0.0;                   ///< s; 0: as the source says
-    const std::map<int, int>& channels;      ///< of GLONASS by slot, as far as the inputs tell
+    char letter = ' ';                    ///< of the system, M, or blank: that of the source
+    double interval = 0.0;                ///< s; 0: as the source says
+    const std::map<int, int>& channels;   ///< of GLONASS by slot, as far as the inputs tell
 };
 
 /// Labels whose lines the version has no place for.

@@ -68,8 +68,10 @@ std::string revised_names_t::completed(std::string name) const
     if (options_.split > 0) {
         const std::int64_t minutes = options_.split / 60'000;
         const bool day = minutes == 1440, hours = minutes % 60 == 0;
-        name.replace(kPeriod, 3, day ? "01D" : hours ? text("%02dH", static_cast<int>(minutes / 60))
-                                                     : text("%02dM", static_cast<int>(std::min<std::int64_t>(minutes, 99))));
+        name.replace(kPeriod, 3,
+                     day     ? "01D"
+                     : hours ? text("%02dH", static_cast<int>(minutes / 60))
+                             : text("%02dM", static_cast<int>(std::min<std::int64_t>(minutes, 99))));
     }
     if (old_.empty()) return name;
     name[kSource] = old_[kSource];
@@ -85,7 +87,7 @@ std::string revised_names_t::observations(const coverage_t& coverage, int number
 
 std::string revised_names_t::navigation(const coverage_t& coverage, char letter, int number) const
 {
-    const std::string name = completed(names(coverage, 1).navigation(letter));
+    std::string name = completed(names(coverage, 1).navigation(letter));
     if (number == 1) return name;
     return std::string(name).insert(version_ < 300 ? name.rfind('.') : name.rfind('_'), "_" + std::to_string(number));
 }

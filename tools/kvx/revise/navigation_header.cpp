@@ -21,8 +21,7 @@ struct kind2_t {
     char letter;
     std::string_view text;
 };
-constexpr kind2_t kKinds2[] = {
-    {'G', "N: GPS NAV DATA"}, {'R', "G: GLONASS NAV DATA"}, {'S', "H: GEO NAV MSG DATA"}};
+constexpr kind2_t kKinds2[] = {{'G', "N: GPS NAV DATA"}, {'R', "G: GLONASS NAV DATA"}, {'S', "H: GEO NAV MSG DATA"}};
 
 // The lines of RINEX 2 and what they are called since: label and first columns there, label and first columns here.
 struct ionosphere_t {
@@ -68,10 +67,10 @@ public:
                    header_line(record.text, "COMMENT");
         if (from == version_) return as_it_is;
         if (from < 300 && version_ >= 300) {
-            if (const std::string other = from_2(record); !other.empty()) return other;
+            if (std::string other = from_2(record); !other.empty()) return other;
         }
         if (from >= 300 && version_ < 300) {
-            if (const std::string other = into_2(record); !other.empty()) return other;
+            if (std::string other = into_2(record); !other.empty()) return other;
         }
         return carried(record, as_it_is);
     }
@@ -79,8 +78,7 @@ public:
 private:
     std::string first_line(const std::string& as_it_is) const
     {
-        const bool same = source_.header.version == version_ &&
-                          (version_ < 300 || source_.header.system == letter_);
+        const bool same = source_.header.version == version_ && (version_ < 300 || source_.header.system == letter_);
         if (same) return as_it_is;
         if (version_ >= 300) return rinex::version_line(version_, "N: GNSS NAV DATA", {&letter_, 1});
         for (const kind2_t& kind : kKinds2) {

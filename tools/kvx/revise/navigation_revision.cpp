@@ -21,6 +21,7 @@ namespace {
 constexpr std::int64_t kReach = 4 * 3600 * 1000;   // ms that an ephemeris serves what follows it
 constexpr std::int64_t kAlways = std::numeric_limits<std::int64_t>::max();
 constexpr std::size_t kChannel = 11;   // field of GLONASS
+constexpr double kMostChannel = 13;
 
 std::int64_t floor_to(std::int64_t time, std::int64_t unit)
 {
@@ -52,7 +53,8 @@ void navigation_revision_t::take_header(const rinex::file_header_t& header, cons
 void navigation_revision_t::read(const std::string& path)
 {
     rinex::line_tape_t tape;
-    rinex_file_t file(path, [this](const std::string& text) { faults_.add(text); }, &tape);
+    rinex_file_t file(
+        path, [this](const std::string& text) { faults_.add(text); }, &tape);
     if (first_path_.empty()) first_path_ = path;
     take_header(file.header(), tape);
     rinex::navigation_reader_t reader(file.lines(), file.header(), file.findings());
@@ -75,9 +77,10 @@ void navigation_revision_t::take(const rinex::read_nav_record_t& record, std::st
 {
     ++outcome_.read;
     if (record.record == "EPH" && record.system == 'R' && record.values.size() > kChannel &&
-        record.values[kChannel].present)
+        record.values[kChannel].present && std::fabs(record.values[kChannel].number) <= kMostChannel)
         channels_[record.number] = static_cast<int>(record.values[kChannel].number);
-    const bool asked = record.number < 0 ? wanted_.system(record.system) : wanted_.satellite(record.system, record.number);
+    const bool asked =
+        record.number < 0 ? wanted_.system(record.system) : wanted_.satellite(record.system, record.number);
     if (!asked || !lines.size()) {
         ++outcome_.not_asked;
         return;
@@ -132,11 +135,9 @@ std::vector<const navigation_revision_t::entry_t*> navigation_revision_t::within
     }
     std::vector<const entry_t*> chosen;
     for (const entry_t& entry : entries_) {
-        if (entry.gps >= begin && entry.gps < end) {
-            chosen.push_back(&entry);
-        } else if (const auto at = latest.find(entry.series()); at != latest.end() && at->second == &entry) {
-            chosen.push_back(&entry);
-        }
+        const auto at = latest.find(entry.series());
+        const bool before = at != latest.end() && at->second == &entry;
+        if (before || (entry.gps >= begin && entry.gps < end)) chosen.push_back(&entry);
     }
     return chosen;
 }
@@ -195,8 +196,9 @@ std::vector<finished_file_t> navigation_revision_t::finish(const std::set<std::i
 {
     outcome_.version = version_;
     std::vector<finished_file_t> files;
-    if (spool_ == nullptr) throw error_t(first_path_, "no navigation record is left, no file written",
-                      !faults_.first.empty()   ? faults_.first.front()
+    if (spool_ == nullptr)
+        throw error_t(first_path_, "no navigation record is left, no file written",
+                      !faults_.first.empty()  ? faults_.first.front()
                       : outcome_.lost.empty() ? "nothing that is asked for is in it"
                                               : "the version has no " + outcome_.lost.begin()->first);
     if (version_ < 300 && options_.nav == "mixed")
@@ -207,7 +209,8 @@ std::vector<finished_file_t> navigation_revision_t::finish(const std::set<std::i
     const std::int64_t end = options_.end ? std::llround(*options_.end * 1000.0) + 1 : kAlways;
     std::set<std::int64_t> begins;
     for (const entry_t& entry : entries_) {
-        if (entry.gps >= start && entry.gps < end && options_.split > 0) begins.insert(floor_to(entry.gps, options_.split));
+        if (entry.gps >= start && entry.gps < end && options_.split > 0)
+            begins.insert(floor_to(entry.gps, options_.split));
     }
     for (const std::int64_t unit : units) begins.insert(unit * options_.split);
     if (options_.split == 0) begins.insert(start);

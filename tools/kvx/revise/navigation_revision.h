@@ -37,13 +37,13 @@ public:
 
 private:
     struct entry_t {
-        rinex::ticks_t time;    // as printed
-        std::int64_t gps;       // ms
-        std::uint64_t hash;     // of the text
+        rinex::ticks_t time;   // as printed
+        std::int64_t gps;      // ms
+        std::uint64_t hash;    // of the text
         std::uint64_t sequence;
-        std::int64_t at;        // in the spool
+        std::int64_t at;   // in the spool
         std::uint32_t size;
-        std::uint16_t kind;     // of the message: place in kinds_
+        std::uint16_t kind;   // of the message: place in kinds_
         std::uint8_t system, number;
 
         auto place() const { return std::tuple(time, system, number, sequence); }

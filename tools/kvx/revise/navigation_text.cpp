@@ -19,11 +19,10 @@ using rinex::read_nav_record_t;
 constexpr int kFirstWithFrames = 400, kFirstWithFourthLine = 305;   // of GLONASS
 constexpr std::size_t kNumber = 19, kFrameTime = 3, kFourth = 4;    // columns; field and line of GLONASS
 constexpr std::int64_t kDay = 86400, kWeek = 604800;
-constexpr double kOldGalileoWeek = 1024;
+constexpr double kOldGalileoWeek = 1024, kHalfDay = 43200;
 
 // Unknown as public files write it: no flags, no delay between the carriers, the worst accuracy.
-constexpr std::string_view kUnknownFourth =
-    "                         .999999999999E+09 1.500000000000E+01\n";
+constexpr std::string_view kUnknownFourth = "                         .999999999999E+09 1.500000000000E+01\n";
 
 std::size_t margin(int version)
 {
@@ -39,7 +38,8 @@ void append_trimmed(std::string& out, std::string_view line)
 std::string number_text(double value, std::string_view like)
 {
     std::array<char, 40> text{};
-    char* const end = std::to_chars(text.data(), text.data() + text.size(), value, std::chars_format::scientific, 12).ptr;
+    char* const end =
+        std::to_chars(text.data(), text.data() + text.size(), value, std::chars_format::scientific, 12).ptr;
     const std::size_t letter = like.find_first_of("DdEe");
     std::string number(text.data(), end);
     number[number.find('e')] = letter == std::string_view::npos ? 'E' : like[letter];
@@ -62,8 +62,8 @@ void change_frame_time(const read_nav_record_t& record, std::string& line, int f
     if (to < 300) return replace_number(line, kFrameTime, from, std::fmod(value.number, kDay));
     const std::int64_t clock = record.time / rinex::kTicksPerSecond;
     double time = static_cast<double>(clock - clock % kDay) + value.number;   // within half a day of the clock's time
-    if (time - static_cast<double>(clock) > kDay / 2.0) time -= kDay;
-    if (static_cast<double>(clock) - time > kDay / 2.0) time += kDay;
+    if (time - static_cast<double>(clock) > kHalfDay) time -= kDay;
+    if (static_cast<double>(clock) - time > kHalfDay) time += kDay;
     replace_number(line, kFrameTime, from, std::fmod(time, kWeek));
 }
 
@@ -72,7 +72,7 @@ void change_week(const read_nav_record_t& record, std::string& line, int from)
 {
     const rinex::nav_value_t& week = record.values[rinex::kNavWeek];
     if (from != 302 || !week.present || !record.has_time) return;
-    const double clock = static_cast<double>(record.time / rinex::kTicksPerSecond);
+    const double clock = static_cast<double>(record.time) / rinex::kTicksPerSecond;
     const double toe = record.values[rinex::kNavToe].number;
     if (std::fabs((week.number + kOldGalileoWeek) * kWeek + toe - clock) <= kDay)
         replace_number(line, rinex::kNavWeek, from, week.number + kOldGalileoWeek);
@@ -83,7 +83,8 @@ std::string first_columns(const read_nav_record_t& record, int version)
 {
     const rinex::calendar_t c = rinex::calendar_of(record.time);
     if (version >= 300)
-        return record.name() + text(" %04d %02d %02d %02d %02d %02d", c.year, c.month, c.day, c.hour, c.minute, c.second);
+        return record.name() +
+               text(" %04d %02d %02d %02d %02d %02d", c.year, c.month, c.day, c.hour, c.minute, c.second);
     return text("%2d %02d %2d %2d %2d %2d %2d.%d", record.number, c.year % 100, c.month, c.day, c.hour, c.minute,
                 c.second, c.fraction / 1'000'000);
 }
@@ -122,11 +123,16 @@ std::string message_of(const read_nav_record_t& record)
     const bool geo = (record.number >= 1 && record.number <= 5) || record.number >= 59;
     const double source = record.values.size() > rinex::kNavSource ? record.values[rinex::kNavSource].number : 0.0;
     switch (record.system) {
-    case 'R': return "FDMA";
-    case 'S': return "SBAS";
-    case 'C': return geo ? "D2" : "D1";
-    case 'E': return (static_cast<unsigned>(std::clamp(source, 0.0, 1023.0)) & 2U) != 0 ? "FNAV" : "INAV";
-    default: return "LNAV";
+        case 'R':
+            return "FDMA";
+        case 'S':
+            return "SBAS";
+        case 'C':
+            return geo ? "D2" : "D1";
+        case 'E':
+            return (static_cast<unsigned>(std::clamp(source, 0.0, 1023.0)) & 2U) != 0 ? "FNAV" : "INAV";
+        default:
+            return "LNAV";
     }
 }
 
@@ -134,7 +140,8 @@ navigation_text_t converted(const read_nav_record_t& record, std::string_view li
 {
     if (from == to) return {std::string(lines), ""};
     const std::string message = message_of(record);
-    const std::string name = std::string(1, record.system) + " " + (record.record == "EPH" ? "" : record.record + " ") + message;
+    const std::string name =
+        std::string(1, record.system) + " " + (record.record == "EPH" ? "" : record.record + " ") + message;
     const bool fraction = record.time % rinex::kTicksPerSecond != 0 && from < 300 && to >= 300;
     if (!has_record(record, message, to) || !record.has_time || fraction) return {"", name};
     if (record.record != "EPH" || record.layout->fields.empty()) return {std::string(lines), ""};

@@ -29,8 +29,10 @@ void observation_merge_t::open_due()
                                 [](const open_t& a, const open_t& b) { return a.head->time < b.head->time; });
     };
     while (opened_ < files_.size() && (open_.empty() || files_[opened_].first <= next()->head->time)) {
-        open_.push_back({std::make_unique<observation_source_t>(files_[opened_].path, opened_, faults_),
-                         std::make_unique<source_epoch_t>()});
+        open_t open;
+        open.source = std::make_unique<observation_source_t>(files_[opened_].path, opened_, faults_);
+        open.head = std::make_unique<source_epoch_t>();
+        open_.push_back(std::move(open));
         ++opened_;
         advance(open_.size() - 1);
     }
@@ -51,7 +53,8 @@ void observation_merge_t::drop_doubles(std::size_t& chosen)
         return open_[i].head->read.has_time && !open_[i].head->read.is_event();
     };
     for (std::size_t i = 0; i < open_.size();) {
-        const bool same = i != chosen && is_epoch(i) && is_epoch(chosen) && open_[i].head->time == open_[chosen].head->time;
+        const bool same =
+            i != chosen && is_epoch(i) && is_epoch(chosen) && open_[i].head->time == open_[chosen].head->time;
         if (!same) {
             ++i;
             continue;

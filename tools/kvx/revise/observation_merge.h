@@ -22,8 +22,8 @@ struct looked_at_t {
 /// Looks at the header of a file, and with several files at its first epoch.
 looked_at_t look_at(const std::string& path, bool at_epochs);
 
-/// Gives the epochs of files one by one. A file is open while its epochs are due; an epoch that several have comes once,
-/// from the one with more values.
+/// Gives the epochs of files one by one. A file is open while its epochs are due; an epoch that several have comes
+/// once, from the one with more values.
 class observation_merge_t {
 public:
     /// @param files   by their first epochs; they and the faults must outlive this

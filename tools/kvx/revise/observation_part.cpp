@@ -36,9 +36,7 @@ tally_t picked(tally_t tally, const rinex::column_orders_t& used)
 }   // namespace
 
 observation_part_t::observation_part_t(revision_context_t& context, rinex::type_names_t columns)
-    : context_(context),
-      columns_(std::move(columns)),
-      file_(std::make_unique<output_file_t>(context.options.folder, 0))
+    : context_(context), columns_(std::move(columns)), file_(std::make_unique<output_file_t>(context.options.folder, 0))
 {
     block_.reserve(2 * kBlock);
 }
@@ -85,10 +83,9 @@ std::string observation_part_t::header(const rinex::type_names_t& columns, const
 {
     const double usual = tally.steps.usual();
     const double interval = context_.interval > 0.0 && usual > 0.0 ? usual : context_.interval;
-    const std::string text =
-        revised({context_.version, context_.header, context_.lines, context_.listed, columns, tally, context_.maker,
-                 context_.letter, interval, context_.channels},
-                context_.lost);
+    const std::string text = revised({context_.version, context_.header, context_.lines, context_.listed, columns,
+                                      tally, context_.maker, context_.letter, interval, context_.channels},
+                                     context_.lost);
     return with_settings(text, context_.options, 'O', context_.version);
 }
 

@@ -19,14 +19,14 @@ namespace kvx {
 struct revision_context_t {
     const convert_options_t& options;
     int version;
-    rinex::file_header_t header;      ///< of the first source, with its lines and types
+    rinex::file_header_t header;   ///< of the first source, with its lines and types
     std::vector<std::string> lines;
     rinex::type_names_t listed;
     maker_t maker;
-    char letter = ' ';                ///< see revised_header_t
-    double interval = 0.0;            ///< s that the header is to say; 0: as it says
-    std::map<int, int> channels;      ///< of GLONASS
-    bool may_lose_columns = false;    ///< those that have become empty go
+    char letter = ' ';               ///< see revised_header_t
+    double interval = 0.0;           ///< s that the header is to say; 0: as it says
+    std::map<int, int> channels;     ///< of GLONASS
+    bool may_lose_columns = false;   ///< those that have become empty go
     lost_labels_t lost;
 };
 

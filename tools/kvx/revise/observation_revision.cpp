@@ -186,9 +186,9 @@ private:
         const bool inside = event->read.has_time ? selection_.in_window(event->time * rinex::kTicksPerMs) : inside_;
         const bool types = event->before != event->types;
         if (types && !plans_[event->input].identical)
-            throw error_t(files_[event->input].path, "its observation types change at line " +
-                                                         std::to_string(event->read.line) +
-                                                         ", which goes with no change of version, types or systems",
+            throw error_t(files_[event->input].path,
+                          "its observation types change at line " + std::to_string(event->read.line) +
+                              ", which goes with no change of version, types or systems",
                           "cut it there with --end and --start, then convert the parts");
         if (!options_.events && !types) return;
         if (!inside) return;
@@ -228,8 +228,8 @@ private:
     {
         const bool event_first = !events_.empty() && events_.front()->sequence < epoch.sequence;
         const source_epoch_t& first = event_first ? *events_.front() : epoch;
-        part_ = std::make_unique<observation_part_t>(
-            context_, plans_[first.input].identical ? *first.before : rows_->columns());
+        part_ = std::make_unique<observation_part_t>(context_,
+                                                     plans_[first.input].identical ? *first.before : rows_->columns());
         unit_ = unit;
     }
 
@@ -289,8 +289,9 @@ private:
         bool any = false;
         for (std::size_t i = 0; i < tally_t::kNumbers; ++i) any = any || seen_[glonass + i];
         if (version_ >= 300 && any && context_.channels.empty())
-            outcome_.notes.emplace_back("the frequency numbers of GLONASS are not known: join the navigation file, or "
-                                        "give them by --set \"GLONASS SLOT / FRQ #=...\"");
+            outcome_.notes.emplace_back(
+                "the frequency numbers of GLONASS are not known: join the navigation file, or "
+                "give them by --set \"GLONASS SLOT / FRQ #=...\"");
         outcome_.step = steps_.usual();
         outcome_.gaps = steps_.gaps();
         for (const column_plan_t& plan : plans_) {
@@ -314,8 +315,8 @@ private:
     revised_names_t names_;
     basic_thinning_t<source_epoch_t> thinning_;
     std::unique_ptr<observation_rows_t> rows_;
-    std::vector<column_plan_t> plans_;                                  // by source
-    std::vector<std::shared_ptr<const rinex::type_names_t>> types_;     // of the rows written last
+    std::vector<column_plan_t> plans_;                                // by source
+    std::vector<std::shared_ptr<const rinex::type_names_t>> types_;   // of the rows written last
     std::unique_ptr<observation_part_t> part_;
     std::int64_t unit_ = 0;
     std::deque<std::unique_ptr<source_epoch_t>> events_;

@@ -61,11 +61,11 @@ private:
     rinex::type_names_t columns_;
     const asked_t& wanted_;
     version_losses_t& losses_;
-    std::string rows_, row_;                                     // of the epoch, of the satellite in hand
-    std::vector<std::string> names_;                             // of the epoch's satellites, as far as written
-    std::array<std::vector<bool>, kPlaces> slips_;               // to come, by column; of shared columns, by type
+    std::string rows_, row_;                         // of the epoch, of the satellite in hand
+    std::vector<std::string> names_;                 // of the epoch's satellites, as far as written
+    std::array<std::vector<bool>, kPlaces> slips_;   // to come, by column; of shared columns, by type
     std::uint64_t slips_to_come_ = 0;
-    std::array<std::vector<std::int16_t>, kPlaces> sources_;     // of columns that signals share
+    std::array<std::vector<std::int16_t>, kPlaces> sources_;   // of columns that signals share
 };
 
 }   // namespace kvx

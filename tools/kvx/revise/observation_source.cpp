@@ -31,7 +31,8 @@ std::size_t source_epoch_t::values() const
 
 observation_source_t::observation_source_t(const std::string& path, std::size_t input, faults_t& faults)
     : faults_(faults),
-      file_(path, [this](const std::string& text) { faults_.add(text); }, &tape_),
+      file_(
+          path, [this](const std::string& text) { faults_.add(text); }, &tape_),
       reader_(file_.lines(), file_.header(), file_.findings()),
       input_(input),
       scale_(scale_name(file_.header()), file_.header().leap_seconds())

@@ -19,12 +19,12 @@ struct source_epoch_t {
     static constexpr std::size_t kField = 16;   // columns of a value
 
     rinex::read_epoch_t read;
-    std::int64_t time = 0;       ///< GPS time (ms); without one of its own that of the epoch before
-    std::uint64_t sequence = 0;  ///< of the epochs of the run, from 1; of an event, of the epoch before it
-    std::size_t input = 0;       ///< which source
-    int version = 0;             ///< of the source
-    bool faulty = false;         ///< not all of it could be read
-    std::string text;            ///< its lines, a LF behind each
+    std::int64_t time = 0;             ///< GPS time (ms); without one of its own that of the epoch before
+    std::uint64_t sequence = 0;        ///< of the epochs of the run, from 1; of an event, of the epoch before it
+    std::size_t input = 0;             ///< which source
+    int version = 0;                   ///< of the source
+    bool faulty = false;               ///< not all of it could be read
+    std::string text;                  ///< its lines, a LF behind each
     std::vector<std::size_t> begins;   ///< of the lines, and the end
     std::shared_ptr<const rinex::type_names_t> types;    ///< of its values; of an event, from it on
     std::shared_ptr<const rinex::type_names_t> before;   ///< of what stands in front of it

@@ -23,12 +23,12 @@ struct observation_outcome_t {
     std::uint64_t epochs = 0, events = 0;   ///< written
     std::int64_t first = 0, last = 0;       ///< GPS time (ms)
     std::size_t satellites = 0;
-    std::uint64_t outside = 0;              ///< epochs outside the window
-    std::uint64_t off_grid = 0;             ///< left out by the interval
-    std::uint64_t empty = 0;                ///< of which nothing was wanted
-    std::uint64_t overlaps = 0;             ///< that several files had
-    std::uint64_t timeless = 0;             ///< without a time that can be read
-    double step = 0.0;                      ///< usual step of the epochs read (s)
+    std::uint64_t outside = 0;    ///< epochs outside the window
+    std::uint64_t off_grid = 0;   ///< left out by the interval
+    std::uint64_t empty = 0;      ///< of which nothing was wanted
+    std::uint64_t overlaps = 0;   ///< that several files had
+    std::uint64_t timeless = 0;   ///< without a time that can be read
+    double step = 0.0;            ///< usual step of the epochs read (s)
     std::uint64_t gaps = 0;
     break_t longest;
     version_losses_t losses;
@@ -40,11 +40,11 @@ struct observation_outcome_t {
 
 struct navigation_outcome_t {
     int version = 0;
-    std::uint64_t read = 0, written = 0;          ///< records
-    std::uint64_t repeated = 0;                   ///< that several files had, or one twice
-    std::uint64_t outside = 0;                    ///< of no use in the window
-    std::uint64_t not_asked = 0;                  ///< of other satellites
-    std::map<std::string, std::uint64_t> lost;    ///< by message: "C CNV1"
+    std::uint64_t read = 0, written = 0;         ///< records
+    std::uint64_t repeated = 0;                  ///< that several files had, or one twice
+    std::uint64_t outside = 0;                   ///< of no use in the window
+    std::uint64_t not_asked = 0;                 ///< of other satellites
+    std::map<std::string, std::uint64_t> lost;   ///< by message: "C CNV1"
     std::vector<std::string> labels;
 };
 

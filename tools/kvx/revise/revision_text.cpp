@@ -58,7 +58,7 @@ std::string version_losses_text(const observation_outcome_t& o)
         out += version + "all decimals of " + plural(o.losses.clock_offsets, "receiver clock offset") + "\n";
     if (o.losses.event_lines > 0) out += version + plural(o.losses.event_lines, "header line") + " of events\n";
     std::string meanings;
-    for (const auto& [from, to] : o.meanings) meanings += " " + from + "=" + to;
+    for (const auto& [from, to] : o.meanings) meanings.append(" ").append(from).append("=").append(to);
     if (!meanings.empty()) out += "  types, of which 2.11 does not tell the signal:" + meanings + "\n";
     return out;
 }
@@ -81,12 +81,14 @@ std::string observations_text(const observation_outcome_t& o)
 
 std::string navigation_text(const navigation_outcome_t& n)
 {
-    std::string out = "  navigation records: " + std::to_string(n.read) + ", written: " + std::to_string(n.written) + "\n";
+    std::string out =
+        "  navigation records: " + std::to_string(n.read) + ", written: " + std::to_string(n.written) + "\n";
     out += line_of(n.repeated, "record", "that stood there already, written once");
     out += line_of(n.outside, "record", "left out, outside the window");
     out += line_of(n.not_asked, "record", "left out, not asked for");
     if (!n.lost.empty()) out += "  " + version_text(n.version) + " cannot carry: " + counted(n.lost) + "\n";
-    if (!n.labels.empty()) out += "  " + version_text(n.version) + " cannot carry: the header lines " + joined(n.labels) + "\n";
+    if (!n.labels.empty())
+        out += "  " + version_text(n.version) + " cannot carry: the header lines " + joined(n.labels) + "\n";
     return out;
 }
 

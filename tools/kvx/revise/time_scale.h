@@ -2,6 +2,7 @@
 #ifndef KVX_TIME_SCALE_H
 #define KVX_TIME_SCALE_H
 
+#include <algorithm>
 #include <cstdint>
 #include <optional>
 #include <string_view>
@@ -23,13 +24,18 @@ public:
     rinex::ticks_t gps(rinex::ticks_t ticks) const
     {
         int seconds = fixed_;
-        if (utc_)
-            seconds = leaps_ ? *leaps_ : rinex::leap_seconds(static_cast<double>(ticks / rinex::kTicksPerSecond));
+        if (utc_) seconds = leaps_ ? *leaps_ : rinex::leap_seconds(seconds_of(ticks));
         return ticks + seconds * rinex::kTicksPerSecond;
     }
 
 private:
     static constexpr int kBeidou = 14;   // s
+
+    static double seconds_of(rinex::ticks_t ticks)
+    {
+        constexpr rinex::ticks_t kLast = 60'000 * rinex::kTicksPerWeek;   // files may say any year
+        return static_cast<double>(std::clamp<rinex::ticks_t>(ticks, 0, kLast)) / rinex::kTicksPerSecond;
+    }
 
     bool utc_;
     int fixed_;

@@ -121,7 +121,7 @@ command_t convert_command(command_line_t& program)
     command_line_t app = program.command("convert", "RINEX files from logs of the receiver board");
     add_convert_options(app, *options);
     app.when_all_read([options] {
-        if (!options->name.empty() && options->logs.size() > 1)
+        if (!options->name.empty() && options->logs.size() > 1 && !options->join)
             throw usage_error_t("--name", "names the files of one log");
     });
     return {app, [options] { return run(*options); }};

@@ -19,8 +19,8 @@ namespace kvx {
 
 namespace {
 
-constexpr std::size_t kMostWaiting = 1 << 14;   // events kept until the next epoch
-constexpr int kSlipRecords = 6;                 // flag
+constexpr std::size_t kMostWaiting = 1 << 14, kMostWaitingBytes = 1 << 24;   // events kept until the next epoch
+constexpr int kSlipRecords = 6;                                              // flag
 constexpr int kFirstNotCompact = 402;
 
 std::int64_t floor_of(std::int64_t time, std::int64_t unit)
@@ -193,9 +193,12 @@ private:
         if (!options_.events && !types) return;
         if (!inside) return;
         event->sequence = sequence_;
+        waiting_ += event->text.size();
         events_.push_back(std::move(event));
         event = std::make_unique<source_epoch_t>();
-        if (events_.size() >= kMostWaiting && part_ != nullptr) write_events(sequence_ + 1, unit_);
+        if (events_.size() < kMostWaiting && waiting_ < kMostWaitingBytes) return;
+        if (part_ == nullptr) begin_part(*events_.front(), unit_of(events_.front()->time));
+        write_events(sequence_ + 1, std::numeric_limits<std::int64_t>::max());
     }
 
     void follow_gaps(std::int64_t time)
@@ -241,6 +244,7 @@ private:
             if (event.read.has_time && unit_of(event.time) > unit) return;
             part_->add_event(event, *rows_);
             ++outcome_.events;
+            waiting_ -= event.text.size();
             events_.pop_front();
         }
     }
@@ -320,6 +324,7 @@ private:
     std::unique_ptr<observation_part_t> part_;
     std::int64_t unit_ = 0;
     std::deque<std::unique_ptr<source_epoch_t>> events_;
+    std::size_t waiting_ = 0;   // bytes of them
     std::uint64_t sequence_ = 0;
     bool inside_;
     std::optional<std::int64_t> last_;

@@ -119,6 +119,14 @@ class Revise(unittest.TestCase):
         self.assertEqual((told["observations"]["left_out"]["overlaps"], told["observations"]["epochs"]), (121, 1080))
         values = fields(self.observations)
         self.assertEqual(fields(file), {k: v for k, v in values.items() if k[1][0] in "GR" or k[0] >= "2024 03 10 12 00"})
+        head, body = halves(self.observations)
+        shifted = self.top / "shifted.rnx"   # corrections of phases that only one part has
+        shifted.write_text(re.sub(r"(?m)^([GE] L..) {9}(?=.*PHASE SHIFT)", r"\1  0.25000", head) + body)
+        parts = [self.convert(shifted, *asked)[0][0] for asked in
+                 (("--systems", "RC", "--end", "2024-03-10 12:00:00"), ("--systems", "GE", "--start", "2024-03-10 12:01:00"))]
+        told = [line for line in halves(self.convert(*parts, "--join")[0][0])[0].splitlines() if "PHASE SHIFT" in line]
+        self.assertEqual(sorted(told), sorted(line for part in parts for line in halves(part)[0].splitlines() if "PHASE SHIFT" in line))
+        self.assertTrue(any("0.25000" in line for line in told))
         early, _ = self.convert(self.observations, "--end", "2024-03-10 11:50:00")
         gaps = self.convert(*early, *late, "--join")[1]["observations"]["gaps"]
         self.assertEqual(gaps, {"count": 1, "longest": 600.0, "longest_from": "2024-03-10 11:50:00.00"})

@@ -194,8 +194,11 @@ private:
         for (std::size_t s = 0; s < kSystemCount; ++s) {
             if (shifted_.count({kSystems[s]}) > 0) continue;
             for (const std::string& name : h_.columns[s]) {
-                if (name[0] == 'L' && shifted_.count(kSystems[s] + name) == 0)
-                    out_ += header_line(std::string{kSystems[s], ' '} + name, "SYS / PHASE SHIFT");
+                if (name[0] != 'L' || shifted_.count(kSystems[s] + name) > 0) continue;
+                const auto told = h_.shifts.find(kSystems[s] + name);
+                out_ += told != h_.shifts.end()
+                            ? told->second
+                            : header_line(std::string{kSystems[s], ' '} + name, "SYS / PHASE SHIFT");
             }
         }
     }
@@ -283,6 +286,24 @@ void header_text_t::take()
 }
 
 }   // namespace
+
+std::map<std::string, std::string> shift_lines(const rinex::file_header_t& header, int version)
+{
+    std::map<std::string, std::string> lines;
+    std::string* last = nullptr;   // which lines of satellites go on
+    for (const header_record_t& r : header.records) {
+        if (r.label != "SYS / PHASE SHIFT") continue;
+        if (r.text[0] == ' ') {
+            if (last != nullptr) *last += header_line(r.text, r.label);
+            continue;
+        }
+        const std::string code(rinex::trimmed(std::string_view(r.text).substr(2, 3)));
+        const std::string name = rinex::name_in_version(r.text[0], code, header.version, version, {});
+        last = name.size() == 3 ? &lines[r.text[0] + name] : nullptr;
+        if (last != nullptr) *last = header_line(r.text.substr(0, 2) + name + r.text.substr(5), r.label);
+    }
+    return lines;
+}
 
 std::string type_lines(int version, const rinex::type_names_t& columns)
 {

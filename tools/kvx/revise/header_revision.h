@@ -27,9 +27,10 @@ struct revised_header_t {
     const rinex::type_names_t& columns;      ///< types of the file
     const tally_t& tally;
     const maker_t& maker;
-    char letter = ' ';                    ///< of the system, M, or blank: that of the source
-    double interval = 0.0;                ///< s; 0: as the source says
-    const std::map<int, int>& channels;   ///< of GLONASS by slot, as far as the inputs tell
+    char letter = ' ';                                  ///< of the system, M, or blank: that of the source
+    double interval = 0.0;                              ///< s; 0: as the source says
+    const std::map<int, int>& channels;                 ///< of GLONASS by slot, as far as the inputs tell
+    const std::map<std::string, std::string>& shifts;   ///< lines of phases that the source does not list: "GL5Q"
 };
 
 /// Labels whose lines the version has no place for.
@@ -39,6 +40,9 @@ using lost_labels_t = std::set<std::string>;
 /// becomes a comment.
 /// @throws error_t when values would mean something else without a line that the version does not have
 std::string revised(const revised_header_t& header, lost_labels_t& lost);
+
+/// The lines of SYS / PHASE SHIFT by phase, under the names of a version.
+std::map<std::string, std::string> shift_lines(const rinex::file_header_t& header, int version);
 
 /// Lines of the types of a file.
 std::string type_lines(int version, const rinex::type_names_t& columns);

@@ -83,9 +83,10 @@ std::string observation_part_t::header(const rinex::type_names_t& columns, const
 {
     const double usual = tally.steps.usual();
     const double interval = context_.interval > 0.0 && usual > 0.0 ? usual : context_.interval;
-    const std::string text = revised({context_.version, context_.header, context_.lines, context_.listed, columns,
-                                      tally, context_.maker, context_.letter, interval, context_.channels},
-                                     context_.lost);
+    const std::string text =
+        revised({context_.version, context_.header, context_.lines, context_.listed, columns, tally, context_.maker,
+                 context_.letter, interval, context_.channels, context_.shifts},
+                context_.lost);
     return with_settings(text, context_.options, 'O', context_.version);
 }
 

@@ -23,10 +23,11 @@ struct revision_context_t {
     std::vector<std::string> lines;
     rinex::type_names_t listed;
     maker_t maker;
-    char letter = ' ';               ///< see revised_header_t
-    double interval = 0.0;           ///< s that the header is to say; 0: as it says
-    std::map<int, int> channels;     ///< of GLONASS
-    bool may_lose_columns = false;   ///< those that have become empty go
+    char letter = ' ';                           ///< see revised_header_t
+    double interval = 0.0;                       ///< s that the header is to say; 0: as it says
+    std::map<int, int> channels;                 ///< of GLONASS
+    std::map<std::string, std::string> shifts;   ///< of phases, of all sources
+    bool may_lose_columns = false;               ///< those that have become empty go
     lost_labels_t lost;
 };
 

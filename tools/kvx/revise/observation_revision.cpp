@@ -40,7 +40,7 @@ std::vector<looked_at_t> looked_at(const sources_t& paths)
 revision_context_t context_of(const looked_at_t& file, const convert_options_t& options, int version,
                               const maker_t& maker)
 {
-    return {options, version, file.header, file.lines, file.types, maker, ' ', 0.0, {}, false, {}};
+    return {options, version, file.header, file.lines, file.types, maker, ' ', 0.0, {}, {}, false, {}};
 }
 
 // Lines of a label, which files that are joined must have in common.
@@ -135,6 +135,7 @@ private:
         std::set<double> intervals;
         for (const looked_at_t& file : files_) {
             context_.channels.merge(file.header.glonass_channels());
+            context_.shifts.merge(shift_lines(file.header, version_));
             if (const auto interval = file.header.interval())
                 intervals.insert(static_cast<double>(*interval) / rinex::kTicksPerSecond);
             if (file.header.system != context_.header.system) context_.letter = 'M';

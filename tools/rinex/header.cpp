@@ -2,6 +2,9 @@
 
 #include <algorithm>
 
+#include "gnss/rinex/text.h"
+#include "rinex/dates.h"
+
 namespace rinex {
 
 namespace {
@@ -47,6 +50,38 @@ std::string version_line(int version, std::string_view kind, std::string_view sy
 std::string program_line(std::string_view program, std::string_view run_by, std::string_view date)
 {
     return header_line(in_columns({{program, 20}, {run_by, 20}, {date, 20}}), "PGM / RUN BY / DATE");
+}
+
+std::string time_line(std::int64_t ticks, std::string_view label, std::string_view scale)
+{
+    const calendar_t c = calendar_of(ticks);
+    text_buffer_t<80> out;
+    for (const int part : {c.year, c.month, c.day, c.hour, c.minute}) out.integer(part, 6);
+    out.integer(c.second, 5).put('.').integer(c.fraction, 7, '0').blanks(5);
+    if (!scale.empty()) out.put(scale);
+    return header_line(out.view(), label);
+}
+
+std::string list_lines(const std::vector<std::string>& entries, std::string first, std::size_t per_line,
+                       std::string_view label)
+{
+    const std::string blanks(first.size(), ' ');
+    std::string lines;
+    for (std::size_t i = 0; i < entries.size(); ++i) {
+        if (i > 0 && i % per_line == 0) {
+            lines += header_line(first, label);
+            first = blanks;
+        }
+        first += entries[i];
+    }
+    return lines + header_line(first, label);
+}
+
+std::string count_of(std::size_t n, int width)
+{
+    text_buffer_t<8> out;
+    out.integer(static_cast<long long>(n), width);
+    return std::string(out.view());
 }
 
 std::optional<std::string> header_of_size(const std::string& header, std::size_t size)

@@ -2,6 +2,7 @@
 #ifndef RINEX_HEADER_H
 #define RINEX_HEADER_H
 
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -20,6 +21,18 @@ std::string program_line(std::string_view program, std::string_view run_by, std:
 
 /// Texts in columns of these widths.
 std::string in_columns(std::initializer_list<std::pair<std::string_view, std::size_t>> texts);
+
+/// "TIME OF FIRST OBS" and lines like it.
+/// @param ticks  see dates.h
+/// @param scale  the time system
+std::string time_line(std::int64_t ticks, std::string_view label, std::string_view scale = "GPS");
+
+/// Entries in lines of so many; the first line begins with `first`, the others with blanks.
+std::string list_lines(const std::vector<std::string>& entries, std::string first, std::size_t per_line,
+                       std::string_view label);
+
+/// A count at the right of so many columns.
+std::string count_of(std::size_t n, int width);
 
 /// Bytes of a comment that says nothing.
 inline constexpr std::size_t kEmptyComment = 68;

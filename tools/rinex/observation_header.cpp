@@ -10,38 +10,6 @@ namespace {
 
 constexpr int kFirstWithoutPhaseShifts = 400;   // RINEX 4 took their lines out of use
 
-std::string time_line(std::int64_t ticks, std::string_view label)
-{
-    const calendar_t c = calendar_of(ticks);
-    text_buffer_t<80> out;
-    for (const int part : {c.year, c.month, c.day, c.hour, c.minute}) out.integer(part, 6);
-    out.integer(c.second, 5).put('.').integer(c.fraction, 7, '0').blanks(5).put("GPS");
-    return header_line(out.view(), label);
-}
-
-// Entries in lines of so many; the first line begins with `first`, the others with blanks.
-std::string list_lines(const std::vector<std::string>& entries, std::string first, std::size_t per_line,
-                       std::string_view label)
-{
-    const std::string blanks(first.size(), ' ');
-    std::string lines;
-    for (std::size_t i = 0; i < entries.size(); ++i) {
-        if (i > 0 && i % per_line == 0) {
-            lines += header_line(first, label);
-            first = blanks;
-        }
-        first += entries[i];
-    }
-    return lines + header_line(first, label);
-}
-
-std::string count_of(std::size_t n, int width)
-{
-    text_buffer_t<8> out;
-    out.integer(static_cast<long long>(n), width);
-    return std::string(out.view());
-}
-
 std::string type_lines2(const columns_t& columns)
 {
     std::vector<std::string> entries;

@@ -9,6 +9,8 @@ namespace {
 
 constexpr std::size_t kRowOf2 = 5, kSatellitesOf2 = 12;
 constexpr std::size_t kFlush = 1 << 18;
+constexpr std::size_t kName = 3;   // columns of a satellite's name
+constexpr int kSlips = 6;          // flag of records with the form of observations
 
 std::string_view without_blanks(std::string_view line)
 {
@@ -19,7 +21,7 @@ using on_read_t = std::function<void(std::uint64_t)>;
 
 class relay_t {
 public:
-    relay_t(std::FILE* from, std::FILE* to, const columns_t& columns, const on_read_t& on_read)
+    relay_t(std::FILE* from, std::FILE* to, const column_orders_t& columns, const on_read_t& on_read)
         : lines_([this, from, &on_read](char* at, std::size_t n) {
               if (on_read) on_read(read_);
               const std::size_t got = std::fread(at, 1, n, from);
@@ -27,11 +29,10 @@ public:
               return got;
           }),
           to_(to),
-          rinex2_(columns.one_list())
-    {
-        for (std::size_t list = 0; list < orders_.size(); ++list) orders_[list] = columns.order(list);
-        old_rows_ = (columns.size(0) + kRowOf2 - 1) / kRowOf2;
-    }
+          rinex2_(columns.one_list),
+          orders_(columns.orders),
+          old_rows_((columns.columns + kRowOf2 - 1) / kRowOf2)
+    {}
 
     void run()
     {
@@ -39,7 +40,7 @@ public:
             const int flag = line[rinex2_ ? 28 : 31] - '0';
             const int count = number(line.substr(rinex2_ ? 29 : 32, 3));
             put(line);
-            if (flag > 1) {
+            if (flag > 1 && flag != kSlips) {
                 copy(count);
             } else {
                 rinex2_ ? epoch2(static_cast<std::size_t>(count)) : epoch3(count);
@@ -90,16 +91,21 @@ private:
     void epoch3(int count)
     {
         for (std::string_view line; count > 0 && lines_.next(line); --count) {
-            row_ = line.substr(3);
-            out_.append(line.substr(0, 3));
-            const auto& order = orders_[static_cast<std::size_t>(constellation_of(line[0]))];
+            const std::size_t system = line.size() < kName ? kSystemCount : system_index(line[0]);
+            if (system == kSystemCount) {
+                put(line);
+                continue;
+            }
+            row_ = line.substr(kName);
+            out_.append(line.substr(0, kName));
+            const auto& order = orders_[system];
             put_fields(order, 0, order.size());
         }
     }
 
     void epoch2(std::size_t count)
     {
-        copy(static_cast<int>((count - 1) / kSatellitesOf2));
+        if (count > 0) copy(static_cast<int>((count - 1) / kSatellitesOf2));
         const auto& order = orders_[0];
         for (; count > 0; --count) {
             row_.clear();
@@ -115,14 +121,23 @@ private:
     byte_lines_t lines_;
     std::FILE* to_;
     bool rinex2_;
-    std::array<std::vector<std::size_t>, kConstellationCount> orders_;
-    std::size_t old_rows_ = 0;
+    const std::array<std::vector<std::size_t>, kSystemCount>& orders_;
+    std::size_t old_rows_;
     std::string row_, out_;
 };
 
 }   // namespace
 
 void copy_in_order(std::FILE* from, std::FILE* to, const columns_t& columns, const on_read_t& on_read)
+{
+    column_orders_t orders{columns.one_list(), columns.size(0), {}};
+    if (columns.one_list()) orders.orders[0] = columns.order(0);
+    for (std::size_t c = 0; c < kConstellationCount && !columns.one_list(); ++c)
+        orders.orders[system_index(kConstellations[c].letter)] = columns.order(c);
+    copy_in_order(from, to, orders, on_read);
+}
+
+void copy_in_order(std::FILE* from, std::FILE* to, const column_orders_t& columns, const on_read_t& on_read)
 {
     relay_t(from, to, columns, on_read).run();
 }

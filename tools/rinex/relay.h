@@ -2,11 +2,14 @@
 #ifndef RINEX_RELAY_H
 #define RINEX_RELAY_H
 
+#include <array>
 #include <cstdint>
 #include <cstdio>
 #include <functional>
+#include <vector>
 
 #include "rinex/columns.h"
+#include "rinex/observation_codes.h"
 
 namespace rinex {
 
@@ -18,6 +21,15 @@ namespace rinex {
 /// @param on_read  told how many bytes have been read so far
 /// @note Errors stay with the streams.
 void copy_in_order(std::FILE* from, std::FILE* to, const columns_t& columns,
+                   const std::function<void(std::uint64_t bytes)>& on_read = {});
+
+/// Places of columns that stay, in their new order.
+struct column_orders_t {
+    bool one_list;                                               ///< RINEX 2: the first one is for all systems
+    std::size_t columns;                                         ///< of a satellite in RINEX 2, as it was
+    std::array<std::vector<std::size_t>, kSystemCount> orders;   ///< by place in kSystems
+};
+void copy_in_order(std::FILE* from, std::FILE* to, const column_orders_t& columns,
                    const std::function<void(std::uint64_t bytes)>& on_read = {});
 
 }   // namespace rinex

@@ -29,13 +29,13 @@ bool expanded_lines_t::next(std::string_view& line)
     }
 }
 
-rinex_file_t::rinex_file_t(const std::string& path, on_fault_t on_fault)
+rinex_file_t::rinex_file_t(const std::string& path, on_fault_t on_fault, rinex::line_tape_t* tape)
     : path_(path),
       on_fault_(std::move(on_fault)),
       source_(path),
       bytes_([this](char* to, std::size_t n) { return source_.read(reinterpret_cast<std::uint8_t*>(to), n); }),
       expanded_(bytes_),
-      lines_(kind_of_file(path) == file_kind_t::crinex ? static_cast<rinex::line_source_t&>(expanded_) : bytes_),
+      lines_(source_of_lines(tape)),
       findings_([this](const rinex::finding_t& finding) { receive(finding); }, ~std::uint64_t{0})
 {
     if (!rinex::read_header(lines_, findings_, header_))
@@ -43,6 +43,15 @@ rinex_file_t::rinex_file_t(const std::string& path, on_fault_t on_fault)
     if (!header_.is_observation() && !header_.is_navigation())
         throw error_t(path, "is neither an observation nor a navigation file",
                       "file type " + std::string(1, header_.type));
+}
+
+rinex::line_source_t& rinex_file_t::source_of_lines(rinex::line_tape_t* tape)
+{
+    const bool compact = kind_of_file(path_) == file_kind_t::crinex;
+    rinex::line_source_t& lines = compact ? static_cast<rinex::line_source_t&>(expanded_) : bytes_;
+    if (tape == nullptr) return lines;
+    tape->listen_to(lines);
+    return *tape;
 }
 
 void rinex_file_t::receive(const rinex::finding_t& finding)

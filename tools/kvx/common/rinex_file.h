@@ -7,6 +7,7 @@
 
 #include "common/input_file.h"
 #include "rinex/crinex_expand.h"
+#include "rinex/line_tape.h"
 #include "rinex/read_header.h"
 
 namespace kvx {
@@ -35,8 +36,9 @@ public:
     using on_fault_t = std::function<void(const std::string& text)>;
 
     /// @param on_fault  none: faults are not told
+    /// @param tape      keeps the lines as they stand; it must outlive the file
     /// @throws error_t when it cannot be read or is no RINEX file
-    rinex_file_t(const std::string& path, on_fault_t on_fault);
+    rinex_file_t(const std::string& path, on_fault_t on_fault, rinex::line_tape_t* tape = nullptr);
     ~rinex_file_t() = default;
     rinex_file_t(const rinex_file_t&) = delete;   // its parts refer to each other
     rinex_file_t& operator=(const rinex_file_t&) = delete;
@@ -54,6 +56,7 @@ public:
     rinex::findings_t& findings() { return findings_; }
 
 private:
+    rinex::line_source_t& source_of_lines(rinex::line_tape_t* tape);
     void receive(const rinex::finding_t& finding);
 
     std::string path_;

@@ -1,6 +1,4 @@
-// kvx convert: RINEX from logs.
-#include <unistd.h>
-
+// kvx convert: RINEX from logs, and from RINEX.
 #include <algorithm>
 #include <cstdio>
 #include <memory>
@@ -10,54 +8,16 @@
 #include "common/error.h"
 #include "common/interrupt.h"
 #include "common/left_overs.h"
-#include "common/progress.h"
 #include "common/publish.h"
-#include "common/standard_streams.h"
-#include "convert/conversion.h"
 #include "convert/convert_options.h"
 #include "convert/jobs.h"
+#include "convert/task.h"
 #include "host/host_options.h"
+#include "revise/revise.h"
 
 namespace kvx {
 
 namespace {
-
-summary_t converted(const convert_options_t& options, const sources_t& sources, std::size_t task)
-{
-    const progress_piece_t piece(task);
-    return convert_logs(options, sources);
-}
-
-std::string text_of(const convert_options_t& options, const summary_t& summary)
-{
-    return options.json ? summary_json(summary) : options.quiet ? "" : summary_text(summary);
-}
-
-int convert_one(const convert_options_t& options, const sources_t& sources, std::size_t task, batch_t& batch)
-{
-    try {
-        const summary_t summary = converted(options, sources, task);
-        const std::string text = text_of(options, summary);
-        if (summary.damaged()) batch.note(task, "damaged", damage_line(summary));
-        const progress_aside_t aside(STDERR_FILENO);
-        std::fputs(text.c_str(), stdout);
-        if (summary.outcome->partial) {
-            const error_t cut(summary.log, "interrupted", "what was read is in " + summary.outcome->files.front());
-            std::fprintf(stderr, "kvx: error: %s\n", cut.what());
-        }
-        if (summary.ended_by_signal) return interrupt_code();
-        return summary.damaged() ? kDamaged : kDone;
-    } catch (const interruption_t& e) {
-        const progress_aside_t aside(STDERR_FILENO);
-        std::fprintf(stderr, "kvx: error: %s\n", e.what());
-        return interrupt_code();
-    } catch (const std::exception& e) {
-        batch.failed(task, e);
-        const progress_aside_t aside(STDERR_FILENO);
-        print_failure(e, sources.front());
-        return kFailed;
-    }
-}
 
 // What is joined is one piece of work.
 std::vector<sources_t> tasks_of(const convert_options_t& options)
@@ -104,16 +64,28 @@ double passes(const convert_options_t& o)
     return 1.0 + (o.verify ? 1.0 : 0.0) + (o.crx ? kText : 0.0) + (packed ? (o.crx ? kCompact : kText) : 0.0);
 }
 
+// What cannot be read fails in its turn.
+bool has_logs(const sources_t& sources)
+{
+    return !std::all_of(sources.begin(), sources.end(), [](const std::string& path) {
+        try {
+            return is_rinex(path);
+        } catch (const error_t&) {
+            return false;
+        }
+    });
+}
+
 int convert_all(const convert_options_t& options, const std::vector<sources_t>& tasks, batch_t& batch)
 {
     progress_run_t progress(tasks, options.quiet, passes(options));
-    const auto convert = [&](std::size_t task) { return convert_one(options, tasks[task], task, batch); };
+    const auto convert = [&](std::size_t task) { return convert_task(options, tasks[task], task, batch); };
     return tasks.size() == 1 ? convert(0) : run_jobs(options, {tasks, progress, batch}, convert);
 }
 
 int run(const convert_options_t& options)
 {
-    warn(options);
+    if (has_logs(options.logs)) warn(options);
     make_folder(options.folder);
     begin_run(options.logs);
     remove_left_overs_once(options.folder);   // not in every process
@@ -143,7 +115,7 @@ command_t convert_command(command_line_t& program)
                 "To be archived: compact and compressed, and proven to hold all that the log sent");
     add_convert_options(app, *options);
     app.when_all_read([options] {
-        if (!options->name.empty() && options->logs.size() > 1)
+        if (!options->name.empty() && options->logs.size() > 1 && !options->join)
             throw usage_error_t("--name", "names the files of one log");
     });
     return {app, [options] { return run(*options); }};

@@ -7,6 +7,7 @@
 #include "common/command_line.h"
 #include "common/progress.h"
 #include "common/systems.h"
+#include "convert/header_settings.h"
 #include "gnss/rinex/options.h"
 
 namespace kvx {
@@ -36,7 +37,8 @@ void add_text(command_line_t& app, const std::string& name, std::string& value, 
 
 void add_output_options(command_line_t& app, convert_options_t& o)
 {
-    app.option("LOG", &o.logs, "Logs of the receiver board; .gz is read directly, - is standard input",
+    app.option("LOG", &o.logs,
+               "Logs of the receiver board, RINEX files; .gz and .zst are read directly, - is standard input",
                {.required = true});
     app.section("Output");
     app.option("-o,--output", &o.folder, "Folder for the files, made if need be",
@@ -103,7 +105,15 @@ void add_header_options(command_line_t& app, convert_options_t& o)
     app.section("Header");
     add_text(app, "--marker", o.marker, 60, "Marker name; also names the site in the file names");
     add_text(app, "--marker-number", o.marker_number, 20, "Marker number");
-    add_text(app, "--marker-type", o.marker_type, 20, "Marker type, as listed in RINEX 3.05");
+    add_text(app, "--marker-type", o.marker_type, 20, "Marker type, as listed in RINEX 3.05 (default: GEODETIC)");
+    const auto set = [&o](const std::vector<std::string>& texts) {
+        for (const std::string& text : texts) {
+            o.settings.push_back(header_setting(text));
+            if (o.settings.back().label == "MARKER NAME") o.marker = o.settings.back().text;   // also in file names
+        }
+    };
+    app.option("--set", set, "A header line, its label before the =: \"MARKER NAME=BASE\"; may be given more than once",
+               {.one_argument = true, .type_name = "LABEL=TEXT"});
     app.option("--country", &o.country, "Country of the site in the file names, three letters of ISO 3166",
                {.check = {country_fault, "CCC"}});
     add_text(app, "--observer", o.observer, 20, "Observer");
@@ -144,6 +154,7 @@ void complete(convert_options_t& o)
 {
     const auto& versions = o.as_host ? kHostVersions : kOwnVersions;
     if (const auto newest = kVersions.find(o.rinex); newest != kVersions.end()) o.rinex = newest->second;
+    o.version_given = !o.rinex.empty();
     if (o.rinex.empty()) o.rinex = o.as_host ? "3.04" : "3.05";
     if (o.as_host && o.receiver_type.empty()) o.receiver_type = "KV4A0";
     if (std::find(versions.begin(), versions.end(), o.rinex) == versions.end()) {
@@ -155,6 +166,7 @@ void complete(convert_options_t& o)
         throw usage_error_t("--nav", "RINEX 2.11 has no mixed navigation files");
     if (o.as_host && (!o.satellites.empty() || !o.signals.empty() || o.names_changed || o.anchor_first || !o.events))
         throw usage_error_t("--as-host", "takes no --satellites, --signals, --signal, --anchor or --events");
+    if (o.as_host && !o.settings.empty()) throw usage_error_t("--as-host", "takes no --set");
     complete_session(o);
     if (o.verify && (o.as_host || std::find(o.logs.begin(), o.logs.end(), "-") != o.logs.end()))
         throw usage_error_t("--verify", "needs files with every signal, and a log that can be read again");

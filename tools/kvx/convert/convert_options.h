@@ -14,13 +14,19 @@ namespace kvx {
 /// Paths of what makes one result: a log, or all that are joined.
 using sources_t = std::vector<std::string>;
 
+/// A header line that the command line gives: its label, and its columns 1 to 60.
+struct header_setting_t {
+    std::string label, text;
+};
+
 struct convert_options_t : selection_options_t {
     sources_t logs;
     bool follow = false;      ///< the log grows
     std::int64_t split = 0;   ///< ms of GPS time that a file holds; 0: all is one
     std::string folder = ".";
     std::string rinex;   ///< version; empty: 3.05, for hosts 3.04
-    std::string nav;     ///< split, mixed or none; empty: by the version
+    bool version_given = false;
+    std::string nav;   ///< split, mixed or none; empty: by the version
     bool nav_repeats = false;
     bool position_listing = false;
     bool as_host = false;
@@ -35,12 +41,13 @@ struct convert_options_t : selection_options_t {
     int jobs = 1;
     std::string name;   ///< stem of the file names, empty: by convention
 
-    std::string marker, marker_number, marker_type = "GEODETIC", country;
+    std::string marker, marker_number, marker_type, country;   // type empty: GEODETIC
     std::string observer, agency, run_by;
     std::string antenna_type, antenna_number;
     std::optional<std::vector<double>> antenna_delta;   ///< height, east, north (m)
     std::string receiver_number, receiver_type, receiver_version;
     int receiver_kind = 9;
+    std::vector<header_setting_t> settings;
 
     int version() const;                                                ///< RINEX version times 100
     std::string navigation() const;                                     ///< split, mixed or none

@@ -5,6 +5,7 @@
 
 #include "common/error.h"
 #include "common/gps_time.h"
+#include "convert/header_settings.h"
 #include "gnss/foundation/time_scales.h"
 #include "gnss/log/glonass.h"
 #include "rinex/dates.h"
@@ -128,8 +129,9 @@ finished_file_t navigation_output_t::write(char letter, const rinex::station_t& 
         system = entries_[0].satellite.letter();
     auto file = std::make_unique<output_file_t>(options_.folder);
     const auto ion_utc = letter == 'M' || letter == 'G' ? ion_utc_ : std::nullopt;   // of use to all, told by GPS
-    const std::string header =
-        rinex::nav_header(version_, {station.program, station.run_by, station.date, system, ion_utc, leap_seconds});
+    const std::string header = with_set_lines(
+        rinex::nav_header(version_, {station.program, station.run_by, station.date, system, ion_utc, leap_seconds}),
+        options_, 'N', version_);
     std::fwrite(header.data(), 1, header.size(), file->stream());
     std::string text;
     for (const entry_t& entry : entries_) {

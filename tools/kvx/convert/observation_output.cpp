@@ -6,6 +6,7 @@
 
 #include "common/error.h"
 #include "common/progress.h"
+#include "convert/header_settings.h"
 #include "rinex/dates.h"
 #include "rinex/header.h"
 #include "rinex/relay.h"
@@ -117,7 +118,9 @@ void observation_output_t::add(rinex::epoch_t& epoch)
 
 std::string observation_output_t::header(const rinex::columns_t& columns) const
 {
-    return rinex::observation_header(options_.version(), station_, session_, columns, text_.seen(), channels_);
+    return with_set_lines(
+        rinex::observation_header(options_.version(), station_, session_, columns, text_.seen(), channels_), options_,
+        'O', options_.version());
 }
 
 // With room for the last one.

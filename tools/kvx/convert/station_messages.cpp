@@ -51,7 +51,7 @@ station_messages_t::station_messages_t(const convert_options_t& o) : options_(o)
     station_.date = now_in_utc();
     station_.marker = o.marker.empty() ? "UNKNOWN" : o.marker;
     station_.marker_number = o.marker_number;
-    station_.marker_type = o.marker_type;
+    station_.marker_type = o.marker_type.empty() ? "GEODETIC" : o.marker_type;
     station_.observer = o.observer;
     station_.agency = o.agency;
     station_.receiver_number = o.receiver_number;

@@ -117,6 +117,8 @@ class Revise(unittest.TestCase):
         early, _ = self.convert(self.observations, "--end", "2024-03-10 12:10:00", "--systems", "GR")
         (file,), told = self.convert(*early, *late, "--join")
         self.assertEqual((told["observations"]["left_out"]["overlaps"], told["observations"]["epochs"]), (121, 1080))
+        twice, _ = self.convert(*late, self.observations, "--join")
+        self.assertEqual(lines_of(twice[0]), lines_of(self.observations))
         values = fields(self.observations)
         self.assertEqual(fields(file), {k: v for k, v in values.items() if k[1][0] in "GR" or k[0] >= "2024 03 10 12 00"})
         head, body = halves(self.observations)

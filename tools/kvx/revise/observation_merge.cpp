@@ -6,6 +6,17 @@
 
 namespace kvx {
 
+namespace {
+
+constexpr std::size_t kMostTold = 1 << 22;   // bytes of the events of a time
+
+bool is_epoch(const source_epoch_t& epoch)
+{
+    return epoch.read.has_time && !epoch.read.is_event();
+}
+
+}   // namespace
+
 looked_at_t look_at(const std::string& path, bool at_epochs)
 {
     faults_t unheard;   // they are told when the file is read
@@ -14,7 +25,7 @@ looked_at_t look_at(const std::string& path, bool at_epochs)
     if (!at_epochs) return file;
     source_epoch_t epoch;
     while (source.next(epoch)) {
-        if (!epoch.read.has_time || epoch.read.is_event()) continue;
+        if (!is_epoch(epoch)) continue;
         file.first = epoch.time;
         return file;
     }
@@ -47,20 +58,27 @@ bool observation_merge_t::advance(std::size_t at)
     return false;
 }
 
+// Events stand in front of the epoch of their time: when that has come, all files that have it have come to it.
+std::size_t observation_merge_t::first_head() const
+{
+    const auto place = [this](std::size_t i) { return std::pair(open_[i].head->time, is_epoch(*open_[i].head)); };
+    std::size_t first = 0;
+    for (std::size_t i = 1; i < open_.size(); ++i) {
+        if (place(i) < place(first)) first = i;
+    }
+    return first;
+}
+
 void observation_merge_t::drop_doubles(std::size_t& chosen)
 {
-    const auto is_epoch = [this](std::size_t i) {
-        return open_[i].head->read.has_time && !open_[i].head->read.is_event();
-    };
     for (std::size_t i = 0; i < open_.size();) {
-        const bool same =
-            i != chosen && is_epoch(i) && is_epoch(chosen) && open_[i].head->time == open_[chosen].head->time;
-        if (!same) {
+        const source_epoch_t &one = *open_[i].head, &other = *open_[chosen].head;
+        if (i == chosen || !is_epoch(one) || !is_epoch(other) || one.time != other.time) {
             ++i;
             continue;
         }
         ++overlaps_;
-        const bool more = open_[i].head->values() > open_[chosen].head->values();
+        const bool more = one.values() > other.values();
         const std::size_t loser = more ? chosen : i;
         const std::size_t size = open_.size();
         if (more) chosen = i;
@@ -70,18 +88,31 @@ void observation_merge_t::drop_doubles(std::size_t& chosen)
     }
 }
 
+// An event that another file had at its time comes once, too.
+bool observation_merge_t::has_been_told(const source_epoch_t& event)
+{
+    if (files_.size() == 1 || is_epoch(event)) return false;
+    if (event.time != told_time_) told_.clear(), told_bytes_ = 0;
+    told_time_ = event.time;
+    if (told_bytes_ > kMostTold) return false;
+    told_bytes_ += event.text.size();
+    told_t& told = told_[event.text];
+    if (++told.by_input[event.input] <= told.written) return true;
+    ++told.written;
+    return false;
+}
+
 bool observation_merge_t::next(std::unique_ptr<source_epoch_t>& epoch)
 {
-    open_due();
-    if (open_.empty()) return false;
-    std::size_t chosen = 0;
-    for (std::size_t i = 1; i < open_.size(); ++i) {
-        if (open_[i].head->time < open_[chosen].head->time) chosen = i;
-    }
-    if (open_.size() > 1) drop_doubles(chosen);
-    std::swap(open_[chosen].head, epoch);
-    if (open_[chosen].head == nullptr) open_[chosen].head = std::make_unique<source_epoch_t>();
-    advance(chosen);
+    do {
+        open_due();
+        if (open_.empty()) return false;
+        std::size_t chosen = first_head();
+        if (open_.size() > 1) drop_doubles(chosen);
+        std::swap(open_[chosen].head, epoch);
+        if (open_[chosen].head == nullptr) open_[chosen].head = std::make_unique<source_epoch_t>();
+        advance(chosen);
+    } while (has_been_told(*epoch));
     return true;
 }
 

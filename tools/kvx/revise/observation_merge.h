@@ -2,6 +2,7 @@
 #ifndef KVX_OBSERVATION_MERGE_H
 #define KVX_OBSERVATION_MERGE_H
 
+#include <map>
 #include <memory>
 #include <string>
 #include <vector>
@@ -23,7 +24,7 @@ struct looked_at_t {
 looked_at_t look_at(const std::string& path, bool at_epochs);
 
 /// Gives the epochs of files one by one. A file is open while its epochs are due; an epoch that several have comes
-/// once, from the one with more values.
+/// once, from the one with more values; an event, too, when it is the same.
 class observation_merge_t {
 public:
     /// @param files   by their first epochs; they and the faults must outlive this
@@ -43,15 +44,24 @@ private:
         std::unique_ptr<observation_source_t> source;
         std::unique_ptr<source_epoch_t> head;
     };
+    struct told_t {
+        std::map<std::size_t, std::size_t> by_input;   // how often
+        std::size_t written = 0;
+    };
     void open_due();
     bool advance(std::size_t at);
+    std::size_t first_head() const;
     void drop_doubles(std::size_t& chosen);
+    bool has_been_told(const source_epoch_t& event);
 
     const std::vector<looked_at_t>& files_;
     faults_t& faults_;
     std::vector<open_t> open_;
     std::size_t opened_ = 0;
     std::uint64_t overlaps_ = 0, closed_bytes_ = 0;
+    std::map<std::string, told_t> told_;   // events of a time, by their text
+    std::int64_t told_time_ = 0;
+    std::size_t told_bytes_ = 0;
 };
 
 }   // namespace kvx

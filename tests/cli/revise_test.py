@@ -185,6 +185,12 @@ class Revise(unittest.TestCase):
             expected = {"2.11": {"E INAV", "C D1", "C D2", "J LNAV"}, "3.05": {"G ION LNAV", "G STO LNAV"}}.get(new, set())
             self.assertLessEqual(expected, set(told["navigation"]["not_carried"]["records"]), (old, new))
 
+        glonass, gps, _ = self.files["2.11"]
+        files, _ = self.convert(glonass, gps, "--join")
+        self.assertEqual([lines_of(p) for p in files], [lines_of(p) for p in (glonass, gps)])
+        (file,), _ = self.convert(glonass, gps, "--join", "--rinex", "3.05")
+        self.assertIn("GPSA", text_of(file))
+
     def test_header_lines_that_are_given(self):
         given = {"MARKER NAME": "NEW", "ANTENNA: DELTA X/Y/Z": "0 0 1.5", "LEAP SECONDS": "19", "COMMENT": "hello"}
         (file,), _ = self.convert(self.observations, "--agency", "Office", *(a for k, v in given.items() for a in ("--set", f"{k}={v}")))

@@ -78,8 +78,9 @@ public:
 private:
     std::string first_line(const std::string& as_it_is) const
     {
-        const bool same = source_.header.version == version_ && (version_ < 300 || source_.header.system == letter_);
-        if (same) return as_it_is;
+        const rinex::file_header_t& from = source_.header;
+        const char own = version_ < 300 ? from.default_system() : from.system;
+        if (from.version == version_ && own == letter_) return as_it_is;
         if (version_ >= 300) return rinex::version_line(version_, "N: GNSS NAV DATA", {&letter_, 1});
         for (const kind2_t& kind : kKinds2) {
             if (kind.letter == letter_) return rinex::version_line(version_, kind.text, "");
@@ -135,36 +136,58 @@ private:
     lost_labels_t& lost_;
 };
 
-// Corrections that other files have beside those of the first.
-bool is_correction(const std::string& label)
+// Whether a file can have records of a system, or of any (M).
+bool may_have(const rinex::file_header_t& header, char letter)
 {
-    return label == kIonosphere3 || label == kOffset3;
+    if (letter == 'M') return true;
+    return header.version < 300 ? header.default_system() == letter : header.carries(letter);
+}
+
+// The sources of a file's records; all of them when none says so.
+std::vector<const navigation_source_t*> sources_of(const std::vector<navigation_source_t>& all, char letter)
+{
+    std::vector<const navigation_source_t*> sources;
+    for (const navigation_source_t& source : all) {
+        if (may_have(source.header, letter)) sources.push_back(&source);
+    }
+    for (std::size_t i = 0; sources.empty() && i < all.size(); ++i) sources.push_back(&all[i]);
+    return sources;
+}
+
+// What a line tells of all the data, whatever the version calls it; files beside the first may add theirs. Else empty.
+std::string fact_of(const header_record_t& record)
+{
+    for (const ionosphere_t& row : kIonospheres) {
+        if (record.label == row.label2) return std::string(kIonosphere3) + std::string(row.name3.substr(0, 4));
+    }
+    if (record.label == kOffset2) return std::string(kOffset3) + "GPUT";
+    if (record.label == kIonosphere3 || record.label == kOffset3) return record.label + record.text.substr(0, 4);
+    return record.label == "LEAP SECONDS" ? record.label : "";
 }
 
 }   // namespace
 
-std::string navigation_header(const std::vector<navigation_source_t>& sources, int version, char letter,
+std::string navigation_header(const std::vector<navigation_source_t>& all, int version, char letter,
                               const maker_t& maker, lost_labels_t& lost)
 {
+    const std::vector<const navigation_source_t*> sources = sources_of(all, letter);
     std::string text;
-    std::set<std::string> there;   // corrections, by what they correct
-    for (const navigation_source_t& source : sources) {
-        header_t header(source, version, letter, maker, lost);
-        const bool first = &source == &sources.front();
-        for (std::size_t i = 0; i < source.header.records.size(); ++i) {
-            const header_record_t& record = source.header.records[i];
+    std::set<std::string> there;   // facts
+    for (const navigation_source_t* source : sources) {
+        header_t header(*source, version, letter, maker, lost);
+        std::set<std::string> told;
+        for (std::size_t i = 0; i < source->header.records.size(); ++i) {
+            const header_record_t& record = source->header.records[i];
             if (record.label == "END OF HEADER") break;
-            const bool correction = is_correction(record.label);
-            if (!first && (!correction || there.count(record.label + record.text.substr(0, 4)) > 0)) continue;
-            text += header.line(i);
+            const std::string fact = fact_of(record);
+            if (source == sources.front() || (!fact.empty() && there.count(fact) == 0)) text += header.line(i);
+            told.insert(fact);
         }
-        for (const header_record_t& record : source.header.records) {
-            if (is_correction(record.label)) there.insert(record.label + record.text.substr(0, 4));
-        }
+        there.merge(told);
     }
-    const auto& records = sources.front().header.records;
-    const bool ended = records.back().label == "END OF HEADER";
-    return text + (ended ? sources.front().lines.back() : header_line("", "END OF HEADER"));
+    const navigation_source_t& first = *sources.front();
+    const bool ended = first.header.records.back().label == "END OF HEADER";
+    return text + (ended ? first.lines.back() : header_line("", "END OF HEADER"));
 }
 
 }   // namespace kvx

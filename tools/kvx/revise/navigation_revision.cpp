@@ -28,7 +28,34 @@ std::int64_t floor_to(std::int64_t time, std::int64_t unit)
     return time - ((time % unit) + unit) % unit;
 }
 
+std::int64_t gps_time(const rinex::read_nav_record_t& record, const rinex::file_header_t& header)
+{
+    const time_scale_t scale(record.record == "EPH" ? scale_of(record.system) : "GPS", header.leap_seconds());
+    return milliseconds(scale.gps(record.time));
+}
+
+std::int64_t first_time(const std::string& path)
+{
+    rinex_file_t file(path, {});
+    rinex::navigation_reader_t reader(file.lines(), file.header(), file.findings());
+    rinex::read_nav_record_t record;
+    while (reader.next(record)) {
+        if (record.has_time) return gps_time(record, file.header());
+    }
+    return kAlways;
+}
+
 }   // namespace
+
+sources_t earliest_first(const sources_t& paths)
+{
+    std::vector<std::pair<std::int64_t, std::string>> timed;
+    for (const std::string& path : paths) timed.emplace_back(first_time(path), path);
+    std::stable_sort(timed.begin(), timed.end(), [](const auto& a, const auto& b) { return a.first < b.first; });
+    sources_t sorted;
+    for (const auto& [time, path] : timed) sorted.push_back(path);
+    return sorted;
+}
 
 navigation_revision_t::navigation_revision_t(const convert_options_t& options, const maker_t& maker, faults_t& faults,
                                              navigation_outcome_t& outcome)
@@ -90,9 +117,8 @@ void navigation_revision_t::take(const rinex::read_nav_record_t& record, std::st
     if (result.text.empty()) return;
     if (spool_ == nullptr) spool_ = std::make_unique<output_file_t>(options_.folder);
     (void)std::fwrite(result.text.data(), 1, result.text.size(), spool_->stream());
-    const time_scale_t scale(record.record == "EPH" ? scale_of(record.system) : "GPS", header.leap_seconds());
-    entries_.push_back({record.time, milliseconds(scale.gps(record.time)), std::hash<std::string>{}(result.text),
-                        entries_.size(), spooled_, static_cast<std::uint32_t>(result.text.size()),
+    entries_.push_back({record.time, gps_time(record, header), std::hash<std::string>{}(result.text), entries_.size(),
+                        spooled_, static_cast<std::uint32_t>(result.text.size()),
                         kind_of(record.record + " " + message_of(record)),
                         static_cast<std::uint8_t>(rinex::system_index(record.system)),
                         static_cast<std::uint8_t>(std::max(record.number, 0))});

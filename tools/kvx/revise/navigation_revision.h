@@ -17,6 +17,10 @@
 
 namespace kvx {
 
+/// Files by their first records, whose header and version are those of what is joined.
+/// @throws error_t when one cannot be read
+sources_t earliest_first(const sources_t& paths);
+
 /// Reads navigation files, each once; their records wait on the disk.
 class navigation_revision_t {
 public:

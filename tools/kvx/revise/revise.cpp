@@ -67,6 +67,7 @@ revision_t revise(const convert_options_t& options, const sources_t& paths)
     std::vector<finished_file_t> files;
     navigation_outcome_t of_navigation;
     navigation_revision_t records(options, maker, revision.faults, of_navigation);
+    if (navigation.size() > 1) navigation = earliest_first(navigation);
     for (const std::string& path : navigation) records.read(path);
     std::set<std::int64_t> units;
     if (!observations.empty()) {

@@ -112,7 +112,9 @@ class Revise(unittest.TestCase):
             joined, told = self.convert(*reversed(parts), "--join", "--interval", 5)
             for file, whole in zip(joined, (self.navigation, self.observations)):
                 self.assertEqual(lines_of(file), lines_of(whole), (unit, file))
-        hours = [part for part in parts if "_MO" in part.name]
+        parts, _ = self.convert(self.files["4.02"][0], self.files["4.02"][1], "--split", "1h", "--join")
+        offsets = [("> STO G" in text_of(p), "> EPH" in text_of(p)) for p in parts if "_MN" in p.name]
+        self.assertEqual(set(offsets[offsets.index((True, True)):]), {(True, True)})   # each part has the latest
         late, _ = self.convert(self.observations, "--start", "2024-03-10 12:00:00")
         early, _ = self.convert(self.observations, "--end", "2024-03-10 12:10:00", "--systems", "GR")
         (file,), told = self.convert(*early, *late, "--join")

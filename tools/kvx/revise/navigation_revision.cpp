@@ -18,9 +18,11 @@ namespace kvx {
 
 namespace {
 
-constexpr std::int64_t kReach = 4 * 3600 * 1000;   // ms that an ephemeris serves what follows it
+constexpr std::int64_t kReach = 4 * 3600 * 1000, kLongReach = 24 * 3600 * 1000;   // ms that records serve what follows
 constexpr std::int64_t kAlways = std::numeric_limits<std::int64_t>::max();
-constexpr std::size_t kChannel = 11;   // field of GLONASS
+constexpr std::int64_t kWeek = 7 * 24 * 3600 * 1000;     // ms
+constexpr std::size_t kSentOffset = 4, kSentEarth = 8;   // fields of STO and EOP
+constexpr std::size_t kChannel = 11;                     // field of GLONASS
 constexpr double kMostChannel = 13;
 
 std::int64_t floor_to(std::int64_t time, std::int64_t unit)
@@ -28,10 +30,32 @@ std::int64_t floor_to(std::int64_t time, std::int64_t unit)
     return time - ((time % unit) + unit) % unit;
 }
 
+// When time offsets and Earth orientation were sent, which stands in a field as seconds of a week; what they refer to
+// may be days away.
+std::int64_t sending_time(const rinex::read_nav_record_t& record)
+{
+    const std::size_t field = record.record == "STO" ? kSentOffset : kSentEarth;
+    const std::int64_t time = milliseconds(record.time);
+    const rinex::nav_value_t none{}, &sent = field < record.values.size() ? record.values[field] : none;
+    if (!sent.present || !(sent.number >= 0) || sent.number * 1000.0 >= static_cast<double>(kWeek)) return time;
+    const std::int64_t later = floor_to(time, kWeek) + std::llround(sent.number * 1000.0);
+    return later - time > kWeek / 2 ? later - kWeek : time - later > kWeek / 2 ? later + kWeek : later;
+}
+
+// Where a record belongs among the epochs.
 std::int64_t gps_time(const rinex::read_nav_record_t& record, const rinex::file_header_t& header)
 {
+    if (record.record == "STO" || record.record == "EOP") return sending_time(record);
     const time_scale_t scale(record.record == "EPH" ? scale_of(record.system) : "GPS", header.leap_seconds());
     return milliseconds(scale.gps(record.time));
+}
+
+// What records have in common of which only the latest counts: "STO IFNV GAUT".
+std::string kind_name(const rinex::read_nav_record_t& record)
+{
+    std::string name = record.record + " " + message_of(record) + " " + record.subtype;
+    if (record.record == "STO" && record.values.size() > 1) name.append(rinex::trimmed(record.values[1].text));
+    return name;
 }
 
 std::int64_t first_time(const std::string& path)
@@ -118,8 +142,7 @@ void navigation_revision_t::take(const rinex::read_nav_record_t& record, std::st
     if (spool_ == nullptr) spool_ = std::make_unique<output_file_t>(options_.folder);
     (void)std::fwrite(result.text.data(), 1, result.text.size(), spool_->stream());
     entries_.push_back({record.time, gps_time(record, header), std::hash<std::string>{}(result.text), entries_.size(),
-                        spooled_, static_cast<std::uint32_t>(result.text.size()),
-                        kind_of(record.record + " " + message_of(record)),
+                        spooled_, static_cast<std::uint32_t>(result.text.size()), kind_of(kind_name(record)),
                         static_cast<std::uint8_t>(rinex::system_index(record.system)),
                         static_cast<std::uint8_t>(std::max(record.number, 0))});
     spooled_ += static_cast<std::int64_t>(result.text.size());
@@ -149,13 +172,14 @@ void navigation_revision_t::drop_repeated()
               [](const entry_t& a, const entry_t& b) { return a.place() < b.place(); });
 }
 
-// Records of a time, and before them the latest of each satellite and message that still serves it.
+// Records of a time, and before them the latest of each satellite and kind that still serves it.
 std::vector<const navigation_revision_t::entry_t*> navigation_revision_t::within(std::int64_t begin,
                                                                                  std::int64_t end) const
 {
     std::map<std::tuple<std::uint8_t, std::uint8_t, std::uint16_t>, const entry_t*> latest;
     for (const entry_t& entry : entries_) {
-        if (begin == -kAlways || entry.gps >= begin || entry.gps < begin - kReach) continue;
+        const std::int64_t reach = kinds_[entry.kind].starts_with("EPH") ? kReach : kLongReach;
+        if (begin == -kAlways || entry.gps >= begin || entry.gps < begin - reach) continue;
         const entry_t*& before = latest[entry.series()];
         if (before == nullptr || entry.gps >= before->gps) before = &entry;
     }

@@ -211,14 +211,15 @@ class Revise(unittest.TestCase):
         epochs = ["> " + e for e in ("\n" + body).split("\n> ")[1:]]
         first = next(l for l in head.splitlines() if l[0] == "S" and "OBS TYPES" in l)[6:10]
         types = ("S    1" + first).ljust(60) + "SYS / # / OBS TYPES"
-        change = "> " + " " * 29 + "4  1\n" + types
+        antenna = ("        2.5000" + "        0.0000" * 2).ljust(60) + "ANTENNA: DELTA H/E/N"
+        change = "> " + " " * 29 + "4  2\n" + types + "\n" + antenna
         cut = [re.sub(r"(?m)^(S..)(.{16}).*$", r"\1\2", e) for e in epochs[600:]]
         changed = self.top / "changed.rnx"
         changed.write_text(head + "\n".join(epochs[:600] + [change] + cut), encoding="latin-1")
         (file,), _ = self.convert(changed, clean=False)
         self.assertEqual(halves(file)[1].rstrip("\n"), halves(changed)[1].rstrip("\n"))
         files, _ = self.convert(changed, "--split", "15m", clean=False)
-        self.assertIn(types, halves(files[-1])[0])
+        self.assertEqual([(types in halves(f)[0], antenna in halves(f)[0]) for f in (files[0], files[-1])], [(False, False), (True, True)])
         for asked in (("--systems", "G"), ("--rinex", "2.11")):
             files, told = self.convert(changed, *asked, code=FAILED)
             self.assertIn("its observation types change at line", told)

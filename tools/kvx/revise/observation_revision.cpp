@@ -13,6 +13,7 @@
 #include "revise/names.h"
 #include "revise/observation_merge.h"
 #include "revise/observation_part.h"
+#include "revise/site_changes.h"
 #include "rinex/field_formats.h"
 
 namespace kvx {
@@ -191,8 +192,7 @@ private:
                           "its observation types change at line " + std::to_string(event->read.line) +
                               ", which goes with no change of version, types or systems",
                           "cut it there with --end and --start, then convert the parts");
-        if (!options_.events && !types) return;
-        if (!inside) return;
+        if (!inside || (!options_.events && !types)) return site_.take(event->read.records);
         event->sequence = sequence_;
         waiting_ += event->text.size();
         events_.push_back(std::move(event));
@@ -232,6 +232,7 @@ private:
     {
         const bool event_first = !events_.empty() && events_.front()->sequence < epoch.sequence;
         const source_epoch_t& first = event_first ? *events_.front() : epoch;
+        site_.apply(context_.header, context_.lines);
         part_ = std::make_unique<observation_part_t>(context_,
                                                      plans_[first.input].identical ? *first.before : rows_->columns());
         unit_ = unit;
@@ -244,6 +245,7 @@ private:
             source_epoch_t& event = *events_.front();
             if (event.read.has_time && unit_of(event.time) > unit) return;
             part_->add_event(event, *rows_);
+            site_.take(event.read.records);
             ++outcome_.events;
             waiting_ -= event.text.size();
             events_.pop_front();
@@ -324,6 +326,7 @@ private:
     std::vector<std::shared_ptr<const rinex::type_names_t>> types_;   // of the rows written last
     std::unique_ptr<observation_part_t> part_;
     std::int64_t unit_ = 0;
+    site_changes_t site_;   // since the part in hand began
     std::deque<std::unique_ptr<source_epoch_t>> events_;
     std::size_t waiting_ = 0;   // bytes of them
     std::uint64_t sequence_ = 0;

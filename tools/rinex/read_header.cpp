@@ -253,8 +253,10 @@ std::optional<std::array<double, 3>> file_header_t::vector(std::string_view labe
 
 std::optional<int> file_header_t::leap_seconds() const
 {
+    constexpr int kBeidou = 14;   // GPS - BDT
     const header_record_t* record = find("LEAP SECONDS");
-    return record == nullptr ? std::nullopt : integer_of(std::string_view(record->text).substr(0, 6));
+    const auto said = record == nullptr ? std::nullopt : integer_of(std::string_view(record->text).substr(0, 6));
+    return said && record->text.compare(24, 3, "BDS") == 0 ? std::optional(*said + kBeidou) : said;
 }
 
 std::string_view file_header_t::time_system() const

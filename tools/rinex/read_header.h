@@ -70,9 +70,9 @@ public:
     std::optional<ticks_t> time(std::string_view label) const;   ///< TIME OF FIRST OBS, TIME OF LAST OBS
     std::optional<ticks_t> interval() const;                     ///< INTERVAL
     std::optional<std::array<double, 3>> vector(std::string_view label) const;   ///< APPROX POSITION XYZ, ... (m)
-    std::optional<int> leap_seconds() const;
-    std::string_view time_system() const;          ///< of TIME OF FIRST OBS; may be empty
-    std::map<int, int> glonass_channels() const;   ///< by slot
+    std::optional<int> leap_seconds() const;                                     ///< GPS - UTC (s)
+    std::string_view time_system() const;                                        ///< of TIME OF FIRST OBS; may be empty
+    std::map<int, int> glonass_channels() const;                                 ///< by slot
 
 private:
     void begin_types(const header_record_t& record, std::size_t list, std::string_view count, findings_t& findings);

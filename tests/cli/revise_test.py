@@ -234,13 +234,13 @@ class Revise(unittest.TestCase):
         file = self.top / "abcd0010.20o"
         file.write_text("".join(text.ljust(60) + label + "\n" for text, label in head) +
                         "> 2020 01 01 00 00  0.0000000  0  2      -0.000123456789 00012\nG01  20000000.123 6 100000000.12316  20000000.123\n"
-                        "G02  20000000.123\n> 2020 01 01 00 00  1.0000000  0  1       0.000123456000\nG01    200000.123\n")
+                        "G02  20000000.123\n> 2020 01 01 00 00  1.0000000  0  2       0.000123456000\nG01    200000.123\nG02\n")
         (old,), told = self.convert(file, "--rinex", "2.11")
         lost = told["observations"]["not_carried"]
         self.assertEqual((lost["picoseconds"], lost["clock_offsets"], lost["values"]), (1, 1, {}))
-        self.assertEqual(text_of(old).splitlines()[-5:], [
+        self.assertEqual(text_of(old).splitlines()[-6:], [
             " 20  1  1  0  0  0.0000000  0  2G01G02                              -0.000123457", "  20000000.123 6 100000000.12316  20000000.123",
-            "  20000000.123", " 20  1  1  0  0  1.0000000  0  1G01                                  0.000123456", "    200000.123"])
+            "  20000000.123", " 20  1  1  0  0  1.0000000  0  2G01G02                               0.000123456", "    200000.123", ""])
         self.assertIn("me".ljust(60) + "COMMENT", text_of(old))
         (file,), _ = self.convert(file, "--satellites", "G02")
         self.assertIn("   G02     1".ljust(60) + "PRN / # OF OBS", text_of(file))

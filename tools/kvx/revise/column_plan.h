@@ -2,6 +2,7 @@
 #ifndef KVX_COLUMN_PLAN_H
 #define KVX_COLUMN_PLAN_H
 
+#include <algorithm>
 #include <array>
 #include <cstdint>
 #include <map>
@@ -60,6 +61,11 @@ struct column_plan_t {
     };
 
     column_plan_t(const typed_t& source, int version, const rinex::type_names_t& columns, const asked_t& wanted);
+
+    bool carries(std::size_t system) const   ///< a type of it at least
+    {
+        return std::any_of(ways[system].begin(), ways[system].end(), [](const way_t& way) { return way.column >= 0; });
+    }
 
     std::array<std::vector<way_t>, rinex::kSystemCount> ways;
     std::array<std::vector<signal_t>, rinex::kSystemCount> signals;   ///< by preference; only into RINEX 2

@@ -288,14 +288,23 @@ private:
         return outcome_.empty > 0 ? "nothing that is asked for is in them" : "the file has none that can be read";
     }
 
+    bool has_seen(char system) const
+    {
+        const std::size_t first = rinex::system_index(system) * tally_t::kNumbers;
+        bool any = false;
+        for (std::size_t i = 0; i < tally_t::kNumbers; ++i) any = any || seen_[first + i];
+        return any;
+    }
+
     void tell()
     {
         outcome_.version = version_;
         outcome_.satellites = seen_.count();
-        const std::size_t glonass = rinex::system_index('R') * tally_t::kNumbers;
-        bool any = false;
-        for (std::size_t i = 0; i < tally_t::kNumbers; ++i) any = any || seen_[glonass + i];
-        if (version_ >= 300 && any && context_.channels.empty())
+        std::erase_if(outcome_.meanings, [this](const auto& meaning) { return !has_seen(meaning.first[0]); });
+        const bool channels = !context_.channels.empty() ||
+                              std::any_of(options_.settings.begin(), options_.settings.end(),
+                                          [](const auto& set) { return set.label == "GLONASS SLOT / FRQ #"; });
+        if (version_ >= 300 && has_seen('R') && !channels)
             outcome_.notes.emplace_back(
                 "the frequency numbers of GLONASS are not known: join the navigation file, or "
                 "give them by --set \"GLONASS SLOT / FRQ #=...\"");

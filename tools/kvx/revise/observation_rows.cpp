@@ -30,6 +30,13 @@ bool has_place(const rinex::read_satellite_t& satellite)
     return rinex::system_index(satellite.system) < kSystemCount && satellite.number >= 0;
 }
 
+bool has_value(const source_epoch_t& epoch, const rinex::read_satellite_t& satellite)
+{
+    const auto first = epoch.read.values.begin() + static_cast<std::ptrdiff_t>(satellite.first);
+    return std::any_of(first, first + static_cast<std::ptrdiff_t>(satellite.count),
+                       [](const rinex::read_value_t& value) { return value.present; });
+}
+
 std::string name_of(const rinex::read_satellite_t& s)
 {
     return {s.system, static_cast<char>('0' + s.number / 10), static_cast<char>('0' + s.number % 10)};
@@ -120,7 +127,8 @@ void observation_rows_t::put_satellite(const source_epoch_t& epoch, const rinex:
         return tally_row(epoch.read, satellite, tally);
     }
     row_.assign(width(system) * kField, ' ');
-    if (!(plan.shares ? share_columns(epoch, satellite, plan) : put_fields(epoch, satellite, plan))) return;
+    const bool any = plan.shares ? share_columns(epoch, satellite, plan) : put_fields(epoch, satellite, plan);
+    if (!any && (has_value(epoch, satellite) || !plan.carries(system))) return;   // one that had none stays so
     if (slips && std::find(slips_[place].begin(), slips_[place].end(), true) == slips_[place].end())
         slips_[place].clear();
     auto& counts = tally.of(system, satellite.number, width(system));

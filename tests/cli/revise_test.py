@@ -244,7 +244,7 @@ class Revise(unittest.TestCase):
         self.assertIn("me".ljust(60) + "COMMENT", text_of(old))
         (file,), _ = self.convert(file, "--satellites", "G02")
         self.assertIn("   G02     1".ljust(60) + "PRN / # OF OBS", text_of(file))
-        self.assertEqual(file.name, "A00000XXX_R_20200010000_01M_00U_MO.rnx")
+        self.assertEqual(file.name, "A00000XXX_R_20200010000_01M_01S_MO.rnx")
 
     def test_faults_are_told_and_the_rest_is_kept(self):
         text = text_of(self.observations)

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 
-#include "common/error.h"
 #include "common/text_format.h"
 #include "revise/time_scale.h"
 #include "rinex/field_formats.h"
@@ -157,9 +156,8 @@ private:
     void put_shifts()
     {
         if (!columns_change()) return copy_all();
-        if (h_.version < 300 || h_.version >= kFirstWithoutShifts) {
-            if (h_.source.version < kFirstWithoutShifts) return lose_shifts();
-        }
+        const bool retired = h_.version >= kFirstWithoutShifts && h_.source.version < kFirstWithoutShifts;
+        if (h_.version < 300 || retired) return lose_shifts();
         bool kept = false;
         for (std::size_t i = at_; i < h_.source.records.size(); ++i) {
             const header_record_t& r = h_.source.records[i];
@@ -201,14 +199,6 @@ private:
                             : header_line(std::string{kSystems[s], ' '} + name, "SYS / PHASE SHIFT");
             }
         }
-    }
-
-    void put_scale()
-    {
-        if (h_.version < 300)
-            throw error_t("RINEX 2.11", "has no SYS / SCALE FACTOR: values would mean something else",
-                          "header line " + std::to_string(record().line));
-        out_ += line();
     }
 
     void put_slots()
@@ -268,7 +258,6 @@ const header_text_t::row_t header_text_t::kRows[] = {
     {"# OF SATELLITES",      &header_text_t::put_satellites, false},
     {"PRN / # OF OBS",       &header_text_t::put_counts,     true},
     {"SYS / PHASE SHIFT",    &header_text_t::put_shifts,     true},
-    {"SYS / SCALE FACTOR",   &header_text_t::put_scale,      false},
     {"GLONASS SLOT / FRQ #", &header_text_t::put_slots,      true},
     {"LEAP SECONDS",         &header_text_t::put_leaps,      false},
 };

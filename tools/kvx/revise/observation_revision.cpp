@@ -106,6 +106,9 @@ private:
                 throw error_t(file.path, "has another time system than " + files_.front().path, "joining");
             if (lines_of(file, "SYS / SCALE FACTOR") != lines_of(files_.front(), "SYS / SCALE FACTOR"))
                 throw error_t(file.path, "has other scale factors than " + files_.front().path, "joining");
+            if (version_ < 300 && file.header.find("SYS / SCALE FACTOR") != nullptr)
+                throw error_t(file.path, "RINEX 2.11 has no scale factors, without which values mean something else",
+                              "SYS / SCALE FACTOR");
             if (version_ < 300 && !scale.empty() && scale != "GPS" && scale != "GLO" && scale != "GAL")
                 throw error_t(file.path, "RINEX 2.11 has no time system " + std::string(scale), "TIME OF FIRST OBS");
         }

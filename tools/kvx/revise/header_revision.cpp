@@ -276,6 +276,18 @@ void header_text_t::take()
 
 }   // namespace
 
+std::vector<std::string> header_lines(const rinex::file_header_t& header, const rinex::line_tape_t& tape)
+{
+    std::vector<std::string> lines;
+    for (const header_record_t& record : header.records) {
+        std::string_view line = tape.lines(record.line, record.line);
+        if (!line.empty()) line.remove_suffix(1);
+        const bool in_place = rinex::trimmed(rinex::cut(line, 60, line.size())) == record.label;
+        lines.push_back(in_place ? std::string(line) + "\n" : header_line(record.text, record.label));
+    }
+    return lines;
+}
+
 std::map<std::string, std::string> shift_lines(const rinex::file_header_t& header, int version)
 {
     std::map<std::string, std::string> lines;

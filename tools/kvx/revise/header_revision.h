@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "revise/tally.h"
+#include "rinex/line_tape.h"
 #include "rinex/read_header.h"
 
 namespace kvx {
@@ -38,8 +39,11 @@ using lost_labels_t = std::set<std::string>;
 
 /// What nobody asks for stays as it stands: lines, their order, comments. The line of the program that made the source
 /// becomes a comment.
-/// @throws error_t when values would mean something else without a line that the version does not have
 std::string revised(const revised_header_t& header, lost_labels_t& lost);
+
+/// The lines of a header that has been read, as they stand, LF included; one whose label does not stand in its place is
+/// made anew.
+std::vector<std::string> header_lines(const rinex::file_header_t& header, const rinex::line_tape_t& tape);
 
 /// The lines of SYS / PHASE SHIFT by phase, under the names of a version.
 std::map<std::string, std::string> shift_lines(const rinex::file_header_t& header, int version);

@@ -12,7 +12,6 @@
 #include "convert/packing.h"
 #include "revise/navigation_text.h"
 #include "rinex/field_formats.h"
-#include "rinex/header.h"
 
 namespace kvx {
 
@@ -24,11 +23,6 @@ constexpr std::int64_t kWeek = 7 * 24 * 3600 * 1000;     // ms
 constexpr std::size_t kSentOffset = 4, kSentEarth = 8;   // fields of STO and EOP
 constexpr std::size_t kChannel = 11;                     // field of GLONASS
 constexpr double kMostChannel = 13;
-
-std::int64_t floor_to(std::int64_t time, std::int64_t unit)
-{
-    return time - ((time % unit) + unit) % unit;
-}
 
 // When time offsets and Earth orientation were sent, which stands in a field as seconds of a week; what they refer to
 // may be days away.
@@ -88,17 +82,10 @@ navigation_revision_t::navigation_revision_t(const convert_options_t& options, c
 
 void navigation_revision_t::take_header(const rinex::file_header_t& header, const rinex::line_tape_t& tape)
 {
-    navigation_source_t source{header, {}};
-    for (const rinex::header_record_t& record : header.records) {
-        std::string_view line = tape.lines(record.line, record.line);
-        const bool in_place =
-            rinex::trimmed(rinex::cut(line.substr(0, line.size() - !line.empty()), 60, line.size())) == record.label;
-        source.lines.push_back(in_place ? std::string(line) : rinex::header_line(record.text, record.label));
-    }
     if (sources_.empty()) version_ = options_.version_given ? options_.version() : header.version;
     const char letter = header.version < 300 ? header.default_system() : header.system;
     letter_ = sources_.empty() || letter == letter_ ? letter : 'M';
-    sources_.push_back(std::move(source));
+    sources_.push_back({header, header_lines(header, tape)});
 }
 
 void navigation_revision_t::read(const std::string& path)

@@ -24,11 +24,6 @@ constexpr std::size_t kMostWaiting = 1 << 14, kMostWaitingBytes = 1 << 24;   // 
 constexpr int kSlipRecords = 6;                                              // flag
 constexpr int kFirstNotCompact = 402;
 
-std::int64_t floor_of(std::int64_t time, std::int64_t unit)
-{
-    return (time - ((time % unit) + unit) % unit) / unit;
-}
-
 std::vector<looked_at_t> looked_at(const sources_t& paths)
 {
     std::vector<looked_at_t> files;
@@ -214,7 +209,10 @@ private:
         last_ = time;
     }
 
-    std::int64_t unit_of(std::int64_t time) const { return options_.split > 0 ? floor_of(time, options_.split) : 0; }
+    std::int64_t unit_of(std::int64_t time) const
+    {
+        return options_.split > 0 ? floor_to(time, options_.split) / options_.split : 0;
+    }
 
     void on_released(source_epoch_t& epoch, bool kept)
     {

@@ -3,9 +3,8 @@
 #include <algorithm>
 
 #include "common/error.h"
+#include "revise/header_revision.h"
 #include "rinex/dates.h"
-#include "rinex/field_formats.h"
-#include "rinex/header.h"
 
 namespace kvx {
 
@@ -39,18 +38,7 @@ observation_source_t::observation_source_t(const std::string& path, std::size_t 
 {
     if (!header().is_observation()) throw error_t(path, "is no observation file", "");
     listed_ = types_ = std::make_shared<const rinex::type_names_t>(names_of(header()));
-    take_header();
-}
-
-// A line whose label does not stand in its place is made anew.
-void observation_source_t::take_header()
-{
-    for (const rinex::header_record_t& record : header().records) {
-        std::string_view line = tape_.lines(record.line, record.line);
-        if (!line.empty()) line.remove_suffix(1);
-        const bool in_place = rinex::trimmed(rinex::cut(line, 60, line.size())) == record.label;
-        header_lines_.push_back(in_place ? std::string(line) + "\n" : rinex::header_line(record.text, record.label));
-    }
+    header_lines_ = kvx::header_lines(header(), tape_);
     tape_.forget_before(file_.lines().number() + 1);
 }
 

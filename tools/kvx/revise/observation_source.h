@@ -92,14 +92,13 @@ public:
     rinex_file_t& file() { return file_; }
     const rinex::file_header_t& header() const { return file_.header(); }
 
-    /// The lines of the header as they stand, those that are not in order put right.
+    /// See header_lines().
     const std::vector<std::string>& header_lines() const { return header_lines_; }
 
     /// The types that the header lists.
     const std::shared_ptr<const rinex::type_names_t>& listed() const { return listed_; }
 
 private:
-    void take_header();
     void take_text(source_epoch_t& epoch);
     void follow_types(source_epoch_t& epoch);
 

@@ -48,6 +48,12 @@ constexpr std::string_view scale_of(char system)
     return system == 'R' ? "GLO" : system == 'E' ? "GAL" : system == 'C' ? "BDT" : "GPS";
 }
 
+/// The last multiple of a unit that is not later.
+constexpr std::int64_t floor_to(std::int64_t time, std::int64_t unit)
+{
+    return time - ((time % unit) + unit) % unit;
+}
+
 /// To the nearest.
 constexpr std::int64_t milliseconds(rinex::ticks_t ticks)
 {

@@ -189,7 +189,9 @@ void navigation_revision_t::finish_part(std::int64_t begin, std::int64_t end, co
         for (const entry_t* entry : chosen) {
             if (group.system < 0 || entry->system == group.system) own.push_back(entry);
         }
-        if (!own.empty()) files.push_back(write(group, own, beside.value_or(coverage_of(chosen, begin))));
+        if (own.empty()) continue;
+        files.push_back(write(group, own, beside.value_or(coverage_of(chosen, begin))));
+        files.back().file->close(files.back().name);   // many may wait for the end
     }
 }
 

@@ -61,6 +61,7 @@ revision_t revise(const convert_options_t& options, const sources_t& paths)
         (rinex_file_t(path, {}).header().is_observation() ? observations : navigation).push_back(path);
     if (observations.empty() && options.nav == "none")
         throw error_t(paths.front(), "is a navigation file, of which --nav none writes nothing", "");
+    if (options.split > 0) allow_many_files();
     revision_t revision;
     revision.inputs = paths;
     const maker_t maker = maker_of(options);

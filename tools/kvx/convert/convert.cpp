@@ -102,17 +102,18 @@ int run(const convert_options_t& options)
 command_t convert_command(command_line_t& program)
 {
     auto options = std::make_shared<convert_options_t>();
-    command_line_t app = program.command("convert", "RINEX files from logs of the receiver board");
+    command_line_t app = program.command("convert", "RINEX files from logs of the receiver board, or from RINEX files");
     app.describe(
         "Every signal of the log is written under its own name, and the summary accounts for every observation that is "
         "not. A log gives an observation file and a navigation file, which get their names when they are whole; "
-        "--marker and --country name the site in them.");
+        "--marker and --country name the site in them. Of RINEX files what nobody asks to be changed stays as it is.");
     app.example("kvx convert survey.log -o rinex/ --marker BASE --country DNK",
                 "RINEX 3.05 of a log, named by the convention");
     app.example("kvx convert *.log -o rinex/ -j 2 --rinex 4.02 --interval 30 --systems GRE",
                 "Many logs, two at once: RINEX 4.02 of three systems, an epoch every 30 s");
     app.example("kvx convert survey.log -o packed/ --crx --gz --verify",
                 "To be archived: compact and compressed, and proven to hold all that the log sent");
+    app.example("kvx convert hours/*.rnx -o session --join", "RINEX files of hours into one session");
     add_convert_options(app, *options);
     app.when_all_read([options] {
         if (!options->name.empty() && options->logs.size() > 1 && !options->join)

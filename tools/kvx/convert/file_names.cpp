@@ -13,6 +13,8 @@ namespace kvx {
 
 namespace {
 
+constexpr double kHalfMs = 0.0005;   // s
+
 bool is_digit(char c)
 {
     return c >= '0' && c <= '9';
@@ -119,14 +121,17 @@ std::string file_names_t::navigation(char letter) const
     return navigation_stem_ + "." + year_ + kEndings[kLetters.find(letter)];
 }
 
+coverage_t nominal(const convert_options_t& options, coverage_t coverage)
+{
+    if (options.split == 0) return coverage;
+    coverage.period = static_cast<double>(options.split) / 1000.0;
+    coverage.first = std::floor((coverage.first + kHalfMs) / coverage.period) * coverage.period;
+    return coverage;
+}
+
 file_names_t names_of_files(const convert_options_t& options, const coverage_t& coverage, int number)
 {
-    coverage_t named = coverage;
-    if (options.split > 0) {
-        named.period = static_cast<double>(options.split) / 1000.0;
-        named.first = std::floor(coverage.first / named.period) * named.period;
-    }
-    return {options.version(), options.marker, options.country, options.name, named, number};
+    return {options.version(), options.marker, options.country, options.name, nominal(options, coverage), number};
 }
 
 std::string with_number(const std::string& name, int number)

@@ -35,6 +35,9 @@ private:
     std::string observation_stem_, navigation_stem_, year_;
 };
 
+/// What a file is named by that was cut at units: the unit, whatever of it the file holds.
+coverage_t nominal(const convert_options_t& options, coverage_t coverage);
+
 /// Names by what the command line asks for.
 file_names_t names_of_files(const convert_options_t& options, const coverage_t& coverage, int number = 1);
 

@@ -30,6 +30,7 @@ template <typename Waiting>
 std::vector<Waiting> with_begins(const std::vector<std::string>& logs, const rinex::signals_t& names)
 {
     std::vector<Waiting> waiting;
+    waiting.reserve(logs.size());
     for (const std::string& log : logs) waiting.push_back({begin_of(log, names), log});
     return waiting;
 }

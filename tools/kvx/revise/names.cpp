@@ -2,10 +2,8 @@
 #include "revise/names.h"
 
 #include <algorithm>
-#include <cmath>
 #include <filesystem>
 
-#include "common/text_format.h"
 #include "rinex/field_formats.h"
 
 namespace kvx {
@@ -65,14 +63,6 @@ file_names_t revised_names_t::names(const coverage_t& coverage, int number) cons
 std::string revised_names_t::completed(std::string name) const
 {
     if (!options_.name.empty() || version_ < 300) return name;
-    if (options_.split > 0) {
-        const std::int64_t minutes = options_.split / 60'000;
-        const bool day = minutes == 1440, hours = minutes % 60 == 0;
-        name.replace(kPeriod, 3,
-                     day     ? "01D"
-                     : hours ? text("%02dH", static_cast<int>(minutes / 60))
-                             : text("%02dM", static_cast<int>(std::min<std::int64_t>(minutes, 99))));
-    }
     if (old_.empty()) return name;
     name[kSource] = old_[kSource];
     const bool cut = options_.split > 0 || options_.join || options_.start || options_.end;
@@ -87,18 +77,8 @@ std::string revised_names_t::observations(const coverage_t& coverage, int number
 
 std::string revised_names_t::navigation(const coverage_t& coverage, char letter, int number) const
 {
-    std::string name = completed(names(coverage, 1).navigation(letter));
-    if (number == 1) return name;
-    return std::string(name).insert(version_ < 300 ? name.rfind('.') : name.rfind('_'), "_" + std::to_string(number));
-}
-
-coverage_t nominal(const convert_options_t& options, coverage_t coverage)
-{
-    if (options.split == 0) return coverage;
-    const double unit = static_cast<double>(options.split) / 1000.0;
-    coverage.first = std::floor((coverage.first + 0.0005) / unit) * unit;
-    coverage.last = coverage.first + unit - coverage.interval;
-    return coverage;
+    const std::string name = completed(names(coverage, 1).navigation(letter));
+    return number == 1 ? name : with_number(name, number);
 }
 
 }   // namespace kvx

@@ -30,9 +30,6 @@ private:
     std::string marker_;   // or the whole site
 };
 
-/// What a file covers that has been cut at whole units: the unit.
-coverage_t nominal(const convert_options_t& options, coverage_t coverage);
-
 }   // namespace kvx
 
 #endif

@@ -217,7 +217,8 @@ finished_file_t navigation_revision_t::write(const group_t& group, const std::ve
     return packed(std::move(file), names.navigation(coverage, group.letter, number), options_);
 }
 
-void navigation_revision_t::finish_part(std::int64_t begin, std::int64_t end, std::vector<finished_file_t>& files)
+void navigation_revision_t::finish_part(std::int64_t begin, std::int64_t end, const std::optional<coverage_t>& beside,
+                                        std::vector<finished_file_t>& files)
 {
     const std::vector<const entry_t*> chosen = within(begin, end);
     for (const group_t& group : groups()) {
@@ -225,11 +226,14 @@ void navigation_revision_t::finish_part(std::int64_t begin, std::int64_t end, st
         for (const entry_t* entry : chosen) {
             if (group.system < 0 || entry->system == group.system) own.push_back(entry);
         }
-        if (!own.empty()) files.push_back(write(group, own, coverage_of(chosen, begin)));
+        if (own.empty()) continue;
+        files.push_back(write(group, own, beside.value_or(coverage_of(chosen, begin))));
+        files.back().file->close(files.back().name);   // many may wait for the end
     }
 }
 
-std::vector<finished_file_t> navigation_revision_t::finish(const std::set<std::int64_t>& units)
+std::vector<finished_file_t> navigation_revision_t::finish(const std::set<std::int64_t>& units,
+                                                           const std::optional<coverage_t>& beside)
 {
     outcome_.version = version_;
     std::vector<finished_file_t> files;
@@ -253,7 +257,7 @@ std::vector<finished_file_t> navigation_revision_t::finish(const std::set<std::i
     if (options_.split == 0) begins.insert(start);
     for (const std::int64_t begin : begins) {
         const std::int64_t last = options_.split > 0 ? std::min(begin + options_.split, end) : end;
-        finish_part(std::max(begin, start), last, files);
+        finish_part(std::max(begin, start), last, options_.split > 0 ? std::nullopt : beside, files);
     }
     if (files.empty()) throw error_t(first_path_, "no navigation record is left, no file written", "--start, --end");
     if (begins.size() == 1) outcome_.outside = entries_.size() - outcome_.written;

@@ -3,6 +3,7 @@
 #define KVX_NAVIGATION_REVISION_H
 
 #include <map>
+#include <optional>
 #include <set>
 
 #include "common/output_file.h"
@@ -35,9 +36,10 @@ public:
     const std::map<int, int>& channels() const { return channels_; }
 
     /// Writes the files.
-    /// @param units  of observation files beside them, which shall have theirs
+    /// @param units   of observation files beside them, which shall have theirs
+    /// @param beside  what the one observation file beside them covers, whose name theirs follows
     /// @throws error_t when no record is left
-    std::vector<finished_file_t> finish(const std::set<std::int64_t>& units);
+    std::vector<finished_file_t> finish(const std::set<std::int64_t>& units, const std::optional<coverage_t>& beside);
 
 private:
     struct entry_t {
@@ -67,7 +69,8 @@ private:
     std::vector<const entry_t*> within(std::int64_t begin, std::int64_t end) const;
     std::vector<group_t> groups() const;
     finished_file_t write(const group_t& group, const std::vector<const entry_t*>& entries, const coverage_t& coverage);
-    void finish_part(std::int64_t begin, std::int64_t end, std::vector<finished_file_t>& files);
+    void finish_part(std::int64_t begin, std::int64_t end, const std::optional<coverage_t>& beside,
+                     std::vector<finished_file_t>& files);
     coverage_t coverage_of(const std::vector<const entry_t*>& entries, std::int64_t begin) const;
 
     const convert_options_t& options_;

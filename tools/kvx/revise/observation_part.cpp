@@ -1,6 +1,7 @@
 #include "revise/observation_part.h"
 
 #include "common/error.h"
+#include "common/progress.h"
 #include "convert/header_settings.h"
 
 namespace kvx {
@@ -111,13 +112,14 @@ bool observation_part_t::uses_all(const rinex::column_orders_t& used) const
 }
 
 // Another file with another header, and without the columns that stayed empty.
-void observation_part_t::rewrite(const std::string& header, const rinex::column_orders_t* used)
+void observation_part_t::rewrite(const std::string& header, const rinex::column_orders_t* used, const std::string& name)
 {
     auto copy = std::make_unique<output_file_t>(context_.options.folder, 0);
     (void)std::fwrite(header.data(), 1, header.size(), copy->stream());
     file_->seek(static_cast<std::int64_t>(header_size_));
+    progress_t progress(name, *file_);
     if (used != nullptr) {
-        rinex::copy_in_order(file_->stream(), copy->stream(), *used);
+        rinex::copy_in_order(file_->stream(), copy->stream(), *used, [&](std::uint64_t n) { progress.at(n); });
     } else {
         block_.resize(kBlock);
         while (const std::size_t n = std::fread(block_.data(), 1, block_.size(), file_->stream()))
@@ -142,7 +144,7 @@ finished_file_t observation_part_t::finish(const std::string& name)
             file_->seek(0);
             write(text);
         } else {
-            rewrite(text, all ? nullptr : &used);
+            rewrite(text, all ? nullptr : &used, name);
         }
     }
     return packed_observations(std::move(file_), name, context_.options);

@@ -54,7 +54,7 @@ private:
     void write_block();
     rinex::column_orders_t used_columns() const;
     bool uses_all(const rinex::column_orders_t& used) const;
-    void rewrite(const std::string& header, const rinex::column_orders_t* used);
+    void rewrite(const std::string& header, const rinex::column_orders_t* used, const std::string& name);
 
     revision_context_t& context_;
     rinex::type_names_t columns_;

@@ -280,6 +280,7 @@ private:
         const coverage_t coverage = part->coverage();
         const int number = ++names_used_[names_.observations(coverage, 1)];
         finished_.push_back(part->finish(names_.observations(coverage, number)));
+        finished_.back().file->close(finished_.back().name);   // many may wait for the end
     }
 
     std::string why_none() const

@@ -61,6 +61,7 @@ revision_t revise(const convert_options_t& options, const sources_t& paths)
         (rinex_file_t(path, {}).header().is_observation() ? observations : navigation).push_back(path);
     if (observations.empty() && options.nav == "none")
         throw error_t(paths.front(), "is a navigation file, of which --nav none writes nothing", "");
+    if (options.split > 0) allow_many_files();
     revision_t revision;
     revision.inputs = paths;
     const maker_t maker = maker_of(options);
@@ -70,14 +71,18 @@ revision_t revise(const convert_options_t& options, const sources_t& paths)
     if (navigation.size() > 1) navigation = earliest_first(navigation);
     for (const std::string& path : navigation) records.read(path);
     std::set<std::int64_t> units;
+    std::optional<coverage_t> beside;
     if (!observations.empty()) {
         revision.observations.emplace();
         files = revise_observations(options, observations, maker, records.channels(), revision.faults,
                                     *revision.observations);
-        units = revision.observations->units;
+        const observation_outcome_t& o = *revision.observations;
+        units = o.units;
+        if (o.epochs > 0)
+            beside = {static_cast<double>(o.first) / 1000.0, static_cast<double>(o.last) / 1000.0, o.step};
     }
     if (!navigation.empty() && options.nav != "none") {
-        for (finished_file_t& file : records.finish(units)) files.push_back(std::move(file));
+        for (finished_file_t& file : records.finish(units, beside)) files.push_back(std::move(file));
         revision.navigation = std::move(of_navigation);
     }
     revision.files = publish(files, options.force);

@@ -27,6 +27,7 @@ template <typename Waiting>
 std::vector<Waiting> with_first_epochs(const std::vector<std::string>& logs, const rinex::signals_t& names)
 {
     std::vector<Waiting> waiting;
+    waiting.reserve(logs.size());
     for (const std::string& log : logs) waiting.push_back({first_epoch(log, names), log});
     return waiting;
 }

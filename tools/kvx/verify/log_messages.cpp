@@ -25,6 +25,7 @@ std::int64_t first_range(const std::string& log)
 log_messages_t::paths_t by_first_ranges(const std::vector<std::string>& logs)
 {
     std::vector<std::tuple<std::int64_t, std::string, const std::string*>> order;
+    order.reserve(logs.size());
     for (const std::string& log : logs) order.emplace_back(logs.size() > 1 ? first_range(log) : 0, log, &log);
     std::sort(order.begin(), order.end());
     log_messages_t::paths_t paths;

@@ -222,9 +222,10 @@ private:
         }
         const std::int64_t unit = unit_of(epoch.time);
         if (part_ != nullptr) write_events(epoch.sequence, unit_);
-        if (part_ != nullptr && unit > unit_) finish_part();
+        if (part_ != nullptr && unit > unit_ && part_->tally().epochs > 0) finish_part();
         if (part_ == nullptr) begin_part(epoch, unit);
-        write_events(epoch.sequence, std::max(unit, unit_));
+        unit_ = std::max(unit, unit_);   // events alone make no part
+        write_events(epoch.sequence, unit_);
         follow_types(epoch);
         if (!part_->add(epoch, plans_[epoch.input], *rows_)) ++outcome_.empty;
     }

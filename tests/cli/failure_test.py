@@ -34,6 +34,9 @@ convert ../log -o out --verify --json
 convert ../other -o out --as-host --xyz
 convert ../log ../other -j 2 -o out
 convert - -o out --interval 2 --nav none --name pipe < ../log
+convert ../other ../log -o out --join --split 15m --verify
+convert - -o out --split 15m < ../log
+convert ../rinex/p.crx.gz ../rinex/p.rnx -o out --join --rinex 4.02 --interval 2
 info ../log ../torn
 info ../log.gz --json
 report ../log -o page.html

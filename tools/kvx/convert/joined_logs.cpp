@@ -4,6 +4,8 @@
 #include <limits>
 #include <utility>
 
+#include "common/error.h"
+
 namespace kvx {
 
 namespace {
@@ -23,6 +25,8 @@ std::int64_t begin_of(const std::string& log, const rinex::signals_t& names)
     while (feed.next()) {
         if (feed.current().order != order_t::out) return std::min(first, feed.current().epoch->time);
     }
+    if (!feed.source().read_error().empty())
+        throw error_t(log, feed.source().read_error(), "looking for its first epoch");
     return std::numeric_limits<std::int64_t>::min();
 }
 

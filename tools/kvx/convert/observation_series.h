@@ -70,21 +70,20 @@ public:
     /// @return all files, at least one
     std::vector<finished_file_t> finish(const std::string& partial)
     {
-        if (current_->exists()) {
-            finish_current(partial);
-        } else {
-            counts_ += current_->counts();
-        }
+        finish_current(partial);
         current_ = ways_.make();
         return std::move(finished_);
     }
 
 private:
+    // One without an epoch, as the clock's step back into another unit leaves it, is no file.
     void finish_current(const std::string& partial)
     {
-        const coverage_t coverage = current_->coverage();
-        if (!coverage_) coverage_ = coverage;
-        finished_.push_back(ways_.finish(*current_, free_name(coverage) + partial));
+        if (current_->exists()) {
+            const coverage_t coverage = current_->coverage();
+            if (!coverage_) coverage_ = coverage;
+            finished_.push_back(ways_.finish(*current_, free_name(coverage) + partial));
+        }
         counts_ += current_->counts();
     }
 

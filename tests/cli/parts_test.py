@@ -118,6 +118,14 @@ class Parts(unittest.TestCase):
             known = set(re.findall(rb"^([GRECJS]\d\d) ", next(v for k, v in self.whole.items() if "MN" in k), re.M))
             self.assertEqual({s for s in observed if s.encode() in known} - told, set(), name)
 
+    def test_events_stand_in_their_unit(self):
+        out = self.dir / "minutes"
+        kvx("convert", self.log, "-o", out, "--marker", "TEST", "--split", "1m", "--nav", "none")
+        told = [(f.name, event) for f in out.iterdir() for event in epochs(f)[1]]
+        self.assertEqual(sorted(e for _, e in told), sorted(epochs(next(self.dir.glob("whole/*_MO.rnx")))[1]))
+        for name, event in told:
+            self.assertEqual(event[11:16].replace(" ", ""), name[19:23])
+
     def test_a_clock_set_back_into_another_unit_ends_the_part(self):
         log = self.dir / "back.log"   # the second file of the first run lies behind those of the second run
         log.write_bytes(b"".join(piece.read_bytes() for piece in self.pieces((0, 0.19), (0.61, 0.79), (0, 0.59))))

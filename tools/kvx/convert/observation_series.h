@@ -38,11 +38,12 @@ public:
     }
 
     /// Ends the files so far as a whole of their own; their phases go on in the next file.
+    /// @param end  where they end (ticks): later events belong to the next file
     /// @return those files, and what the name of the first tells
-    std::pair<std::vector<finished_file_t>, coverage_t> part()
+    std::pair<std::vector<finished_file_t>, coverage_t> part(std::int64_t end)
     {
         auto next = ways_.make();
-        current_->hand_over_events(*next);
+        current_->hand_over_events_from(end, *next);
         next->continue_phases_of(*current_);
         finish_current("");
         current_ = std::move(next);

@@ -118,6 +118,22 @@ class Parts(unittest.TestCase):
             known = set(re.findall(rb"^([GRECJS]\d\d) ", next(v for k, v in self.whole.items() if "MN" in k), re.M))
             self.assertEqual({s for s in observed if s.encode() in known} - told, set(), name)
 
+    def test_events_stand_in_their_unit(self):
+        out = self.dir / "minutes"
+        kvx("convert", self.log, "-o", out, "--marker", "TEST", "--split", "1m", "--nav", "none")
+        told = [(f.name, event) for f in out.iterdir() for event in epochs(f)[1]]
+        self.assertEqual(sorted(e for _, e in told), sorted(epochs(next(self.dir.glob("whole/*_MO.rnx")))[1]))
+        for name, event in told:
+            self.assertEqual(event[11:16].replace(" ", ""), name[19:23])
+
+    def test_a_clock_set_back_into_another_unit_ends_the_part(self):
+        log = self.dir / "back.log"   # the second file of the first run lies behind those of the second run
+        log.write_bytes(b"".join(piece.read_bytes() for piece in self.pieces((0, 0.19), (0.61, 0.79), (0, 0.59))))
+        kvx("convert", log, "-o", self.dir / "back", "--name", "b", "--split", "5m", "--verify", code=DAMAGED)
+        begins = {f.name: epochs(f)[0][0][0][11:16] for f in self.dir.glob("back/*_MO.rnx")}
+        self.assertEqual(begins, {"b_MO.rnx": "11 50", "b_2_MO.rnx": "12 05", "b_3_MO.rnx": "11 50",
+                                  "b_4_MO.rnx": "11 55", "b_5_MO.rnx": "12 00"})
+
     def test_wrong_options_are_named(self):
         for options in (["--split", "7m"], ["--split", "2d"], ["--split", "0h"], ["--join", "-"], ["--join", "--follow"],
                         ["--as-host", "--split", "1h"], ["--follow", "--verify"]):

@@ -128,7 +128,11 @@ private:
         finished_bytes_ += log.source().size_on_disk();
         if (!log.source().read_error().empty()) read_error_ = log.source().read_error();
         cut_short_ = cut_short_ || log.source().cut_short();
-        if (summary_.joined) summary_.joined->logs.push_back({log.source().name(), log.reader().bytes(), log.epochs()});
+        if (summary_.joined) {
+            const log_reader_t& reader = log.reader();
+            summary_.joined->logs.push_back(
+                {log.source().name(), reader.bytes(), reader.losses().bytes(), log.epochs()});
+        }
         summary_.finish(log.reader(), log.source());
         if (!options_.join) progress_.reset();
     }
@@ -170,7 +174,7 @@ private:
         epoch->satellites.each([this](int place) { ++satellite_epochs_[static_cast<std::size_t>(place)]; });
         take_channels(log.channels());
         if (summary_.joined) tell_gap(*epoch, judged.order);
-        summary_.count_epoch(epoch->time, epoch->offset, judged.order);
+        summary_.count_epoch(epoch->time, epoch->offset, judged.order, log.source().name());
         if (judged.order == order_t::out) return count(*epoch, rinex::fate_t::out_of_order);
         if (judged.order == order_t::begins_file) begin_file();
         if (selection_.in_window(epoch->time * rinex::kTicksPerMs)) return thinning_->add(epoch);

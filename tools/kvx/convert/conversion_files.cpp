@@ -5,6 +5,8 @@
 #include <limits>
 #include <utility>
 
+#include "rinex/dates.h"
+
 namespace kvx {
 
 namespace {
@@ -80,7 +82,7 @@ void conversion_files_t::add_others(std::vector<finished_file_t>& part, const co
 
 void conversion_files_t::end_part(std::int64_t next)
 {
-    auto [part, coverage] = observations_.part();
+    auto [part, coverage] = observations_.part((*unit_ + 1) * options_.split * rinex::kTicksPerMs);
     add_others(part, coverage, "");
     navigation_.begin_part(next);
     keep(std::move(part));

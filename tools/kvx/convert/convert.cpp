@@ -37,8 +37,8 @@ void warn(const convert_options_t& o)
                      o.receiver_type.c_str(), o.receiver_kind);
     }
     if (!o.as_host && o.marker.empty()) {
-        std::fputs("kvx: warning: nothing names the site: marker UNKNOWN, files of site XXXX; name it with --marker\n",
-                   stderr);
+        std::fprintf(stderr, "kvx: warning: nothing names the site: marker UNKNOWN%s; name it with --marker\n",
+                     o.name.empty() ? ", files of site XXXX" : "");
     }
     if (!o.as_host && o.version() < 300 && o.nav == "split") {
         std::fputs(

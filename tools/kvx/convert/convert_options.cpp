@@ -77,8 +77,8 @@ std::int64_t unit_of_day(const std::string& text)
 
 void add_session_options(command_line_t& app, convert_options_t& o)
 {
-    const auto fault = [](const std::string& text) {
-        return unit_of_day(text) > 0 ? "" : "is no part of a day such as 15m, 1h or 1d";
+    const auto fault = [](const std::string& text) -> std::string {
+        return unit_of_day(text) > 0 ? "" : "'" + text + "' is no part of a day such as 15m, 1h or 1d";
     };
     app.section("Sessions");
     app.flag("--join", &o.join, "The logs are one session, in any order: one file, what they have in common once");

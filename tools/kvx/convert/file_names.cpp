@@ -78,6 +78,7 @@ std::string long_stem(const std::string& site, const coverage_t& c)
 }
 
 // Sessions of more than an hour are named as days are; others by their hour and, when it is not full, the minute.
+// Parts of an hour all have it: the hour's name is that of the whole.
 std::string short_stem(const std::string& site, const coverage_t& c)
 {
     const rinex::calendar_t start = date_of(c.first);
@@ -88,7 +89,8 @@ std::string short_stem(const std::string& site, const coverage_t& c)
     const bool is_day = c.period > 0.0 ? c.period >= 86400.0 : c.last - c.first + c.interval > 3600.0 + 1e-6;
     if (is_day) return stem + "0";
     stem += static_cast<char>('a' + start.hour);
-    return start.minute == 0 ? stem : stem + text("%02d", start.minute);
+    const bool is_part = c.period > 0.0 && c.period < 3600.0;
+    return start.minute == 0 && !is_part ? stem : stem + text("%02d", start.minute);
 }
 
 }   // namespace

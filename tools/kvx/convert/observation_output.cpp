@@ -139,6 +139,14 @@ void observation_output_t::hand_over_events(observation_output_t& next)
     events_.erase(events_.begin(), first);
 }
 
+void observation_output_t::hand_over_events_from(std::int64_t ticks, observation_output_t& next)
+{
+    const auto later = [&](const waiting_t& w) { return file_ == nullptr || w.event.ticks >= ticks; };
+    const auto first = std::find_if(events_.begin(), events_.end(), later);   // they are in order
+    std::move(first, events_.end(), std::back_inserter(next.events_));
+    events_.erase(first, events_.end());
+}
+
 // The same file with another header, and its columns in order.
 std::unique_ptr<output_file_t> observation_output_t::rewritten(const std::string& header, const std::string& name)
 {

@@ -37,6 +37,9 @@ public:
     /// Gives the events that belong to no epoch so far to another file, but for those behind the last epoch.
     void hand_over_events(observation_output_t& next);
 
+    /// Gives the events from a time on to the file of the next part; without any epoch, all.
+    void hand_over_events_from(std::int64_t ticks, observation_output_t& next);
+
     /// Begins where another file ended: a slip between the two is told.
     void continue_phases_of(const observation_output_t& before) { text_.continue_phases_of(before.text_); }
 

@@ -38,11 +38,12 @@ public:
     }
 
     /// Ends the files so far as a whole of their own; their phases go on in the next file.
+    /// @param end  where they end (ticks): later events belong to the next file
     /// @return those files, and what the name of the first tells
-    std::pair<std::vector<finished_file_t>, coverage_t> part()
+    std::pair<std::vector<finished_file_t>, coverage_t> part(std::int64_t end)
     {
         auto next = ways_.make();
-        current_->hand_over_events(*next);
+        current_->hand_over_events_from(end, *next);
         next->continue_phases_of(*current_);
         finish_current("");
         current_ = std::move(next);
@@ -70,21 +71,20 @@ public:
     /// @return all files, at least one
     std::vector<finished_file_t> finish(const std::string& partial)
     {
-        if (current_->exists()) {
-            finish_current(partial);
-        } else {
-            counts_ += current_->counts();
-        }
+        finish_current(partial);
         current_ = ways_.make();
         return std::move(finished_);
     }
 
 private:
+    // One without an epoch, as the clock's step back into another unit leaves it, is no file.
     void finish_current(const std::string& partial)
     {
-        const coverage_t coverage = current_->coverage();
-        if (!coverage_) coverage_ = coverage;
-        finished_.push_back(ways_.finish(*current_, free_name(coverage) + partial));
+        if (current_->exists()) {
+            const coverage_t coverage = current_->coverage();
+            if (!coverage_) coverage_ = coverage;
+            finished_.push_back(ways_.finish(*current_, free_name(coverage) + partial));
+        }
         counts_ += current_->counts();
     }
 

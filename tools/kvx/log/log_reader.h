@@ -34,6 +34,7 @@ struct losses_t {
     std::uint64_t too_long_bytes = 0;
     std::uint64_t torn_bytes = 0;   ///< of the frame that the end of the log cuts off
 
+    std::uint64_t bytes() const { return skipped_bytes + bad_checksum_bytes + too_long_bytes + torn_bytes; }
     bool any() const { return skipped_bytes + bad_checksum + refused + too_long + torn_bytes != 0; }
 
     losses_t& operator+=(const losses_t& other)

@@ -72,22 +72,23 @@ void summary_t::count(const frame_t& frame, const std::uint8_t* content, numberi
     ++refused;
 }
 
-void summary_t::count_epoch(std::int64_t time, std::uint64_t offset, order_t order)
+void summary_t::count_epoch(std::int64_t time, std::uint64_t offset, order_t order, std::string_view from)
 {
-    const clock_faults_t::place_t place{offset, static_cast<double>(time) / 1000.0, epochs.last};
-    const auto name = [&place](auto& places) {
-        if (places.size() < clock_faults_t::kMostNamed) places.push_back(place);
+    const double seconds = static_cast<double>(time) / 1000.0, before = epochs.last;
+    const auto name = [&](auto& places) {
+        if (places.size() < clock_faults_t::kMostNamed)
+            places.push_back({offset, seconds, before, std::string(joined ? from : "")});
     };
     if (order == order_t::out) {
         ++epochs.epochs;
         ++clock.epochs_out;
         return name(clock.first_out);
     }
-    if (order == order_t::begins_file && place.before != 0.0) {
+    if (order == order_t::begins_file && before != 0.0) {
         ++clock.steps_back;
         name(clock.first_steps);
     }
-    epochs.add(place.time);
+    epochs.add(seconds);
 }
 
 void summary_t::count_satellites(const raw_t& epoch)

@@ -10,6 +10,7 @@
 #include <map>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "log/epoch_order.h"
@@ -53,6 +54,7 @@ struct clock_faults_t {
     struct place_t {
         std::uint64_t offset;   ///< of the epoch in the log (bytes)
         double time, before;    ///< GPS seconds; of the last epoch in order, 0: there is none
+        std::string log;        ///< of several the one of the offset
     };
     std::uint64_t epochs_out = 0, steps_back = 0;
     std::vector<place_t> first_out, first_steps;   ///< no more than are named
@@ -111,7 +113,7 @@ struct joined_t {
 
     struct log_t {
         std::string name;
-        std::uint64_t bytes;
+        std::uint64_t bytes, lost_bytes;
         epoch_count_t epochs;
     };
     struct gap_t {
@@ -164,7 +166,8 @@ struct summary_t {
     /// Takes an epoch when it has been judged.
     /// @param time    ms since the beginning of GPS time
     /// @param offset  of the epoch in the log (bytes)
-    void count_epoch(std::int64_t time, std::uint64_t offset, order_t order);
+    /// @param from    the log, where several are joined
+    void count_epoch(std::int64_t time, std::uint64_t offset, order_t order, std::string_view from = {});
 
     /// Takes what the reader has told by the end of a log.
     void finish(const log_reader_t& reader, const input_file_t& log);

@@ -82,13 +82,18 @@ void add_clock(ordered_json& j, const clock_faults_t& clock)
     if (clock.epochs_out > 0) {
         j["epochs_out_of_order"] = clock.epochs_out;
         auto& places = j["first_out_of_order"] = ordered_json::array();
-        for (const auto& p : clock.first_out) places.push_back({{"byte", p.offset}, {"time", date_text(p.time)}});
+        for (const auto& p : clock.first_out) {
+            places.push_back({{"byte", p.offset}, {"time", date_text(p.time)}});
+            if (!p.log.empty()) places.back()["log"] = p.log;
+        }
     }
     if (clock.steps_back > 0) {
         j["clock_steps_back"] = clock.steps_back;
         auto& places = j["first_steps_back"] = ordered_json::array();
-        for (const auto& p : clock.first_steps)
+        for (const auto& p : clock.first_steps) {
             places.push_back({{"byte", p.offset}, {"from", date_text(p.before)}, {"to", date_text(p.time)}});
+            if (!p.log.empty()) places.back()["log"] = p.log;
+        }
     }
 }
 
@@ -111,7 +116,8 @@ void add_joined(ordered_json& j, const joined_t& joined)
 {
     auto& logs = j["logs"] = ordered_json::array();
     for (const joined_t::log_t& log : joined.logs) {
-        logs.push_back({{"log", log.name}, {"bytes", log.bytes}, {"epochs", log.epochs.epochs}});
+        logs.push_back(
+            {{"log", log.name}, {"bytes", log.bytes}, {"lost_bytes", log.lost_bytes}, {"epochs", log.epochs.epochs}});
         if (log.epochs.epochs == 0) continue;
         logs.back()["first_epoch"] = date_text(log.epochs.first);
         logs.back()["last_epoch"] = date_text(log.epochs.last);

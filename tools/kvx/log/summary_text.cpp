@@ -80,21 +80,26 @@ std::string notices_text(const notices_t& notices)
     return out;
 }
 
+std::string place_text(const clock_faults_t::place_t& p)
+{
+    return "byte " + std::to_string(p.offset) + (p.log.empty() ? "" : " of " + p.log);
+}
+
 // A line for each place that is named, and how many more there are.
 std::string clock_text(const clock_faults_t& clock, bool converted)
 {
     std::string out;
     for (const auto& p : clock.first_steps) {
-        out += "  the clock steps back from " + date_text(p.before) + " to " + date_text(p.time) + " at byte " +
-               std::to_string(p.offset) + (converted ? ": a new file begins\n" : "\n");
+        out += "  the clock steps back from " + date_text(p.before) + " to " + date_text(p.time) + " at " +
+               place_text(p) + (converted ? ": a new file begins\n" : "\n");
     }
     if (clock.steps_back > clock.first_steps.size())
         out += "  and " + std::to_string(clock.steps_back - clock.first_steps.size()) + " more times\n";
     if (clock.steps_back + 1 >= static_cast<std::uint64_t>(kMostFilesOfLog))
         out += "  no more files than these: epochs behind further steps back are out of order\n";
     for (const auto& p : clock.first_out) {
-        out += (converted ? "  left out: epoch " : "  epoch ") + date_text(p.time) + " at byte " +
-               std::to_string(p.offset) + ": its time is not between those around it\n";
+        out += (converted ? "  left out: epoch " : "  epoch ") + date_text(p.time) + " at " + place_text(p) +
+               ": its time is not between those around it\n";
     }
     if (clock.epochs_out > clock.first_out.size())
         out += "  and " + plural(clock.epochs_out - clock.first_out.size(), "more epoch") + " like these\n";
@@ -168,6 +173,7 @@ std::string joined_text(const joined_t& joined)
     for (const joined_t::log_t& log : joined.logs) {
         out += "  " + log.name + ": " + plural(log.bytes, "byte") + ", " + plural(log.epochs.epochs, "epoch");
         if (log.epochs.epochs > 0) out += " from " + date_text(log.epochs.first) + " to " + date_text(log.epochs.last);
+        if (log.lost_bytes > 0) out += "; lost: " + plural(log.lost_bytes, "byte");
         out += "\n";
     }
     return out + "together:\n";

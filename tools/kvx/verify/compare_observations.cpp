@@ -76,7 +76,7 @@ bool observation_comparison_t::compare_run(log_epochs_t& log_epochs, log_epoch_t
             in_run = more && !log.begins_run;
         }
         if (file_first) file = files_.next();
-        if (file == nullptr && in_run) file = files_.next_file(log.time * kTicksPerMs);
+        if (file == nullptr && in_run) file = files_.next_file(log.time * kTicksPerMs, is_expected(log));
     }
     return more;
 }
@@ -93,6 +93,12 @@ void observation_comparison_t::judge_records(const log_epoch_t& log)
                          : blank                                     ? fate_t::no_value
                                                                      : fate_t::found);
     }
+}
+
+bool observation_comparison_t::is_expected(const log_epoch_t& log)
+{
+    judge_records(log);
+    return any_found(fates_);
 }
 
 void observation_comparison_t::account(const log_epoch_t& log)

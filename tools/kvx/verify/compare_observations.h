@@ -24,6 +24,7 @@ private:
     void extra(const rinex::read_epoch_t& file, const char* why);
     void compare(const log_epoch_t& log, const rinex::read_epoch_t& file);
     void judge_records(const log_epoch_t& log);
+    bool is_expected(const log_epoch_t& log);
     void find_satellites(const rinex::read_epoch_t& file);
     void compare_satellite(const log_epoch_t& log, std::size_t first, std::size_t n, const rinex::read_epoch_t& file);
     void lacks_satellite(const log_epoch_t& log, std::size_t first, std::size_t n, const rinex::read_epoch_t& file);

@@ -46,10 +46,13 @@ bool file_epochs_t::begin_run(rinex::ticks_t time)
     return true;
 }
 
-const rinex::read_epoch_t* file_epochs_t::next_file(rinex::ticks_t time)
+// What begins in a gap of this run may be of another one.
+const rinex::read_epoch_t* file_epochs_t::next_file(rinex::ticks_t time, bool expected)
 {
-    const auto file =
+    const auto ahead =
         std::find_if(unread_.begin(), unread_.end(), [this](const unread_t& f) { return !last_ || f.first > *last_; });
+    auto file = std::find_if(ahead, unread_.end(), [time](const unread_t& f) { return f.first == time; });
+    if (file == unread_.end() && expected) file = ahead;
     if (file == unread_.end() || file->first > time) return nullptr;
     open(file);
     return next();

@@ -27,9 +27,11 @@ public:
     /// @return nullptr behind the last one
     const rinex::read_epoch_t* next();
 
-    /// Goes on with the file that begins next in the run, when that is not later than a time of the log.
+    /// Goes on in the run with the file that begins at a time of the log.
+    /// @param expected  whether some file is to have that time: without one that begins there, goes on with the next
+    ///                  one that begins before it
     /// @return its first epoch, else nullptr
-    const rinex::read_epoch_t* next_file(rinex::ticks_t time);
+    const rinex::read_epoch_t* next_file(rinex::ticks_t time, bool expected);
 
     /// The file that the epoch is of; behind the last epoch, the last file.
     const rinex_file_t& file() const { return *file_; }

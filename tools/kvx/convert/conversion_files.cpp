@@ -21,16 +21,24 @@ conversion_files_t::conversion_files_t(const convert_options_t& options, const s
     : options_(options),
       station_(station),
       as_they_fill_(as_they_fill),
-      observations_(
-          {[this, &channels, foreseen, &ledger] {
-               return std::make_unique<observation_output_t>(options_, station_.facts(), channels, foreseen, ledger);
-           },
-           [this](const coverage_t& c, int number) { return names_of_files(options_, c, number).observations(); },
-           [](observation_output_t& file, const std::string& name) { return file.finish(name); }}),
+      observations_({[this, &channels, foreseen, &ledger] {
+                         return std::make_unique<observation_output_t>(options_, station_.facts(), channels, foreseen,
+                                                                       ledger);
+                     },
+                     [this](const coverage_t& c, int number) { return names(c, number).observations(); },
+                     [](observation_output_t& file, const std::string& name) { return file.finish(name); }}),
       navigation_(options, selection),
       positions_(options)
 {
     if (options.split > 0) allow_many_files();
+}
+
+// A part of one epoch has the interval of those before it.
+file_names_t conversion_files_t::names(coverage_t coverage, int number)
+{
+    if (coverage.interval > 0.0) interval_ = coverage.interval;
+    coverage.interval = interval_;
+    return names_of_files(options_, coverage, number);
 }
 
 void conversion_files_t::enter(std::int64_t time)
@@ -73,11 +81,11 @@ void conversion_files_t::bring_to_disk()
 void conversion_files_t::add_others(std::vector<finished_file_t>& part, const coverage_t& coverage,
                                     const std::string& partial)
 {
-    const file_names_t names = names_of_files(options_, coverage);
+    const file_names_t its = names(coverage, 1);
     auto navigation = navigation_.finish(station_.facts(), coverage.first,
-                                         [&](char letter) { return names.navigation(letter) + partial; });
+                                         [&](char letter) { return its.navigation(letter) + partial; });
     std::move(navigation.begin(), navigation.end(), std::back_inserter(part));
-    if (positions_.exists()) part.push_back(positions_.finish(names.positions() + partial));
+    if (positions_.exists()) part.push_back(positions_.finish(its.positions() + partial));
 }
 
 void conversion_files_t::end_part(std::int64_t next)

@@ -51,6 +51,7 @@ public:
     std::vector<std::string> publish(const std::vector<finished_file_t>& files, bool live);
 
 private:
+    file_names_t names(coverage_t coverage, int number);
     void take_early(std::int64_t end);
     void end_part(std::int64_t next);
     void keep(std::vector<finished_file_t> part);
@@ -65,6 +66,7 @@ private:
     std::optional<std::int64_t> unit_;
     std::vector<fix_t> early_;   // of units that have not begun, or of logs that are ahead of others
     std::size_t parts_ = 0;      // that have ended
+    double interval_ = 0.0;      // s, of the epochs so far; 0: unknown
     std::vector<finished_file_t> finished_;
     std::set<std::string> names_;      // of them
     std::vector<std::string> paths_;   // of those that have their names

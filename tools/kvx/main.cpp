@@ -1,10 +1,12 @@
 // kvx: the command-line tool of rtk_utils.
+#include <malloc.h>
 #include <unistd.h>
 
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <exception>
+#include <functional>
 #include <new>
 #include <optional>
 #include <vector>
@@ -39,7 +41,7 @@ std::optional<int> read_command_line(command_line_t& app, int argc, char** argv)
     int code = kvx::kUsage;
     try {
         if (app.read(argc, argv)) return std::nullopt;
-        code = kvx::finished(kvx::kDone);
+        code = kvx::kDone;
     } catch (const kvx::usage_error_t& e) {
         std::fprintf(stderr, "kvx: error: %s (see --help)\n", e.what());
     }
@@ -47,7 +49,9 @@ std::optional<int> read_command_line(command_line_t& app, int argc, char** argv)
     return code;
 }
 
-int run(int argc, char** argv)
+// What the command line asks for. Nothing else of the table of commands stays: memory that is long needed is the
+// work's.
+std::function<int()> chosen(int argc, char** argv)
 {
     command_line_t app("kvx", "Logs, RINEX files, messages and hardware of GNSS RTK receivers", KVX_VERSION);
     app.describe(kAbout);
@@ -62,15 +66,23 @@ int run(int argc, char** argv)
                     {"141", "the reader of standard output has gone"}});
     std::vector<command_t> commands;
     for (const auto make : kCommands) commands.push_back(make(app));
+    const auto only = [](int code) { return [code] { return code; }; };
     if (argc == 1) {
         std::fputs(kvx::help_text(app.page()).c_str(), stdout);
-        return kvx::finished(kvx::kUsage);
+        return only(kvx::kUsage);
     }
-    if (const auto code = read_command_line(app, argc, argv)) return *code;
+    if (const auto code = read_command_line(app, argc, argv)) return only(*code);
     for (const command_t& command : commands) {
-        if (command.app.given()) return kvx::finished(command.run());
+        if (command.app.given()) return command.run;
     }
-    return kvx::kUsage;
+    return only(kvx::kUsage);
+}
+
+int run(int argc, char** argv)
+{
+    const std::function<int()> command = chosen(argc, argv);
+    malloc_trim(0);
+    return kvx::finished(command());
 }
 
 int failed(const char* what, int code)

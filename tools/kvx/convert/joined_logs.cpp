@@ -30,15 +30,6 @@ std::int64_t begin_of(const std::string& log, const rinex::signals_t& names)
     return std::numeric_limits<std::int64_t>::min();
 }
 
-template <typename Waiting>
-std::vector<Waiting> with_begins(const std::vector<std::string>& logs, const rinex::signals_t& names)
-{
-    std::vector<Waiting> waiting;
-    waiting.reserve(logs.size());
-    for (const std::string& log : logs) waiting.push_back({begin_of(log, names), log});
-    return waiting;
-}
-
 int observations(const rinex::epoch_t& epoch)
 {
     int n = 0;
@@ -53,7 +44,7 @@ joined_logs_t::joined_logs_t(const std::vector<std::string>& logs, const rinex::
     : ledger_(ledger),
       take_(std::move(take)),
       logs_(
-          with_begins<side_by_side_t<log_t>::waiting_t>(logs, names),
+          logs, [&names](const std::string& log) { return begin_of(log, names); },
           [this, open](const std::string& log) { return std::make_unique<log_t>(open(log), take_); },
           [finish](log_t& log) { finish(log.feed()); })
 {}

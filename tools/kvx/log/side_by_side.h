@@ -21,18 +21,17 @@ namespace kvx {
 template <typename Log>
 class side_by_side_t {
 public:
-    /// A log that has not been opened.
-    struct waiting_t {
-        std::int64_t first;   ///< time at which it is to be opened (ms): not behind its first epoch
-        std::string path;
-    };
+    /// Tells the time at which a log is to be opened (ms): not behind its first epoch.
+    using begin_t = std::function<std::int64_t(const std::string& path)>;
     using open_t = std::function<std::unique_ptr<Log>(const std::string& path)>;
     using finish_t = std::function<void(Log& log)>;
 
     /// @param finish  takes a log at its end
-    side_by_side_t(std::vector<waiting_t> logs, open_t open, finish_t finish)
-        : waiting_(std::move(logs)), open_(std::move(open)), finish_(std::move(finish))
+    side_by_side_t(const std::vector<std::string>& logs, const begin_t& begin, open_t open, finish_t finish)
+        : open_(std::move(open)), finish_(std::move(finish))
     {
+        waiting_.reserve(logs.size());
+        for (const std::string& log : logs) waiting_.push_back({begin(log), log});
         std::stable_sort(waiting_.begin(), waiting_.end(), [](const waiting_t& a, const waiting_t& b) {
             return a.first > b.first;
         });   // the next one last
@@ -57,6 +56,11 @@ public:
     }
 
 private:
+    struct waiting_t {   // a log that has not been opened
+        std::int64_t first;
+        std::string path;
+    };
+
     static constexpr std::int64_t kSameEpoch = 1;   // ms, as between the two range messages of an epoch
 
     const Log& earliest() const

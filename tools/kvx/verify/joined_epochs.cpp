@@ -23,15 +23,6 @@ std::int64_t first_epoch(const std::string& log, const rinex::signals_t& names)
     return epochs.next(epoch) ? epoch.time : std::numeric_limits<std::int64_t>::min();
 }
 
-template <typename Waiting>
-std::vector<Waiting> with_first_epochs(const std::vector<std::string>& logs, const rinex::signals_t& names)
-{
-    std::vector<Waiting> waiting;
-    waiting.reserve(logs.size());
-    for (const std::string& log : logs) waiting.push_back({first_epoch(log, names), log});
-    return waiting;
-}
-
 }   // namespace
 
 joined_epochs_t::joined_epochs_t(const std::vector<std::string>& logs, const rinex::signals_t& names,
@@ -39,7 +30,7 @@ joined_epochs_t::joined_epochs_t(const std::vector<std::string>& logs, const rin
     : result_(result),
       torn_(logs),
       logs_(
-          with_first_epochs<side_by_side_t<log_t>::waiting_t>(logs, names),
+          logs, [&names](const std::string& log) { return first_epoch(log, names); },
           [this, &logs, &names, &result, other](const std::string& path) {
               const auto its = std::find(logs.begin(), logs.end(), path);
               return std::make_unique<log_t>(&*its, torn_, names, result, other);

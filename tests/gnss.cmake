@@ -24,6 +24,10 @@ wing_without(foundation "log|rinex")
 wing_without(log rinex)
 wing_without(rinex log)
 
+# What the pages of the receiver log say of it, and what the readers read.
+add_test(NAME format_page COMMAND ${Python3_EXECUTABLE} -B ${CMAKE_CURRENT_SOURCE_DIR}/support/compare_format_pages.py
+         ${PROJECT_SOURCE_DIR}/libapp/utils ${PROJECT_SOURCE_DIR}/docs/formats)
+
 # Digests of everything. The texts are made under a locale with a decimal comma and in a time zone off by odd minutes.
 rtk_add_test(digest_test SOURCES unit/log_digest_test.cpp unit/text_digest_test.cpp
              LIBS kvx_sky WRAP time LABELS gnss)

@@ -47,23 +47,33 @@ struct I2cParam_t {
 ///       more. The messages of a combined transfer carry lengths of 16 bits.
 class RTK_UTILS_API CI2cHelper {
 public:
-    /// Checks a request without touching the device.
+    /// Checks a request without touching the device. What is wrong is logged.
+    ///
+    /// @param param  the request, left as it is
     /// @return true when the device is named and every operation has 1 or 2 address bytes, a buffer and a length
     static bool checkParams(I2cParam_t& param);
 
     /// For each operation one write of the register address and one read of the data, with a stop in between.
+    ///
+    /// @param param  the request; what is read goes to the buffers that its operations name
     /// @return true when every byte was read
     static bool read_std(I2cParam_t& param);
 
     /// For each operation one write of the register address and the data.
+    ///
+    /// @param param  the request, left as it is
     /// @return true when every byte was written
     static bool write_std(I2cParam_t& param);
 
     /// All operations as one combined transfer of two messages each, address and data.
+    ///
+    /// @param param  the request; what is read goes to the buffers that its operations name
     /// @return true when every message was transferred
     static bool read_ctl(I2cParam_t& param);
 
     /// All operations as one combined transfer of one message each.
+    ///
+    /// @param param  the request, left as it is
     /// @return true when every message was transferred
     static bool write_ctl(I2cParam_t& param);
 };

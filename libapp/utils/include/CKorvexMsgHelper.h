@@ -30,6 +30,7 @@ public:
     ///
     /// @param data  bytes
     /// @param len   number of bytes
+    /// @return checksum
     unsigned int Crc32(const unsigned char* data, int len) noexcept;
 
     /// Builds one frame.
@@ -40,11 +41,17 @@ public:
     /// @param msgId     message ID
     /// @param msgExtra  extra word, for the host to use
     /// @param out       the frame, len + 20 bytes; data may point into it
-    /// @return true; false when there is no memory for the frame
+    /// @return true; false when there is no memory for the frame, and out is as it was
     bool Pack(const unsigned char* data, unsigned int len, unsigned short msgId, unsigned short msgExtra,
               std::string& out) noexcept;
 
     /// `Pack` with an extra word of 0.
+    ///
+    /// @param data   payload
+    /// @param len    payload length in bytes, below 65536
+    /// @param msgId  message ID
+    /// @param out    the frame
+    /// @return true; false when there is no memory for the frame, and out is as it was
     bool Pack(const unsigned char* data, unsigned int len, unsigned short msgId, std::string& out) noexcept;
 
     /// Takes in bytes of the stream and looks for the first whole frame.
@@ -62,8 +69,10 @@ public:
     bool Parse(const unsigned char* data, unsigned int len, unsigned short& msgId, unsigned char** payload,
                unsigned int& payloadLen) noexcept;
 
-    /// Bytes that `Parse` has not taken in since the object was made, because there was no memory for them or 4 GiB
-    /// were held: while it is 0, every byte of the stream is looked at.
+    /// Tells whether the parser has lost bytes.
+    ///
+    /// @return bytes that `Parse` has not taken in since the object was made, because there was no memory for them or
+    ///         4 GiB were held: while it is 0, every byte of the stream is looked at
     std::uint64_t RejectedBytes() const noexcept;
 
 private:

@@ -22,18 +22,18 @@
 
 // Records of the vision library's own header; its users include that. Here they are opaque but for what is said below.
 
-struct PhgLibInitOptions;
-struct DrCfg_tag;          ///< fusion configuration, 88 bytes
-struct DrHwCfg_tag;        ///< hardware configuration, 24 bytes
-struct FusionData_tag;     ///< fusion input, 88 bytes and 32 for each element that the byte at 5 counts
-struct PosRaw_tag;         ///< GNSS sample, 128 bytes
-struct ImuRawData_tag;     ///< IMU sample, 52 bytes
-struct ImageData_t;        ///< camera image
-struct FrameData_t;        ///< frame result, 32 bytes and 24 for each element behind the first; u16 count at 6
-struct ImageGroupInfo_t;   ///< group of images
-struct TiltStat_tag;       ///< state of the tilt
-struct TiltCalibReq_t;     ///< tilt calibration request: u32 count, values (double) from byte 8 on
-struct CameraParameters;   ///< result of a camera calibration
+struct PhgLibInitOptions;   ///< how the library starts
+struct DrCfg_tag;           ///< fusion configuration, 88 bytes
+struct DrHwCfg_tag;         ///< hardware configuration, 24 bytes
+struct FusionData_tag;      ///< fusion input, 88 bytes and 32 for each element that the byte at 5 counts
+struct PosRaw_tag;          ///< GNSS sample, 128 bytes
+struct ImuRawData_tag;      ///< IMU sample, 52 bytes
+struct ImageData_t;         ///< camera image
+struct FrameData_t;         ///< frame result, 32 bytes and 24 for each element behind the first; u16 count at 6
+struct ImageGroupInfo_t;    ///< group of images
+struct TiltStat_tag;        ///< state of the tilt
+struct TiltCalibReq_t;      ///< tilt calibration request: u32 count, values (double) from byte 8 on
+struct CameraParameters;    ///< result of a camera calibration
 
 // Callbacks of the vision library. They run on its threads, and what they are handed is valid during the call only.
 
@@ -67,6 +67,8 @@ class thread_task;
 struct RTK_UTILS_API PhgFunc_t {
     void* handle = nullptr;   ///< from dlopen, null: not loaded
 
+    /// Entry point behind the wrapper of its name in CPhgAdapter; null: not there.
+    /// @{
     int (*PhgLibInit)(const PhgLibInitOptions* options) = nullptr;
     int (*PhgLibDestroy)(DrCfg_tag* config) = nullptr;
     void (*PhgLibVosInit)() = nullptr;
@@ -100,6 +102,7 @@ struct RTK_UTILS_API PhgFunc_t {
     void (*PhgLibGetGnssExtrinsics)(double* extrinsics) = nullptr;
     int (*PhgLibSetGnss)(const PosRaw_tag* position) = nullptr;
     int (*PhgLibSetImu)(const ImuRawData_tag* sample) = nullptr;
+    /// @}
 
     /// Unloads what is loaded, loads the library named by "VISION_PHG_LIB_NAME" and looks up every entry point.
     ///
@@ -156,71 +159,206 @@ public:
     // One wrapper an entry point, in the order of PhgFunc_t. Results:
     //     that of the entry point, 0 where it has none
     //     -14  no library, not in the library, or it threw an exception
-    //     -22  the record is null, where a line says so
+    //     -22  the record is null, where its lines say so
 
     /// Prepares the library.
+    ///
+    /// @param options  how to start
+    /// @return the library's result, or -14
     int PtrPhgLibInit(const PhgLibInitOptions* options);
+
     /// Ends its work; hands the configuration back.
+    ///
+    /// @param config  out: the fusion configuration as it is at the end
+    /// @return the library's result, or -14
     int PtrPhgLibDestroy(DrCfg_tag* config);
+
     /// Prepares the visual odometer.
+    ///
+    /// @return 0, or -14
     int PtrPhgLibVosInit();
+
     /// Takes a fusion input. Not dumped: the host calls DumpFusionData itself.
+    ///
+    /// @param data  with as many elements as it counts
+    /// @return the library's result, or -14
     int PtrPhgLibSetFusionData(const FusionData_tag* data);
+
     /// Takes a fusion configuration. Dumped in any case.
+    ///
+    /// @param config  null goes to the library as well, and is not dumped
+    /// @return the library's result, or -14
     int PtrPhgLibUpdateCfg(const DrCfg_tag* config);
+
     /// Takes the hardware configuration.
+    ///
+    /// @param config  handed on as it is; OpenDump() dumps one
+    /// @return the library's result, or -14
     int PtrPhgLibSetHwCfg(const DrHwCfg_tag* config);
-    /// Opens the library's own log: folder, level, size.
+
+    /// Opens the library's own log.
+    ///
+    /// @param folder       where the log goes
+    /// @param level, size  as the library's own header says
+    /// @return the library's result, or -14
     int PtrPhgLibLogInit(const char* folder, int level, int size);
+
     /// Closes it.
+    ///
+    /// @return the library's result, or -14
     int PtrPhgLibLogShutdown();
+
     /// Takes a camera image.
+    ///
+    /// @param image  with its pixels; whether they are copied is the library's affair
+    /// @return the library's result, or -14
     int PtrPhgLibSetImageData(const ImageData_t* image);
+
     /// Who is told of images.
+    ///
+    /// @param callback  told of every image from now on
+    /// @return the library's result, or -14
     int PtrPhgLibSetImageInfoCB(PhgImageInfoCB callback);
+
     /// Who is told of the tilt.
+    ///
+    /// @param callback  told of the tilt's state from now on
+    /// @return the library's result, or -14
     int PtrPhgLibRegisterCB(PhgTiltStatCB callback);
+
     /// Starts the fusion anew. Dumped when it reaches the library.
+    ///
+    /// @return the library's result, or -14
     int PtrPhgLibReset();
+
     /// Starts a tilt calibration with so many values.
+    ///
+    /// @param values    of all items, one item after the other
+    /// @param length    number of values
+    /// @param callback  told of the progress
+    /// @return 0, or -14
     int PtrPhgLibCalibStart(const double* values, unsigned int length, PhgCalibCB callback);
+
     /// Writes the version into a text of that size.
+    ///
+    /// @param text  out: the version
+    /// @param size  room in text (bytes)
+    /// @return 0, or -14
     int PtrPhgLibVerInfo(char* text, int size);
+
     /// Kind of a block of memory that the library hands out.
+    ///
+    /// @param transfer  handle that a PhgMemoryTransferCB was told
+    /// @return the library's result, or -14
     int PtrPhgLibMemoryTransferGetType(unsigned long transfer);
+
     /// Number of its data.
+    ///
+    /// @param transfer  handle that a PhgMemoryTransferCB was told
+    /// @return the library's result, or -14
     int PtrPhgLibMemoryTransferGetDataID(unsigned long transfer);
+
     /// Height of the image in it (pixels).
+    ///
+    /// @param transfer  handle that a PhgMemoryTransferCB was told
+    /// @return the library's result, or -14
     int PtrPhgLibMemoryTransferGetImageHeight(unsigned long transfer);
+
     /// Width of the image in it (pixels).
+    ///
+    /// @param transfer  handle that a PhgMemoryTransferCB was told
+    /// @return the library's result, or -14
     int PtrPhgLibMemoryTransferGetImageWidth(unsigned long transfer);
+
     /// Type of its pixels, by OpenCV's numbers.
+    ///
+    /// @param transfer  handle that a PhgMemoryTransferCB was told
+    /// @return the library's result, or -14
     int PtrPhgLibMemoryTransferGetOpenCVType(unsigned long transfer);
+
     /// Who is handed such blocks.
+    ///
+    /// @param callback  handed every block from now on, to be given back by PtrPhgLibFreeMemoryTransfer()
+    /// @return the library's result, or -14
     int PtrPhgLibSetMemoryTransferCB(PhgMemoryTransferCB callback);
+
     /// Gives a block back.
+    ///
+    /// @param transfer  its handle, of no use from now on
+    /// @return the library's result, or -14
     int PtrPhgLibFreeMemoryTransfer(unsigned long transfer);
+
     /// Who is told of frame results.
+    ///
+    /// @param callback  told of every frame result from now on; DumpFrameData() may be called from it
+    /// @return the library's result, or -14
     int PtrPhgLibSetFrameDataCB(PhgFrameDataCB callback);
+
     /// Switches the visual odometer on or off. Dumped when it reaches the library.
+    ///
+    /// @param enable  handed on, and dumped, as it is
+    /// @return the library's result, or -14
     int PtrPhgLibEnableVisualOdometer(int enable);
+
     /// Opens a group of images taken before.
+    ///
+    /// @param group  which one
+    /// @return the library's result, or -14
     int PtrPhgLibOpenOldImageGroup(const ImageGroupInfo_t* group);
+
     /// Who is told of groups of images.
+    ///
+    /// @param callback  told of every group from now on
+    /// @return the library's result, or -14
     int PtrPhgLibSetImageGroupInfoCB(PhgImageGroupInfoCB callback);
+
     /// Folder of the keyframes.
+    ///
+    /// @param path  folder for keyframes from now on
+    /// @return the library's result, or -14
     int PtrPhgLibSetKeyframeFolderPath(const char* path);
-    /// Calibrates a camera: images, board, folder of the result.
+
+    /// Calibrates a camera.
+    ///
+    /// @param images      where the images are
+    /// @param board       the board that they show
+    /// @param result      folder of the result
+    /// @param parameters  out: the result
+    /// @return the library's result, or -14
     int PtrPhgLibCalibCamera(const char* images, const char* board, const char* result, CameraParameters* parameters);
+
     /// Checks the accuracy by AprilTags in images.
+    ///
+    /// @param images           where the images are
+    /// @param count, accuracy  out: as the library's own header says
+    /// @return the library's result, or -14
     int PtrPhgLibCheckAccuracyApriltags(const char* images, int* count, double* accuracy);
+
     /// Position and attitude of a target seen in an image.
+    ///
+    /// @param target    number of the target
+    /// @param image     its place in the image
+    /// @param position  out: where it is
+    /// @param attitude  out: how it stands
+    /// @return the library's result, or -14
     int PtrPhgLibGetTargetPose(unsigned int target, const double* image, double* position, double* attitude);
+
     /// Place of the GNSS antenna in the camera frame.
+    ///
+    /// @param extrinsics  out: place of the antenna
+    /// @return 0, or -14
     int PtrPhgLibGetGnssExtrinsics(double* extrinsics);
-    /// Takes a GNSS sample. Dumped; -22 for null.
+
+    /// Takes a GNSS sample. Dumped.
+    ///
+    /// @param position  128 bytes
+    /// @return the library's result, or -14; -22 for null
     int PtrPhgLibSetGnss(const PosRaw_tag* position);
-    /// Takes an IMU sample. Dumped; -22 for null.
+
+    /// Takes an IMU sample. Dumped.
+    ///
+    /// @param sample  52 bytes
+    /// @return the library's result, or -14; -22 for null
     int PtrPhgLibSetImu(const ImuRawData_tag* sample);
 
     // Beside them:
@@ -250,12 +388,16 @@ public:
     void CloseDump() noexcept;
 
     /// CPhgLog::registerThread: names the worker that writes the file. It is not kept alive.
+    ///
+    /// @param thread  in place of an earlier one; null: as UnregisterDumpThread()
     void RegisterDumpThread(const std::shared_ptr<aht::thread_task>& thread) noexcept;
 
     /// CPhgLog::unregisterThread: nothing more is dumped, and what waits is still written.
     void UnregisterDumpThread() noexcept;
 
     /// CPhgLog::setDumpFlag: off stops opening and recording, not closing.
+    ///
+    /// @param on  true at first
     void SetDumpFlag(bool on) noexcept;
 
     /// Dumps whether a measurement runs.
@@ -268,7 +410,9 @@ public:
     /// @param frame  with as many elements as it counts; null: nothing is dumped
     void DumpFrameData(const FrameData_t* frame) noexcept;
 
-    /// Dumps a fusion input, which PtrPhgLibSetFusionData does not, with as many elements as it counts; null: nothing.
+    /// Dumps a fusion input, which PtrPhgLibSetFusionData does not.
+    ///
+    /// @param data  with as many elements as it counts; null: nothing is dumped
     void DumpFusionData(const FusionData_tag* data) noexcept;
 
     /// Length of a fusion input as its own count says.

@@ -76,7 +76,9 @@ public:
     /// Forgets the worker; what is queued still runs.
     void unregisterThread() noexcept;
 
-    /// @param on  false: openDump and dumpData refuse from now on
+    /// Switches dumping on or off; it is on at first.
+    ///
+    /// @param on  false: openDump and dumpData refuse from now on, closeDump does not
     void setDumpFlag(bool on) noexcept;
 
     /// Queues the opening of dir + "/" + name; a file of that name is emptied. Without effect while a file is open.
@@ -100,6 +102,8 @@ public:
 
     /// Checksum of a payload: CRC-32 of polynomial 0xEDB88320, reflected, initial value 0, no final inversion.
     ///
+    /// @param data  payload; may be null when len is below 1
+    /// @param len   its length in bytes
     /// @return checksum, 0 when len is below 1
     static unsigned int Crc32(const unsigned char* data, int len) noexcept;
 

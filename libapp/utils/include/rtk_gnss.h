@@ -45,38 +45,43 @@ struct obsd_t {
     float D[kNumSlots + 1];         ///< Doppler (Hz), one spare
     double SNR[kNumSlots];          ///< carrier-to-noise density ratio (0.25 dB-Hz), 0: none
     std::uint8_t LLI[kNumSlots];    ///< bit 0: loss of lock, bit 1: half-cycle ambiguity
-    std::uint8_t code[kNumSlots];   ///< observation code number, 0: not set
+    std::uint8_t code[kNumSlots];   ///< observation code number, 0: not set; only compressed range messages set it
 };
 
 /// Keplerian broadcast ephemeris of a GPS, QZSS or BeiDou satellite.
 struct eph_t {
-    std::uint8_t sat;          ///< satellite number, 0: empty entry
-    std::int16_t iode;         ///< issue of data, ephemeris (BeiDou: AODE)
-    std::int16_t iodc;         ///< issue of data, clock (BeiDou: AODC)
-    std::uint16_t ura_index;   ///< SV accuracy index 0..15, 15: no prediction
-    std::uint8_t health;       ///< SV health, 0: healthy
-    std::uint16_t week;        ///< GPS week (BeiDou: BeiDou week + 1356)
-    std::int16_t aux_flag;     ///< GPS: codes on L2; printed by the BeiDou record in its spare field
-    std::int16_t l2p_flag;     ///< L2 P data flag
-    double toe;                ///< reference time of the orbit, seconds of week (BeiDou: BeiDou time)
-    double toc;                ///< reference time of the clock, seconds of week (BeiDou: BeiDou time)
-    double A;                  ///< semi-major axis (m), not its square root
-    double e;                  ///< eccentricity
-    double i0;                 ///< inclination at toe (rad)
-    double omega0;             ///< longitude of the ascending node at the start of the week (rad)
-    double omega;              ///< argument of perigee (rad)
-    double M0;                 ///< mean anomaly at toe (rad)
-    double delta_n;            ///< mean motion difference (rad/s)
-    double omega_dot;          ///< rate of the right ascension (rad/s)
-    double idot;               ///< rate of the inclination (rad/s)
-    double crc, crs;           ///< harmonic corrections of the orbit radius (m)
-    double cuc, cus;           ///< harmonic corrections of the argument of latitude (rad)
-    double cic, cis;           ///< harmonic corrections of the inclination (rad)
-    std::uint8_t fit;          ///< fit interval as transmitted
-    std::uint8_t fit_reserved[7];
-    double af0, af1, af2;   ///< clock bias (s), drift (s/s), drift rate (s/s^2)
-    double tgd;             ///< group delay (s); BeiDou: TGD1
-    double tgd2;            ///< BeiDou: TGD2 (s)
+    std::uint8_t sat;               ///< satellite number, 0: empty entry
+    std::int16_t iode;              ///< issue of data, ephemeris (BeiDou: AODE)
+    std::int16_t iodc;              ///< issue of data, clock (BeiDou: AODC)
+    std::uint16_t ura_index;        ///< SV accuracy index 0..15, 15: no prediction
+    std::uint8_t health;            ///< SV health, 0: healthy; all 6 bits from MSG_RAW_GPS_EPHEMERIS, else bit 0 alone
+    std::uint16_t week;             ///< GPS week (BeiDou: BeiDou week + 1356)
+    std::int16_t aux_flag;          ///< codes on L2; printed by BeiDou in a spare field, while GPS and QZSS print 1
+    std::int16_t l2p_flag;          ///< L2 P data flag; printed by GPS, QZSS and BeiDou
+    double toe;                     ///< reference time of the orbit, seconds of week (BeiDou: BeiDou time)
+    double toc;                     ///< reference time of the clock, seconds of week (BeiDou: BeiDou time)
+    double A;                       ///< semi-major axis (m), not its square root
+    double e;                       ///< eccentricity
+    double i0;                      ///< inclination at toe (rad)
+    double omega0;                  ///< longitude of the ascending node at the start of the week (rad)
+    double omega;                   ///< argument of perigee (rad)
+    double M0;                      ///< mean anomaly at toe (rad)
+    double delta_n;                 ///< mean motion difference (rad/s)
+    double omega_dot;               ///< rate of the right ascension (rad/s)
+    double idot;                    ///< rate of the inclination (rad/s)
+    double crc;                     ///< cosine correction of the orbit radius (m)
+    double crs;                     ///< sine correction of the orbit radius (m)
+    double cuc;                     ///< cosine correction of the argument of latitude (rad)
+    double cus;                     ///< sine correction of the argument of latitude (rad)
+    double cic;                     ///< cosine correction of the inclination (rad)
+    double cis;                     ///< sine correction of the inclination (rad)
+    std::uint8_t fit;               ///< fit interval flag as transmitted; set by messages of raw subframes and of QZSS
+    std::uint8_t fit_reserved[7];   ///< not read
+    double af0;                     ///< clock bias (s)
+    double af1;                     ///< clock drift (s/s)
+    double af2;                     ///< clock drift rate (s/s^2)
+    double tgd;                     ///< group delay (s); BeiDou: TGD1
+    double tgd2;                    ///< BeiDou: TGD2 (s)
 };
 
 /// GLONASS broadcast ephemeris: state vector in PZ-90 and clock.
@@ -114,71 +119,79 @@ struct seph_t {
 
 /// Clock polynomial of one Galileo message type.
 struct gal_clock_t {
-    double toc;             ///< reference time, seconds of week
-    double af0, af1, af2;   ///< bias (s), drift (s/s), drift rate (s/s^2)
+    double toc;   ///< reference time, seconds of week
+    double af0;   ///< bias (s)
+    double af1;   ///< drift (s/s)
+    double af2;   ///< drift rate (s/s^2)
 };
 
 /// Galileo broadcast ephemeris. Arrays of three are in the order E1B, E5a, E5b.
 struct galeph_t {
-    std::uint8_t sat;                                            ///< satellite number 103..138, 0: empty entry
-    std::uint8_t sisa;                                           ///< signal-in-space accuracy index 0..255
-    std::uint16_t iodnav;                                        ///< issue of data (10 bits)
-    std::uint16_t week;                                          ///< GPS week that goes with toe
-    std::uint8_t inav;                                           ///< 1: the I/NAV clock was received
-    std::uint8_t fnav;                                           ///< 1: the F/NAV clock was received
-    std::uint8_t health[3];                                      ///< signal health 0..3, 0: healthy
-    std::uint8_t validity[3];                                    ///< data validity, 0: valid
-    double toe;                                                  ///< reference time of the orbit, seconds of week
-    double sqrtA;                                                ///< square root of the semi-major axis (m^0.5)
-    double e, i0, omega0, omega, M0, delta_n, omega_dot, idot;   ///< as in eph_t
-    double crc, crs, cuc, cus, cic, cis;                         ///< as in eph_t
-    gal_clock_t inav_clock;
-    gal_clock_t fnav_clock;
-    double bgd_e5a;   ///< broadcast group delay E1/E5a (s)
-    double bgd_e5b;   ///< broadcast group delay E1/E5b (s)
-    std::uint8_t reserved[8];
+    std::uint8_t sat;           ///< satellite number 103..138, 0: empty entry
+    std::uint8_t sisa;          ///< signal-in-space accuracy index 0..255
+    std::uint16_t iodnav;       ///< issue of data (10 bits)
+    std::uint16_t week;         ///< GPS week that goes with toe
+    std::uint8_t inav;          ///< 1: the I/NAV clock was received
+    std::uint8_t fnav;          ///< 1: the F/NAV clock was received
+    std::uint8_t health[3];     ///< signal health 0..3, 0: healthy
+    std::uint8_t validity[3];   ///< data validity, 0: valid
+    double toe;                 ///< reference time of the orbit, seconds of week
+    double sqrtA;               ///< square root of the semi-major axis (m^0.5)
+    /// As the field of the same name in eph_t.
+    /// @{
+    double e, i0, omega0, omega, M0, delta_n, omega_dot, idot;
+    double crc, crs, cuc, cus, cic, cis;
+    /// @}
+    gal_clock_t inav_clock;     ///< clock of I/NAV, of worth when inav is 1
+    gal_clock_t fnav_clock;     ///< clock of F/NAV, of worth when fnav is 1
+    double bgd_e5a;             ///< broadcast group delay E1/E5a (s)
+    double bgd_e5b;             ///< broadcast group delay E1/E5b (s)
+    std::uint8_t reserved[8];   ///< not read
 };
 
 /// Stop-and-go block as it came.
 struct stop_and_go_t {
-    double value[7];
-    std::uint32_t word;
+    double value[7];      ///< seven values of the host's concern, no writer prints them
+    std::uint32_t word;   ///< the word behind them
 };
 
 /// Everything decoded from one receiver's log. Large: keep it on the heap or static, and call
 /// Initial_raw() before use.
 struct raw_t {
-    std::uint8_t reserved0[5];
-    std::uint8_t sng_flag;       ///< 1: the last stop-and-go message carried data
-    std::uint8_t opt_nosigmap;   ///< host option, non-zero: the override flag never moves a signal to slot 2
-    std::uint8_t opt_rawprn;     ///< host option, non-zero: satellite numbers by fixed offsets of the PRN
-    std::uint16_t week;          ///< GPS week of the last message
-    double tow;                  ///< seconds of week of the last message
-    std::uint8_t nobs;           ///< used entries of obs, 0..80
-    double obs_tow;              ///< seconds of week of the epoch in obs
-    obsd_t obs[kMaxObs];         ///< current epoch
-    std::uint8_t reserved1[104];
-    std::uint16_t leaps;   ///< GPS - UTC (s) from the last ionosphere/UTC message
-    double ion_gps[8];     ///< Klobuchar alpha 0..3 (s, s/semicircle, ...), beta 0..3
-    std::uint8_t reserved2[96];
-    eph_t eph[85];                 ///< 0..77: satellite number - 1; 78..84: QZSS 139..145
-    galeph_t galeph[36];           ///< PRN - 1
-    geph_t geph[24];               ///< slot - 1
-    seph_t seph[25];               ///< index - 1
-    stop_and_go_t sng;             ///< last stop-and-go message
-    char ant_type[31];             ///< antenna type, NUL-terminated
-    char rcv_text[4][31];          ///< [0]: site name of stop-and-go events; [1..3]: receiver version texts
-    std::uint32_t ant_word1;       ///< first word of the antenna message
-    double pos[3];                 ///< receiver position, ECEF X, Y, Z (m)
-    float sng_f[3];                ///< antenna delta of the stop-and-go message: east, north, height (m)
-    std::uint32_t ant_word2;       ///< second word of the antenna message, see ant_height()
-    std::uint32_t glo_bias_mask;   ///< bit k: glo_bias[k] is known
-    std::uint8_t reserved3[4];
-    float glo_bias[4];   ///< GLONASS code-phase biases C1C, C1P, C2C, C2P (m)
-    std::uint8_t reserved4[8];
-    std::uint8_t flag;       ///< cleared by Initial_raw
-    std::uint16_t eph_sat;   ///< satellite of the ephemeris stored last, 0: unknown
-    std::uint8_t reserved5[3400];
+    std::uint8_t reserved0[5];      ///< not touched by the decoder
+    std::uint8_t sng_flag;          ///< 1: the last stop-and-go message carried data
+    std::uint8_t opt_nosigmap;      ///< host option, non-zero: the override flag never moves a signal to slot 2
+    std::uint8_t opt_rawprn;        ///< host option, non-zero: satellite numbers by fixed offsets of the PRN
+    std::uint16_t week;             ///< GPS week of the last message; MSG_BDS_EPHEMERIS leaves that of toe
+    double tow;                     ///< seconds of week of the last message; MSG_MARK_TIME leaves the event's, and toe
+                                    ///< stays of MSG_GPS_EPHEMERIS, MSG_QZSS_EPHEMERIS, MSG_BDS_EPHEMERIS and
+                                    ///< MSG_GAL_INAV_EPHEMERIS
+    std::uint8_t nobs;              ///< used entries of obs, 0..80
+    double obs_tow;                 ///< seconds of week of the epoch in obs
+    obsd_t obs[kMaxObs];            ///< current epoch
+    std::uint8_t reserved1[104];    ///< not used
+    std::uint16_t leaps;            ///< GPS - UTC (s) from the last ionosphere/UTC message
+    double ion_gps[8];              ///< Klobuchar alpha 0..3 (s, s/semicircle, ...), beta 0..3
+    std::uint8_t reserved2[96];     ///< not used
+    eph_t eph[85];                  ///< 0..77: satellite number - 1; 78..84: QZSS 139..145
+    galeph_t galeph[36];            ///< PRN - 1
+    geph_t geph[24];                ///< slot - 1
+    seph_t seph[25];                ///< index - 1
+    stop_and_go_t sng;              ///< last stop-and-go message
+    char ant_type[31];              ///< antenna type, NUL-terminated
+    char rcv_text[4][31];           ///< [0]: site name of stop-and-go events, the host's to set; [1..3]: type, firmware
+                                    ///< and serial number of the receiver
+    std::uint32_t ant_word1;        ///< first word of the antenna message
+    double pos[3];                  ///< receiver position, ECEF X, Y, Z (m)
+    float sng_f[3];                 ///< antenna delta of the stop-and-go message: east, north, height (m)
+    std::uint32_t ant_word2;        ///< second word of the antenna message, see ant_height()
+    std::uint32_t glo_bias_mask;    ///< bit k: glo_bias[k] is known; the host's to set
+    std::uint8_t reserved3[4];      ///< not used
+    float glo_bias[4];              ///< GLONASS code-phase biases C1C, C1P, C2C, C2P (m); the host's to set
+    std::uint8_t reserved4[8];      ///< not used
+    std::uint8_t flag;              ///< cleared by Initial_raw
+    std::uint16_t eph_sat;          ///< satellite of the ephemeris stored last, 0: unknown
+    std::uint8_t reserved5[3400];   ///< not used
     float locktime[kMaxSat][kNumSlots];       ///< lock time (s), row satellite number - 1
     std::uint8_t halfc[kMaxSat][kNumSlots];   ///< half cycle added, row satellite number - 1
     std::uint16_t nbyte;                      ///< framing: bytes held in buff, 0: looking for a frame
@@ -202,28 +215,28 @@ struct rnx_t {
     std::int32_t curweek;     ///< GPS week of the record handed in last
     double firsttow;          ///< seconds of week of the first epoch, negative: none
     double lasttow;           ///< seconds of week of the last epoch, negative: none
-    double reserved;
-    double interval;        ///< observation interval (s), 0: to be found from the data
-    char prog[32];          ///< program name, 20 columns printed
-    char runby[32];         ///< who ran it, 20 columns
-    char marker[64];        ///< marker name, 60 columns
-    char markerno[64];      ///< marker number, 20 columns
-    char observer[32];      ///< observer, 20 columns
-    char agency[32];        ///< observer's agency, 40 columns
-    char rectype[32];       ///< receiver type, 20 columns; board names in it choose the observation types
-    char recno[32];         ///< receiver number, 20 columns
-    char recver[32];        ///< receiver version, 20 columns
-    char antno[32];         ///< antenna number, 20 columns
-    char anttype[32];       ///< antenna type and radome, IGS 16 + 4 columns
-    char antext[32];        ///< third field of the antenna line, 20 columns
-    double apppos[3];       ///< approximate position, ECEF X, Y, Z (m)
-    double antdel[3];       ///< antenna delta height, east, north (m)
-    std::int32_t rcvkind;   ///< kind of board: 0, 1, 2, 5, 6 or 9
-    std::int32_t sys_gps;   ///< 1: GPS and QZSS are written
-    std::int32_t sys_glo;   ///< 1: GLONASS is written
-    std::int32_t sys_bds;   ///< 1: BeiDou is written
-    std::int32_t sys_gal;   ///< 1: Galileo is written
-    std::int32_t sys_sbs;   ///< 1: SBAS is written
+    double reserved;          ///< not used
+    double interval;          ///< observation interval (s), 0: to be found from the data
+    char prog[32];            ///< program name, 20 columns printed
+    char runby[32];           ///< who ran it, 20 columns
+    char marker[64];          ///< marker name, 60 columns
+    char markerno[64];        ///< marker number, 20 columns
+    char observer[32];        ///< observer, 20 columns
+    char agency[32];          ///< observer's agency, 40 columns
+    char rectype[32];         ///< receiver type, 20 columns; board names in it choose the observation types
+    char recno[32];           ///< receiver number, 20 columns
+    char recver[32];          ///< receiver version, 20 columns
+    char antno[32];           ///< antenna number, 20 columns
+    char anttype[32];         ///< antenna type and radome, IGS 16 + 4 columns
+    char antext[32];          ///< third field of the antenna line, 20 columns
+    double apppos[3];         ///< approximate position, ECEF X, Y, Z (m)
+    double antdel[3];         ///< antenna delta height, east, north (m)
+    std::int32_t rcvkind;     ///< kind of board: 0, 1, 2, 5, 6 or 9
+    std::int32_t sys_gps;     ///< 1: GPS and QZSS are written
+    std::int32_t sys_glo;     ///< 1: GLONASS is written
+    std::int32_t sys_bds;     ///< 1: BeiDou is written
+    std::int32_t sys_gal;     ///< 1: Galileo is written
+    std::int32_t sys_sbs;     ///< 1: SBAS is written
 };
 
 static_assert(sizeof(obsd_t) == 256, "shared with the host");
@@ -243,7 +256,10 @@ static_assert(sizeof(rnx_t) == 568, "shared with the host");
 ///              ionosphere, position, texts, options and the time filter.
 RTK_UTILS_API void Initial_raw(raw_t* raw, int mode);
 
-/// Height of the antenna (m) as the antenna message carried it: the 32 bits of ant_word2 as a float.
+/// Height of the antenna as the antenna message carried it: the 32 bits of ant_word2 as a float.
+///
+/// @param raw  record; must not be null
+/// @return height (m), unchecked: any float, also one that is no number
 RTK_UTILS_API float ant_height(const raw_t* raw);
 
 // ===================================================================================================
@@ -273,7 +289,8 @@ RTK_UTILS_API unsigned char satno(unsigned char sys, int prn);
 /// Wavelength of a satellite's carrier.
 ///
 /// @param sat   satellite number 1..170; any other number counts as a GPS-like satellite
-/// @param slot  signal slot 0..2 (GLONASS 0..1)
+/// @param slot  band, which is the signal slot of the record 0..2 (GLONASS 0..1) but for SBAS, which counts as GPS here
+///              and keeps L5 in slot 1, and for B2a of BeiDou, which is not told from B2 in slot 1
 /// @param frq   GLONASS frequency channel -7..6; 0 takes the channel usual for the orbital slot
 /// @return wavelength (m); 0 when the system has no carrier in that slot
 /// @note Carrier frequencies as listed with the observation codes in RINEX 3.04.
@@ -290,6 +307,8 @@ RTK_UTILS_API unsigned int crc32(const unsigned char* data, int len);
 
 /// CRC-24Q: polynomial 0x864CFB, initial value 0, not reflected (RTCM 10403, Qualcomm).
 ///
+/// @param data  bytes; may be null when len is below 1
+/// @param len   number of bytes
 /// @return checksum in the low 24 bits; 0 when len is below 1
 RTK_UTILS_API unsigned int crc24q(const unsigned char* data, int len);
 
@@ -301,22 +320,41 @@ RTK_UTILS_API unsigned int crc24q(const unsigned char* data, int len);
 /// @return value; 0 when len is below 1
 RTK_UTILS_API unsigned int getbitu(const unsigned char* buff, int pos, int len);
 
-/// Reads a two's-complement bit field of 1..31 bits; 32 bits come back as they stand.
+/// Reads a two's-complement bit field.
+///
+/// @param buff  bytes, as for getbitu()
+/// @param pos   first bit, as for getbitu()
+/// @param len   number of bits 1..32; of more the low 32 remain
+/// @return value; 0 when len is below 1
 RTK_UTILS_API int getbits(const unsigned char* buff, int pos, int len);
 
 /// Reads a sign-magnitude bit field: one sign bit, len - 1 magnitude bits.
+///
+/// @param buff  bytes, as for getbitu()
+/// @param pos   the sign bit, counted as for getbitu()
+/// @param len   number of bits 1..32, the sign included
+/// @return value
 RTK_UTILS_API int getbitg(const unsigned char* buff, int pos, int len);
 
 /// Reads a two's-complement field of 38 bits.
+///
+/// @param buff  bytes, as for getbitu()
+/// @param pos   first bit, as for getbitu()
+/// @return value, exact
 RTK_UTILS_API double getbits_38(const unsigned char* buff, int pos);
 
-/// Writes the low len bits of data at bit pos and leaves all other bits alone; nothing unless len is 1..32.
+/// Writes a big-endian bit field and leaves all other bits alone.
+///
+/// @param buff  bytes, at least (pos + len + 7) / 8 of them
+/// @param pos   first bit, as for getbitu()
+/// @param len   number of bits 1..32; nothing is written for any other
+/// @param data  value, of which the low len bits are written
 RTK_UTILS_API void setbitu(unsigned char* buff, int pos, int len, unsigned int data);
 
 // ---- Time and place ----
 
-/// GPS - UTC (s), one count for the process. Follows the time last converted with a week pointer; the
-/// ionosphere/UTC message can only raise it.
+/// GPS - UTC (s), one count for the process, 18 at first. Follows the time last converted to or from UTC or GLONASS
+/// time with a week pointer, glot2ws() included; the ionosphere/UTC message can only raise it.
 extern RTK_UTILS_API unsigned short g_curleap;
 
 /// Brings seconds of week into the week, by one week at most; exactly 604800 stays.
@@ -326,33 +364,46 @@ extern RTK_UTILS_API unsigned short g_curleap;
 /// @return seconds of week
 RTK_UTILS_API double adjweek(double sec, unsigned short* week);
 
-/// adjweek(sec + add, week).
+/// Adds seconds to a time: adjweek(sec + add, week).
+///
+/// @param sec   seconds of week
+/// @param add   seconds to add, less than a week in magnitude
+/// @param week  GPS week, moved with the seconds; null: seconds only
+/// @return seconds of week
 RTK_UTILS_API double timeadd(double sec, double add, unsigned short* week);
 
-/// Difference of two seconds of week (s), folded once into -302400..302400.
+/// Difference of two times that lie less than half a week apart, whatever their weeks.
+///
+/// @param sec1  seconds of week
+/// @param sec2  seconds of week
+/// @return sec1 - sec2 (s), folded into -302400..302400 by one week at most
 RTK_UTILS_API double timediff(double sec1, double sec2);
 
-/// Time-scale conversions: seconds of week in and out, the week through the pointer.
+/// BeiDou time to GPS time.
 ///
-/// With a week pointer the UTC and GLONASS conversions look up the leap seconds of that time and keep
-/// them in g_curleap; without one they use g_curleap as it is. Times before week 1512 keep its value.
-/// BeiDou time is GPS time - 14 s, GLONASS time UTC + 3 h.
+/// All conversions take seconds of week and return them, the week goes through the pointer. With a week pointer the UTC
+/// and GLONASS conversions look up the leap seconds of that time and keep them in g_curleap; without one they use
+/// g_curleap as it is. Times before week 1512 keep its value. BeiDou time is GPS time - 14 s, GLONASS time UTC + 3 h.
+///
+/// @param sec   seconds of week in the one scale
+/// @param week  week that goes with them, counted as GPS week; moved with the seconds. Null: seconds only
+/// @return seconds of week in the other scale, of the week before or behind if need be
 /// @note Leap seconds as published in IERS Bulletin C.
 RTK_UTILS_API double bdt2gpst(double sec, unsigned short* week);
 
-/// GPS time to BeiDou time.
+/// GPS time to BeiDou time. @copydetails bdt2gpst
 RTK_UTILS_API double gpst2bdt(double sec, unsigned short* week);
 
-/// GPS time to UTC.
+/// GPS time to UTC. @copydetails bdt2gpst
 RTK_UTILS_API double gpst2utc(double sec, unsigned short* week);
 
-/// UTC to GPS time.
+/// UTC to GPS time. @copydetails bdt2gpst
 RTK_UTILS_API double utc2gpst(double sec, unsigned short* week);
 
-/// GPS time to GLONASS time.
+/// GPS time to GLONASS time. @copydetails bdt2gpst
 RTK_UTILS_API double gpst2glot(double sec, unsigned short* week);
 
-/// GLONASS time to GPS time.
+/// GLONASS time to GPS time. @copydetails bdt2gpst
 RTK_UTILS_API double glot2gpst(double sec, unsigned short* week);
 
 /// Calendar date of a GPS time.
@@ -440,8 +491,8 @@ enum log_message_t : int {
 
 /// What a frame brought. The three input functions return one of these.
 enum decode_result_t : int {
-    DECODE_EOF = -2,           ///< end of file or short read (file form only)
-    DECODE_REFUSED = -1,       ///< checksum wrong, body too short, ephemeris invalid
+    DECODE_EOF = -2,           ///< end of file, also inside a frame, or read error (file form only)
+    DECODE_REFUSED = -1,       ///< checksum wrong, body too short or announced as too long, contents impossible
     DECODE_NOTHING = 0,        ///< nothing new
     DECODE_OBS = 1,            ///< observations in raw_t.obs
     DECODE_EPH = 2,            ///< ephemeris of raw_t.eph_sat
@@ -453,7 +504,8 @@ enum decode_result_t : int {
 
 /// Takes one byte of the receiver log.
 ///
-/// @param raw  record to update; keeps a partial frame between calls
+/// @param raw   record to update; keeps a partial frame between calls
+/// @param data  the byte
 /// @return decode_result_t; 0 while no frame is complete, -1 also for a header that announces more than
 ///         8160 body bytes
 RTK_UTILS_API int input_korvex(raw_t* raw, unsigned char data);
@@ -475,7 +527,9 @@ RTK_UTILS_API int input_korvexb(raw_t* raw, const unsigned char* data, int* n);
 /// @return decode_result_t; -2 at the end of the file; 0 also when 4097 bytes held no frame (call again)
 RTK_UTILS_API int input_korvexf(raw_t* raw, std::FILE* file, int mode);
 
-/// Satellite visibility: accepted and dropped.
+/// Takes a message of satellite visibility, of which nothing is kept.
+///
+/// @param raw  record, left alone; may be null
 RTK_UTILS_API void decode_satvisb(raw_t* raw);
 
 // ===================================================================================================
@@ -507,30 +561,35 @@ RTK_UTILS_API int Initial_Rnx(rnx_t* opt);
 /// Writes an observation header at the start of the stream.
 ///
 /// @param fp   stream opened for update
-/// @param raw  record: time of the first epoch
-/// @param opt  version, texts and systems
+/// @param raw  record: time of the first epoch, and for some boards the code of slot 1 in its first entry, which names
+///             the signal on L2
+/// @param opt  version, texts, systems and kind of board
 /// @return 1; 0 when a pointer is null. Write errors are the stream's to report (ferror)
 /// @note RINEX 2.11 and 3.02-3.04, International GNSS Service / RTCM SC-104.
 RTK_UTILS_API int WriteRinexObsHeader(std::FILE* fp, const raw_t* raw, const rnx_t* opt);
 
-/// Output rate that asks for an event mark.
+/// Output rate that asks WriteRinexObsRec() for an event mark.
 constexpr double kEventMarkRate = -3.0;
 
-/// Appends one epoch in RINEX 3 form (below version 300 in RINEX 2 form).
+/// Appends one epoch in RINEX 3 form; below version 300 as WriteRinexObsRec_2() does.
 ///
 /// @param fp    stream, positioned at its end; opened for update, since a newly found interval makes
 ///              the writer rewrite the header. A stream that only appends or cannot seek keeps its first header
 /// @param raw   record with the epoch
 /// @param opt   options; the running state is updated
 /// @param rate  0.0: every epoch; kEventMarkRate: an event mark instead of data; otherwise the output interval
-///              asked for (s), which takes effect once the data's own interval is known
-/// @return 1 written, 0 null pointer or off the output grid, -1 older than the last epoch
+///              asked for (s), which takes effect once the data's own interval is known and if it is a multiple of
+///              that; epochs off the grid of the interval in force are left out from then on
+/// @return 1 written; 0 null pointer or off the output grid; -1 of an earlier week than the last epoch and with a
+///         smaller second of week. Other steps back in time are written
 RTK_UTILS_API int WriteRinexObsRec(std::FILE* fp, const raw_t* raw, rnx_t* opt, double rate);
 
-/// Appends one epoch with one signal slot of every satellite, in the form of RINEX 2.11 or, from version 300 on, 3.
+/// Appends one epoch with signal slot 2 of every satellite, in the form of RINEX 2.11 or, from version 300 on, 3.
 ///
-/// Arguments and results as WriteRinexObsRec(); GPS, GLONASS and BeiDou follow their switches, other
-/// systems are always counted and have no identifier: leave them out of the record.
+/// In RINEX 2.11 it fills the columns of L1 for GPS, L2 for GLONASS and B2 for BeiDou: the host moves what belongs
+/// there to slot 2, unless the receiver's tracking status has asked for that. These systems follow their switches;
+/// others are always counted and have no identifier: leave them out of the record.
+/// @copydetails WriteRinexObsRec
 RTK_UTILS_API int WriteRinexObsRec_2(std::FILE* fp, const raw_t* raw, rnx_t* opt, double rate);
 
 /// Patches the receiver, INTERVAL and TIME OF LAST OBS lines of the header at the end of a recording.
@@ -552,17 +611,26 @@ RTK_UTILS_API int WriteRinexObsApppos(std::FILE* fp, const raw_t* raw, rnx_t* op
 
 /// Writes the event record of a stop-and-go message at the stream's position.
 ///
-/// @param raw  record: sng_flag 0 moving, 1 new site (rcv_text[0], pos, sng_f), other: site without antenna
+/// @param fp   stream
+/// @param raw  record: sng_flag 0 moving, 1 new site (rcv_text[0], pos, sng_f). The decoder sets no other; another
+///             writes a site without antenna, named by the bytes at the start of the record, and up to version 300
+///             nothing
 /// @param opt  options; a new site's position is copied into apppos
 /// @return 1. No pointer may be null
 RTK_UTILS_API int WriteStopAndGoInfo(std::FILE* fp, const raw_t* raw, rnx_t* opt);
 
 /// Writes week, seconds, date and ECEF position (m) as one line of a position listing.
 ///
+/// @param fp   stream, written to at its position
+/// @param raw  record: week, tow and pos
 /// @return 1; 0 when a pointer is null
 RTK_UTILS_API int WriteBestxyzFile(std::FILE* fp, const raw_t* raw);
 
-/// Order of two obsd_t for qsort: 1 when the first satellite number is greater, else -1 (never 0).
+/// Order of two obsd_t by satellite number, for qsort.
+///
+/// @param p1  first obsd_t
+/// @param p2  second obsd_t
+/// @return 1 when the first number is greater, else -1: never 0, the order of equal numbers is open
 RTK_UTILS_API int cmpobs(const void* p1, const void* p2);
 
 // ---- Navigation files ----
@@ -576,22 +644,23 @@ RTK_UTILS_API int cmpobs(const void* p1, const void* p2);
 /// @param fp   stream, opened for reading and writing when its header is to be patched later
 /// @param opt  options; only the version is read
 /// @return 1; 0 when a pointer is null. Write errors are the stream's to report (ferror)
-/// @note RINEX 2.11 and 3.02-3.04, International GNSS Service / RTCM SC-104. The date is the system's, UTC.
+/// @note RINEX 2.11 and 3.02-3.04, International GNSS Service / RTCM SC-104. The date is the system's, UTC; December is
+///       written as SEP in the RINEX 2.11 form.
 RTK_UTILS_API int WriteRinexGpsEphHeader(std::FILE* fp, const rnx_t* opt);
 
-/// The same for QZSS.
+/// The same for QZSS. @copydetails WriteRinexGpsEphHeader
 RTK_UTILS_API int WriteRinexQzssEphHeader(std::FILE* fp, const rnx_t* opt);
 
-/// The same for GLONASS; the one header that tells g_curleap.
+/// The same for GLONASS; the one header that tells g_curleap. @copydetails WriteRinexGpsEphHeader
 RTK_UTILS_API int WriteRinexGloEphHeader(std::FILE* fp, const rnx_t* opt);
 
-/// The same for Galileo.
+/// The same for Galileo. @copydetails WriteRinexGpsEphHeader
 RTK_UTILS_API int WriteRinexGalEphHeader(std::FILE* fp, const rnx_t* opt);
 
-/// The same for BeiDou.
+/// The same for BeiDou. @copydetails WriteRinexGpsEphHeader
 RTK_UTILS_API int WriteRinexBDsEphHeader(std::FILE* fp, const rnx_t* opt);
 
-/// The same for a file of all systems.
+/// The same for a file of all systems. @copydetails WriteRinexGpsEphHeader
 RTK_UTILS_API int WriteRinexALLEphHeader(std::FILE* fp, const rnx_t* opt);
 
 /// Patches the two ionospheric lines of a GPS header.
@@ -627,27 +696,28 @@ RTK_UTILS_API int WriteRinexNavNum(std::FILE* fp, double value, int digits);
 /// a repeated call repeats the record.
 ///
 /// @param fp   stream, positioned behind its header or last record
-/// @param raw  record; GPS, QZSS and Galileo take the transmission time from raw_t.tow, SBAS its week and day
-///             from raw_t.week and tow. An entry of the tables that was never filled is written as zeros
+/// @param raw  record; GPS, QZSS and Galileo take the transmission time from raw_t.tow (9.999e8, unknown, when that is
+///             0), SBAS its week and day from raw_t.week and tow. An entry of the tables that was never filled is
+///             written as zeros
 /// @param opt  options; only the version is read
-/// @return 1 written; 0 when a pointer is null or the satellite is another system's
+/// @return 1 written; 0 when a pointer is null, the satellite is another system's, or for Galileo below 300
 /// @note Epochs: GPS and QZSS toe; BeiDou toc in BeiDou time; Galileo toc (of the I/NAV clock unless only
 ///       F/NAV was received); GLONASS and SBAS the reference time, GLONASS in UTC.
 RTK_UTILS_API int WriteRinexGpsEphRec(std::FILE* fp, const raw_t* raw, const rnx_t* opt);
 
-/// The same for QZSS.
+/// The same for QZSS. @copydetails WriteRinexGpsEphRec
 RTK_UTILS_API int WriteRinexQzssEphRec(std::FILE* fp, const raw_t* raw, const rnx_t* opt);
 
-/// The same for GLONASS.
+/// The same for GLONASS. @copydetails WriteRinexGpsEphRec
 RTK_UTILS_API int WriteRinexGloEphRec(std::FILE* fp, const raw_t* raw, const rnx_t* opt);
 
-/// The same for Galileo.
+/// The same for Galileo. @copydetails WriteRinexGpsEphRec
 RTK_UTILS_API int WriteRinexGalEphRec(std::FILE* fp, const raw_t* raw, const rnx_t* opt);
 
-/// The same for SBAS, which has a place in files of all systems only.
+/// The same for SBAS, which has a place in files of all systems only. @copydetails WriteRinexGpsEphRec
 RTK_UTILS_API int WriteRinexSBASEphRec(std::FILE* fp, const raw_t* raw, const rnx_t* opt);
 
-/// The same for BeiDou.
+/// The same for BeiDou. @copydetails WriteRinexGpsEphRec
 ///
 /// @param pad_spares  1: the last line gets its two spare fields as zeros; otherwise it ends without them
 RTK_UTILS_API int WriteRinexBDsEphRec(std::FILE* fp, const raw_t* raw, const rnx_t* opt, signed char pad_spares);

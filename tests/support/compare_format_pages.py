@@ -1,7 +1,7 @@
 """compare_format_pages.py LIBRARY PAGES: the pages of the receiver log say what the readers read, and nothing else.
 
-Each field has its place, type and scale in a reader, and each place that a reader reads stands on a page; so do the
-messages, the signals and the bits of the tracking status. The fields of a body leave no bit of it out.
+Each field has its place, type and power-of-two scale in a reader, and each place that a reader reads stands on a page;
+so do the messages, the signals and the bits of the tracking status. The fields of a body leave no bit of it out.
 """
 
 import pathlib
@@ -43,7 +43,7 @@ def reads(name, base=0):
             yield bits[0], kind or "u", len(bits), ""
     for form, at, width, power in re.findall(rf"\b(bits|scaled_unsigned|scaled)\({p}, (\d+), (\d+)(?:, (-?\d+))?\)", text):
         yield 8 * base + int(at), "i" if form == "scaled" else "u", int(width), power
-    for copy, field, at, size in re.findall(rf"(memcpy|copy_n)\((?:\w+\.(\w+), )?{p} \+ (\d+), (\w+)", text):
+    for field, at, size in re.findall(rf"(?:memcpy|copy_n)\((?:\w+\.(\w+), )?{p} \+ (\d+), (\w+)", text):
         size = re.search(rf"char .*\b{field}\[(\d+)\]", CODE).group(1) if field else size
         yield from ((8 * (base + int(at) + i), "char" if field else "u", 8, "") for i in range(int(size)))
     for other, at in re.findall(rf"\b(read_\w+)\({p}(?: \+ (\d+))?[,)]", text):
@@ -100,12 +100,9 @@ def told_by_pages():
         row = dict(zip(head, cells))
         if not cells or cells == head or cells[0].startswith("---") or row.get("Type") == "N bytes":
             continue
-        if head[0] == "ID":
-            yield "message", *cells[:2], *cells[3:]
-        elif head[0] == "System":
-            yield "signal", *cells
-        elif head[0] == "Bits":
-            yield "status", *cells[:2]
+        facts = {"ID": ("message", *cells[:2], *cells[3:]), "System": ("signal", *cells), "Bits": ("status", *cells[:2])}
+        if head[0] in facts:
+            yield facts[head[0]]
         for name, cell in row.items():
             column = re.fullmatch(r"Offset|In (\d+)|Bit from byte (\d+)", name)
             if column and cell != "-":

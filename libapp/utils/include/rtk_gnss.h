@@ -23,13 +23,13 @@
 
 /// Satellite systems as bits, so that sets can be masked.
 enum gnss_system_t : int {
-    SYS_NONE = 0,
-    SYS_GPS = 1,
-    SYS_GLO = 4,
-    SYS_GAL = 8,
-    SYS_QZS = 16,
-    SYS_BDS = 32,
-    SYS_SBS = 64,
+    SYS_NONE = 0,   ///< no system, or one that is not known
+    SYS_GPS = 1,    ///< GPS, G in RINEX
+    SYS_GLO = 4,    ///< GLONASS, R
+    SYS_GAL = 8,    ///< Galileo, E
+    SYS_QZS = 16,   ///< QZSS, J
+    SYS_BDS = 32,   ///< BeiDou, C
+    SYS_SBS = 64,   ///< SBAS, S
 };
 
 constexpr int kMaxSat = 170;   ///< highest satellite number; per-satellite tables have this many rows

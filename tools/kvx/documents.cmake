@@ -15,8 +15,8 @@ add_custom_command(OUTPUT ${documents}/made
   DEPENDS kvx COMMENT "Manual pages and completions" VERBATIM)
 add_custom_target(kvx_documents ALL DEPENDS ${documents}/made)
 
-install(DIRECTORY ${documents}/man1 DESTINATION ${CMAKE_INSTALL_MANDIR})
+install(DIRECTORY ${documents}/man1 DESTINATION ${CMAKE_INSTALL_MANDIR} COMPONENT tool)
 foreach(place "bash;bash-completion/completions;kvx" "zsh;zsh/site-functions;_kvx" "fish;fish/vendor_completions.d;kvx.fish")
   list(POP_FRONT place shell folder name)
-  install(FILES ${documents}/kvx.${shell} DESTINATION ${CMAKE_INSTALL_DATADIR}/${folder} RENAME ${name})
+  install(FILES ${documents}/kvx.${shell} DESTINATION ${CMAKE_INSTALL_DATADIR}/${folder} RENAME ${name} COMPONENT tool)
 endforeach()

@@ -20,9 +20,11 @@ class InstalledTool(unittest.TestCase):
         self.prefix = pathlib.Path(folder.name) / "usr"
         subprocess.run([CMAKE, "--install", BUILD, "--prefix", self.prefix], check=True, stdout=subprocess.DEVNULL)
         self.standins = self.prefix / "lib/rtk-utils/standins"
+        self.linked = self.prefix.parent / "linked"
+        self.linked.symlink_to("usr/bin/kvx")
 
     def kvx(self, *arguments, **variables):
-        return subprocess.run([self.prefix / "bin/kvx", *arguments], env={"PATH": os.environ["PATH"], **variables},
+        return subprocess.run([self.linked, *arguments], env={"PATH": os.environ["PATH"], **variables},
                               capture_output=True, text=True, timeout=60)
 
     def loaded(self, **variables):

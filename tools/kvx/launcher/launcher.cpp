@@ -4,6 +4,7 @@
 // serve, which lie aside. A search path in the tool would not do: the loader looks there before it looks in the
 // system's folders, and the stand-ins would take the place of the platform's.
 #include <dlfcn.h>
+#include <sys/auxv.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -60,9 +61,9 @@ bool stand_ins_are_here(const char* folder)
 int main(int, char** argv)
 {
     path_t here, tool, stand_ins;
-    const ssize_t length = readlink("/proc/self/exe", here, sizeof here - 1);
-    if (length <= 0) return fail("/proc/self/exe", std::strerror(errno));
-    here[length] = '\0';
+    // There without /proc, too. NOLINTNEXTLINE(performance-no-int-to-ptr): pointers come as numbers there
+    const auto* const started_as = reinterpret_cast<const char*>(getauxval(AT_EXECFN));
+    if (started_as == nullptr || realpath(started_as, here) == nullptr) return fail(argv[0], std::strerror(errno));
     *std::strrchr(here, '/') = '\0';
     if (!join(here, KVX_TOOL, tool) || !join(here, KVX_STANDINS, stand_ins)) return fail(here, "the path is too long");
 

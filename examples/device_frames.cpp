@@ -29,7 +29,7 @@ static bool send(std::FILE* line)
 
 static void handle(unsigned short id, const unsigned char* payload, unsigned int length)
 {
-    std::printf("id %u length %u payload ", id, length);
+    std::printf("id %u length %u%s", id, length, length != 0 ? " payload " : "");
     for (unsigned int k = 0; k < length; ++k) std::printf("%02x", payload[k]);
     std::putchar('\n');
 }

@@ -4,9 +4,11 @@
 #include <CGpioUtils.h>
 
 #include <cerrno>
+#include <climits>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <string>
 
 static int get(const char* chip, int line)
 {
@@ -29,10 +31,23 @@ static int set(int gpio, int level)
     return 0;
 }
 
+// A number in any of C's ways; false when it is none, or too great.
+static bool read_number(const char* text, long greatest, int& number)
+{
+    char* end = nullptr;
+    const long value = std::strtol(text, &end, 0);
+    number = static_cast<int>(value);
+    return end != text && *end == '\0' && value >= 0 && value <= greatest;
+}
+
 int main(int argc, char** argv)
 {
-    if (argc == 4 && std::strcmp(argv[1], "get") == 0) return get(argv[2], std::atoi(argv[3]));
-    if (argc == 4 && std::strcmp(argv[1], "set") == 0) return set(std::atoi(argv[2]), std::atoi(argv[3]));
+    const std::string what = argc == 4 ? argv[1] : "";
+    int number = 0;
+    int level = 0;
+    if (what == "get" && read_number(argv[3], INT_MAX, number)) return get(argv[2], number);
+    if (what == "set" && read_number(argv[2], INT_MAX, number) && read_number(argv[3], 1, level))
+        return set(number, level);
     std::fprintf(stderr, "usage: example_gpio_line get CHIP LINE | set NUMBER LEVEL\n");
     return 2;
 }

@@ -48,7 +48,7 @@ class Examples(Programs):
             self.assertEqual(self.kvx(3, "frame", "parse", line), frames)   # 3: noise
 
     def test_hardware_that_is_not_there(self):
-        refused = "Inappropriate ioctl for device"
+        refused = "Function not implemented" if os.environ["EMULATOR"] else "Inappropriate ioctl for device"
         for arguments, text, told in [
             (("gpio_line", "get", "/dev/null", "5"), f"Unable to get line handle from ioctl : {refused}", "/dev/null: line 5"),
             (("gpio_line", "get", "/nowhere", "5"), "Unabled to open /nowhere: No such file or directory", "/nowhere: line 5"),
@@ -62,6 +62,12 @@ class Examples(Programs):
                 _, errors, logged = self.run_example(1, *arguments)
                 self.assertTrue(errors.startswith(told), errors)
                 self.assertEqual(logged, [("RTK_LOG", "error", text)] if text else [])
+
+    def test_words_that_are_no_numbers_reach_no_hardware(self):
+        for arguments in [("gpio_line", "get", "/dev/null", "5x"), ("gpio_line", "set", "", "1"),
+                          ("gpio_line", "set", "2000000000", "2"), ("i2c_register", "/dev/null", "256", "3", "1", "2")]:
+            _, errors, logged = self.run_example(2, *arguments)
+            self.assertEqual((errors[:7], logged), ("usage: ", []))
 
     def test_pages_show_lines_of_the_programs(self):
         programs = "\n".join(path.read_text() for path in (ROOT / "examples").glob("*.cpp"))

@@ -2,6 +2,8 @@
 # a linker would take it for a library of the platform: the stand-ins have a folder of their own.
 install(TARGETS rtk_utils LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT library)
 install(DIRECTORY libapp/utils/include/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/rtk_utils COMPONENT development)
+install(DIRECTORY examples/ DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/librtk-utils-dev/examples COMPONENT development
+        FILES_MATCHING PATTERN *.cpp PATTERN *.py)
 
 install(TARGETS standin_korvexlog standin_rtk_common
         LIBRARY DESTINATION ${RTK_UTILS_STANDINS_DIR} COMPONENT standins)

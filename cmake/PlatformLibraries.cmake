@@ -1,7 +1,8 @@
 # Korvex::log and Korvex::common: the maker's closed libraries, or the stand-ins of standins/.
-# Everything else links these two names and includes the headers by the names the real ones have.
+# Everything else links these two names and includes the headers by the names the real ones have. A project that has
+# this one as a subfolder may bring both.
 set(RTK_UTILS_PLATFORM_ROOT "" CACHE PATH
-    "Folder with include/ and lib/ of the real libkorvexlog and librtk_common; empty: the stand-ins are built")
+    "Folder with include/ and lib/ of the real libkorvexlog and librtk_common; empty: the stand-ins are linked")
 
 # rtk_platform_library(NAME FILE): an imported library of that folder
 function(rtk_platform_library name file)
@@ -16,9 +17,13 @@ function(rtk_platform_library name file)
     INTERFACE_INCLUDE_DIRECTORIES ${RTK_UTILS_PLATFORM_ROOT}/include)
 endfunction()
 
-if(RTK_UTILS_PLATFORM_ROOT)
+add_subdirectory(${PROJECT_SOURCE_DIR}/standins)
+if(TARGET Korvex::log AND TARGET Korvex::common)
+  message(STATUS "rtk_utils: the closed libraries are those of the project around it")
+elseif(RTK_UTILS_PLATFORM_ROOT)
   rtk_platform_library(Korvex::log libkorvexlog.so)
   rtk_platform_library(Korvex::common librtk_common.so)
 else()
-  add_subdirectory(${PROJECT_SOURCE_DIR}/standins)
+  add_library(Korvex::log ALIAS standin_korvexlog)
+  add_library(Korvex::common ALIAS standin_rtk_common)
 endif()

@@ -21,7 +21,7 @@ def commands(build):
     found = {}
     for entry in json.loads((build / "compile_commands.json").read_text()):
         words = [word for word in shlex.split(entry["command"]) if word not in FOR_GCC_ALONE]
-        compiler = next(at for at, word in enumerate(words) if re.search(r"(\+\+|g?cc)(-\d+)?$", word) and "ccache" not in word)
+        compiler = next(at for at, word in enumerate(words) if re.search(r"(\+\+|\bg?cc)(-\d+)?$", word))
         written = words.index("-o")
         arguments = words[compiler + 1 : written] + words[written + 2 :]
         found.setdefault(pathlib.Path(entry["file"]), (entry["directory"], [word for word in arguments if word != "-c"]))

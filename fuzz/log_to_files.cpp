@@ -1,11 +1,12 @@
 #include "log_to_files.h"
 
+#include <CEpochCollector.h>
+
 #include <cmath>
 
 #include "fakes/memory_input.h"
 #include "gnss/foundation/wire.h"
 #include "gnss/log/frame.h"
-#include "log/epoch_collector.h"
 #include "log/epoch_order.h"
 #include "log/log_reader.h"
 #include "rinex/check_file.h"
@@ -225,7 +226,7 @@ private:
 template <class File>
 void read_log(raw_t& raw, bytes_t log, std::size_t block, bool decode, bool rinex2, File&& file)
 {
-    static kvx::epoch_collector_t epochs([](auto& epoch, std::uint64_t) { FUZZ_CHECK(epoch->nobs <= kMaxObs); });
+    static CEpochCollector epochs;
     memory_input = log;
     memory_input_piece = block;
     kvx::input_file_t source("");
@@ -233,7 +234,7 @@ void read_log(raw_t& raw, bytes_t log, std::size_t block, bool decode, bool rine
     std::uint64_t whole = 0;
     for (kvx::frame_t frame{}; reader.next(frame); whole += static_cast<std::uint64_t>(frame.size)) {
         FUZZ_CHECK(frame.checksum_ok == korvex::checksum_agrees(raw.buff, raw.len));
-        if (frame.result == DECODE_OBS) epochs.add(raw, frame.offset);
+        if (const raw_t* epoch = epochs.Add(&raw, frame.result)) FUZZ_CHECK(epoch->nobs <= kMaxObs);
         const korvex::header_t h = korvex::read_header(raw.buff);
         const bool has_time = h.time_status != korvex::kTimeUnknown && h.week != korvex::kWeekUnknown;
         if (!frame.checksum_ok || !has_time || h.format != korvex::kBinary) continue;
@@ -242,7 +243,7 @@ void read_log(raw_t& raw, bytes_t log, std::size_t block, bool decode, bool rine
         const std::vector<std::uint8_t> body(from, from + h.body_size);   // a read behind it is seen
         file.take(h, h.week * kWeekMs + h.ms, body.data());
     }
-    epochs.flush();
+    epochs.Flush();
     file.finish();
     const kvx::losses_t& lost = reader.losses();
     FUZZ_CHECK(reader.bytes() == log.size());

@@ -3,10 +3,22 @@ add_test(NAME exports
          COMMAND ${Python3_EXECUTABLE} -B ${CMAKE_CURRENT_SOURCE_DIR}/support/check_exports.py
                  ${CMAKE_NM} $<TARGET_FILE:rtk_utils> ${PROJECT_SOURCE_DIR}/libapp/utils/exports.txt)
 
-add_test(NAME install
-         COMMAND ${CMAKE_COMMAND} -DBUILD=${PROJECT_BINARY_DIR} -DWORK=${CMAKE_CURRENT_BINARY_DIR}/install
-                 -DTOOLCHAIN=${CMAKE_TOOLCHAIN_FILE} "-DFLAGS=${CMAKE_CXX_FLAGS}"
-                 "-DEMULATOR=${CMAKE_CROSSCOMPILING_EMULATOR}" -P ${CMAKE_CURRENT_SOURCE_DIR}/install/run.cmake)
+# Hosts of somebody else's, each way that there is to link it; platform_libraries is one more.
+foreach(mode standins pkgconfig subfolder)
+  if(mode STREQUAL "standins" OR NOT CMAKE_CROSSCOMPILING)
+    add_test(NAME install_${mode}
+             COMMAND ${CMAKE_COMMAND} -DMODE=${mode} -DSOURCE=${PROJECT_SOURCE_DIR} -DBUILD=${PROJECT_BINARY_DIR}
+                     -DWORK=${CMAKE_CURRENT_BINARY_DIR}/install/${mode} -DCXX=${CMAKE_CXX_COMPILER} -DREADELF=${CMAKE_READELF}
+                     -DVERSION=${PROJECT_VERSION} -DTOOLCHAIN=${CMAKE_TOOLCHAIN_FILE} "-DFLAGS=${CMAKE_CXX_FLAGS}"
+                     "-DEMULATOR=${CMAKE_CROSSCOMPILING_EMULATOR}" -P ${CMAKE_CURRENT_SOURCE_DIR}/install/run.cmake)
+    set_tests_properties(install_${mode} PROPERTIES LABELS threads TIMEOUT 600)
+  endif()
+endforeach()
+set_tests_properties(install_subfolder PROPERTIES LABELS "packages")
+if(TARGET kvx AND NOT CMAKE_CROSSCOMPILING)
+  add_test(NAME install_kvx
+           COMMAND ${Python3_EXECUTABLE} -B ${CMAKE_CURRENT_SOURCE_DIR}/install/installed_kvx.py ${CMAKE_COMMAND} ${PROJECT_BINARY_DIR})
+endif()
 
 # Public headers compile by themselves as C++17, the oldest standard of a host.
 file(GLOB public_headers CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/libapp/utils/include/*.h)

@@ -1,24 +1,52 @@
-# Installs the build into a folder of its own, builds the consumer against it and runs it.
+# cmake -DMODE=standins|pkgconfig|subfolder -DSOURCE= -DBUILD= -DWORK= -DCXX= [-DTOOLCHAIN= -DFLAGS= -DEMULATOR=] -P run.cmake
+#
+# Builds the consumer against what the build installs, or with the project as a subfolder, and runs it.
+include(${CMAKE_CURRENT_LIST_DIR}/../support/steps.cmake)
 file(REMOVE_RECURSE ${WORK})
-function(run)
-  execute_process(COMMAND ${ARGV} RESULT_VARIABLE result OUTPUT_VARIABLE output ERROR_VARIABLE output)
-  if(NOT result EQUAL 0)
-    message(FATAL_ERROR "${ARGV}\n${output}")
-  endif()
-endfunction()
-run(${CMAKE_COMMAND} --install ${BUILD} --prefix ${WORK}/prefix)
-set(words share/man/man1/kvx-convert.1 share/bash-completion/completions/kvx share/zsh/site-functions/_kvx
-          share/fish/vendor_completions.d/kvx.fish)
-if(NOT EXISTS ${WORK}/prefix/bin/kvx)
-  set(words)
+file(MAKE_DIRECTORY ${WORK})
+set(prefix "${WORK}/a prefix")
+if(MODE STREQUAL "pkgconfig")
+  set(prefix ${WORK}/prefix)   # blanks are more than a shell takes from pkg-config
 endif()
-foreach(file IN LISTS words)
-  file(SIZE ${WORK}/prefix/${file} size)
-  if(size LESS 1000)
-    message(FATAL_ERROR "${file} has ${size} bytes")
+set(flags -DCMAKE_TOOLCHAIN_FILE=${TOOLCHAIN} -DCMAKE_CXX_FLAGS=${FLAGS} -DCMAKE_FIND_ROOT_PATH_MODE_PACKAGE=BOTH)
+set(worker "\"dump\", 100")
+
+function(build_and_run)
+  run(${CMAKE_COMMAND} -S ${CMAKE_CURRENT_LIST_DIR} -B ${WORK}/build -G Ninja "-DWORKER_ARGUMENTS=${worker}" ${flags} ${ARGV})
+  run(${CMAKE_COMMAND} --build ${WORK}/build --parallel 2)
+  run(${EMULATOR} ${WORK}/build/consumer)
+endfunction()
+
+if(MODE STREQUAL "subfolder")
+  build_and_run(-DSUBFOLDER=${SOURCE} -DCMAKE_BUILD_TYPE=Debug)
+  return()
+endif()
+
+run(${CMAKE_COMMAND} --install ${BUILD} --prefix ${prefix})
+
+# What bears a name of the platform's lies aside, and no search path of ours leads there.
+file(GLOB_RECURSE named ${prefix}/*korvexlog.so* ${prefix}/*rtk_common.so*)
+list(FILTER named EXCLUDE REGEX "/lib[^/]*/rtk-utils/standins/")
+file(GLOB searching ${prefix}/lib/librtk_utils.so ${prefix}/bin/kvx ${prefix}/libexec/rtk-utils/kvx)
+execute_process(COMMAND ${READELF} -d ${searching} OUTPUT_VARIABLE dynamic RESULT_VARIABLE result)
+if(named OR NOT result EQUAL 0 OR NOT dynamic MATCHES "RUNPATH" OR dynamic MATCHES "RUNPATH[^\n]*standins")
+  message(FATAL_ERROR "in the way of the platform: ${named}\n${dynamic}")
+endif()
+
+if(MODE STREQUAL "pkgconfig")
+  # Linked as distributions do that leave out what is not called for.
+  set(ENV{PKG_CONFIG_PATH} ${prefix}/lib/pkgconfig)
+  run(pkg-config --exists "rtk_utils-standins = ${VERSION}")
+  run(sh -c "'${CXX}' -std=c++17 ${FLAGS} '-DWORKER_ARGUMENTS=${worker}' '${CMAKE_CURRENT_LIST_DIR}/consumer.cpp' -o '${WORK}/consumer' \
+-Wl,--as-needed $(pkg-config --cflags --libs rtk_utils-standins)")
+  set(ENV{LD_LIBRARY_PATH} ${prefix}/lib)
+  run(${EMULATOR} ${WORK}/consumer)
+else()
+  build_and_run(-DCMAKE_PREFIX_PATH=${prefix} -DSTANDINS=standins -DCMAKE_EXE_LINKER_FLAGS=-Wl,--as-needed)
+  # Without the stand-ins the package is there but not found, and says why.
+  execute_process(COMMAND ${CMAKE_COMMAND} -S ${CMAKE_CURRENT_LIST_DIR} -B ${WORK}/refused -G Ninja ${flags}
+                          -DCMAKE_PREFIX_PATH=${prefix} RESULT_VARIABLE result ERROR_VARIABLE error)
+  if(result EQUAL 0 OR NOT error MATCHES "ask for the component")
+    message(FATAL_ERROR "not refused: ${error}")
   endif()
-endforeach()
-run(${CMAKE_COMMAND} -S ${CMAKE_CURRENT_LIST_DIR} -B ${WORK}/build -G Ninja -DCMAKE_PREFIX_PATH=${WORK}/prefix
-    -DCMAKE_TOOLCHAIN_FILE=${TOOLCHAIN} -DCMAKE_CXX_FLAGS=${FLAGS} -DCMAKE_FIND_ROOT_PATH_MODE_PACKAGE=BOTH)
-run(${CMAKE_COMMAND} --build ${WORK}/build)
-run(${EMULATOR} ${WORK}/build/consumer)
+endif()

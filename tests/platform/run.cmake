@@ -1,10 +1,6 @@
 # cmake -DSOURCE=<project> -DBUILD=<folder> -DCXX=<compiler> -P run.cmake
-function(run)
-  execute_process(COMMAND ${ARGN} RESULT_VARIABLE result OUTPUT_VARIABLE output ERROR_VARIABLE output)
-  if(NOT result EQUAL 0)
-    message(FATAL_ERROR "${ARGN}\n${output}")
-  endif()
-endfunction()
+set(WORK ${BUILD})
+include(${SOURCE}/tests/support/steps.cmake)
 
 set(here ${SOURCE}/tests/platform)
 set(root ${BUILD}/root)
@@ -17,9 +13,13 @@ endforeach()
 
 run(${CMAKE_COMMAND} -S ${SOURCE} -B ${BUILD}/build -G Ninja -DCMAKE_CXX_COMPILER=${CXX} -DCMAKE_BUILD_TYPE=Debug
     -DRTK_UTILS_PLATFORM_ROOT=${root} -DRTK_UTILS_BUILD_TOOLS=OFF -DRTK_UTILS_BUILD_TESTS=OFF)
-run(${CMAKE_COMMAND} --build ${BUILD}/build --target rtk_utils --parallel 2)
+run(${CMAKE_COMMAND} --build ${BUILD}/build --parallel 2)
+file(REMOVE_RECURSE ${BUILD}/prefix)
+run(${CMAKE_COMMAND} --install ${BUILD}/build --prefix ${BUILD}/prefix)
 
-set(library ${BUILD}/build/libapp/utils)
-run(${CXX} ${flags} -I ${SOURCE}/libapp/utils/include -I ${SOURCE}/tests ${here}/host.cpp -o ${BUILD}/host
-    -L ${library} -L ${root}/lib -lrtk_utils -lrtk_common -lkorvexlog -Wl,-rpath,${library}:${root}/lib)
-run(${BUILD}/host ${BUILD})
+# The installed package finds the platform where it was when it was built.
+run(${CMAKE_COMMAND} -S ${SOURCE}/tests/install -B ${BUILD}/hosts -G Ninja -DCMAKE_CXX_COMPILER=${CXX}
+    -DCMAKE_PREFIX_PATH=${BUILD}/prefix -DMORE_PROGRAMS=${here}/host.cpp -DWORKER_ARGUMENTS=)
+run(${CMAKE_COMMAND} --build ${BUILD}/hosts --parallel 2)
+run(${BUILD}/hosts/host ${BUILD})
+run(${BUILD}/hosts/consumer)

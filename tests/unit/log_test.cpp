@@ -1,10 +1,12 @@
 // Laws of the log decoder, and the cases that are easy to get wrong. What every byte of every message does is kept by
 // digests.
+#include <CEpochCollector.h>
 #include <gtest/gtest.h>
 
 #include <cmath>
 
 #include "support/frame_builder.h"
+#include "support/log_ways.h"
 
 namespace {
 
@@ -163,6 +165,50 @@ TEST(LogRange, EpochsBeginAndJoinByTime)
 }
 
 // ---- Ephemerides ----
+
+TEST(WholeEpochs, EachComesOnceWithAllItsMessages)
+{
+    // Three satellites a second, a message each, the second one damaged every third time and a position in between.
+    Bytes log;
+    for (int s = 0; s < 9; ++s) {
+        for (int prn = 1; prn <= 3; ++prn) {
+            Bytes message = ranges(prn, prn == 3).ms(static_cast<std::uint32_t>(s * 1000 + prn / 3)).bytes();
+            if (prn == 2 && s % 3 == 2) message.back() ^= 1;
+            log = log + message + position(s).ms(static_cast<std::uint32_t>(s * 1000)).bytes();
+        }
+    }
+    struct epoch_t {
+        double tow;
+        int satellites;
+        double x;
+        bool operator==(const epoch_t&) const = default;
+    };
+    std::vector<epoch_t> wanted;
+    for (int s = 0; s < 9; ++s) wanted.push_back({1.0 * s, s % 3 == 2 ? 2 : 3, 1.0 * s});
+
+    for (const int way : {0, 1, 2}) {
+        auto raw = new_record();
+        CEpochCollector epochs;
+        std::vector<epoch_t> seen;
+        auto taken = std::make_unique<raw_t>();
+        const auto take = [&](const raw_t* epoch) {
+            if (epoch == nullptr) return;
+            epochs.Exchange(taken);
+            ASSERT_EQ(epoch, taken.get());
+            seen.push_back({std::floor(epoch->obs_tow), epoch->nobs, epoch->pos[0]});
+        };
+        const auto each = [&](int kind) { take(epochs.Add(raw.get(), kind)); };
+        if (way == 0) by_byte(*raw, log, each);
+        if (way == 1)
+            by_block(
+                *raw, log, [] { return 777; }, each);
+        if (way == 2) by_file(*raw, log, 0, each);
+        EXPECT_TRUE(epochs.Pending());
+        take(epochs.Flush());
+        EXPECT_EQ(nullptr, epochs.Flush());
+        EXPECT_TRUE(seen == wanted) << "way " << way;
+    }
+}
 
 TEST(LogEphemeris, TheTransmittedWeekLiesNearTheReference)
 {

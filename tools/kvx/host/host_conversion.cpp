@@ -1,8 +1,12 @@
 #include "host/host_conversion.h"
 
+#include <CEpochCollector.h>
+
+#include <cmath>
 #include <memory>
 
 #include "common/error.h"
+#include "common/gps_time.h"
 #include "common/interrupt.h"
 #include "common/progress.h"
 #include "common/publish.h"
@@ -12,7 +16,6 @@
 #include "host/navigation_files.h"
 #include "host/observation_file.h"
 #include "host/record_limits.h"
-#include "log/epoch_collector.h"
 #include "log/log_reader.h"
 #include "log/summary.h"
 
@@ -21,6 +24,12 @@ namespace kvx {
 namespace {
 
 constexpr unsigned short kUsualLeaps = 18;
+
+// Time of a record's epoch (ms since the beginning of GPS time).
+std::int64_t epoch_time(const raw_t& epoch)
+{
+    return std::llround(gps_seconds(epoch.week, epoch.tow) * 1000.0);
+}
 
 class host_conversion_t {
 public:
@@ -36,9 +45,7 @@ public:
                   }}),
           navigation_(options),
           limits_(!options.no_signal_map, options.raw_prn),
-          order_([] { return host_epoch_t(); },
-                 [this](host_epoch_t& epoch, order_t order) { on_judged(epoch, order); }),
-          epochs_([this](auto& epoch, std::uint64_t offset) { on_epoch(epoch, offset); })
+          order_([] { return host_epoch_t(); }, [this](host_epoch_t& epoch, order_t order) { on_judged(epoch, order); })
     {
         Initial_raw(raw_.get(), 0);
         raw_->opt_nosigmap = options.no_signal_map;
@@ -84,7 +91,7 @@ private:
             on_frame(frame);
             progress.at(source_.position_on_disk());
         }
-        epochs_.flush();
+        if (epochs_.Flush() != nullptr) on_epoch();
         order_.flush();
         summary_.finish(reader_, source_);
     }
@@ -100,10 +107,7 @@ private:
     {
         switch (frame.result) {
             case DECODE_OBS:
-                limits_.add(raw_->buff + korvex::kHeaderSize, raw_->len - korvex::kHeaderSize,
-                            frame.id == MSG_RANGE_COMPRESSED, !epochs_.continues(*raw_));
-                epochs_.add(*raw_, frame.offset);
-                order_.expect(epoch_time(*raw_));
+                on_observations(frame);
                 break;
             case DECODE_MARK:
                 on_event(files_.current().mark_text(*raw_));
@@ -119,22 +123,32 @@ private:
         }
     }
 
+    void on_observations(const frame_t& frame)
+    {
+        const bool begins = !epochs_.Continues(raw_.get());
+        limits_.add(raw_->buff + korvex::kHeaderSize, raw_->len - korvex::kHeaderSize, frame.id == MSG_RANGE_COMPRESSED,
+                    begins);
+        if (epochs_.Add(raw_.get(), frame.result) != nullptr) on_epoch();
+        if (begins) epoch_.offset = frame.offset;
+        order_.expect(epoch_time(*raw_));
+    }
+
     // An event stands behind the epoch that came before it.
     void on_event(const std::string& text)
     {
         if (text.empty()) return;
-        if (epochs_.pending()) {
+        if (epochs_.Pending()) {
             events_lost_ += !events_.add(text);
         } else {
             files_.current().add_event(text);
         }
     }
 
-    void on_epoch(std::unique_ptr<raw_t>& record, std::uint64_t offset)
+    // The collector has a whole one.
+    void on_epoch()
     {
-        summary_.count_satellites(*record);
-        std::swap(epoch_.record, record);
-        epoch_.offset = offset;
+        epochs_.Exchange(epoch_.record);
+        summary_.count_satellites(*epoch_.record);
         std::swap(epoch_.events, events_);
         order_.add(epoch_time(*epoch_.record), epoch_);
     }
@@ -193,7 +207,7 @@ private:
     events_t events_;   // behind the epoch that is collected
     std::uint64_t events_lost_ = 0;
     epoch_order_t<host_epoch_t> order_;
-    epoch_collector_t epochs_;
+    CEpochCollector epochs_;
 };
 
 }   // namespace

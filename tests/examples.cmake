@@ -1,0 +1,15 @@
+# The programs of examples/. Those with a worker thread are a test of their own, and a target that builds what it runs.
+string(JOIN " " emulator ${CMAKE_CROSSCOMPILING_EMULATOR})
+set(environment "EXAMPLES=$<TARGET_FILE_DIR:example_dump_log>;EMULATOR=${emulator};VISION=$<TARGET_FILE:fake_vision>")
+if(TARGET kvx AND NOT CMAKE_CXX_FLAGS MATCHES "-fsanitize=thread")   # which looks for races, and builds no tool
+  list(APPEND environment KVX=${kvx_command})
+else()
+  list(APPEND environment KVX=)
+endif()
+set(script ${CMAKE_CURRENT_SOURCE_DIR}/integration/examples_test.py)
+add_test(NAME examples COMMAND ${Python3_EXECUTABLE} -B ${script} Examples)
+add_test(NAME examples_worker COMMAND ${Python3_EXECUTABLE} -B ${script} Worker)
+set_tests_properties(examples PROPERTIES LABELS device)
+set_tests_properties(examples_worker PROPERTIES LABELS "device;threads")
+set_tests_properties(examples examples_worker PROPERTIES TIMEOUT 300 ENVIRONMENT "${environment}")
+add_custom_target(examples_worker DEPENDS example_dump_log example_vision_adapter fake_vision)

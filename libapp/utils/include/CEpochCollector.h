@@ -21,7 +21,7 @@
 ///
 /// What it hands out is the record as it was behind the epoch's last message: week and tow, observations, ionosphere,
 /// leap seconds, texts, position, antenna, options. Ephemerides, the stop-and-go block, lock tables, the time filter
-/// and the state of the framing stay with the decoder's record; they are zero here.
+/// and the state of the framing stay with the decoder's record and are not copied.
 ///
 /// One thread per collector. Memory is taken once, by the constructor; nothing else allocates or throws.
 class RTK_UTILS_API CEpochCollector {

@@ -2,7 +2,11 @@
 #ifndef RINEX_FIELDS_H
 #define RINEX_FIELDS_H
 
+#include <algorithm>
 #include <cmath>
+#include <iterator>
+
+#include "rinex/epoch.h"
 
 namespace rinex {
 
@@ -18,6 +22,12 @@ constexpr bool has_room(double value)
 inline bool fits_columns(double value)
 {
     return has_room(value) && std::fabs(value) >= 0.0005;
+}
+
+/// Whether a file has anything of it. A phase too large for its columns loses whole cycles; other values do not fit.
+inline bool has_value_to_print(const observation_t& o)
+{
+    return std::any_of(std::begin(o.value), std::end(o.value), fits_columns) || std::fabs(o.value[kPhase]) >= 1.0;
 }
 
 }   // namespace rinex

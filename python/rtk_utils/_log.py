@@ -1,0 +1,312 @@
+"""Logs of the receiver."""
+
+import dataclasses
+import datetime
+import os
+
+import numpy
+
+from . import _core
+
+_GPS_EPOCH = numpy.datetime64("1980-01-06", "ns")
+_SECOND = numpy.timedelta64(1, "s")
+
+# The 31 numbers of an ephemeris, as navigation files have them: of satellites with Keplerian elements, and of those with a
+# state vector. Names with a unit behind them; the others have none.
+_KEPLER = ("af0 s, af1 s/s, af2 s/s2, iode, crs m, delta_n rad/s, m0 rad, cuc rad, e, cus rad, sqrt_a m^0.5, toe s, cic rad, "
+           "omega0 rad, cis rad, i0 rad, crc m, omega rad, omega_dot rad/s, idot rad/s, codes, week, l2p, accuracy m, sv_health, "
+           "tgd s, iodc_or_bgd2, sent s, fit_or_aodc")
+_STATE = ("clock s, clock_rate s/s, frame_time s, x km, vx km/s, ax km/s2, sv_health, y km, vy km/s, ay km/s2, "
+          "channel_or_accuracy, z km, vz km/s, az km/s2, age_or_issue, flags, group_delay s, accuracy, more_health")
+
+
+def _fields(listed):
+    return [tuple((field + " 1").split(" ")[:2]) for field in listed.split(", ")]
+
+
+def _pieces(value):
+    """A list of names: "G01,E*" or an iterable of them."""
+    if value is None:
+        return []
+    return [piece.strip() for piece in value.split(",")] if isinstance(value, str) else list(value)
+
+
+def _gps_seconds(value, what):
+    """GPS seconds of a datetime64, a datetime without a zone, or its text."""
+    if value is None:
+        return None
+    if isinstance(value, datetime.datetime) and value.tzinfo is not None:
+        raise ValueError(f"{what}: {value} has a time zone, and GPS time has none")
+    time = numpy.datetime64(value)
+    if numpy.isnat(time):
+        raise ValueError(f"{what}: {value!r} is no time")
+    day = time.astype("datetime64[D]")   # nanoseconds reach to 2262 only
+    return (day - _GPS_EPOCH.astype("datetime64[D]")).astype(float) * 86400 + (time - day) / numpy.timedelta64(1, "s")
+
+
+class _Rows:
+    """Columns of the same length under their names."""
+
+    __slots__ = ()
+
+    def __init__(self, columns):
+        for name in self.__slots__:
+            setattr(self, name, columns[name])
+
+    def __len__(self):
+        return len(getattr(self, self.__slots__[-1]))
+
+    def __repr__(self):
+        return f"<rtk_utils.{type(self).__name__}: {len(self)} rows of {', '.join(self.__slots__)}>"
+
+    def __getitem__(self, rows):
+        """The same columns of some rows: a slice, a mask or indices."""
+        if isinstance(rows, (int, numpy.integer)):
+            raise TypeError("rows are chosen by a slice, a mask or indices; a single one by [i:i + 1]")
+        return type(self)({name: getattr(self, name)[rows] for name in self.__slots__})
+
+    def to_structured(self):
+        """One structured array with the columns as its fields: a copy."""
+        columns = [(name, getattr(self, name)) for name in self.__slots__]
+        rows = numpy.empty(len(self), [(name, column.dtype, column.shape[1:]) for name, column in columns])
+        for name, column in columns:
+            rows[name] = column
+        return rows
+
+
+class Observations(_Rows):
+    """Observations, a row for each signal of a satellite at an epoch, as kvx convert writes them by default.
+
+    time         datetime64[ns], GPS time
+    satellite    "G01"
+    code         band and attribute as in RINEX 3: "1C"
+    pseudorange  m
+    phase        cycles, of the sign of the pseudorange
+    doppler      Hz, positive while the satellite comes nearer
+    cn0          dB-Hz
+    lli          loss-of-lock indicator of the phase: 1, a cycle slip may have come before; 2, half cycles unknown
+    lock_time    s, of the phase
+
+    A value that is not there is NaN. Epochs follow each other as in the log; in an epoch satellites and signals have the
+    order of a file.
+    """
+
+    __slots__ = ("time", "satellite", "code", "pseudorange", "phase", "doppler", "cn0", "lli", "lock_time")
+
+    def to_xarray(self):
+        """An xarray.Dataset over (time, sv): C1C, L1C, D1C, S1C and L1C_lli for every code. Needs xarray.
+
+        A variable is there when some satellite has a value of it. What is not there is NaN, and 0 in the indicators.
+        """
+        from ._xarray import dataset
+        return dataset(self)
+
+
+class Epoch(_Rows):
+    """Observations of one epoch. `time` is a single datetime64[ns]; the other columns are those of Observations."""
+
+    __slots__ = ("time", "satellite", "code", "pseudorange", "phase", "doppler", "cn0", "lli", "lock_time")
+
+    def __init__(self, columns):
+        super().__init__(columns)
+        self.time = self.time[0]
+
+    def __getitem__(self, rows):
+        raise TypeError("the columns of an epoch are arrays: epoch.phase[rows]")
+
+    def to_structured(self):
+        """One structured array with the columns as its fields: a copy."""
+        columns = {name: getattr(self, name) for name in self.__slots__}
+        columns["time"] = numpy.full(len(self), self.time)
+        return Observations(columns).to_structured()
+
+
+class Ephemerides(_Rows):
+    """Broadcast ephemerides, each data set once, in order of time.
+
+    time       time of clock, of GLONASS and SBAS of the state: datetime64[ns] in the time scale of files, which is UTC for
+               GLONASS, BeiDou time for BeiDou and GPS time for the others
+    reference  time of ephemeris, likewise
+    satellite  "G01"
+    message    LNAV, INAV, FNAV, D1, D2, FDMA or SBAS
+    issue      of data
+    health     bits as sent
+    numbers    the 31 numbers of a record in a navigation file, in its order and units; NaN for blanks
+
+    kepler and states give the numbers under names.
+    """
+
+    __slots__ = ("time", "reference", "satellite", "message", "issue", "health", "numbers")
+    kepler_units = dict(_fields(_KEPLER))
+    state_units = dict(_fields(_STATE))
+
+    def _named(self, rows, names):
+        head = [(name, getattr(self, name).dtype) for name in self.__slots__[:-1]]
+        named = numpy.empty(numpy.count_nonzero(rows), head + [(name, float) for name in names])
+        for name, _ in head:
+            named[name] = getattr(self, name)[rows]
+        for column, name in enumerate(names):
+            named[name] = self.numbers[rows, column]
+        return named
+
+    @property
+    def _have_state(self):
+        return numpy.isin(self.message, ("FDMA", "SBAS"))
+
+    @property
+    def kepler(self):
+        """A structured array of those with Keplerian elements, units in kepler_units."""
+        return self._named(~self._have_state, self.kepler_units)
+
+    @property
+    def states(self):
+        """A structured array of those of GLONASS and SBAS, units in state_units."""
+        return self._named(self._have_state, self.state_units)
+
+
+class Positions(_Rows):
+    """Positions that the receiver told. One time may have two: a geodetic and a Cartesian one.
+
+    time        datetime64[ns], GPS time
+    position    ECEF X, Y, Z (m)
+    geodetic    latitude, longitude (degrees), height above the ellipsoid (m)
+    type        of the position, as the message numbers it
+    cartesian   whether it was sent as X, Y, Z
+    undulation  of the geoid (m); NaN for Cartesian ones
+    """
+
+    __slots__ = ("time", "position", "geodetic", "type", "cartesian", "undulation")
+
+
+class Events(_Rows):
+    """What happened between the epochs.
+
+    time  datetime64[ns], GPS time
+    kind  "mark" at the receiver's input, "moving" and "site" of stop and go
+    """
+
+    __slots__ = ("time", "kind")
+
+
+@dataclasses.dataclass(frozen=True)
+class Losses:
+    """What became of the bytes and observations of a log. True when something was lost.
+
+    bytes, good_bytes                      of the log, and of whole frames
+    skipped_bytes, bad_checksum_bytes,     the others: between frames, in frames with a wrong checksum, in headers that
+    too_long_bytes, torn_bytes             announce too much, in a frame that the end cuts off
+    bad_checksum, too_long, refused        frames; refused: contents that cannot be right
+    epochs_out_of_order, clock_steps_back  epochs with a wrong time, left out; clocks that were set back
+    cut_off                                why the file could not be read to its end; empty: it could
+    places                                 of the first thousand losses: (offset, bytes, cause)
+    observations                           that are not in the arrays, counted by reason
+    messages                               frames by message
+    """
+
+    bytes: int
+    good_bytes: int
+    skipped_bytes: int
+    bad_checksum: int
+    bad_checksum_bytes: int
+    too_long: int
+    too_long_bytes: int
+    torn_bytes: int
+    refused: int
+    epochs_out_of_order: int
+    clock_steps_back: int
+    cut_off: str
+    places: list
+    observations: dict
+    messages: dict
+
+    def __bool__(self):
+        return self.bytes != self.good_bytes or bool(self.refused or self.epochs_out_of_order or self.cut_off)
+
+
+@dataclasses.dataclass(frozen=True)
+class LogData:
+    """All that a log holds.
+
+    ionosphere        coefficients alpha and beta of the broadcast model (2 by 4); None: not told
+    leap_seconds      GPS - UTC (s); None: not told
+    glonass_channels  frequency channels by satellite
+    """
+
+    observations: Observations
+    ephemerides: Ephemerides
+    positions: Positions
+    events: Events
+    ionosphere: "numpy.ndarray | None"
+    leap_seconds: "int | None"
+    glonass_channels: dict
+    losses: Losses
+
+
+class Epochs:
+    """Iterator over the epochs of a log, with the memory of one. close() lets go of the file before its end."""
+
+    def __init__(self, source, wanted):
+        self._core = _core.Epochs(source, wanted)
+
+    def __iter__(self):
+        return self
+
+    def __next__(self):
+        return Epoch(next(self._core))
+
+    def close(self):
+        """Ends the reading; next() then behaves as at the end."""
+        self._core.close()
+
+    def __enter__(self):
+        return self
+
+    def __exit__(self, *_):
+        self.close()
+
+    @property
+    def losses(self):
+        """Losses so far; all of them behind the last epoch."""
+        return Losses(**self._core.losses())
+
+
+class Log:
+    """A log of the receiver, and what of it is wanted. Every reading opens it anew.
+
+    source      path, plain or compressed by gzip or Zstandard, "-" for standard input; or the bytes of a log
+    systems     letters of GREJCS
+    satellites  names or patterns: "G01,E*" or a list
+    signals     codes, or those of one system: "1C,2W", "G1C"
+    start, end  first and last epoch: datetime64, datetime without a zone, or text such as "2024-03-10 12:00:00"; GPS time
+    interval    s: epochs at the points of the GPS time grid; 0: all
+    names       signals by other names: "G:17=2L" is signal type 17 of GPS as 2L
+    """
+
+    def __init__(self, source, *, systems="GREJCS", satellites=None, signals=None, start=None, end=None, interval=0.0, names=None):
+        self.source = source
+        self._wanted = _core.Wanted(systems, _pieces(satellites), _pieces(signals), _pieces(names), _gps_seconds(start, "start"),
+                                    _gps_seconds(end, "end"), interval)
+
+    def __repr__(self):
+        shown = os.fspath(self.source) if isinstance(self.source, (str, os.PathLike)) else type(self.source).__name__
+        return f"<rtk_utils.Log: {shown}>"
+
+    def read(self, *, observations=True):
+        """LogData with all of it; without observations it stays small.
+
+        Raises OSError when the file cannot be read, ValueError when it is no log. What is damaged is left out, and told in
+        losses.
+        """
+        read = _core.read(self.source, self._wanted, observations)
+        kinds = {"observations": Observations, "ephemerides": Ephemerides, "positions": Positions, "events": Events}
+        rows = {name: kind(read.pop(name)) for name, kind in kinds.items()}
+        return LogData(**rows, losses=Losses(**read.pop("losses")), **read)
+
+    def epochs(self):
+        """Epochs, one after the other, in the memory of one. Raises as read() does."""
+        return Epochs(self.source, self._wanted)
+
+
+def read(source, *, observations=True, **wanted):
+    """Log(source, **wanted).read(): all of a log at once."""
+    return Log(source, **wanted).read(observations=observations)

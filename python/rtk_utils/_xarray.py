@@ -1,0 +1,39 @@
+"""Observations as a Dataset of xarray."""
+
+import numpy
+import xarray
+
+_KINDS = (   # letter of RINEX, column, units, long name
+    ("C", "pseudorange", "m", "Pseudorange"),
+    ("L", "phase", "cycles", "Carrier phase"),
+    ("D", "doppler", "Hz", "Doppler"),
+    ("S", "cn0", "dB-Hz", "Carrier-to-noise density ratio"),
+)
+
+
+def dataset(observations):
+    """Epochs are told apart by their places: a clock that was set back may tell a time twice."""
+    changes = numpy.flatnonzero(observations.time[1:] != observations.time[:-1]) + 1
+    starts = numpy.concatenate(([0], changes)) if len(observations) else numpy.zeros(0, int)
+    epoch = numpy.repeat(numpy.arange(len(starts)), numpy.diff(numpy.append(starts, len(observations))))
+    satellites, satellite = numpy.unique(observations.satellite, return_inverse=True)
+    shape = len(starts), len(satellites)
+    variables = {}
+    for code in numpy.unique(observations.code):
+        rows = observations.code == code
+        place = epoch[rows], satellite[rows]
+        for letter, name, units, long_name in _KINDS:
+            values = getattr(observations, name)[rows]
+            if numpy.isnan(values).all():
+                continue
+            grid = numpy.full(shape, numpy.nan)
+            grid[place] = values
+            variables[letter + code] = ("time", "sv"), grid, {"units": units, "long_name": f"{long_name} of {code}"}
+            if letter == "L":
+                flags = numpy.zeros(shape, numpy.uint8)
+                flags[place] = observations.lli[rows]
+                about = {"flag_masks": [1, 2], "flag_meanings": "cycle_slip_possible half_cycle_unknown"}
+                variables[f"L{code}_lli"] = ("time", "sv"), flags, about
+    coordinates = {"time": ("time", observations.time[starts], {"long_name": "GPS time"}),
+                   "sv": ("sv", satellites, {"long_name": "Satellite"})}
+    return xarray.Dataset(variables, coordinates, {"time_system": "GPS", "rinextype": "obs"})

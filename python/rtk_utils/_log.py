@@ -2,6 +2,7 @@
 
 import dataclasses
 import datetime
+import functools
 import os
 
 import numpy
@@ -47,34 +48,50 @@ def _gps_seconds(value, what):
 class _Rows:
     """Columns of the same length under their names."""
 
-    __slots__ = ()
+    columns = ()
 
-    def __init__(self, columns):
-        for name in self.__slots__:
-            setattr(self, name, columns[name])
+    def __init__(self, **columns):
+        self.__dict__.update(columns)
 
     def __len__(self):
-        return len(getattr(self, self.__slots__[-1]))
+        return len(getattr(self, self.columns[-1]))
 
     def __repr__(self):
-        return f"<rtk_utils.{type(self).__name__}: {len(self)} rows of {', '.join(self.__slots__)}>"
+        return f"<rtk_utils.{type(self).__name__}: {len(self)} rows of {', '.join(self.columns)}>"
 
     def __getitem__(self, rows):
         """The same columns of some rows: a slice, a mask or indices."""
         if isinstance(rows, (int, numpy.integer)):
             raise TypeError("rows are chosen by a slice, a mask or indices; a single one by [i:i + 1]")
-        return type(self)({name: getattr(self, name)[rows] for name in self.__slots__})
+        return self._of(rows)
+
+    def _of(self, rows):
+        return type(self)(**{name: getattr(self, name)[rows] for name in self.columns})
 
     def to_structured(self):
         """One structured array with the columns as its fields: a copy."""
-        columns = [(name, getattr(self, name)) for name in self.__slots__]
+        columns = [(name, getattr(self, name)) for name in self.columns]
         rows = numpy.empty(len(self), [(name, column.dtype, column.shape[1:]) for name, column in columns])
         for name, column in columns:
             rows[name] = column
         return rows
 
 
-class Observations(_Rows):
+class _Observed(_Rows):
+    """Names stand in tables, by the number of each row; they become arrays when they are asked for."""
+
+    columns = ("time", "satellite", "code", "pseudorange", "phase", "doppler", "cn0", "lli")
+
+    @functools.cached_property
+    def satellite(self):
+        return self._tables[0].take(self._name)
+
+    @functools.cached_property
+    def code(self):
+        return self._tables[1].take(self._name)
+
+
+class Observations(_Observed):
     """Observations, a row for each signal of a satellite at an epoch, as kvx convert writes them by default.
 
     time         datetime64[ns], GPS time
@@ -85,13 +102,22 @@ class Observations(_Rows):
     doppler      Hz, positive while the satellite comes nearer
     cn0          dB-Hz
     lli          loss-of-lock indicator of the phase: 1, a cycle slip may have come before; 2, half cycles unknown
-    lock_time    s, of the phase
 
     A value that is not there is NaN. Epochs follow each other as in the log; in an epoch satellites and signals have the
     order of a file.
     """
 
-    __slots__ = ("time", "satellite", "code", "pseudorange", "phase", "doppler", "cn0", "lli", "lock_time")
+    @classmethod
+    def _read(cls, columns, tables):
+        return cls(_epochs=(columns.pop("epoch_times"), columns.pop("epoch_rows")), _name=columns.pop("name"), _tables=tables, **columns)
+
+    @functools.cached_property
+    def time(self):
+        return numpy.repeat(*self._epochs)
+
+    def _of(self, rows):
+        kept = {name: getattr(self, name)[rows] for name in ("time", "_name", *self.columns[3:])}
+        return Observations(_tables=self._tables, **kept)
 
     def to_xarray(self):
         """An xarray.Dataset over (time, sv): C1C, L1C, D1C, S1C and L1C_lli for every code. Needs xarray.
@@ -102,23 +128,21 @@ class Observations(_Rows):
         return dataset(self)
 
 
-class Epoch(_Rows):
+class Epoch(_Observed):
     """Observations of one epoch. `time` is a single datetime64[ns]; the other columns are those of Observations."""
 
-    __slots__ = ("time", "satellite", "code", "pseudorange", "phase", "doppler", "cn0", "lli", "lock_time")
+    @classmethod
+    def _read(cls, columns, tables):
+        return cls(time=columns.pop("epoch_times")[0], _name=columns.pop("name"), _tables=tables, **columns)
 
-    def __init__(self, columns):
-        super().__init__(columns)
-        self.time = self.time[0]
-
-    def __getitem__(self, rows):
-        raise TypeError("the columns of an epoch are arrays: epoch.phase[rows]")
+    def _of(self, rows):
+        kept = {name: getattr(self, name)[rows] for name in ("_name", *self.columns[3:])}
+        return Epoch(time=self.time, _tables=self._tables, **kept)
 
     def to_structured(self):
         """One structured array with the columns as its fields: a copy."""
-        columns = {name: getattr(self, name) for name in self.__slots__}
-        columns["time"] = numpy.full(len(self), self.time)
-        return Observations(columns).to_structured()
+        columns = {name: getattr(self, name) for name in self.columns}
+        return Observations(**columns | {"time": numpy.full(len(self), self.time)}).to_structured()
 
 
 class Ephemerides(_Rows):
@@ -136,12 +160,12 @@ class Ephemerides(_Rows):
     kepler and states give the numbers under names.
     """
 
-    __slots__ = ("time", "reference", "satellite", "message", "issue", "health", "numbers")
+    columns = ("time", "reference", "satellite", "message", "issue", "health", "numbers")
     kepler_units = dict(_fields(_KEPLER))
     state_units = dict(_fields(_STATE))
 
     def _named(self, rows, names):
-        head = [(name, getattr(self, name).dtype) for name in self.__slots__[:-1]]
+        head = [(name, getattr(self, name).dtype) for name in self.columns[:-1]]
         named = numpy.empty(numpy.count_nonzero(rows), head + [(name, float) for name in names])
         for name, _ in head:
             named[name] = getattr(self, name)[rows]
@@ -175,7 +199,7 @@ class Positions(_Rows):
     undulation  of the geoid (m); NaN for Cartesian ones
     """
 
-    __slots__ = ("time", "position", "geodetic", "type", "cartesian", "undulation")
+    columns = ("time", "position", "geodetic", "type", "cartesian", "undulation")
 
 
 class Events(_Rows):
@@ -185,7 +209,7 @@ class Events(_Rows):
     kind  "mark" at the receiver's input, "moving" and "site" of stop and go
     """
 
-    __slots__ = ("time", "kind")
+    columns = ("time", "kind")
 
 
 @dataclasses.dataclass(frozen=True)
@@ -247,12 +271,13 @@ class Epochs:
 
     def __init__(self, source, wanted):
         self._core = _core.Epochs(source, wanted)
+        self._tables = _core.names(wanted)
 
     def __iter__(self):
         return self
 
     def __next__(self):
-        return Epoch(next(self._core))
+        return Epoch._read(next(self._core), self._tables)
 
     def close(self):
         """Ends the reading; next() then behaves as at the end."""
@@ -298,9 +323,9 @@ class Log:
         losses.
         """
         read = _core.read(self.source, self._wanted, observations)
-        kinds = {"observations": Observations, "ephemerides": Ephemerides, "positions": Positions, "events": Events}
-        rows = {name: kind(read.pop(name)) for name, kind in kinds.items()}
-        return LogData(**rows, losses=Losses(**read.pop("losses")), **read)
+        kinds = {"ephemerides": Ephemerides, "positions": Positions, "events": Events, "losses": Losses}
+        rows = {name: kind(**read.pop(name)) for name, kind in kinds.items()}
+        return LogData(observations=Observations._read(read.pop("observations"), _core.names(self._wanted)), **rows, **read)
 
     def epochs(self):
         """Epochs, one after the other, in the memory of one. Raises as read() does."""

@@ -13,20 +13,23 @@ _KINDS = (   # letter of RINEX, column, units, long name
 
 def dataset(observations):
     """Epochs are told apart by their places: a clock that was set back may tell a time twice."""
-    changes = numpy.flatnonzero(observations.time[1:] != observations.time[:-1]) + 1
-    starts = numpy.concatenate(([0], changes)) if len(observations) else numpy.zeros(0, int)
-    epoch = numpy.repeat(numpy.arange(len(starts)), numpy.diff(numpy.append(starts, len(observations))))
-    satellites, satellite = numpy.unique(observations.satellite, return_inverse=True)
+    time, n = observations.time, len(observations)
+    starts = numpy.flatnonzero(numpy.concatenate((numpy.ones(min(n, 1), bool), time[1:] != time[:-1])))
+    epoch = numpy.repeat(numpy.arange(len(starts)), numpy.diff(numpy.append(starts, n)))
+    # The tables list names by satellite and signal: few numbers are sorted, not the names of all rows.
+    numbers, number = numpy.unique(observations._name, return_inverse=True)
+    satellites, satellite = numpy.unique(observations._tables[0][numbers], return_inverse=True)
+    codes = observations._tables[1][numbers]
     shape = len(starts), len(satellites)
     variables = {}
-    for code in numpy.unique(observations.code):
-        rows = observations.code == code
-        place = epoch[rows], satellite[rows]
+    for code in numpy.unique(codes):
+        rows = numpy.flatnonzero((codes == code)[number])
+        place = epoch[rows], satellite[number[rows]]
         for letter, name, units, long_name in _KINDS:
             values = getattr(observations, name)[rows]
             if numpy.isnan(values).all():
                 continue
-            grid = numpy.full(shape, numpy.nan)
+            grid = numpy.full(shape, numpy.nan, values.dtype)
             grid[place] = values
             variables[letter + code] = ("time", "sv"), grid, {"units": units, "long_name": f"{long_name} of {code}"}
             if letter == "L":
@@ -34,6 +37,6 @@ def dataset(observations):
                 flags[place] = observations.lli[rows]
                 about = {"flag_masks": [1, 2], "flag_meanings": "cycle_slip_possible half_cycle_unknown"}
                 variables[f"L{code}_lli"] = ("time", "sv"), flags, about
-    coordinates = {"time": ("time", observations.time[starts], {"long_name": "GPS time"}),
+    coordinates = {"time": ("time", time[starts], {"long_name": "GPS time"}),
                    "sv": ("sv", satellites, {"long_name": "Satellite"})}
     return xarray.Dataset(variables, coordinates, {"time_system": "GPS", "rinextype": "obs"})

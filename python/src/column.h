@@ -7,32 +7,46 @@
 #include <algorithm>
 #include <array>
 #include <cstdint>
-#include <cstdlib>
 #include <memory>
 #include <new>
 #include <string_view>
 #include <type_traits>
 #include <utility>
 
+#include "room.h"
+
 namespace rtk_python {
 
 namespace py = pybind11;
 
-/// Room grows in place where the allocator moves pages instead of bytes; what is not written yet takes no memory.
 template <typename T>
 class column_t {
     static_assert(std::is_trivially_copyable_v<T>);
 
 public:
+    column_t() = default;
+    column_t(column_t&& other) noexcept : rows_(std::move(other.rows_)), size_(std::exchange(other.size_, 0)) {}
+    column_t& operator=(column_t&& other) noexcept
+    {
+        rows_ = std::move(other.rows_);
+        std::swap(size_, other.size_);
+        return *this;
+    }
+    ~column_t() = default;
+
     /// Room for n more; they count as written.
     /// @throws std::bad_alloc
     T* extend(std::size_t n)
     {
-        if (size_ + n > room_) resize(std::max(size_ + n, room_ + room_ / 2));
-        T* const first = rows_.get() + size_;
+        if (n > PTRDIFF_MAX / sizeof(T) - size_) throw std::bad_alloc();
+        rows_.grow((size_ + n) * sizeof(T));
+        T* const first = static_cast<T*>(rows_.at()) + size_;
         size_ += n;
         return first;
     }
+    /// Room for so many in all, of which none counts as written.
+    void reserve(std::size_t n) { rows_.grow(std::min(n, PTRDIFF_MAX / 4 / sizeof(T)) * sizeof(T)); }
+
     void add(const T& value) { *extend(1) = value; }
 
     /// Takes the last ones back.
@@ -45,33 +59,21 @@ public:
     /// @param width  elements of a row; 0: the array has one dimension
     py::array array(const py::dtype& type, py::ssize_t width = 0)
     {
-        if (size_ < room_ || room_ == 0) resize(std::max<std::size_t>(size_, 1));
-        const py::capsule owner(rows_.get(), std::free);
-        T* const rows = rows_.release();
+        rows_.grow(sizeof(T));   // some address
+        auto rows = std::make_unique<room_t>(std::move(rows_));
+        void* const first = rows->at();
+        const py::capsule owner(rows.get(), [](void* owned) { delete static_cast<room_t*>(owned); });
+        static_cast<void>(rows.release());
         const auto n = static_cast<py::ssize_t>(std::exchange(size_, 0));
-        room_ = 0;
         constexpr auto kBytes = static_cast<py::ssize_t>(sizeof(T));
-        if (width == 0) return {type, {n}, {kBytes}, rows, owner};
-        return {type, {n, width}, {kBytes, kBytes / width}, rows, owner};
+        if (width == 0) return {type, {n}, {kBytes}, first, owner};
+        return {type, {n, width}, {kBytes, kBytes / width}, first, owner};
     }
     py::array array() { return array(py::dtype::of<T>()); }
 
 private:
-    void resize(std::size_t room)
-    {
-        if (room > PTRDIFF_MAX / sizeof(T)) throw std::bad_alloc();
-        void* const moved = std::realloc(rows_.get(), room * sizeof(T));
-        if (moved == nullptr) throw std::bad_alloc();
-        static_cast<void>(rows_.release());
-        rows_.reset(static_cast<T*>(moved));
-        room_ = room;
-    }
-
-    struct freed_t {
-        void operator()(T* rows) const { std::free(rows); }
-    };
-    std::unique_ptr<T, freed_t> rows_;
-    std::size_t size_ = 0, room_ = 0;
+    room_t rows_;
+    std::size_t size_ = 0;
 };
 
 /// A short text as numpy has it: of so many characters, zeros behind it.

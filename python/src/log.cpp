@@ -78,11 +78,12 @@ std::unique_ptr<log_source_t> opened(const py::object& input, const wanted_t& wa
 py::dict read(const py::object& input, const wanted_t& wanted, bool with_observations)
 {
     const auto log = opened(input, wanted);
-    observations_t observations(log->options().names, log->ledger());
+    auto observations = std::make_unique<observations_t>(log->ledger());
+    if (with_observations) observations->expect(log->feed().source().size_on_disk());
     navigation_t navigation(log->selection());
     station_t station(log->selection());
     const log_source_t::takes_t takes{[&](rinex::epoch_t& epoch, rinex::lock_tracker_t& locks) {
-                                          return !with_observations || observations.add(epoch, locks);
+                                          return !with_observations || observations->add(epoch, locks);
                                       },
                                       [&](const kvx::message_t& message) {
                                           const int result = navigation.take(message);
@@ -95,7 +96,7 @@ py::dict read(const py::object& input, const wanted_t& wanted, bool with_observa
     }
     demand_log(*log);
     py::dict all;
-    all["observations"] = arrays_of(observations.take());
+    all["observations"] = arrays_of(observations->take());
     all["ephemerides"] = navigation.arrays();
     all["positions"] = station.positions();
     all["events"] = station.events();
@@ -110,7 +111,7 @@ py::dict read(const py::object& input, const wanted_t& wanted, bool with_observa
 class epochs_t {
 public:
     epochs_t(const py::object& input, const wanted_t& wanted)
-        : log_(opened(input, wanted)), rows_(std::make_unique<observations_t>(log_->options().names, log_->ledger()))
+        : log_(opened(input, wanted)), rows_(std::make_unique<observations_t>(log_->ledger()))
     {}
 
     /// Columns of the next epoch.
@@ -199,6 +200,7 @@ void add_log(py::module_& module)
     using texts_t = std::vector<std::string>;
     py::class_<wanted_t>(module, "Wanted")
         .def(py::init<std::string, texts_t, texts_t, texts_t, std::optional<double>, std::optional<double>, double>());
+    module.def("names", [](const wanted_t& wanted) { return names_of(options_of(wanted).names); });
     module.def("read", read);
     py::class_<epochs_t>(module, "Epochs")
         .def(py::init<const py::object&, const wanted_t&>())

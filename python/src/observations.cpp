@@ -1,8 +1,9 @@
 #include "observations.h"
 
-#include <bit>
 #include <limits>
+#include <string>
 
+#include "gnss/log/range.h"
 #include "rinex/dates.h"
 #include "rinex/fields.h"
 
@@ -10,100 +11,96 @@ namespace rtk_python {
 
 namespace {
 
-constexpr double kNone = std::numeric_limits<double>::quiet_NaN();
-
-std::vector<text_t<3>> satellite_names()
-{
-    std::vector<text_t<3>> names;
-    for (int place = 0; place < rinex::kSatellites; ++place)
-        names.push_back(text_of<3>(rinex::satellite_at(place).name()));
-    return names;
-}
-
-std::size_t count(const rinex::epoch_t& epoch)
-{
-    std::size_t n = 0;
-    epoch.satellites.each([&](int place) {
-        n += static_cast<std::size_t>(std::popcount(epoch.signals[static_cast<std::size_t>(place)]));
-    });
-    return n;
-}
-
+// Chosen, not jumped to: which value lacks nobody can foresee.
 double usable(double value)
 {
-    return rinex::fits_columns(value) ? value : kNone;
+    const double choice[] = {std::numeric_limits<double>::quiet_NaN(), value};
+    return choice[rinex::fits_columns(value)];
 }
 
 }   // namespace
 
-observations_t::observations_t(const rinex::signals_t& names, rinex::ledger_t& ledger)
-    : satellites_(satellite_names()), codes_(rinex::kConstellationCount), ledger_(ledger)
+void observations_t::expect(std::uint64_t bytes)
 {
-    for (int c = 0; c < rinex::kConstellationCount; ++c) {
-        for (const std::string& code : names.codes(c)) codes_[static_cast<std::size_t>(c)].push_back(text_of<2>(code));
-    }
+    const std::size_t rows = bytes / korvex::kRangeSize;   // those of the compressed message, of which more fit, move
+    columns_.names.reserve(rows);
+    for (auto& column : columns_.values) column.reserve(rows);
+    columns_.cn0.reserve(rows);
+    columns_.lli.reserve(rows);
 }
 
-// Where a row is to be written, column by column.
-struct observations_t::row_t {
-    std::int64_t* time;
-    text_t<3>* satellite;
-    text_t<2>* code;
-    double* values[rinex::kKindCount];
-    std::uint8_t* lli;
-    float* lock_time;
-};
-
-observations_t::row_t observations_t::extend(std::size_t n)
+// Follows the phases and keeps what a file would print.
+// @return how many
+std::size_t observations_t::look_at(rinex::epoch_t& epoch, rinex::lock_tracker_t& locks)
 {
-    row_t row{};
-    row.time = columns_.time.extend(n);
-    row.satellite = columns_.satellite.extend(n);
-    row.code = columns_.code.extend(n);
-    for (std::size_t kind = 0; kind < rinex::kKindCount; ++kind) row.values[kind] = columns_.values[kind].extend(n);
-    row.lli = columns_.lli.extend(n);
-    row.lock_time = columns_.lock_time.extend(n);
-    return row;
+    std::size_t count = 0;
+    epoch.each([&, time = epoch.time](int place, int signal) {
+        rinex::observation_t& o = epoch.at(place, signal);
+        locks.follow(place, signal, o);
+        if (o.beyond_columns != 0) ledger_.add_blanks(o.tracking_key, o.beyond_columns);
+        if (!rinex::has_value_to_print(o)) return ledger_.add(o.tracking_key, rinex::fate_t::no_value);
+        locks.mark(place, signal, time, o);
+        names_[count] = static_cast<std::uint16_t>(place * rinex::kMostSignals + signal);
+        kept_[count] = &o;
+        ++count;
+    });
+    return count;
+}
+
+void observations_t::write(std::size_t count)
+{
+    const rinex::observation_t* const* const kept = kept_.data();
+    const auto write_column = [&](auto& column, auto value_of) {
+        auto* const to = column.extend(count);
+        for (std::size_t i = 0; i < count; ++i) to[i] = value_of(*kept[i]);
+    };
+    std::copy_n(names_.begin(), count, columns_.names.extend(count));
+    write_column(columns_.values[0], [](const auto& o) { return usable(o.value[0]); });
+    write_column(columns_.values[1], [](const auto& o) { return usable(o.value[1]); });
+    write_column(columns_.values[2], [](const auto& o) { return usable(o.value[2]); });
+    write_column(columns_.cn0, [](const auto& o) { return static_cast<float>(usable(o.value[rinex::kStrength])); });
+    write_column(columns_.lli, [](const auto& o) {
+        return static_cast<std::uint8_t>(rinex::fits_columns(o.value[rinex::kPhase]) ? o.digits : 0);
+    });
 }
 
 bool observations_t::add(rinex::epoch_t& epoch, rinex::lock_tracker_t& locks)
 {
-    const std::size_t room = count(epoch);
-    const row_t to = extend(room);
-    const std::int64_t time = nanoseconds_of_ticks(epoch.time * rinex::kTicksPerMs);
-    std::size_t n = 0;
-    epoch.each([&](int place, int signal) {
-        rinex::observation_t& o = epoch.at(place, signal);
-        locks.follow(place, signal, o);
-        if (o.beyond_columns != 0) ledger_.add_blanks(o.tracking_key, o.beyond_columns);
-        const bool any = rinex::has_value_to_print(o);
-        ledger_.add(o.tracking_key, any ? rinex::fate_t::written : rinex::fate_t::no_value);
-        if (!any) return;
-        if (o.value[rinex::kPhase] != 0.0) locks.mark(place, signal, epoch.time, o);
-        const auto constellation = static_cast<std::size_t>(rinex::satellite_at(place).constellation);
-        to.time[n] = time;
-        to.satellite[n] = satellites_[static_cast<std::size_t>(place)];
-        to.code[n] = codes_[constellation][static_cast<std::size_t>(signal)];
-        for (std::size_t kind = 0; kind < rinex::kKindCount; ++kind) to.values[kind][n] = usable(o.value[kind]);
-        to.lli[n] = rinex::fits_columns(o.value[rinex::kPhase]) ? o.digits : 0;
-        to.lock_time[n] = static_cast<float>(o.lock_time);
-        ++n;
-    });
-    columns_.each([&](auto& column) { column.drop(room - n); });
-    return n > 0;
+    const std::size_t count = look_at(epoch, locks);
+    if (count == 0) return false;
+    columns_.times.add(nanoseconds_of_ticks(epoch.time * rinex::kTicksPerMs));
+    columns_.counts.add(static_cast<std::int64_t>(count));
+    write(count);
+    return true;
 }
 
 py::dict arrays_of(observations_t::columns_t columns)
 {
-    constexpr const char* kNames[] = {"pseudorange", "phase", "doppler", "cn0"};
     py::dict all;
-    all["time"] = times_of(columns.time);
-    all["satellite"] = array_of(columns.satellite);
-    all["code"] = array_of(columns.code);
-    for (std::size_t kind = 0; kind < rinex::kKindCount; ++kind) all[kNames[kind]] = columns.values[kind].array();
+    all["epoch_times"] = times_of(columns.times);
+    all["epoch_rows"] = columns.counts.array();
+    all["name"] = columns.names.array();
+    all["pseudorange"] = columns.values[rinex::kPseudorange].array();
+    all["phase"] = columns.values[rinex::kPhase].array();
+    all["doppler"] = columns.values[rinex::kDoppler].array();
+    all["cn0"] = columns.cn0.array();
     all["lli"] = columns.lli.array();
-    all["lock_time"] = columns.lock_time.array();
     return all;
+}
+
+py::tuple names_of(const rinex::signals_t& signals)
+{
+    column_t<text_t<3>> satellites;
+    column_t<text_t<2>> codes;
+    for (int place = 0; place < rinex::kSatellites; ++place) {
+        const rinex::satellite_t satellite = rinex::satellite_at(place);
+        const auto& listed = signals.codes(satellite.constellation);
+        for (std::size_t signal = 0; signal < rinex::kMostSignals; ++signal) {
+            satellites.add(text_of<3>(satellite.name()));
+            codes.add(text_of<2>(signal < listed.size() ? listed[signal] : ""));
+        }
+    }
+    return py::make_tuple(array_of(satellites), array_of(codes));
 }
 
 }   // namespace rtk_python

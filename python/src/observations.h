@@ -2,8 +2,9 @@
 #ifndef RTK_PYTHON_OBSERVATIONS_H
 #define RTK_PYTHON_OBSERVATIONS_H
 
+#include <array>
 #include <cstdint>
-#include <vector>
+#include <utility>
 
 #include "column.h"
 #include "rinex/ledger.h"
@@ -11,11 +12,15 @@
 
 namespace rtk_python {
 
-/// A row is one signal of one satellite at one epoch.
+/// A row is one signal of one satellite at one epoch. What many rows have alike is kept once: times by epoch, names in
+/// a table.
 class observations_t {
 public:
-    /// @param names, ledger  must outlive it
-    observations_t(const rinex::signals_t& names, rinex::ledger_t& ledger);
+    /// @param ledger  must outlive it
+    explicit observations_t(rinex::ledger_t& ledger) : ledger_(ledger) {}
+
+    /// Before the first epoch: of how many bytes the log is. What is reserved too much takes no memory.
+    void expect(std::uint64_t bytes);
 
     /// Takes what can be used of an epoch, satellites and signals in the order of a file.
     /// @param locks  have followed all epochs before it
@@ -23,40 +28,35 @@ public:
     bool add(rinex::epoch_t& epoch, rinex::lock_tracker_t& locks);
 
     struct columns_t {
-        column_t<std::int64_t> time;
-        column_t<text_t<3>> satellite;
-        column_t<text_t<2>> code;
-        column_t<double> values[rinex::kKindCount];
+        column_t<std::int64_t> times;    // of the epochs, ns
+        column_t<std::int64_t> counts;   // of their rows
+        column_t<std::uint16_t> names;   // places in names_of()
+        column_t<double> values[3];      // in the order of rinex::kind_t
+        column_t<float> cn0;
         column_t<std::uint8_t> lli;
-        column_t<float> lock_time;
-
-        template <typename Visit>
-        void each(Visit visit)
-        {
-            visit(time);
-            visit(satellite);
-            visit(code);
-            for (auto& column : values) visit(column);
-            visit(lli);
-            visit(lock_time);
-        }
     };
 
     /// The rows so far; there are none then.
     columns_t take() { return std::exchange(columns_, {}); }
 
 private:
-    struct row_t;
-    row_t extend(std::size_t n);
+    std::size_t look_at(rinex::epoch_t& epoch, rinex::lock_tracker_t& locks);
+    void write(std::size_t count);
 
-    const std::vector<text_t<3>> satellites_;     // by place
-    std::vector<std::vector<text_t<2>>> codes_;   // by constellation and signal
     rinex::ledger_t& ledger_;
     columns_t columns_;
+
+    // Of the epoch in hand: written column by column, which takes half the time of row by row.
+    static constexpr std::size_t kMost = std::size_t{rinex::kSatellites} * rinex::kMostSignals;
+    std::array<const rinex::observation_t*, kMost> kept_;
+    std::array<std::uint16_t, kMost> names_;
 };
 
 /// All columns by name.
 py::dict arrays_of(observations_t::columns_t columns);
+
+/// Satellite and code by name: two arrays.
+py::tuple names_of(const rinex::signals_t& signals);
 
 }   // namespace rtk_python
 

@@ -33,9 +33,8 @@ bool is_channel(int channel)
     return channel >= -7 && channel <= 6;
 }
 
-double phase_of(const korvex::range_t& r, const constellation_t& system, const std::string& code, bool compressed)
+double unrolled_phase(const korvex::range_t& r, const constellation_t& system, const std::string& code)
 {
-    if (!compressed) return -r.adr;
     const double frequency = carrier_frequency(system.letter, code[0], r.channel);
     return korvex::unrolled_phase(r.pseudorange, kLightSpeed / frequency, r.adr);
 }
@@ -73,12 +72,18 @@ bool range_collector_t::add(std::int64_t time, const std::uint8_t* body, int siz
         epoch_->time = time;
         has_full_ = true;
     }
-    for (std::uint64_t i = 0; i < n; ++i) add_record(body + korvex::kCountSize + i * record, compressed);
+    const std::uint8_t* const records = body + korvex::kCountSize;
+    if (compressed) {
+        for (std::uint64_t i = 0; i < n; ++i) add_record<true>(records + i * record);
+    } else {
+        for (std::uint64_t i = 0; i < n; ++i) add_record<false>(records + i * record);
+    }
     return true;
 }
 
 // Where an observation is to stand in the epoch; null when one that counts for more is there.
-observation_t* range_collector_t::place_for(int place, int signal, std::uint8_t tracking_key, bool compressed)
+template <bool compressed>
+observation_t* range_collector_t::place_for(int place, int signal, std::uint8_t tracking_key)
 {
     if (!epoch_->has(place, signal)) return &epoch_->add(place, signal);
     observation_t& there = epoch_->at(place, signal);
@@ -90,7 +95,9 @@ observation_t* range_collector_t::place_for(int place, int signal, std::uint8_t 
     return nullptr;
 }
 
-void range_collector_t::add_record(const std::uint8_t* p, bool compressed)
+// Each message has a loop without questions.
+template <bool compressed>
+void range_collector_t::add_record(const std::uint8_t* p)
 {
     const korvex::range_t r = compressed ? korvex::read_compressed_range(p) : korvex::read_range(p);
     const korvex::trackstat_t track = korvex::read_trackstat(r.status);
@@ -104,15 +111,18 @@ void range_collector_t::add_record(const std::uint8_t* p, bool compressed)
     if (constellation == kGlonass && is_channel(r.channel))
         channels_[static_cast<std::size_t>(satellite.number)] = static_cast<std::int8_t>(r.channel);
 
-    observation_t* const there = place_for(place_of(satellite), signal, sent, compressed);
+    observation_t* const there = place_for<compressed>(place_of(satellite), signal, sent);
     if (there == nullptr) return;
     observation_t& o = *there = {};   // filled where it stays: a copy would wait for each of its fields
     o.tracking_key = sent;
     o.compressed = compressed;
     tell(o, kPseudorange, r.pseudorange, has_room(r.pseudorange));
     if (track.phase_lock) {
-        const std::string& code = signals_.codes(constellation)[static_cast<std::size_t>(signal)];
-        const double phase = phase_of(r, satellite.system(), code, compressed);
+        double phase = -r.adr;
+        if (compressed) {
+            const std::string& code = signals_.codes(constellation)[static_cast<std::size_t>(signal)];
+            phase = unrolled_phase(r, satellite.system(), code);
+        }
         tell(o, kPhase, phase, std::fabs(phase) <= kMostCycles);
     }
     tell(o, kDoppler, r.doppler, has_room(r.doppler));

@@ -44,8 +44,10 @@ public:
 private:
     bool belongs(std::int64_t time, bool compressed) const;
     void begin(std::int64_t time, std::uint64_t offset);
-    void add_record(const std::uint8_t* p, bool compressed);
-    observation_t* place_for(int place, int signal, std::uint8_t tracking_key, bool compressed);
+    template <bool compressed>
+    void add_record(const std::uint8_t* p);
+    template <bool compressed>
+    observation_t* place_for(int place, int signal, std::uint8_t tracking_key);
 
     const signals_t& signals_;
     ledger_t& ledger_;

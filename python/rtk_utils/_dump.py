@@ -1,8 +1,14 @@
 """Dump files of the vision library's inputs."""
 
-from typing import NamedTuple
+from __future__ import annotations
+
+from collections.abc import Iterator
+from typing import TYPE_CHECKING, NamedTuple
 
 from . import _core
+
+if TYPE_CHECKING:
+    from ._log import _Source
 
 
 class DumpItem(NamedTuple):
@@ -17,39 +23,39 @@ class DumpItem(NamedTuple):
 
     offset: int
     size: int
-    damage: "str | None"
-    type: "str | None"
-    payload: "bytes | None"
+    damage: str | None
+    type: str | None
+    payload: bytes | None
 
 
-class Dump:
+class Dump(Iterator[DumpItem]):
     """Iterator over the items of a dump file, with the memory of one. Every byte of the file is in exactly one item."""
 
-    def __init__(self, source):
+    def __init__(self, source: _Source) -> None:
         self._core = _core.Dump(source)
 
-    def __iter__(self):
+    def __iter__(self) -> Dump:
         return self
 
-    def __next__(self):
+    def __next__(self) -> DumpItem:
         return DumpItem(*next(self._core))
 
-    def close(self):
+    def close(self) -> None:
         """Lets go of the file before its end."""
         self._core.close()
 
-    def __enter__(self):
+    def __enter__(self) -> Dump:
         return self
 
-    def __exit__(self, *_):
+    def __exit__(self, *_: object) -> None:
         self.close()
 
     @property
-    def cut_off(self):
+    def cut_off(self) -> str:
         """Why the file could not be read to its end; empty when it could. Known at the end."""
         return self._core.cut_off
 
 
-def read_dump(source):
+def read_dump(source: _Source) -> Dump:
     """Dump(source): the items of a dump file, a path (plain, gzip, Zstandard) or bytes, one after the other."""
     return Dump(source)

@@ -1,15 +1,28 @@
 """Logs of the receiver."""
 
+from __future__ import annotations
+
 import dataclasses
 import datetime
 import functools
 import os
+from collections.abc import Iterable, Iterator
+from typing import TYPE_CHECKING, Any, ClassVar, TypeVar, Union
 
 import numpy
 
 from . import _core
 
-_GPS_EPOCH = numpy.datetime64("1980-01-06", "ns")
+if TYPE_CHECKING:
+    import xarray
+    from numpy.typing import NDArray
+
+_R = TypeVar("_R", bound="_Rows")
+_Source = Union[str, "os.PathLike[str]", bytes, bytearray, memoryview]
+_Names = Union[str, Iterable[str], None]
+_Time = Union[str, datetime.datetime, numpy.datetime64, None]
+
+_GPS_EPOCH = numpy.datetime64("1980-01-06", "D")
 _SECOND = numpy.timedelta64(1, "s")
 
 # The 31 numbers of an ephemeris, as navigation files have them: of satellites with Keplerian elements, and of those with a
@@ -21,18 +34,18 @@ _STATE = ("clock s, clock_rate s/s, frame_time s, x km, vx km/s, ax km/s2, sv_he
           "channel_or_accuracy, z km, vz km/s, az km/s2, age_or_issue, flags, group_delay s, accuracy, more_health")
 
 
-def _fields(listed):
-    return [tuple((field + " 1").split(" ")[:2]) for field in listed.split(", ")]
+def _fields(listed: str) -> list[tuple[str, str]]:
+    return [(name, unit) for name, _, unit in (field.partition(" ") for field in listed.split(", "))]
 
 
-def _pieces(value):
+def _pieces(value: _Names) -> list[str]:
     """A list of names: "G01,E*" or an iterable of them."""
     if value is None:
         return []
     return [piece.strip() for piece in value.split(",")] if isinstance(value, str) else list(value)
 
 
-def _gps_seconds(value, what):
+def _gps_seconds(value: _Time, what: str) -> float | None:
     """GPS seconds of a datetime64, a datetime without a zone, or its text."""
     if value is None:
         return None
@@ -42,33 +55,34 @@ def _gps_seconds(value, what):
     if numpy.isnat(time):
         raise ValueError(f"{what}: {value!r} is no time")
     day = time.astype("datetime64[D]")   # nanoseconds reach to 2262 only
-    return (day - _GPS_EPOCH.astype("datetime64[D]")).astype(float) * 86400 + (time - day) / numpy.timedelta64(1, "s")
+    days = (day - _GPS_EPOCH).astype(float)
+    return float(days * 86400 + (time - day) / _SECOND)
 
 
 class _Rows:
     """Columns of the same length under their names."""
 
-    columns = ()
+    columns: ClassVar[tuple[str, ...]] = ()
 
-    def __init__(self, **columns):
+    def __init__(self, **columns: Any) -> None:
         self.__dict__.update(columns)
 
-    def __len__(self):
+    def __len__(self) -> int:
         return len(getattr(self, self.columns[-1]))
 
-    def __repr__(self):
+    def __repr__(self) -> str:
         return f"<rtk_utils.{type(self).__name__}: {len(self)} rows of {', '.join(self.columns)}>"
 
-    def __getitem__(self, rows):
+    def __getitem__(self: _R, rows: Any) -> _R:
         """The same columns of some rows: a slice, a mask or indices."""
         if isinstance(rows, (int, numpy.integer)):
             raise TypeError("rows are chosen by a slice, a mask or indices; a single one by [i:i + 1]")
         return self._of(rows)
 
-    def _of(self, rows):
+    def _of(self: _R, rows: Any) -> _R:
         return type(self)(**{name: getattr(self, name)[rows] for name in self.columns})
 
-    def to_structured(self):
+    def to_structured(self) -> NDArray[numpy.void]:
         """One structured array with the columns as its fields: a copy."""
         columns = [(name, getattr(self, name)) for name in self.columns]
         rows = numpy.empty(len(self), [(name, column.dtype, column.shape[1:]) for name, column in columns])
@@ -81,13 +95,20 @@ class _Observed(_Rows):
     """Names stand in tables, by the number of each row; they become arrays when they are asked for."""
 
     columns = ("time", "satellite", "code", "pseudorange", "phase", "doppler", "cn0", "lli")
+    pseudorange: NDArray[numpy.float64]
+    phase: NDArray[numpy.float64]
+    doppler: NDArray[numpy.float64]
+    cn0: NDArray[numpy.float32]
+    lli: NDArray[numpy.uint8]
+    _name: NDArray[numpy.uint16]
+    _tables: tuple[NDArray[numpy.str_], NDArray[numpy.str_]]
 
     @functools.cached_property
-    def satellite(self):
+    def satellite(self) -> NDArray[numpy.str_]:
         return self._tables[0].take(self._name)
 
     @functools.cached_property
-    def code(self):
+    def code(self) -> NDArray[numpy.str_]:
         return self._tables[1].take(self._name)
 
 
@@ -107,19 +128,21 @@ class Observations(_Observed):
     order of a file.
     """
 
+    _epochs: tuple[NDArray[numpy.datetime64], NDArray[numpy.int64]]
+
     @classmethod
-    def _read(cls, columns, tables):
+    def _read(cls, columns: dict[str, Any], tables: tuple[Any, Any]) -> Observations:
         return cls(_epochs=(columns.pop("epoch_times"), columns.pop("epoch_rows")), _name=columns.pop("name"), _tables=tables, **columns)
 
     @functools.cached_property
-    def time(self):
+    def time(self) -> NDArray[numpy.datetime64]:
         return numpy.repeat(*self._epochs)
 
-    def _of(self, rows):
+    def _of(self, rows: Any) -> Observations:
         kept = {name: getattr(self, name)[rows] for name in ("time", "_name", *self.columns[3:])}
         return Observations(_tables=self._tables, **kept)
 
-    def to_xarray(self):
+    def to_xarray(self) -> xarray.Dataset:
         """An xarray.Dataset over (time, sv): C1C, L1C, D1C, S1C and L1C_lli for every code. Needs xarray.
 
         A variable is there when some satellite has a value of it. What is not there is NaN, and 0 in the indicators.
@@ -131,15 +154,17 @@ class Observations(_Observed):
 class Epoch(_Observed):
     """Observations of one epoch. `time` is a single datetime64[ns]; the other columns are those of Observations."""
 
+    time: numpy.datetime64
+
     @classmethod
-    def _read(cls, columns, tables):
+    def _read(cls, columns: dict[str, Any], tables: tuple[Any, Any]) -> Epoch:
         return cls(time=columns.pop("epoch_times")[0], _name=columns.pop("name"), _tables=tables, **columns)
 
-    def _of(self, rows):
+    def _of(self, rows: Any) -> Epoch:
         kept = {name: getattr(self, name)[rows] for name in ("_name", *self.columns[3:])}
         return Epoch(time=self.time, _tables=self._tables, **kept)
 
-    def to_structured(self):
+    def to_structured(self) -> NDArray[numpy.void]:
         """One structured array with the columns as its fields: a copy."""
         columns = {name: getattr(self, name) for name in self.columns}
         return Observations(**columns | {"time": numpy.full(len(self), self.time)}).to_structured()
@@ -161,10 +186,17 @@ class Ephemerides(_Rows):
     """
 
     columns = ("time", "reference", "satellite", "message", "issue", "health", "numbers")
+    time: NDArray[numpy.datetime64]
+    reference: NDArray[numpy.datetime64]
+    satellite: NDArray[numpy.str_]
+    message: NDArray[numpy.str_]
+    issue: NDArray[numpy.uint32]
+    health: NDArray[numpy.uint32]
+    numbers: NDArray[numpy.float64]
     kepler_units = dict(_fields(_KEPLER))
     state_units = dict(_fields(_STATE))
 
-    def _named(self, rows, names):
+    def _named(self, rows: NDArray[numpy.bool_], names: Iterable[str]) -> NDArray[numpy.void]:
         head = [(name, getattr(self, name).dtype) for name in self.columns[:-1]]
         named = numpy.empty(numpy.count_nonzero(rows), head + [(name, float) for name in names])
         for name, _ in head:
@@ -174,16 +206,16 @@ class Ephemerides(_Rows):
         return named
 
     @property
-    def _have_state(self):
+    def _have_state(self) -> NDArray[numpy.bool_]:
         return numpy.isin(self.message, ("FDMA", "SBAS"))
 
     @property
-    def kepler(self):
+    def kepler(self) -> NDArray[numpy.void]:
         """A structured array of those with Keplerian elements, units in kepler_units."""
         return self._named(~self._have_state, self.kepler_units)
 
     @property
-    def states(self):
+    def states(self) -> NDArray[numpy.void]:
         """A structured array of those of GLONASS and SBAS, units in state_units."""
         return self._named(self._have_state, self.state_units)
 
@@ -200,6 +232,12 @@ class Positions(_Rows):
     """
 
     columns = ("time", "position", "geodetic", "type", "cartesian", "undulation")
+    time: NDArray[numpy.datetime64]
+    position: NDArray[numpy.float64]
+    geodetic: NDArray[numpy.float64]
+    type: NDArray[numpy.uint32]
+    cartesian: NDArray[numpy.bool_]
+    undulation: NDArray[numpy.float64]
 
 
 class Events(_Rows):
@@ -210,6 +248,8 @@ class Events(_Rows):
     """
 
     columns = ("time", "kind")
+    time: NDArray[numpy.datetime64]
+    kind: NDArray[numpy.str_]
 
 
 @dataclasses.dataclass(frozen=True)
@@ -239,11 +279,11 @@ class Losses:
     epochs_out_of_order: int
     clock_steps_back: int
     cut_off: str
-    places: list
-    observations: dict
-    messages: dict
+    places: list[tuple[int, int, str]]
+    observations: dict[str, int]
+    messages: dict[int, int]
 
-    def __bool__(self):
+    def __bool__(self) -> bool:
         return self.bytes != self.good_bytes or bool(self.refused or self.epochs_out_of_order or self.cut_off)
 
 
@@ -260,37 +300,37 @@ class LogData:
     ephemerides: Ephemerides
     positions: Positions
     events: Events
-    ionosphere: "numpy.ndarray | None"
-    leap_seconds: "int | None"
-    glonass_channels: dict
+    ionosphere: NDArray[numpy.float64] | None
+    leap_seconds: int | None
+    glonass_channels: dict[str, int]
     losses: Losses
 
 
-class Epochs:
+class Epochs(Iterator[Epoch]):
     """Iterator over the epochs of a log, with the memory of one. close() lets go of the file before its end."""
 
-    def __init__(self, source, wanted):
+    def __init__(self, source: _Source, wanted: _core.Wanted) -> None:
         self._core = _core.Epochs(source, wanted)
         self._tables = _core.names(wanted)
 
-    def __iter__(self):
+    def __iter__(self) -> Epochs:
         return self
 
-    def __next__(self):
+    def __next__(self) -> Epoch:
         return Epoch._read(next(self._core), self._tables)
 
-    def close(self):
+    def close(self) -> None:
         """Ends the reading; next() then behaves as at the end."""
         self._core.close()
 
-    def __enter__(self):
+    def __enter__(self) -> Epochs:
         return self
 
-    def __exit__(self, *_):
+    def __exit__(self, *_: object) -> None:
         self.close()
 
     @property
-    def losses(self):
+    def losses(self) -> Losses:
         """Losses so far; all of them behind the last epoch."""
         return Losses(**self._core.losses())
 
@@ -307,16 +347,17 @@ class Log:
     names       signals by other names: "G:17=2L" is signal type 17 of GPS as 2L
     """
 
-    def __init__(self, source, *, systems="GREJCS", satellites=None, signals=None, start=None, end=None, interval=0.0, names=None):
+    def __init__(self, source: _Source, *, systems: str = "GREJCS", satellites: _Names = None, signals: _Names = None,
+                 start: _Time = None, end: _Time = None, interval: float = 0.0, names: _Names = None) -> None:
         self.source = source
         self._wanted = _core.Wanted(systems, _pieces(satellites), _pieces(signals), _pieces(names), _gps_seconds(start, "start"),
                                     _gps_seconds(end, "end"), interval)
 
-    def __repr__(self):
+    def __repr__(self) -> str:
         shown = os.fspath(self.source) if isinstance(self.source, (str, os.PathLike)) else type(self.source).__name__
         return f"<rtk_utils.Log: {shown}>"
 
-    def read(self, *, observations=True):
+    def read(self, *, observations: bool = True) -> LogData:
         """LogData with all of it; without observations it stays small.
 
         Raises OSError when the file cannot be read, ValueError when it is no log. What is damaged is left out, and told in
@@ -327,11 +368,11 @@ class Log:
         rows = {name: kind(**read.pop(name)) for name, kind in kinds.items()}
         return LogData(observations=Observations._read(read.pop("observations"), _core.names(self._wanted)), **rows, **read)
 
-    def epochs(self):
+    def epochs(self) -> Epochs:
         """Epochs, one after the other, in the memory of one. Raises as read() does."""
         return Epochs(self.source, self._wanted)
 
 
-def read(source, *, observations=True, **wanted):
+def read(source: _Source, *, observations: bool = True, **wanted: Any) -> LogData:
     """Log(source, **wanted).read(): all of a log at once."""
     return Log(source, **wanted).read(observations=observations)

@@ -1,7 +1,14 @@
 """Observations as a Dataset of xarray."""
 
+from __future__ import annotations
+
+from typing import TYPE_CHECKING, Any
+
 import numpy
 import xarray
+
+if TYPE_CHECKING:
+    from ._log import Observations
 
 _KINDS = (   # letter of RINEX, column, units, long name
     ("C", "pseudorange", "m", "Pseudorange"),
@@ -11,7 +18,7 @@ _KINDS = (   # letter of RINEX, column, units, long name
 )
 
 
-def dataset(observations):
+def dataset(observations: Observations) -> xarray.Dataset:
     """Epochs are told apart by their places: a clock that was set back may tell a time twice."""
     time, n = observations.time, len(observations)
     starts = numpy.flatnonzero(numpy.concatenate((numpy.ones(min(n, 1), bool), time[1:] != time[:-1])))
@@ -21,7 +28,7 @@ def dataset(observations):
     satellites, satellite = numpy.unique(observations._tables[0][numbers], return_inverse=True)
     codes = observations._tables[1][numbers]
     shape = len(starts), len(satellites)
-    variables = {}
+    variables: dict[str, Any] = {}
     for code in numpy.unique(codes):
         rows = numpy.flatnonzero((codes == code)[number])
         place = epoch[rows], satellite[number[rows]]

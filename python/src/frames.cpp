@@ -99,11 +99,18 @@ private:
 
 void add_frames(py::module_& module)
 {
-    module.def("pack_frame", pack_frame, py::arg("id"), py::arg("payload"), py::arg("extra") = 0);
-    py::class_<parser_t>(module, "FrameParser")
+    py::options options;
+    options.disable_function_signatures();   // the stub has them
+    module.def("pack_frame", pack_frame, py::arg("id"), py::arg("payload"), py::arg("extra") = 0,
+               "A framed message of the device: id and extra word from 0 to 65535, payload of at most 65535 bytes.");
+    py::class_<parser_t>(
+        module, "FrameParser",
+        "Finds the framed messages in a stream that comes in pieces. Bytes leave its memory with a message behind "
+        "them: a stream without any is kept whole.")
         .def(py::init<>())
-        .def("feed", &parser_t::feed, py::arg("data"))
-        .def_property_readonly("unframed_bytes", &parser_t::lost);
+        .def("feed", &parser_t::feed, py::arg("data"),
+             "Takes the stream's next bytes; gives (id, payload) of every message that is whole by now.")
+        .def_property_readonly("unframed_bytes", &parser_t::lost, "Bytes fed that belong to no message found so far.");
 }
 
 }   // namespace rtk_python

@@ -13,3 +13,5 @@ if(CMAKE_CXX_FLAGS MATCHES "-fsanitize=address")   # the interpreter was built w
 endif()
 add_test(NAME python_module COMMAND /usr/bin/python3 -B ${CMAKE_CURRENT_SOURCE_DIR}/python/module_test.py)
 set_tests_properties(python_module PROPERTIES TIMEOUT 600 LABELS tool ENVIRONMENT "${python_environment}")
+add_test(NAME python_page COMMAND /usr/bin/python3 -B ${CMAKE_CURRENT_SOURCE_DIR}/python/page_test.py)
+set_tests_properties(python_page PROPERTIES TIMEOUT 600 LABELS "tool;pages" ENVIRONMENT "${python_environment}")

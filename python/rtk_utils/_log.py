@@ -97,7 +97,7 @@ class _Observed(_Rows):
     columns = ("time", "satellite", "code", "pseudorange", "phase", "doppler", "cn0", "lli")
     pseudorange: NDArray[numpy.float64]
     phase: NDArray[numpy.float64]
-    doppler: NDArray[numpy.float64]
+    doppler: NDArray[numpy.float32]
     cn0: NDArray[numpy.float32]
     lli: NDArray[numpy.uint8]
     _name: NDArray[numpy.uint16]

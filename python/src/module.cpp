@@ -1,4 +1,7 @@
 // rtk_utils._core: what the package is made of. Its Python part gives it its shape.
+#include <exception>
+#include <utility>
+
 #include "common/error.h"
 #include "rooms.h"
 
@@ -6,7 +9,7 @@ PYBIND11_MODULE(_core, module)
 {
     pybind11::register_exception_translator([](std::exception_ptr thrown) {
         try {
-            if (thrown) std::rethrow_exception(thrown);
+            if (thrown) std::rethrow_exception(std::move(thrown));
         } catch (const kvx::error_t& error) {
             PyErr_SetString(PyExc_OSError, error.what());
         }

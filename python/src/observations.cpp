@@ -1,5 +1,7 @@
 #include "observations.h"
 
+#include <algorithm>
+#include <bit>
 #include <limits>
 #include <string>
 
@@ -11,11 +13,12 @@ namespace rtk_python {
 
 namespace {
 
-// Chosen, not jumped to: which value lacks nobody can foresee.
+// Without a jump: which value lacks nobody can foresee.
 double usable(double value)
 {
-    const double choice[] = {std::numeric_limits<double>::quiet_NaN(), value};
-    return choice[rinex::fits_columns(value)];
+    constexpr auto kNone = std::bit_cast<std::uint64_t>(std::numeric_limits<double>::quiet_NaN());
+    const std::uint64_t keep = std::uint64_t{0} - static_cast<std::uint64_t>(rinex::fits_columns(value));
+    return std::bit_cast<double>((std::bit_cast<std::uint64_t>(value) & keep) | (kNone & ~keep));
 }
 
 }   // namespace
@@ -24,7 +27,9 @@ void observations_t::expect(std::uint64_t bytes)
 {
     const std::size_t rows = bytes / korvex::kRangeSize;   // those of the compressed message, of which more fit, move
     columns_.names.reserve(rows);
-    for (auto& column : columns_.values) column.reserve(rows);
+    columns_.pseudorange.reserve(rows);
+    columns_.phase.reserve(rows);
+    columns_.doppler.reserve(rows);
     columns_.cn0.reserve(rows);
     columns_.lli.reserve(rows);
 }
@@ -50,18 +55,20 @@ std::size_t observations_t::look_at(rinex::epoch_t& epoch, rinex::lock_tracker_t
 void observations_t::write(std::size_t count)
 {
     const rinex::observation_t* const* const kept = kept_.data();
-    const auto write_column = [&](auto& column, auto value_of) {
-        auto* const to = column.extend(count);
-        for (std::size_t i = 0; i < count; ++i) to[i] = value_of(*kept[i]);
-    };
     std::copy_n(names_.begin(), count, columns_.names.extend(count));
-    write_column(columns_.values[0], [](const auto& o) { return usable(o.value[0]); });
-    write_column(columns_.values[1], [](const auto& o) { return usable(o.value[1]); });
-    write_column(columns_.values[2], [](const auto& o) { return usable(o.value[2]); });
-    write_column(columns_.cn0, [](const auto& o) { return static_cast<float>(usable(o.value[rinex::kStrength])); });
-    write_column(columns_.lli, [](const auto& o) {
-        return static_cast<std::uint8_t>(rinex::fits_columns(o.value[rinex::kPhase]) ? o.digits : 0);
-    });
+    double* const pseudorange = columns_.pseudorange.extend(count);
+    double* const phase = columns_.phase.extend(count);
+    float* const doppler = columns_.doppler.extend(count);
+    float* const cn0 = columns_.cn0.extend(count);
+    std::uint8_t* const lli = columns_.lli.extend(count);
+    for (std::size_t i = 0; i < count; ++i) {
+        const rinex::observation_t& o = *kept[i];
+        pseudorange[i] = usable(o.value[rinex::kPseudorange]);
+        phase[i] = usable(o.value[rinex::kPhase]);
+        doppler[i] = static_cast<float>(usable(o.value[rinex::kDoppler]));
+        cn0[i] = static_cast<float>(usable(o.value[rinex::kStrength]));
+        lli[i] = static_cast<std::uint8_t>(o.digits * rinex::fits_columns(o.value[rinex::kPhase]));
+    }
 }
 
 bool observations_t::add(rinex::epoch_t& epoch, rinex::lock_tracker_t& locks)
@@ -80,9 +87,9 @@ py::dict arrays_of(observations_t::columns_t columns)
     all["epoch_times"] = times_of(columns.times);
     all["epoch_rows"] = columns.counts.array();
     all["name"] = columns.names.array();
-    all["pseudorange"] = columns.values[rinex::kPseudorange].array();
-    all["phase"] = columns.values[rinex::kPhase].array();
-    all["doppler"] = columns.values[rinex::kDoppler].array();
+    all["pseudorange"] = columns.pseudorange.array();
+    all["phase"] = columns.phase.array();
+    all["doppler"] = columns.doppler.array();
     all["cn0"] = columns.cn0.array();
     all["lli"] = columns.lli.array();
     return all;

@@ -31,8 +31,8 @@ public:
         column_t<std::int64_t> times;    // of the epochs, ns
         column_t<std::int64_t> counts;   // of their rows
         column_t<std::uint16_t> names;   // places in names_of()
-        column_t<double> values[3];      // in the order of rinex::kind_t
-        column_t<float> cn0;
+        column_t<double> pseudorange, phase;
+        column_t<float> doppler, cn0;   // single precision, as the full message sends them
         column_t<std::uint8_t> lli;
     };
 

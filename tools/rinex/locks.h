@@ -67,22 +67,22 @@ inline bool lock_tracker_t::lost_since(const lock_t& lock, std::int64_t time, co
 
 inline void lock_tracker_t::mark(int place, int signal, std::int64_t time, observation_t& o)
 {
-    double& phase = o.value[kPhase];
+    const double phase = o.value[kPhase];
     if (phase == 0.0) return;
     lock_t& lock = at(place, signal);
-    const bool first = lock.written == std::numeric_limits<std::int64_t>::min();
-    o.digits = o.parity_known ? 0 : kHalfCycle;
-    if (lock.lost || (o.parity_known && lock.half_cycle)) o.digits |= kSlip;
-    if (!first && (lost_since(lock, time, o) || o.tracking_key != lock.tracking_key)) o.digits |= kSlip;
+    const bool first = lock.written == std::numeric_limits<std::int64_t>::min(), known = o.parity_known;
+    bool slip = lock.lost || (known && lock.half_cycle) ||
+                (!first && (lost_since(lock, time, o) || o.tracking_key != lock.tracking_key));
     if (std::fabs(phase + lock.whole_cycles) > 1.0 && !fits_columns(phase + lock.whole_cycles)) {
         lock.whole_cycles = 1.0 - std::nearbyint(phase);
-        o.digits |= kSlip;
+        slip = true;
     }
-    phase += lock.whole_cycles;
+    o.value[kPhase] = phase + lock.whole_cycles;
+    o.digits = static_cast<std::uint8_t>((known ? 0 : kHalfCycle) | (slip ? kSlip : 0));
     lock.written = time;
     lock.tracking_key = o.tracking_key;
     lock.lost = false;
-    if (o.parity_known) lock.half_cycle = false;
+    lock.half_cycle = lock.half_cycle && !known;
 }
 
 }   // namespace rinex

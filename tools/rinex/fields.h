@@ -2,7 +2,11 @@
 #ifndef RINEX_FIELDS_H
 #define RINEX_FIELDS_H
 
+#include <algorithm>
 #include <cmath>
+#include <iterator>
+
+#include "rinex/epoch.h"
 
 namespace rinex {
 
@@ -11,13 +15,19 @@ inline constexpr int kFieldWidth = 16;   // F14.3 with loss-of-lock indicator an
 /// Whether a value can have a place in F14.3; what is no number cannot.
 constexpr bool has_room(double value)
 {
-    return value < 9999999999.9995 && value > -999999999.9995;
+    return (value < 9999999999.9995) & (value > -999999999.9995);
 }
 
 /// Whether a value has a place in F14.3 and is not printed as zero, which means none.
 inline bool fits_columns(double value)
 {
-    return has_room(value) && std::fabs(value) >= 0.0005;
+    return has_room(value) & (std::fabs(value) >= 0.0005);   // no jumps: which value lacks nobody can foresee
+}
+
+/// Whether a file has anything of it. A phase too large for its columns loses whole cycles; other values do not fit.
+inline bool has_value_to_print(const observation_t& o)
+{
+    return std::any_of(std::begin(o.value), std::end(o.value), fits_columns) || std::fabs(o.value[kPhase]) >= 1.0;
 }
 
 }   // namespace rinex

@@ -3,11 +3,13 @@
 #define RINEX_LOCKS_H
 
 #include <array>
+#include <cmath>
 #include <cstdint>
 #include <limits>
 #include <vector>
 
 #include "rinex/epoch.h"
+#include "rinex/fields.h"
 
 namespace rinex {
 
@@ -52,6 +54,36 @@ private:
         double seconds = 0.0, single = 0.0;   // as messages send it: in double and in single precision
     } step_;                                  // between phases, mostly the same for all of them
 };
+
+// Full messages send lock times in single precision, and so the time to compare with is taken.
+inline bool lock_tracker_t::lost_since(const lock_t& lock, std::int64_t time, const observation_t& o)
+{
+    if (const std::int64_t ms = time - lock.written; ms != step_.ms) {
+        const double passed = static_cast<double>(ms) / 1000.0;
+        step_ = {ms, passed, static_cast<double>(static_cast<float>(passed))};
+    }
+    return !o.lock_time_full && o.lock_time < (o.compressed ? step_.seconds : step_.single);
+}
+
+inline void lock_tracker_t::mark(int place, int signal, std::int64_t time, observation_t& o)
+{
+    const double phase = o.value[kPhase];
+    if (phase == 0.0) return;
+    lock_t& lock = at(place, signal);
+    const bool first = lock.written == std::numeric_limits<std::int64_t>::min(), known = o.parity_known;
+    bool slip = lock.lost || (known && lock.half_cycle) ||
+                (!first && (lost_since(lock, time, o) || o.tracking_key != lock.tracking_key));
+    if (std::fabs(phase + lock.whole_cycles) > 1.0 && !fits_columns(phase + lock.whole_cycles)) {
+        lock.whole_cycles = 1.0 - std::nearbyint(phase);
+        slip = true;
+    }
+    o.value[kPhase] = phase + lock.whole_cycles;
+    o.digits = static_cast<std::uint8_t>((known ? 0 : kHalfCycle) | (slip ? kSlip : 0));
+    lock.written = time;
+    lock.tracking_key = o.tracking_key;
+    lock.lost = false;
+    lock.half_cycle = lock.half_cycle && !known;
+}
 
 }   // namespace rinex
 

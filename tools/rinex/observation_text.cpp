@@ -17,12 +17,6 @@ constexpr std::size_t kMostColumns = 64;            // of a list
 static_assert(kSatellites * (kMostColumns * (kFieldWidth + 1) + 8) + 4096 <= observation_text_t::kLongestEpoch);
 constexpr std::int8_t kNoSignal = -1;
 
-// A phase too large for its columns loses whole cycles; other values do not fit.
-bool printable(const observation_t& o)
-{
-    return std::any_of(std::begin(o.value), std::end(o.value), fits_columns) || std::fabs(o.value[kPhase]) >= 1.0;
-}
-
 }   // namespace
 
 observation_text_t::observation_text_t(int version, const signals_t& signals, ledger_t& ledger)
@@ -37,7 +31,7 @@ void observation_text_t::look_at(epoch_t& epoch)
         locks_.follow(place, signal, o);
         const bool named = columns_.of(satellite_at(place).constellation, signal)[kPseudorange] >= 0;
         if (o.beyond_columns != 0) ledger_.add_blanks(o.tracking_key, o.beyond_columns);
-        if (named && printable(o)) return;
+        if (named && has_value_to_print(o)) return;
         ledger_.add(o.tracking_key, named ? fate_t::no_value : fate_t::no_name);
         epoch.drop(place, signal);
     });

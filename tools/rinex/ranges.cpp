@@ -33,18 +33,29 @@ bool is_channel(int channel)
     return channel >= -7 && channel <= 6;
 }
 
-double phase_of(const korvex::range_t& r, const constellation_t& system, const std::string& code, bool compressed)
-{
-    if (!compressed) return -r.adr;
-    const double frequency = carrier_frequency(system.letter, code[0], r.channel);
-    return korvex::unrolled_phase(r.pseudorange, kLightSpeed / frequency, r.adr);
-}
-
 }   // namespace
 
 range_collector_t::range_collector_t(const signals_t& signals, ledger_t& ledger, take_t take)
-    : signals_(signals), ledger_(ledger), take_(std::move(take)), epoch_(std::make_unique<epoch_t>())
-{}
+    : ledger_(ledger), take_(std::move(take)), epoch_(std::make_unique<epoch_t>())
+{
+    for (int key = 0; key < kTrackingKeys; ++key) meanings_[static_cast<std::size_t>(key)] = meaning_of(signals, key);
+}
+
+range_collector_t::meaning_t range_collector_t::meaning_of(const signals_t& signals, int tracking_key)
+{
+    const auto [constellation, signal] = signals[tracking_key];
+    if (signal < 0) return {constellation, signal, 0, 0, 0, 0.0, 0.0};
+    const constellation_t& c = kConstellations[constellation];
+    const char band = signals.codes(constellation)[static_cast<std::size_t>(signal)][0];
+    const double frequency = carrier_frequency(c.letter, band);
+    return {constellation,
+            signal,
+            c.first + c.prn_offset,
+            static_cast<std::int16_t>(c.last - c.first + 1),
+            static_cast<std::int16_t>(kFirstPlaces[static_cast<std::size_t>(constellation)]),
+            frequency,
+            carrier_frequency(c.letter, band, 1) - frequency};
+}
 
 // Two full messages of one epoch have one time.
 bool range_collector_t::belongs(std::int64_t time, bool compressed) const
@@ -73,12 +84,18 @@ bool range_collector_t::add(std::int64_t time, const std::uint8_t* body, int siz
         epoch_->time = time;
         has_full_ = true;
     }
-    for (std::uint64_t i = 0; i < n; ++i) add_record(body + korvex::kCountSize + i * record, compressed);
+    const std::uint8_t* const records = body + korvex::kCountSize;
+    if (compressed) {
+        for (std::uint64_t i = 0; i < n; ++i) add_record<true>(records + i * record);
+    } else {
+        for (std::uint64_t i = 0; i < n; ++i) add_record<false>(records + i * record);
+    }
     return true;
 }
 
 // Where an observation is to stand in the epoch; null when one that counts for more is there.
-observation_t* range_collector_t::place_for(int place, int signal, std::uint8_t tracking_key, bool compressed)
+template <bool compressed>
+observation_t* range_collector_t::place_for(int place, int signal, std::uint8_t tracking_key)
 {
     if (!epoch_->has(place, signal)) return &epoch_->add(place, signal);
     observation_t& there = epoch_->at(place, signal);
@@ -90,29 +107,33 @@ observation_t* range_collector_t::place_for(int place, int signal, std::uint8_t 
     return nullptr;
 }
 
-void range_collector_t::add_record(const std::uint8_t* p, bool compressed)
+// Each message has a loop without questions.
+template <bool compressed>
+void range_collector_t::add_record(const std::uint8_t* p)
 {
     const korvex::range_t r = compressed ? korvex::read_compressed_range(p) : korvex::read_range(p);
     const korvex::trackstat_t track = korvex::read_trackstat(r.status);
     const int key = tracking_key(r.status);
-    const auto [constellation, signal] = signals_[key];
+    const meaning_t& m = meanings_[static_cast<std::size_t>(key)];
     const auto sent = static_cast<std::uint8_t>(key);
     if (!track.code_lock) return ledger_.add(sent, fate_t::no_code_lock);
-    if (signal < 0) return ledger_.add(sent, fate_t::unknown_type);
-    const satellite_t satellite = satellite_of_prn(constellation, r.prn);
-    if (!satellite.valid()) return ledger_.add(sent, fate_t::no_satellite);
-    if (constellation == kGlonass && is_channel(r.channel))
-        channels_[static_cast<std::size_t>(satellite.number)] = static_cast<std::int8_t>(r.channel);
+    if (m.signal < 0) return ledger_.add(sent, fate_t::unknown_type);
+    const int nth = r.prn - m.first_prn;
+    if (nth < 0 || nth >= m.satellites) return ledger_.add(sent, fate_t::no_satellite);
+    if (m.constellation == kGlonass && is_channel(r.channel)) {
+        const int number = kConstellations[kGlonass].first + nth;
+        channels_[static_cast<std::size_t>(number)] = static_cast<std::int8_t>(r.channel);
+    }
 
-    observation_t* const there = place_for(place_of(satellite), signal, sent, compressed);
+    observation_t* const there = place_for<compressed>(m.first_place + nth, m.signal, sent);
     if (there == nullptr) return;
     observation_t& o = *there = {};   // filled where it stays: a copy would wait for each of its fields
     o.tracking_key = sent;
     o.compressed = compressed;
     tell(o, kPseudorange, r.pseudorange, has_room(r.pseudorange));
     if (track.phase_lock) {
-        const std::string& code = signals_.codes(constellation)[static_cast<std::size_t>(signal)];
-        const double phase = phase_of(r, satellite.system(), code, compressed);
+        const double wavelength = compressed ? kLightSpeed / (m.frequency + r.channel * m.step) : 0.0;
+        const double phase = compressed ? korvex::unrolled_phase(r.pseudorange, wavelength, r.adr) : -r.adr;
         tell(o, kPhase, phase, std::fabs(phase) <= kMostCycles);
     }
     tell(o, kDoppler, r.doppler, has_room(r.doppler));

@@ -23,7 +23,7 @@ public:
     /// Takes a whole epoch; may exchange it for another one, whose contents are of no concern.
     using take_t = std::function<void(std::unique_ptr<epoch_t>& epoch)>;
 
-    /// @param signals, ledger  must outlive the collector
+    /// @param ledger  must outlive the collector
     range_collector_t(const signals_t& signals, ledger_t& ledger, take_t take);
 
     /// Takes a range message. An epoch that it does not belong to is handed out first.
@@ -44,10 +44,21 @@ public:
 private:
     bool belongs(std::int64_t time, bool compressed) const;
     void begin(std::int64_t time, std::uint64_t offset);
-    void add_record(const std::uint8_t* p, bool compressed);
-    observation_t* place_for(int place, int signal, std::uint8_t tracking_key, bool compressed);
+    template <bool compressed>
+    void add_record(const std::uint8_t* p);
+    template <bool compressed>
+    observation_t* place_for(int place, int signal, std::uint8_t tracking_key);
 
-    const signals_t& signals_;
+    // What a tracking key means, with all that its records need: they are many.
+    struct meaning_t {
+        std::int16_t constellation, signal;   // as in signals_t
+        std::int32_t first_prn;
+        std::int16_t satellites, first_place;
+        double frequency, step;   // Hz, Hz a GLONASS channel
+    };
+    static meaning_t meaning_of(const signals_t& signals, int tracking_key);
+
+    std::array<meaning_t, kTrackingKeys> meanings_;
     ledger_t& ledger_;
     take_t take_;
     std::unique_ptr<epoch_t> epoch_;

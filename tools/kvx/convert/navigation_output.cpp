@@ -6,16 +6,12 @@
 #include "common/error.h"
 #include "common/gps_time.h"
 #include "convert/header_settings.h"
-#include "gnss/foundation/time_scales.h"
-#include "gnss/log/glonass.h"
 #include "rinex/dates.h"
-#include "rinex/nav_messages.h"
 
 namespace kvx {
 
 namespace {
 
-constexpr std::size_t kMostKnown = 512;     // data sets remembered of each satellite
 constexpr std::int64_t kOfUse = 4 * 3600;   // s, behind the time of an ephemeris: the fit interval of GPS
 
 }   // namespace
@@ -34,16 +30,6 @@ bool navigation_output_t::has_file(int constellation) const
     return version_ >= 300 || !options_.nav.empty() || constellation == rinex::kGps || constellation == rinex::kGlonass;
 }
 
-bool navigation_output_t::is_repetition(const rinex::ephemeris_record_t& r)
-{
-    auto& known = known_[static_cast<std::size_t>(rinex::place_of(r.satellite))];
-    const key_t key{r.message, r.reference, r.issue, r.health};
-    if (std::find(known.rbegin(), known.rend(), key) != known.rend()) return true;
-    known.push_back(key);
-    if (known.size() > kMostKnown) known.erase(known.begin());
-    return false;
-}
-
 void navigation_output_t::spool(const std::string& text, entry_t entry)
 {
     if (spool_ == nullptr) spool_ = std::make_unique<output_file_t>(options_.folder);
@@ -54,13 +40,11 @@ void navigation_output_t::spool(const std::string& text, entry_t entry)
     entries_.push_back(entry);
 }
 
-// Whether it was not there before.
-bool navigation_output_t::add(const rinex::ephemeris_record_t& r)
+void navigation_output_t::add(const rinex::ephemeris_record_t& r, bool repetition)
 {
-    const bool repetition = is_repetition(r);
     count_.found += !repetition;
-    if (!wanted_ || (repetition && !options_.nav_repeats) || !selection_.wants(r.satellite)) return !repetition;
-    if (!has_file(r.satellite.constellation)) return !repetition;
+    if (!wanted_ || (repetition && !options_.nav_repeats) || !selection_.wants(r.satellite)) return;
+    if (!has_file(r.satellite.constellation)) return;
     const std::string text = rinex::nav_text(version_, r);
     const entry_t entry{r.epoch, r.satellite, r.message, 0, 0};
     spool(text, entry);
@@ -70,18 +54,6 @@ bool navigation_output_t::add(const rinex::ephemeris_record_t& r)
     }
     ++count_.written;
     count_.blanks += numbers_without_room(r);
-    return !repetition;
-}
-
-decode_result_t navigation_output_t::take_ion_utc(std::int64_t sent, const std::uint8_t* body, int size)
-{
-    const auto record = rinex::read_ion_utc_record(sent, body, size);
-    if (!record) return DECODE_REFUSED;
-    if (record->leap_seconds > 0) leap_seconds_ = record->leap_seconds;
-    const bool changed = !ion_utc_ || !(*ion_utc_ == *record);
-    if (changed) ion_utc_ = record;
-    if (changed) spool_ion_utc();
-    return DECODE_ION_UTC;
 }
 
 // In front of the satellites of its time.
@@ -89,7 +61,8 @@ void navigation_output_t::spool_ion_utc()
 {
     constexpr int kFirstWithRecords = 400;
     if (!wanted_ || version_ < kFirstWithRecords || !(mixed_ || options_.wants(SYS_GPS))) return;
-    spool(rinex::ion_utc_text(*ion_utc_), {ion_utc_->sent, {rinex::kGps, 0}, rinex::nav_message_t::lnav, 0, 0});
+    const rinex::ion_utc_record_t& told = *messages_.ion_utc();
+    spool(rinex::ion_utc_text(told), {told.sent, {rinex::kGps, 0}, rinex::nav_message_t::lnav, 0, 0});
 }
 
 void navigation_output_t::begin_part(std::int64_t from)
@@ -97,25 +70,17 @@ void navigation_output_t::begin_part(std::int64_t from)
     spool_.reset();
     entries_.clear();
     spooled_ = 0;
-    if (ion_utc_) spool_ion_utc();
+    if (messages_.ion_utc()) spool_ion_utc();
     std::erase_if(newest_, [from](const auto& n) { return n.second.entry.time < from / 1000 - kOfUse; });
     for (const auto& [key, newest] : newest_) spool(newest.text, newest.entry);
 }
 
 decode_result_t navigation_output_t::take(int id, std::int64_t sent, const std::uint8_t* body, int size)
 {
-    if (id == MSG_ION_UTC) return take_ion_utc(sent, body, size);
-    bool is_new = false;
-    const auto result =
-        rinex::read_ephemerides(id, sent, body, size, [&](const rinex::ephemeris_record_t& r) { is_new |= add(r); });
-    if (result == rinex::nav_result_t::no_ephemeris) return DECODE_NOTHING;
-    if (result == rinex::nav_result_t::refused) return DECODE_REFUSED;
-    if (id == MSG_GLONASS_EPHEMERIS && !leap_seconds_) {
-        const int leaps =
-            static_cast<int>(kMoscowTime) - static_cast<int>(korvex::read_glonass_ephemeris(body).time_offset);
-        if (leaps > 0 && leaps <= rinex::kMostLeapSeconds) leap_seconds_ = leaps;
-    }
-    return is_new ? DECODE_EPH : DECODE_NOTHING;
+    const decode_result_t result = messages_.take(
+        id, sent, body, size, [this](const rinex::ephemeris_record_t& r, bool repetition) { add(r, repetition); });
+    if (messages_.ion_utc_is_new()) spool_ion_utc();
+    return result;
 }
 
 finished_file_t navigation_output_t::write(char letter, const rinex::station_t& station, int leap_seconds,
@@ -128,7 +93,8 @@ finished_file_t navigation_output_t::write(char letter, const rinex::station_t& 
         }))
         system = entries_[0].satellite.letter();
     auto file = std::make_unique<output_file_t>(options_.folder);
-    const auto ion_utc = letter == 'M' || letter == 'G' ? ion_utc_ : std::nullopt;   // of use to all, told by GPS
+    const bool tells_ion_utc = letter == 'M' || letter == 'G';   // of use to all, told by GPS
+    const auto ion_utc = tells_ion_utc ? messages_.ion_utc() : std::nullopt;
     const std::string header = with_set_lines(
         rinex::nav_header(version_, {station.program, station.run_by, station.date, system, ion_utc, leap_seconds}),
         options_, 'N', version_);
@@ -150,7 +116,7 @@ std::vector<finished_file_t> navigation_output_t::finish(const rinex::station_t&
 {
     std::vector<finished_file_t> files;
     if (spool_ == nullptr) return files;
-    const int leaps = leap_seconds_.value_or(rinex::leap_seconds(first_epoch));
+    const int leaps = leap_seconds().value_or(rinex::leap_seconds(first_epoch));
     spool_->check("the navigation data");
     std::sort(entries_.begin(), entries_.end(),
               [](const entry_t& a, const entry_t& b) { return a.order() < b.order(); });

@@ -2,7 +2,6 @@
 #ifndef KVX_NAVIGATION_OUTPUT_H
 #define KVX_NAVIGATION_OUTPUT_H
 
-#include <array>
 #include <cstdint>
 #include <functional>
 #include <map>
@@ -14,6 +13,7 @@
 #include <vector>
 
 #include "common/output_file.h"
+#include "convert/navigation_messages.h"
 #include "convert/packing.h"
 #include "convert/selection.h"
 #include "log/summary.h"
@@ -33,7 +33,7 @@ public:
     /// @param sent  time of its header (ms since the beginning of GPS time)
     decode_result_t take(int id, std::int64_t sent, const std::uint8_t* body, int size);
 
-    std::optional<int> leap_seconds() const { return leap_seconds_; }   ///< as the messages have told
+    std::optional<int> leap_seconds() const { return messages_.leap_seconds(); }   ///< as the messages have told
     const navigation_count_t& count() const { return count_; }
 
     /// Begins files of their own: with the newest that is known of each satellite, as far as it is of use there.
@@ -49,14 +49,6 @@ public:
                                         const std::function<std::string(char)>& name_of);
 
 private:
-    // What tells one data set of a satellite from its others.
-    struct key_t {
-        rinex::nav_message_t message;
-        std::int64_t reference;
-        std::uint32_t issue, health;
-
-        bool operator==(const key_t&) const = default;
-    };
     // A text in the spool, in the order of the files.
     struct entry_t {
         std::int64_t time;
@@ -72,10 +64,8 @@ private:
         std::string text;
         entry_t entry;
     };
-    bool add(const rinex::ephemeris_record_t& record);
+    void add(const rinex::ephemeris_record_t& record, bool repetition);
     void spool_ion_utc();
-    decode_result_t take_ion_utc(std::int64_t sent, const std::uint8_t* body, int size);
-    bool is_repetition(const rinex::ephemeris_record_t& record);
     bool has_file(int constellation) const;
     void spool(const std::string& text, entry_t entry);
     finished_file_t write(char letter, const rinex::station_t& station, int leap_seconds, const std::string& name);
@@ -87,10 +77,8 @@ private:
     std::unique_ptr<output_file_t> spool_;
     std::vector<entry_t> entries_;
     std::int64_t spooled_ = 0;                                                         // bytes
-    std::array<std::vector<key_t>, rinex::kSatellites> known_;                         // the latest of each satellite
     std::map<std::pair<rinex::satellite_t, rinex::nav_message_t>, newest_t> newest_;   // kept where files are split
-    std::optional<rinex::ion_utc_record_t> ion_utc_;
-    std::optional<int> leap_seconds_;
+    navigation_messages_t messages_;
     navigation_count_t count_;
 };
 

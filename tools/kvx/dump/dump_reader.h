@@ -3,6 +3,7 @@
 #define KVX_DUMP_READER_H
 
 #include <CPhgLog.h>
+#include <rtk_gnss.h>
 
 #include <cstddef>
 #include <cstdint>
@@ -37,10 +38,10 @@ struct dump_item_t {
     std::uint32_t length;
 };
 
-/// CPhgLog::Crc32 of so many bytes.
+/// CRC-32 of so many bytes, as CPhgLog::Crc32 has it.
 inline std::uint32_t dump_checksum(const std::uint8_t* bytes, std::size_t n)
 {
-    return CPhgLog::Crc32(bytes, static_cast<int>(n));
+    return crc32(bytes, static_cast<int>(n));
 }
 
 /// Reads a dump from its start to its end. Every byte is in exactly one item. Holds one record of the longest kind at

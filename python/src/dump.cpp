@@ -1,0 +1,102 @@
+// Dump files, record by record.
+#include <pybind11/pybind11.h>
+
+#include <memory>
+#include <optional>
+#include <utility>
+
+#include "common/input_file.h"
+#include "dump/dump_reader.h"
+#include "rooms.h"
+#include "source.h"
+
+namespace rtk_python {
+
+namespace {
+
+/// Items of a dump in order; every byte is in exactly one.
+class dump_t {
+public:
+    explicit dump_t(const py::object& input) : source_(input)
+    {
+        const py::gil_scoped_release unlocked;
+        file_ = std::make_unique<kvx::input_file_t>(source_.path());
+        reader_.emplace([file = file_.get()](std::uint8_t* to, std::size_t n) { return file->read_some(to, n); });
+    }
+
+    /// Offset, bytes, what is damaged (None: a record), type, name of the type and payload of the next one.
+    /// @throws py::stop_iteration behind the last one
+    py::tuple next()
+    {
+        if (std::exchange(busy_, true)) throw py::value_error("this dump is being read already");
+        try {
+            py::tuple item = read_on();
+            busy_ = false;
+            return item;
+        } catch (...) {
+            busy_ = false;
+            throw;
+        }
+    }
+
+    void close()
+    {
+        if (busy_) throw py::value_error("this dump is being read already");
+        end();
+    }
+
+    /// Why it could not be read to its end; empty when it could.
+    const std::string& cut_off() const { return cut_off_; }
+
+private:
+    py::tuple read_on()
+    {
+        if (!reader_) throw py::stop_iteration();
+        kvx::dump_item_t item{};
+        bool more = false;
+        try {
+            const py::gil_scoped_release unlocked;
+            more = reader_->next(item);
+        } catch (...) {
+            end();
+            throw;
+        }
+        if (!more) {
+            end();
+            throw py::stop_iteration();
+        }
+        const bool record = item.payload != nullptr;
+        const char* const damage = item.damage == kvx::dump_damage_t::none ? nullptr : dump_damage_text(item.damage);
+        return py::make_tuple(
+            item.offset, item.bytes, damage != nullptr ? py::object(py::str(damage)) : py::none(),
+            item.type != nullptr ? py::object(py::str(item.type->name)) : py::none(),
+            record ? py::object(py::bytes(reinterpret_cast<const char*>(item.payload), item.length)) : py::none());
+    }
+
+    void end()
+    {
+        if (!file_) return;
+        cut_off_ = source_.told(file_->damage());
+        reader_.reset();
+        file_.reset();
+    }
+
+    source_t source_;
+    std::unique_ptr<kvx::input_file_t> file_;   // none: it has ended
+    std::optional<kvx::dump_reader_t> reader_;
+    std::string cut_off_;
+    bool busy_ = false;   // the lock is let go while it reads
+};
+
+}   // namespace
+
+void add_dump(py::module_& module)
+{
+    py::class_<dump_t>(module, "Dump")
+        .def(py::init<const py::object&>())
+        .def("__next__", &dump_t::next)
+        .def("close", &dump_t::close)
+        .def_property_readonly("cut_off", &dump_t::cut_off);
+}
+
+}   // namespace rtk_python

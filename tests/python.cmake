@@ -1,0 +1,17 @@
+# The Python module, in Debian's interpreter: it has the NumPy that the module is for.
+if(NOT TARGET rtk_utils_python OR NOT TARGET kvx OR CMAKE_CROSSCOMPILING)
+  return()
+endif()
+set(python_environment "KVX=${kvx_command};PACKAGES=$<TARGET_FILE_DIR:rtk_utils_python>/..;RTK_UTILS_RECORDINGS=${RTK_UTILS_RECORDINGS}")
+if(CMAKE_CXX_FLAGS MATCHES "-fsanitize=address")   # the interpreter was built without; what it leaves at its end is its own
+  foreach(library asan stdc++)
+    execute_process(COMMAND ${CMAKE_CXX_COMPILER} -print-file-name=lib${library}.so OUTPUT_VARIABLE path OUTPUT_STRIP_TRAILING_WHITESPACE)
+    list(APPEND preloaded ${path})
+  endforeach()
+  list(JOIN preloaded " " preloaded)
+  list(APPEND python_environment "LD_PRELOAD=${preloaded}" "ASAN_OPTIONS=detect_leaks=0:allocator_may_return_null=1")
+endif()
+add_test(NAME python_module COMMAND /usr/bin/python3 -B ${CMAKE_CURRENT_SOURCE_DIR}/python/module_test.py)
+set_tests_properties(python_module PROPERTIES TIMEOUT 600 LABELS tool ENVIRONMENT "${python_environment}")
+add_test(NAME python_page COMMAND /usr/bin/python3 -B ${CMAKE_CURRENT_SOURCE_DIR}/python/page_test.py)
+set_tests_properties(python_page PROPERTIES TIMEOUT 600 LABELS "tool;pages" ENVIRONMENT "${python_environment}")

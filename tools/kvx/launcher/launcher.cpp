@@ -28,12 +28,6 @@ int fail(const char* what, const char* why)
     return 1;
 }
 
-bool platform_is_found()
-{
-    return std::all_of(std::begin(kClosedLibraries), std::end(kClosedLibraries),
-                       [](const char* name) { return dlopen(name, RTLD_LAZY | RTLD_LOCAL) != nullptr; });
-}
-
 // @return false: the path is too long
 bool join(const char* folder, const char* name, path_t& path)
 {
@@ -48,6 +42,21 @@ bool search_first(const char* folder)
     return asprintf(&paths, "%s:%s", folder, others) > 0 && setenv("LD_LIBRARY_PATH", paths, 1) == 0;
 }
 
+bool loads(const char* library)
+{
+    return dlopen(library, RTLD_LAZY | RTLD_LOCAL) != nullptr;
+}
+
+// Beside our library or wherever else the loader looks for what it needs. The former without $ORIGIN, which is not
+// everywhere the folder that a link to this program leads to.
+bool platform_is_found(const char* folder)
+{
+    return std::all_of(std::begin(kClosedLibraries), std::end(kClosedLibraries), [folder](const char* name) {
+        path_t path;
+        return loads(name) || (join(folder, name, path) && loads(path));
+    });
+}
+
 bool stand_ins_are_here(const char* folder)
 {
     return std::all_of(std::begin(kClosedLibraries), std::end(kClosedLibraries), [folder](const char* name) {
@@ -60,14 +69,16 @@ bool stand_ins_are_here(const char* folder)
 
 int main(int, char** argv)
 {
-    path_t here, tool, stand_ins;
+    path_t here, tool, library, stand_ins;
     // There without /proc, too. NOLINTNEXTLINE(performance-no-int-to-ptr): pointers come as numbers there
     const auto* const started_as = reinterpret_cast<const char*>(getauxval(AT_EXECFN));
     if (started_as == nullptr || realpath(started_as, here) == nullptr) return fail(argv[0], std::strerror(errno));
     *std::strrchr(here, '/') = '\0';
-    if (!join(here, KVX_TOOL, tool) || !join(here, KVX_STANDINS, stand_ins)) return fail(here, "the path is too long");
+    if (!join(here, KVX_TOOL, tool) || !join(here, KVX_LIBRARY, library) || !join(here, KVX_STANDINS, stand_ins)) {
+        return fail(here, "the path is too long");
+    }
 
-    if (!platform_is_found()) {
+    if (!platform_is_found(library)) {
         if (!stand_ins_are_here(stand_ins)) {
             return fail("libkorvexlog.so, librtk_common.so",
                         "neither the platform's nor stand-ins for them are found (install librtk-utils-standins, or "

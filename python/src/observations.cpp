@@ -13,12 +13,13 @@ namespace rtk_python {
 
 namespace {
 
-// Without a jump: which value lacks nobody can foresee.
+// That there is room for it in a file the collector and the locks have seen to. Without a jump: which value lacks
+// nobody can foresee.
 double usable(double value)
 {
     constexpr auto kNone = std::bit_cast<std::uint64_t>(std::numeric_limits<double>::quiet_NaN());
-    const std::uint64_t keep = std::uint64_t{0} - static_cast<std::uint64_t>(rinex::fits_columns(value));
-    return std::bit_cast<double>((std::bit_cast<std::uint64_t>(value) & keep) | (kNone & ~keep));
+    const std::uint64_t lacks = std::uint64_t{0} - static_cast<std::uint64_t>(rinex::prints_as_zero(value));
+    return std::bit_cast<double>((std::bit_cast<std::uint64_t>(value) & ~lacks) | (kNone & lacks));
 }
 
 }   // namespace
@@ -67,7 +68,7 @@ void observations_t::write(std::size_t count)
         phase[i] = usable(o.value[rinex::kPhase]);
         doppler[i] = static_cast<float>(usable(o.value[rinex::kDoppler]));
         cn0[i] = static_cast<float>(usable(o.value[rinex::kStrength]));
-        lli[i] = static_cast<std::uint8_t>(o.digits * rinex::fits_columns(o.value[rinex::kPhase]));
+        lli[i] = static_cast<std::uint8_t>(o.digits * !rinex::prints_as_zero(o.value[rinex::kPhase]));
     }
 }
 

@@ -15,13 +15,19 @@ inline constexpr int kFieldWidth = 16;   // F14.3 with loss-of-lock indicator an
 /// Whether a value can have a place in F14.3; what is no number cannot.
 constexpr bool has_room(double value)
 {
-    return (value < 9999999999.9995) & (value > -999999999.9995);
+    return value < 9999999999.9995 && value > -999999999.9995;
 }
 
-/// Whether a value has a place in F14.3 and is not printed as zero, which means none.
+/// Whether a value is printed as zero, which means none.
+inline bool prints_as_zero(double value)
+{
+    return std::fabs(value) < 0.0005;
+}
+
+/// Whether a value has a place in F14.3 and is not printed as zero.
 inline bool fits_columns(double value)
 {
-    return has_room(value) & (std::fabs(value) >= 0.0005);   // no jumps: which value lacks nobody can foresee
+    return has_room(value) && !prints_as_zero(value);
 }
 
 /// Whether a file has anything of it. A phase too large for its columns loses whole cycles; other values do not fit.

@@ -44,7 +44,7 @@ range_collector_t::range_collector_t(const signals_t& signals, ledger_t& ledger,
 range_collector_t::meaning_t range_collector_t::meaning_of(const signals_t& signals, int tracking_key)
 {
     const auto [constellation, signal] = signals[tracking_key];
-    if (signal < 0) return {constellation, signal, 0, 0, 0, 0.0, 0.0};
+    if (signal < 0) return {constellation, signal, 0, 0, 0, 0.0, 0.0, 0.0};
     const constellation_t& c = kConstellations[constellation];
     const char band = signals.codes(constellation)[static_cast<std::size_t>(signal)][0];
     const double frequency = carrier_frequency(c.letter, band);
@@ -54,7 +54,8 @@ range_collector_t::meaning_t range_collector_t::meaning_of(const signals_t& sign
             static_cast<std::int16_t>(c.last - c.first + 1),
             static_cast<std::int16_t>(kFirstPlaces[static_cast<std::size_t>(constellation)]),
             frequency,
-            carrier_frequency(c.letter, band, 1) - frequency};
+            carrier_frequency(c.letter, band, 1) - frequency,
+            kLightSpeed / frequency};
 }
 
 // Two full messages of one epoch have one time.
@@ -132,8 +133,11 @@ void range_collector_t::add_record(const std::uint8_t* p)
     o.compressed = compressed;
     tell(o, kPseudorange, r.pseudorange, has_room(r.pseudorange));
     if (track.phase_lock) {
-        const double wavelength = compressed ? kLightSpeed / (m.frequency + r.channel * m.step) : 0.0;
-        const double phase = compressed ? korvex::unrolled_phase(r.pseudorange, wavelength, r.adr) : -r.adr;
+        double phase = -r.adr;
+        if (compressed) {
+            const double wavelength = m.step == 0.0 ? m.wavelength : kLightSpeed / (m.frequency + r.channel * m.step);
+            phase = korvex::unrolled_phase(r.pseudorange, wavelength, r.adr);
+        }
         tell(o, kPhase, phase, std::fabs(phase) <= kMostCycles);
     }
     tell(o, kDoppler, r.doppler, has_room(r.doppler));

@@ -55,6 +55,7 @@ private:
         std::int32_t first_prn;
         std::int16_t satellites, first_place;
         double frequency, step;   // Hz, Hz a GLONASS channel
+        double wavelength;        // m; with a step that of channel 0
     };
     static meaning_t meaning_of(const signals_t& signals, int tracking_key);
 

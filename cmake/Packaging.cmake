@@ -80,5 +80,7 @@ if(RTK_UTILS_BUILD_PYTHON)
     "Reads a GNSS receiver's binary logs into NumPy arrays: observations of every"
     "signal, ephemerides, positions, events, losses; device frames and dump files, too.")
 endif()
-set(CPACK_DEBIAN_LIBRARY_PACKAGE_CONTROL_EXTRA ${PROJECT_SOURCE_DIR}/cmake/package/debian/triggers)
+set(scripts ${PROJECT_SOURCE_DIR}/cmake/package/debian)
+set(CPACK_DEBIAN_LIBRARY_PACKAGE_CONTROL_EXTRA ${scripts}/triggers)
+set(CPACK_DEBIAN_PYTHON_PACKAGE_CONTROL_EXTRA ${scripts}/python/postinst ${scripts}/python/prerm)
 include(CPack)

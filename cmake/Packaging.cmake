@@ -74,7 +74,10 @@ rtk_debian_package(tool kvx science DEPENDS "librtk-utils ${same_version}" RECOM
   "checks files by the published formats, and judges measurements: gaps, slips,"
   "multipath, positions.")
 if(RTK_UTILS_BUILD_PYTHON)
-  rtk_debian_package(python python3-rtk-utils python DEPENDS "python3 (>= 3.11), python3 (<< 3.12), python3-numpy"
+  string(REGEX MATCH "^([0-9]+)\\.([0-9]+)$" pythons ${RTK_UTILS_PYTHON_VERSION})
+  math(EXPR next "${CMAKE_MATCH_2} + 1")
+  set(pythons "python3 (>= ${RTK_UTILS_PYTHON_VERSION}), python3 (<< ${CMAKE_MATCH_1}.${next})")
+  rtk_debian_package(python python3-rtk-utils python DEPENDS "${pythons}, python3-numpy"
     SUGGESTS "python3-xarray"
     DESCRIPTION "GNSS receiver logs in Python"
     "Reads a GNSS receiver's binary logs into NumPy arrays: observations of every"

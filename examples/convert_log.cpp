@@ -44,10 +44,11 @@ private:
 int main(int argc, char** argv)
 {
     std::FILE* log = argc == 3 ? std::fopen(argv[1], "rb") : nullptr;
-    std::FILE* obs = argc == 3 ? std::fopen(argv[2], "w+b") : nullptr;   // update mode: headers are patched
-    if (log == nullptr || obs == nullptr) {
-        std::fprintf(stderr, "usage: example_convert_log LOG RINEX\n");
-        return 2;
+    std::FILE* obs = log != nullptr ? std::fopen(argv[2], "w+b") : nullptr;   // update mode: headers are patched
+    if (obs == nullptr) {
+        if (argc != 3) return std::fprintf(stderr, "usage: example_convert_log LOG RINEX\n"), 2;
+        std::perror(log == nullptr ? argv[1] : argv[2]);
+        return 1;
     }
 
     RinexFile file(obs);

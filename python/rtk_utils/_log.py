@@ -6,6 +6,7 @@ import dataclasses
 import datetime
 import functools
 import os
+import re
 from collections.abc import Iterable, Iterator
 from typing import TYPE_CHECKING, Any, ClassVar, TypeVar, Union
 
@@ -24,6 +25,7 @@ _Time = Union[str, datetime.datetime, numpy.datetime64, None]
 
 _GPS_EPOCH = numpy.datetime64("1980-01-06", "D")
 _SECOND = numpy.timedelta64(1, "s")
+_TIME = re.compile(r"\d{4}-\d\d-\d\d([ T]\d\d(:\d\d(:\d\d(\.\d+)?)?)?)?", re.ASCII)
 
 # The 31 numbers of an ephemeris, as navigation files have them: of satellites with Keplerian elements, and of those with a
 # state vector. Names with a unit behind them; the others have none.
@@ -51,6 +53,8 @@ def _gps_seconds(value: _Time, what: str) -> float | None:
         return None
     if isinstance(value, datetime.datetime) and value.tzinfo is not None:
         raise ValueError(f"{what}: {value} has a time zone, and GPS time has none")
+    if isinstance(value, str) and not _TIME.fullmatch(value):   # numpy takes more, and time zones with a warning only
+        raise ValueError(f"{what}: {value!r} is no GPS time such as 2024-03-10 12:00:00")
     time = numpy.datetime64(value)
     if numpy.isnat(time):
         raise ValueError(f"{what}: {value!r} is no time")

@@ -1,14 +1,16 @@
 // Dump files, record by record.
 #include <pybind11/pybind11.h>
 
+#include <atomic>
 #include <memory>
 #include <optional>
-#include <utility>
+#include <string>
 
 #include "common/input_file.h"
 #include "dump/dump_reader.h"
 #include "rooms.h"
 #include "source.h"
+#include "turn.h"
 
 namespace rtk_python {
 
@@ -28,29 +30,7 @@ public:
     /// @throws py::stop_iteration behind the last one
     py::tuple next()
     {
-        if (std::exchange(busy_, true)) throw py::value_error("this dump is being read already");
-        try {
-            py::tuple item = read_on();
-            busy_ = false;
-            return item;
-        } catch (...) {
-            busy_ = false;
-            throw;
-        }
-    }
-
-    void close()
-    {
-        if (busy_) throw py::value_error("this dump is being read already");
-        end();
-    }
-
-    /// Why it could not be read to its end; empty when it could.
-    const std::string& cut_off() const { return cut_off_; }
-
-private:
-    py::tuple read_on()
-    {
+        const turn_t turn(busy_);
         if (!reader_) throw py::stop_iteration();
         kvx::dump_item_t item{};
         bool more = false;
@@ -73,6 +53,16 @@ private:
             record ? py::object(py::bytes(reinterpret_cast<const char*>(item.payload), item.length)) : py::none());
     }
 
+    void close()
+    {
+        const turn_t turn(busy_);
+        end();
+    }
+
+    /// Why it could not be read to its end; empty when it could.
+    py::str cut_off() const { return text_with_path(cut_off_); }
+
+private:
     void end()
     {
         if (!file_) return;
@@ -85,7 +75,7 @@ private:
     std::unique_ptr<kvx::input_file_t> file_;   // none: it has ended
     std::optional<kvx::dump_reader_t> reader_;
     std::string cut_off_;
-    bool busy_ = false;   // the lock is let go while it reads
+    std::atomic<bool> busy_ = false;
 };
 
 }   // namespace

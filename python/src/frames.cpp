@@ -2,9 +2,12 @@
 #include <CKorvexMsgHelper.h>
 #include <pybind11/pybind11.h>
 
+#include <algorithm>
+#include <cstdint>
 #include <new>
 #include <string>
 
+#include "device_frame.h"
 #include "rooms.h"
 
 namespace rtk_python {
@@ -84,12 +87,10 @@ private:
         for (bool more = helper_.Parse(data, n, id, &payload, size); more;
              more = helper_.Parse(nullptr, 0, id, &payload, size)) {
             found.append(py::make_tuple(id, py::bytes(reinterpret_cast<const char*>(payload), size)));
-            framed_ += size + kOverhead;
+            framed_ += size + device_frame::kOverhead;
         }
         if (helper_.RejectedBytes() != rejected) throw std::bad_alloc();
     }
-
-    static constexpr unsigned kOverhead = 20;   // bytes of a frame around its payload
 
     CKorvexMsgHelper helper_;
     std::uint64_t bytes_ = 0, framed_ = 0;

@@ -4,7 +4,8 @@
 #include <poll.h>
 #include <pybind11/pybind11.h>
 
-#include <algorithm>
+#include <cerrno>
+#include <chrono>
 
 namespace kvx {
 

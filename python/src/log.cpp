@@ -15,6 +15,7 @@
 #include "observations.h"
 #include "rooms.h"
 #include "station.h"
+#include "turn.h"
 
 namespace rtk_python {
 
@@ -52,8 +53,11 @@ kvx::selection_options_t options_of(const wanted_t& wanted)
 // At the end of what should be a log.
 void demand_log(const log_source_t& log)
 {
-    if (const std::string why = log.why_no_log(); !why.empty())
-        throw py::value_error(log.source().name() + ": is no log of the receiver: " + why);
+    const std::string why = log.why_no_log();
+    if (why.empty()) return;
+    PyErr_SetObject(PyExc_ValueError,
+                    text_with_path(log.source().name() + ": is no log of the receiver: " + why).ptr());
+    throw py::error_already_set();
 }
 
 py::dict glonass_channels(const rinex::channels_t& channels)
@@ -147,20 +151,6 @@ public:
     }
 
 private:
-    class turn_t {
-    public:
-        explicit turn_t(std::atomic<bool>& busy) : busy_(busy)
-        {
-            if (busy_.exchange(true)) throw py::value_error("these epochs are being read already");
-        }
-        ~turn_t() { busy_ = false; }
-        turn_t(const turn_t&) = delete;
-        turn_t& operator=(const turn_t&) = delete;
-
-    private:
-        std::atomic<bool>& busy_;
-    };
-
     bool read_on()
     {
         bool more = true;

@@ -5,12 +5,10 @@
 
 #include <functional>
 #include <memory>
-#include <optional>
 
 #include "common/selection_options.h"
+#include "convert/epoch_choice.h"
 #include "convert/log_feed.h"
-#include "convert/selection.h"
-#include "convert/thinning.h"
 #include "log/summary.h"
 #include "rinex/locks.h"
 #include "source.h"
@@ -47,9 +45,7 @@ public:
 private:
     void on_judged(kvx::judged_epoch_t& judged);
     void begin_file();
-    void on_released(rinex::epoch_t& epoch, bool kept);
-    void leave_out(const rinex::epoch_t& epoch, rinex::fate_t fate);
-    void count(const rinex::epoch_t& epoch, rinex::fate_t fate);
+    void on_chosen(rinex::epoch_t& epoch, rinex::fate_t fate);
 
     source_t source_;
     kvx::selection_options_t options_;
@@ -58,7 +54,7 @@ private:
     rinex::ledger_t ledger_;
     rinex::lock_tracker_t locks_;
     bool any_epoch_ = false;   // since the clock was set back
-    std::optional<kvx::thinning_t> thinning_;
+    kvx::epoch_choice_t<rinex::epoch_t> choice_;
     const takes_t* takes_ = nullptr;   // while it reads
     std::unique_ptr<kvx::log_feed_t> feed_;
 };

@@ -49,7 +49,7 @@ py::dict losses_of(log_source_t& log)
     all["refused"] = s.refused;
     all["epochs_out_of_order"] = s.clock.epochs_out;
     all["clock_steps_back"] = s.clock.steps_back;
-    all["cut_off"] = log.source().told(log.feed().source().damage());
+    all["cut_off"] = text_with_path(log.source().told(log.feed().source().damage()));
     all["places"] = places_of(log.feed().reader());
     all["observations"] = fates_of(log.ledger());
     all["messages"] = messages_of(s);

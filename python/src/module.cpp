@@ -4,6 +4,7 @@
 
 #include "common/error.h"
 #include "rooms.h"
+#include "source.h"
 
 PYBIND11_MODULE(_core, module)
 {
@@ -11,7 +12,7 @@ PYBIND11_MODULE(_core, module)
         try {
             if (thrown) std::rethrow_exception(std::move(thrown));
         } catch (const kvx::error_t& error) {
-            PyErr_SetString(PyExc_OSError, error.what());
+            PyErr_SetObject(PyExc_OSError, rtk_python::text_with_path(error.what()).ptr());
         }
     });
     rtk_python::add_log(module);

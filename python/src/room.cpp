@@ -87,26 +87,28 @@ void room_t::grow(std::size_t bytes)
     size_ = room;
 }
 
-// A mapping of its own first: its pages are taken over into the beginning of the larger one.
+// A room that is mapped already moves with its pages, and stays one mapping: older kernels move no more than one.
 void room_t::map(std::size_t bytes)
 {
-    auto [more, size] = kept().take(bytes);
-    if (more == nullptr) {
-        size = bytes;
-        more = ::mmap(nullptr, size, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
-        if (more == MAP_FAILED) throw std::bad_alloc();
-        ::madvise(more, size, MADV_HUGEPAGE);
-    }
     if (size_ >= kMapped) {
-        if (::mremap(at_, size_, size_, MREMAP_MAYMOVE | MREMAP_FIXED, more) == MAP_FAILED) {
-            ::munmap(more, size);
-            throw std::bad_alloc();
-        }
-    } else if (at_ != nullptr) {
-        std::memcpy(more, at_, size_);
+        void* const moved = ::mremap(at_, size_, bytes, MREMAP_MAYMOVE);
+        if (moved == MAP_FAILED) throw std::bad_alloc();
+        at_ = moved;
+        size_ = bytes;
+        return;
+    }
+    auto [mapped, size] = kept().take(bytes);
+    if (mapped == nullptr) {
+        size = bytes;
+        mapped = ::mmap(nullptr, size, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
+        if (mapped == MAP_FAILED) throw std::bad_alloc();
+        ::madvise(mapped, size, MADV_HUGEPAGE);
+    }
+    if (at_ != nullptr) {
+        std::memcpy(mapped, at_, size_);
         std::free(at_);
     }
-    at_ = more;
+    at_ = mapped;
     size_ = size;
 }
 

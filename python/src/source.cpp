@@ -8,13 +8,18 @@
 
 namespace rtk_python {
 
+py::str text_with_path(const std::string& message)
+{
+    return py::reinterpret_steal<py::str>(
+        PyUnicode_DecodeFSDefaultAndSize(message.data(), static_cast<py::ssize_t>(message.size())));
+}
+
 namespace {
 
 [[noreturn]] void raise_from_errno(const std::string& path)
 {
     const int error = errno;
-    const auto name = py::reinterpret_steal<py::object>(
-        PyUnicode_DecodeFSDefaultAndSize(path.data(), static_cast<py::ssize_t>(path.size())));
+    const py::str name = text_with_path(path);
     errno = error;
     PyErr_SetFromErrnoWithFilenameObject(PyExc_OSError, name.ptr());
     throw py::error_already_set();

@@ -11,6 +11,9 @@ namespace rtk_python {
 
 namespace py = pybind11;
 
+/// A message that may hold a path, whose bytes need be no UTF-8.
+py::str text_with_path(const std::string& message);
+
 /// An input as the readers take it. Bytes lie in a file of memory that goes with the last source that names it.
 class source_t {
 public:

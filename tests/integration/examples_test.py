@@ -72,7 +72,7 @@ class Examples(Programs):
     def test_pages_show_lines_of_the_programs(self):
         programs = "\n".join(path.read_text() for path in (ROOT / "examples").glob("*.cpp"))
         programs = re.sub(r"(?m)^ +", "", programs)
-        for page in [ROOT / "docs/host.md", *(ROOT / "docs/host").glob("*.md")]:
+        for page in [ROOT / "README.md", ROOT / "docs/host.md", *(ROOT / "docs/host").glob("*.md")]:
             blocks = re.findall(r"(?m)^```cpp\n((?:.*\n)*?)```$", page.read_text())
             self.assertTrue(blocks, page)
             for block in blocks:

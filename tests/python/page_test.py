@@ -1,4 +1,5 @@
-"""docs/python.md: its code runs and prints what it shows, and makes the picture; the types of the module are right."""
+"""docs/python.md: its code runs and prints what it shows, and makes the picture; what the README shows runs, too; the types
+of the module are right."""
 
 import contextlib
 import io
@@ -12,7 +13,8 @@ import traceback
 import unittest
 
 HERE = pathlib.Path(__file__).parent
-DOCS = HERE.parents[1] / "docs"
+ROOT = HERE.parents[1]
+DOCS = ROOT / "docs"
 KVX, PACKAGES = os.environ["KVX"], os.environ["PACKAGES"]
 sys.path.insert(0, PACKAGES)
 BLOCK = re.compile(r"^```(.*)\n((?:.*\n)*?)^```$", re.M)
@@ -48,6 +50,8 @@ class Page(unittest.TestCase):
             else:
                 self.assertRegex(printed, in_order(text))
         self.assertEqual(size(DOCS / "pictures/python.png"), size(pathlib.Path("python.png")))
+        code, = (text for language, text in BLOCK.findall((ROOT / "README.md").read_text()) if language == "python")
+        exec(compile(code, "README.md", "exec"), {})
 
 
 class Types(unittest.TestCase):

@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <numeric>
 
+#include "rinex/epoch.h"
 #include "rinex/signals.h"
 
 namespace rinex {
@@ -52,6 +53,11 @@ inline constexpr const char* kFateNames[kFates] = {
 class ledger_t {
 public:
     void add(std::uint8_t tracking_key, fate_t fate) { ++rows_[tracking_key].fates[static_cast<std::size_t>(fate)]; }
+    /// All of an epoch.
+    void add(const epoch_t& epoch, fate_t fate)
+    {
+        epoch.each([&](int place, int signal) { add(epoch.at(place, signal).tracking_key, fate); });
+    }
     void add_lost_phase(std::uint8_t tracking_key) { ++rows_[tracking_key].lost_phases; }
     void add_blanks(std::uint8_t tracking_key, unsigned n) { rows_[tracking_key].blanks += n; }
 

@@ -13,13 +13,20 @@ int observations(const raw_t& raw)
     return std::min<int>(raw.nobs, kMaxObs);
 }
 
-// What lies before the ephemerides, without the entries that are free and were, and between them and the lock tables.
+// Offsets in the record.
+void copy(const raw_t& from, raw_t& to, std::size_t begin, std::size_t end)
+{
+    std::memcpy(reinterpret_cast<std::uint8_t*>(&to) + begin, reinterpret_cast<const std::uint8_t*>(&from) + begin,
+                end - begin);
+}
+
+// A third of the record: ephemerides and lock tables, which it is made of for the most part, stay.
 void copy_epoch(const raw_t& from, raw_t& to)
 {
     const auto entries = static_cast<std::size_t>(std::max(observations(from), observations(to)));
-    std::memcpy(static_cast<void*>(&to), &from, offsetof(raw_t, obs) + entries * sizeof(obsd_t));
-    std::memcpy(to.reserved1, from.reserved1, offsetof(raw_t, eph) - offsetof(raw_t, reserved1));
-    std::memcpy(to.ant_type, from.ant_type, offsetof(raw_t, reserved5) - offsetof(raw_t, ant_type));
+    copy(from, to, 0, offsetof(raw_t, obs) + entries * sizeof(obsd_t));      // time, observations in use
+    copy(from, to, offsetof(raw_t, reserved1), offsetof(raw_t, eph));        // ionosphere, leap seconds
+    copy(from, to, offsetof(raw_t, ant_type), offsetof(raw_t, reserved5));   // antenna, texts, position
 }
 
 }   // namespace

@@ -9,10 +9,10 @@
 #include "common/progress.h"
 #include "common/text_format.h"
 #include "convert/conversion_files.h"
+#include "convert/epoch_choice.h"
 #include "convert/foresight.h"
 #include "convert/joined_logs.h"
 #include "convert/selection.h"
-#include "convert/thinning.h"
 #include "host/host_conversion.h"
 #include "log/torn_frames.h"
 #include "rinex/dates.h"
@@ -26,7 +26,11 @@ namespace {
 class conversion_t {
 public:
     conversion_t(const convert_options_t& options, const sources_t& logs)
-        : options_(options), logs_(logs), selection_(options), station_(options)
+        : options_(options),
+          logs_(logs),
+          selection_(options),
+          station_(options),
+          choice_(options_, selection_, [this](auto& epoch, rinex::fate_t fate) { on_chosen(epoch, fate); })
     {}
 
     summary_t run()
@@ -36,7 +40,7 @@ public:
         } else {
             read_one();
         }
-        if (thinning_) thinning_->flush();
+        choice_.flush();
         name_satellites();
         if (!files_->any() && summary_.ended_by_signal) throw interruption_t(summary_.log, "before any epoch");
         if (!files_->any()) throw error_t(summary_.log, "no usable epoch, no file written", summary_.why_no_epoch());
@@ -163,11 +167,6 @@ private:
         return result;
     }
 
-    void count(const rinex::epoch_t& epoch, rinex::fate_t fate)
-    {
-        epoch.each([&](int place, int signal) { ledger_.add(epoch.at(place, signal).tracking_key, fate); });
-    }
-
     void on_judged(const log_feed_t& log, judged_epoch_t& judged)
     {
         std::unique_ptr<rinex::epoch_t>& epoch = judged.epoch;
@@ -175,11 +174,12 @@ private:
         take_channels(log.channels());
         if (summary_.joined) tell_gap(*epoch, judged.order);
         summary_.count_epoch(epoch->time, epoch->offset, judged.order, log.source().name());
-        if (judged.order == order_t::out) return count(*epoch, rinex::fate_t::out_of_order);
-        if (judged.order == order_t::begins_file) begin_file();
-        if (selection_.in_window(epoch->time * rinex::kTicksPerMs)) return thinning_->add(epoch);
-        thinning_->flush();
-        leave_out(*epoch, rinex::fate_t::outside);
+        if (judged.order == order_t::out) return ledger_.add(*epoch, rinex::fate_t::out_of_order);
+        if (judged.order == order_t::begins_file) {
+            choice_.begin();
+            files_->begin_file();
+        }
+        choice_.take(epoch);
     }
 
     void tell_gap(const rinex::epoch_t& epoch, order_t order)
@@ -197,26 +197,13 @@ private:
         }
     }
 
-    // A file's epochs follow each other, and so do those that an interval is looked for in.
-    void begin_file()
+    void on_chosen(rinex::epoch_t& epoch, rinex::fate_t fate)
     {
-        if (thinning_) thinning_->flush();
-        thinning_.emplace(options_.interval, options_.anchor_first,
-                          [this](auto& epoch, bool kept) { on_released(epoch, kept); });
-        files_->begin_file();
-    }
-
-    // Its phases are followed all the same.
-    void leave_out(const rinex::epoch_t& epoch, rinex::fate_t fate)
-    {
-        files_->enter(epoch.time);
-        files_->observations().follow(epoch);
-        count(epoch, fate);
-    }
-
-    void on_released(rinex::epoch_t& epoch, bool kept)
-    {
-        if (!kept) return leave_out(epoch, rinex::fate_t::off_grid);
+        if (fate != rinex::fate_t::written) {
+            files_->enter(epoch.time);
+            files_->observations().follow(epoch);
+            return ledger_.add(epoch, fate);
+        }
         selection_.apply(epoch, ledger_);
         if (const auto leaps = files_->navigation().leap_seconds()) station_.take_leap_seconds(*leaps);
         files_->enter(epoch.time);
@@ -260,7 +247,7 @@ private:
     rinex::channels_t channels_;
     std::optional<torn_frames_t> torn_;   // of logs that are joined
     std::optional<conversion_files_t> files_;
-    std::optional<thinning_t> thinning_;   // of the file that is written
+    epoch_choice_t<rinex::epoch_t> choice_;
     std::optional<progress_t> progress_;
     std::uint64_t finished_bytes_ = 0;   // of logs read to their end
     std::string read_error_;             // of a log

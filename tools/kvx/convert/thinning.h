@@ -10,7 +10,6 @@
 #include <utility>
 
 #include "log/steps.h"
-#include "rinex/epoch.h"
 
 namespace kvx {
 
@@ -19,13 +18,13 @@ namespace kvx {
 ///
 /// @tparam Epoch  has a time (ms)
 template <typename Epoch>
-class basic_thinning_t {
+class thinning_t {
 public:
     /// @param kept  whether the epoch is on the grid
     using release_t = std::function<void(Epoch& epoch, bool kept)>;
 
     /// @param interval  s; 0: everything is kept
-    basic_thinning_t(double interval, bool anchor_first, release_t release)
+    thinning_t(double interval, bool anchor_first, release_t release)
         : interval_(std::llround(interval * 1000.0)),
           anchor_first_(anchor_first),
           release_(std::move(release)),
@@ -81,8 +80,6 @@ private:
     std::int64_t point_ = -1;   // of the grid, that of the epoch held last
     step_counter_t steps_;
 };
-
-using thinning_t = basic_thinning_t<rinex::epoch_t>;
 
 }   // namespace kvx
 

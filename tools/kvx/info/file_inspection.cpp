@@ -7,8 +7,8 @@
 #include "common/interrupt.h"
 #include "common/progress.h"
 #include "common/rinex_file.h"
+#include "convert/epoch_choice.h"
 #include "convert/selection.h"
-#include "convert/thinning.h"
 #include "gnss/foundation/time_scales.h"
 #include "info/inspection.h"
 #include "info/navigation_records.h"
@@ -52,7 +52,8 @@ public:
                 }),
           selection_(options),
           order_(std::make_unique<quality::measured_epoch_t>,
-                 [this](auto& epoch, order_t order) { on_judged(epoch, order); })
+                 [this](auto& epoch, order_t order) { on_judged(epoch, order); }),
+          choice_(options, selection_, [this](auto& epoch, rinex::fate_t fate) { on_chosen(epoch, fate); })
     {
         result_.kind = inspection_t::kind_t::observations;
         name_signals();
@@ -85,7 +86,7 @@ public:
             progress.at(file_.source().position_on_disk());
         }
         order_.flush();
-        if (thinning_) thinning_->flush();
+        choice_.flush();
         result_.quality->finish();
         file_.finish();
         result_.summary.log = file_.path();
@@ -202,19 +203,14 @@ private:
     {
         result_.summary.count_epoch(epoch->time, 0, order);
         if (order == order_t::out) return;
-        if (order == order_t::begins_file) {
-            if (thinning_) thinning_->flush();
-            thinning_.emplace(options_.interval, options_.anchor_first,
-                              [this](quality::measured_epoch_t& e, bool kept) { on_released(e, kept); });
-        }
-        if (selection_.in_window(epoch->time * rinex::kTicksPerMs)) return thinning_->add(epoch);
-        thinning_->flush();
-        on_released(*epoch, false);
+        if (order == order_t::begins_file) choice_.begin();
+        choice_.take(epoch);
     }
 
     // What slipped in an epoch that is left out has slipped by the next one.
-    void on_released(quality::measured_epoch_t& epoch, bool kept)
+    void on_chosen(quality::measured_epoch_t& epoch, rinex::fate_t fate)
     {
+        const bool kept = fate == rinex::fate_t::written;
         for (quality::measurement_t& m : epoch.measurements) {
             std::uint8_t& pending = pending_slips_[std::size_t{m.place} * kMostCodes + m.signal];
             pending |= m.told & rinex::kSlip;
@@ -230,7 +226,7 @@ private:
     rinex_file_t file_;
     selection_t selection_;
     epoch_order_t<epoch_ptr_t> order_;
-    std::optional<basic_thinning_t<quality::measured_epoch_t>> thinning_;
+    epoch_choice_t<quality::measured_epoch_t> choice_;
     std::array<std::vector<std::string>, rinex::kConstellationCount> codes_;
     std::array<std::vector<column_t>, rinex::kConstellationCount> columns_;
     epoch_ptr_t reading_ = std::make_unique<quality::measured_epoch_t>();

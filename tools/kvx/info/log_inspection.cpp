@@ -4,9 +4,9 @@
 #include "common/error.h"
 #include "common/interrupt.h"
 #include "common/progress.h"
+#include "convert/epoch_choice.h"
 #include "convert/selection.h"
 #include "convert/station_messages.h"
-#include "convert/thinning.h"
 #include "info/inspection.h"
 #include "log/log_reader.h"
 #include "log/message_time.h"
@@ -62,7 +62,8 @@ public:
           ranges_(options.names, ledger_, [this](auto& epoch) { order_.add(epoch->time, epoch); }),
           order_(std::make_unique<rinex::epoch_t>, [this](auto& epoch, order_t order) { on_judged(epoch, order); }),
           quick_order_([] { return place_t{}; },
-                       [this](place_t& p, order_t o) { result_.summary.count_epoch(p.time, p.offset, o); })
+                       [this](place_t& p, order_t o) { result_.summary.count_epoch(p.time, p.offset, o); }),
+          choice_(options, selection_, [this](auto& epoch, rinex::fate_t fate) { on_chosen(epoch, fate); })
     {
         Initial_raw(frame_.get(), 1);   // framing needs no more
         std::array<std::vector<std::string>, rinex::kConstellationCount> codes;
@@ -95,7 +96,7 @@ public:
         quick_order_.flush();
         ranges_.flush();
         order_.flush();
-        if (thinning_) thinning_->flush();
+        choice_.flush();
         if (result_.quality) result_.quality->finish();
         result_.summary.finish(reader_, source_);
         result_.damage = reader_.damage();
@@ -175,29 +176,14 @@ private:
     {
         result_.summary.count_epoch(epoch->time, epoch->offset, order);
         if (order == order_t::out) return;
-        if (order == order_t::begins_file) begin();
-        if (selection_.in_window(epoch->time * rinex::kTicksPerMs)) return thinning_->add(epoch);
-        thinning_->flush();
-        follow(*epoch);
+        if (order == order_t::begins_file) choice_.begin();
+        choice_.take(epoch);
     }
 
-    // Epochs follow each other, and so do those that an interval is looked for in.
-    void begin()
-    {
-        if (thinning_) thinning_->flush();
-        thinning_.emplace(options_.interval, options_.anchor_first,
-                          [this](rinex::epoch_t& epoch, bool kept) { on_released(epoch, kept); });
-    }
-
-    void follow(const rinex::epoch_t& epoch)
+    void on_chosen(rinex::epoch_t& epoch, rinex::fate_t fate)
     {
         epoch.each([&](int place, int signal) { locks_.follow(place, signal, epoch.at(place, signal)); });
-    }
-
-    void on_released(rinex::epoch_t& epoch, bool kept)
-    {
-        follow(epoch);
-        if (!kept) return;
+        if (fate != rinex::fate_t::written) return;
         selection_.apply(epoch, ledger_);
         measured_.time = epoch.time;
         measured_.offset = epoch.offset;
@@ -229,7 +215,7 @@ private:
     rinex::range_collector_t ranges_;
     epoch_order_t<std::unique_ptr<rinex::epoch_t>> order_;
     epoch_order_t<place_t> quick_order_;
-    std::optional<thinning_t> thinning_;
+    epoch_choice_t<rinex::epoch_t> choice_;
     rinex::lock_tracker_t locks_;
     quality::measured_epoch_t measured_;
     std::int64_t last_fix_ = -1;   // ms

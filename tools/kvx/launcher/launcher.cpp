@@ -19,7 +19,6 @@ namespace {
 
 constexpr const char* kClosedLibraries[] = {"libkorvexlog.so", "librtk_common.so"};
 
-// Longest path, and a list of search paths with one of ours before it.
 using path_t = char[PATH_MAX];
 
 int fail(const char* what, const char* why)
@@ -84,6 +83,7 @@ int main(int, char** argv)
                         "neither the platform's nor stand-ins for them are found (install librtk-utils-standins, or "
                         "name the folder of the platform's in LD_LIBRARY_PATH)");
         }
+        if (std::strchr(stand_ins, ':') != nullptr) return fail(stand_ins, "the loader takes no path with a colon");
         if (!search_first(stand_ins)) return fail("LD_LIBRARY_PATH", std::strerror(errno));
     }
     execv(tool, argv);

@@ -332,7 +332,7 @@ private:
     int version_;
     revision_context_t context_;
     revised_names_t names_;
-    basic_thinning_t<source_epoch_t> thinning_;
+    thinning_t<source_epoch_t> thinning_;
     std::unique_ptr<observation_rows_t> rows_;
     std::vector<column_plan_t> plans_;                                // by source
     std::vector<std::shared_ptr<const rinex::type_names_t>> types_;   // of the rows written last

@@ -8,8 +8,12 @@ Times are GPS time as datetime64[ns], without leap seconds. Metres, cycles, hert
 """
 
 from ._dump import Dump, DumpItem, read_dump
-from ._log import Ephemerides, Epoch, Epochs, Events, Log, LogData, Losses, Observations, Positions, read
-from ._core import FrameParser, pack_frame
+from ._core import version as __version__
+from ._frames import FrameParser, pack_frame
+from ._log import Epochs, Log, LogData, Losses, read
+from ._observations import Epoch, Observations
+from ._rows import concatenate
+from ._told import Ephemerides, Events, Positions
 
 __all__ = ["Dump", "DumpItem", "Ephemerides", "Epoch", "Epochs", "Events", "FrameParser", "Log", "LogData", "Losses",
-           "Observations", "Positions", "pack_frame", "read", "read_dump"]
+           "Observations", "Positions", "__version__", "concatenate", "pack_frame", "read", "read_dump"]

@@ -8,7 +8,7 @@ from typing import TYPE_CHECKING, NamedTuple
 from . import _core
 
 if TYPE_CHECKING:
-    from ._log import _Source
+    from ._wanted import Source
 
 
 class DumpItem(NamedTuple):
@@ -31,7 +31,7 @@ class DumpItem(NamedTuple):
 class Dump(Iterator[DumpItem]):
     """Iterator over the items of a dump file, with the memory of one. Every byte of the file is in exactly one item."""
 
-    def __init__(self, source: _Source) -> None:
+    def __init__(self, source: Source) -> None:
         self._core = _core.Dump(source)
 
     def __iter__(self) -> Dump:
@@ -56,6 +56,6 @@ class Dump(Iterator[DumpItem]):
         return self._core.cut_off
 
 
-def read_dump(source: _Source) -> Dump:
+def read_dump(source: Source) -> Dump:
     """Dump(source): the items of a dump file, a path (plain, gzip, Zstandard) or bytes, one after the other."""
     return Dump(source)

@@ -8,6 +8,7 @@
 
 #include "common/input_file.h"
 #include "dump/dump_reader.h"
+#include "lock.h"
 #include "rooms.h"
 #include "source.h"
 #include "turn.h"
@@ -21,7 +22,7 @@ class dump_t {
 public:
     explicit dump_t(const py::object& input) : source_(input)
     {
-        const py::gil_scoped_release unlocked;
+        const unlocked_t unlocked;
         file_ = std::make_unique<kvx::input_file_t>(source_.path());
         reader_.emplace([file = file_.get()](std::uint8_t* to, std::size_t n) { return file->read_some(to, n); });
     }
@@ -35,7 +36,7 @@ public:
         kvx::dump_item_t item{};
         bool more = false;
         try {
-            const py::gil_scoped_release unlocked;
+            const unlocked_t unlocked;
             more = reader_->next(item);
         } catch (...) {
             end();

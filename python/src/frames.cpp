@@ -38,9 +38,11 @@ private:
 };
 
 // Numbers that no field holds are errors of their own: conversions would tell of types.
-unsigned short word(const char* what, const py::int_& value)
+unsigned short word(const char* what, const py::object& value)
 {
-    const long number = PyLong_AsLong(value.ptr());
+    const auto integer = py::reinterpret_steal<py::object>(PyNumber_Index(value.ptr()));
+    if (!integer) throw py::error_already_set();
+    const long number = PyLong_AsLong(integer.ptr());
     const bool failed = number == -1 && PyErr_Occurred() != nullptr;
     if (failed) PyErr_Clear();
     if (failed || number < 0 || number > 65535)
@@ -48,7 +50,7 @@ unsigned short word(const char* what, const py::int_& value)
     return static_cast<unsigned short>(number);
 }
 
-py::bytes pack_frame(const py::int_& id, const py::object& payload, const py::int_& extra)
+py::bytes pack_frame(const py::object& id, const py::object& payload, const py::object& extra)
 {
     const bytes_t bytes(payload);
     if (bytes.size() > kMostPayload) throw py::value_error("a payload has at most 65535 bytes");
@@ -100,18 +102,11 @@ private:
 
 void add_frames(py::module_& module)
 {
-    py::options options;
-    options.disable_function_signatures();   // the stub has them
-    module.def("pack_frame", pack_frame, py::arg("id"), py::arg("payload"), py::arg("extra") = 0,
-               "A framed message of the device: id and extra word from 0 to 65535, payload of at most 65535 bytes.");
-    py::class_<parser_t>(
-        module, "FrameParser",
-        "Finds the framed messages in a stream that comes in pieces. Bytes leave its memory with a message behind "
-        "them: a stream without any is kept whole.")
+    module.def("pack_frame", pack_frame);
+    py::class_<parser_t>(module, "FrameParser")
         .def(py::init<>())
-        .def("feed", &parser_t::feed, py::arg("data"),
-             "Takes the stream's next bytes; gives (id, payload) of every message that is whole by now.")
-        .def_property_readonly("unframed_bytes", &parser_t::lost, "Bytes fed that belong to no message found so far.");
+        .def("feed", &parser_t::feed)
+        .def_property_readonly("unframed_bytes", &parser_t::lost);
 }
 
 }   // namespace rtk_python

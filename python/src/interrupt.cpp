@@ -7,6 +7,8 @@
 #include <cerrno>
 #include <chrono>
 
+#include "lock.h"
+
 namespace kvx {
 
 namespace {
@@ -16,7 +18,7 @@ constexpr std::chrono::milliseconds kLook{50};   // between looks: the lock may 
 
 void run_handlers()
 {
-    const pybind11::gil_scoped_acquire locked;
+    const rtk_python::locked_t locked;
     if (PyErr_CheckSignals() != 0) throw pybind11::error_already_set();
 }
 

@@ -1,6 +1,7 @@
 // Logs: all at once, and epoch by epoch.
 #include <pybind11/stl.h>
 
+#include <algorithm>
 #include <atomic>
 #include <deque>
 #include <memory>
@@ -10,6 +11,7 @@
 #include <vector>
 
 #include "common/systems.h"
+#include "lock.h"
 #include "losses.h"
 #include "navigation.h"
 #include "observations.h"
@@ -30,6 +32,28 @@ struct wanted_t {
     double interval;                    // s, 0: every epoch
 };
 
+// A name that nothing has is a slip: it would select nothing, without a word.
+void demand_names(const kvx::selection_options_t& options)
+{
+    std::vector<std::string> satellites, signals;
+    for (int place = 0; place < rinex::kSatellites; ++place) satellites.push_back(rinex::satellite_at(place).name());
+    for (int c = 0; c < rinex::kConstellationCount; ++c) {
+        for (const std::string& code : options.names.codes(c)) {
+            signals.push_back(code);
+            signals.push_back(rinex::kConstellations[c].letter + code);
+        }
+    }
+    const auto demand = [](const char* what, const auto& patterns, const auto& names, const char* like) {
+        for (const std::string& pattern : patterns) {
+            const auto named = [&pattern](const std::string& name) { return kvx::matches({pattern}, name); };
+            if (std::none_of(names.begin(), names.end(), named))
+                throw py::value_error(std::string(what) + ": '" + pattern + "' is the name of none, such as " + like);
+        }
+    };
+    demand("satellites", options.satellites, satellites, "G01 or E*");
+    demand("signals", options.signals, signals, "1C, G2W or E*");
+}
+
 kvx::selection_options_t options_of(const wanted_t& wanted)
 {
     kvx::selection_options_t options;
@@ -47,6 +71,7 @@ kvx::selection_options_t options_of(const wanted_t& wanted)
     options.start = wanted.start;
     options.end = wanted.end;
     options.interval = wanted.interval;
+    demand_names(options);
     return options;
 }
 
@@ -75,7 +100,7 @@ std::unique_ptr<log_source_t> opened(const py::object& input, const wanted_t& wa
 {
     const kvx::selection_options_t options = options_of(wanted);
     const source_t source(input);
-    const py::gil_scoped_release unlocked;
+    const unlocked_t unlocked;
     return std::make_unique<log_source_t>(source, options);
 }
 
@@ -94,7 +119,7 @@ py::dict read(const py::object& input, const wanted_t& wanted, bool with_observa
                                           return result != DECODE_NOTHING ? result : station.take(message);
                                       }};
     {
-        const py::gil_scoped_release unlocked;
+        const unlocked_t unlocked;
         while (log->read_on(takes)) {
         }
     }
@@ -106,6 +131,8 @@ py::dict read(const py::object& input, const wanted_t& wanted, bool with_observa
     all["events"] = station.events();
     all["ionosphere"] = navigation.ionosphere();
     all["leap_seconds"] = navigation.leap_seconds();
+    all["receiver"] = station.receiver();
+    all["antenna"] = station.antenna();
     all["glonass_channels"] = glonass_channels(log->feed().channels());
     all["losses"] = losses_of(*log);
     return all;
@@ -155,7 +182,7 @@ private:
     {
         bool more = true;
         {
-            const py::gil_scoped_release unlocked;
+            const unlocked_t unlocked;
             more = log_->read_on({[this](rinex::epoch_t& epoch, rinex::lock_tracker_t& locks) {
                                       if (!rows_->add(epoch, locks)) return false;
                                       ready_.push_back(rows_->take());

@@ -1,4 +1,6 @@
 // rtk_utils._core: what the package is made of. Its Python part gives it its shape.
+#include <rtk_utils_version.h>
+
 #include <exception>
 #include <utility>
 
@@ -15,6 +17,7 @@ PYBIND11_MODULE(_core, module)
             PyErr_SetObject(PyExc_OSError, rtk_python::text_with_path(error.what()).ptr());
         }
     });
+    module.attr("version") = RTK_UTILS_VERSION;
     rtk_python::add_log(module);
     rtk_python::add_frames(module);
     rtk_python::add_dump(module);

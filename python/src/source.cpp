@@ -29,7 +29,7 @@ namespace {
 
 source_t::source_t(const py::object& input)
 {
-    if (PyObject_CheckBuffer(input.ptr()) != 0) {
+    if (PyUnicode_Check(input.ptr()) == 0 && PyObject_CheckBuffer(input.ptr()) != 0) {   // texts of NumPy are both
         take_bytes(py::reinterpret_borrow<py::buffer>(input));
     } else {
         take_path(input);
@@ -56,6 +56,10 @@ void source_t::take_path(const py::object& path)
 void source_t::take_bytes(const py::buffer& bytes)
 {
     name_ = "<bytes>";
+    Py_buffer view{};
+    if (PyObject_GetBuffer(bytes.ptr(), &view, PyBUF_CONTIG_RO | PyBUF_FORMAT) != 0) throw py::error_already_set();
+    const std::unique_ptr<Py_buffer, void (*)(Py_buffer*)> released(&view, PyBuffer_Release);
+    if (view.itemsize != 1) throw py::type_error("a path or bytes, not elements of " + std::to_string(view.itemsize));
     const int fd = ::memfd_create("rtk_utils", MFD_CLOEXEC);
     if (fd < 0) raise_from_errno(name_);
     memory_ = std::shared_ptr<const int>(new int(fd), [](const int* descriptor) {
@@ -63,9 +67,6 @@ void source_t::take_bytes(const py::buffer& bytes)
         delete descriptor;
     });
     path_ = "/proc/self/fd/" + std::to_string(fd);
-    Py_buffer view{};
-    if (PyObject_GetBuffer(bytes.ptr(), &view, PyBUF_SIMPLE) != 0) throw py::error_already_set();
-    const std::unique_ptr<Py_buffer, void (*)(Py_buffer*)> released(&view, PyBuffer_Release);
     const auto* at = static_cast<const char*>(view.buf);
     for (py::ssize_t left = view.len; left > 0;) {
         const ssize_t written = ::write(fd, at, static_cast<std::size_t>(left));

@@ -22,6 +22,13 @@ std::string_view kind_of(int flag)
     }
 }
 
+// The receiver may send any bytes.
+py::str printable(const std::string& text)
+{
+    return py::reinterpret_steal<py::str>(
+        PyUnicode_DecodeASCII(text.data(), static_cast<py::ssize_t>(text.size()), "replace"));
+}
+
 }   // namespace
 
 int station_t::take(const kvx::message_t& m)
@@ -53,6 +60,24 @@ py::dict station_t::positions()
     all["type"] = type_.array();
     all["cartesian"] = cartesian_.array();
     all["undulation"] = undulation_.array();
+    return all;
+}
+
+py::dict station_t::receiver() const
+{
+    const rinex::station_t& told = messages_.facts();
+    py::dict all;
+    all["type"] = printable(told.receiver_type);
+    all["version"] = printable(told.receiver_version);
+    all["number"] = printable(told.receiver_number);
+    return all;
+}
+
+py::dict station_t::antenna() const
+{
+    py::dict all;
+    all["type"] = printable(messages_.facts().antenna_type);
+    all["height"] = messages_.facts().delta[0];
     return all;
 }
 

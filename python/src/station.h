@@ -20,6 +20,8 @@ public:
 
     py::dict positions();   ///< columns by name, as sent: one time may have two of them
     py::dict events();
+    py::dict receiver() const;   ///< type, version, number as told last
+    py::dict antenna() const;    ///< type, height (m)
 
 private:
     const kvx::selection_t& selection_;

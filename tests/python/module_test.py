@@ -8,8 +8,10 @@ import datetime
 import gc
 import gzip
 import json
+import mmap
 import os
 import pathlib
+import pickle
 import resource
 import shutil
 import signal
@@ -118,6 +120,8 @@ class Values(Scratch):
         self.compare(log, ("--satellites", "G*,C1?", "--start", start, "--end", end), satellites="G*,C1?",
                      start=numpy.datetime64(start), end=datetime.datetime.fromisoformat(end))
         self.compare(log, ("--signal", "G:17=2L"), names="G:17=2L")
+        thin = rtk_utils.Log(log, interval=numpy.timedelta64(1, "m"), systems="R")
+        self.assertEqual(numpy.timedelta64(60, "s"), numpy.diff([e.time for e in pickle.loads(pickle.dumps(thin)).epochs()])[0])
 
     def test_ephemerides_are_those_of_the_file(self):
         for log in [self.simulated("--duration", 400), *([pathlib.Path(RECORDINGS, "denmark_30s/denmark_30s.log")] if RECORDINGS else [])]:
@@ -166,7 +170,7 @@ class Inputs(Scratch):
         want = rtk_utils.read(str(log)).observations.to_structured()
         odd = os.fsencode(self.dir) + b"/\xfe.log"   # no name of UTF-8
         shutil.copy(log, odd)
-        for source in (os.fsdecode(odd), log, os.fsencode(log), content, bytearray(content), memoryview(content), packed, self.dir / "x.gz", zst):
+        for source in (os.fsdecode(odd), numpy.str_(log), mmap.mmap(os.open(log, os.O_RDONLY), 0, prot=mmap.PROT_READ), log, os.fsencode(log), content, bytearray(content), memoryview(content), packed, self.dir / "x.gz", zst):
             if source == os.fsencode(log):   # bytes are contents, a path is text
                 self.assertRaises(ValueError, rtk_utils.read, source)
                 continue
@@ -211,11 +215,15 @@ class Inputs(Scratch):
                 self.assertRaisesRegex(error, words, lambda: list(rtk_utils.Log(source).epochs()))
 
     def test_wrong_wishes(self):
-        for wish in ({"systems": "GX"}, {"systems": ""}, {"interval": -1}, {"interval": float("nan")}, {"interval": 1e9}, {"start": "yesterday"}, {"start": "now"},
+        for wish in ({"systems": "GX"}, {"systems": ""}, {"interval": -1}, {"interval": float("nan")}, {"interval": 1e9}, {"start": "yesterday"}, {"start": "now"}, {"satellites": "g05"}, {"signals": "L1C"},
+                     {"start": numpy.datetime64("99999-01-01")},
                      {"end": "NaT"}, {"end": "2024-03-10T12:10:00+00:05"}, {"end": "2024-03-10 12:10:00Z"}, {"start": datetime.datetime.now(datetime.timezone.utc)}, {"names": "G:99=2L"}):
             with self.subTest(wish):
                 self.assertRaises(ValueError, rtk_utils.read, b"", **wish)
-        self.assertRaises(TypeError, rtk_utils.read, b"", satellites=[1])
+        for wish in ({"satellites": [1]}, {"signals": b"1C"}, {"interval": "30"}, {"systems": ["G"]}, {"start": 7}):
+            with self.subTest(wish):
+                self.assertRaisesRegex(TypeError, f"^{next(iter(wish))}: ", rtk_utils.read, b"", **wish)
+        self.assertRaisesRegex(TypeError, "elements of 8", rtk_utils.read, numpy.zeros(9))
 
     def test_impossible_times_are_no_times(self):
         log = self.simulated("--duration", 5, "--start", "2024-03-10 12:00:00").read_bytes()
@@ -292,6 +300,13 @@ class Iterating(Scratch):
                 other.wait()
                 self.assertIn(b"KeyboardInterrupt", told)
 
+    def test_a_program_may_end_while_threads_read(self):
+        log = self.simulated("--duration", 60)
+        for reads in ("rtk_utils.read(log)", "list(rtk_utils.Log(log).epochs())", "list(rtk_utils.read_dump(log))"):
+            program = (f"import threading, time, rtk_utils\nlog = {str(log)!r}\ndef run():\n    while True: {reads}\n"
+                       "for _ in range(3): threading.Thread(target=run, daemon=True).start()\ntime.sleep(0.1)")
+            subprocess.run([sys.executable, "-c", program], check=True, timeout=60, env=os.environ | {"PYTHONPATH": os.environ["PACKAGES"]})
+
     def test_nothing_is_left_behind(self):
         content = self.simulated("--duration", 60).read_bytes()
 
@@ -323,8 +338,18 @@ class Rows(Scratch):
         some = o[(o.satellite == "G01") | (o.code == "5Q")]
         self.assertEqual({"5Q"}, set(some.code[some.satellite != "G01"]))
         numpy.testing.assert_array_equal(o.to_structured()[10:20], o[10:20].to_structured())
-        self.assertRaises(TypeError, lambda: o[3])
-        self.assertEqual(0, len(o[:0].time))
+        for rows in (3, None, numpy.max(o.cn0) > 40, numpy.zeros((2, 2), int)):
+            self.assertRaises(TypeError, lambda rows=rows: o[rows])
+        self.assertEqual([0, 0], [len(o[:0].time), len(o[[]].time)])
+
+    def test_logs_one_behind_the_other(self):
+        log = self.simulated("--duration", 20)
+        whole, renamed = rtk_utils.read(log), rtk_utils.read(log, names="G:17=2L")
+        joined = rtk_utils.concatenate(list(rtk_utils.Log(log).epochs()) + list(rtk_utils.Log(log, names="G:17=2L").epochs()))
+        want = numpy.concatenate([whole.observations.to_structured(), renamed.observations.to_structured()])
+        numpy.testing.assert_array_equal(want, joined.to_structured())
+        self.assertEqual(2 * len(whole.ephemerides), len(rtk_utils.concatenate([whole.ephemerides] * 2)))
+        self.assertRaises(TypeError, rtk_utils.concatenate, [whole.events, whole.positions])
 
 
 @unittest.skipIf(DAY, "the day alone")

@@ -17,6 +17,9 @@ ROOT = HERE.parents[1]
 DOCS = ROOT / "docs"
 KVX, PACKAGES = os.environ["KVX"], os.environ["PACKAGES"]
 sys.path.insert(0, PACKAGES)
+
+import numpy
+
 BLOCK = re.compile(r"^```(.*)\n((?:.*\n)*?)^```$", re.M)
 
 
@@ -50,6 +53,8 @@ class Page(unittest.TestCase):
             else:
                 self.assertRegex(printed, in_order(text))
         self.assertEqual(size(DOCS / "pictures/python.png"), size(pathlib.Path("python.png")))
+        shuffled = names["obs"][numpy.random.default_rng(1).permutation(len(names["obs"]))]
+        self.assertTrue(shuffled.to_xarray().equals(names["ds"]))
         code, = (text for language, text in BLOCK.findall((ROOT / "README.md").read_text()) if language == "python")
         exec(compile(code, "README.md", "exec"), {})
 

@@ -27,13 +27,21 @@ class Service(unittest.TestCase):
         self.fifo = self.dir / "receiver"
         os.mkfifo(self.fifo)
 
+    def start(self, source):
+        command = re.search(r"^ExecStart=(.*)$", UNIT.read_text(), re.M)[1].replace("$$", "$").replace("%%", "%")
+        environment = {**os.environ, "PATH": f"{self.dir}/bin:{os.environ['PATH']}", "SOURCE": source, "MARKER": "TEST",
+                       "OPTIONS": "--split 5m"}
+        return subprocess.Popen(shlex.split(command), cwd=self.dir, env=environment, start_new_session=True,
+                                stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True)
+
+    def test_a_receiver_that_is_off_leaves_nothing(self):
+        service = self.start(f"OPEN:{self.dir}/none,rdonly")
+        self.assertIn("No such file", service.communicate(timeout=60)[1])
+        self.assertEqual((1, []), (service.returncode, list((self.dir / "raw").iterdir())))
+
     def serve(self, data, parts):
         """Runs it until so many parts are there; then everything in it is told to end, as the manager does."""
-        command = re.search(r"^ExecStart=(.*)$", UNIT.read_text(), re.M)[1].replace("$$", "$").replace("%%", "%")
-        environment = {**os.environ, "PATH": f"{self.dir}/bin:{os.environ['PATH']}", "SOURCE": f"OPEN:{self.fifo},rdonly",
-                       "MARKER": "TEST", "OPTIONS": "--split 5m"}
-        service = subprocess.Popen(shlex.split(command), cwd=self.dir, env=environment, start_new_session=True,
-                                   stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True)
+        service = self.start(f"OPEN:{self.fifo},rdonly")
         with self.fifo.open("wb") as receiver:
             receiver.write(data)
             receiver.flush()

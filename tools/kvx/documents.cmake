@@ -15,11 +15,13 @@ add_custom_command(OUTPUT ${documents}/made
   DEPENDS kvx COMMENT "Manual pages and completions" VERBATIM)
 add_custom_target(kvx_documents ALL DEPENDS ${documents}/made)
 
-if(RTK_UTILS_PACKAGES)   # Debian's rule
+set(zsh zsh/site-functions)
+if(RTK_UTILS_PACKAGES)   # Debian's rules
+  set(zsh zsh/vendor-completions)
   add_custom_command(OUTPUT ${documents}/made APPEND COMMAND sh -c "gzip -9n ${documents}/man1/*.1")
 endif()
 install(DIRECTORY ${documents}/man1 DESTINATION ${CMAKE_INSTALL_MANDIR} COMPONENT tool)
-foreach(place "bash;bash-completion/completions;kvx" "zsh;zsh/site-functions;_kvx" "fish;fish/vendor_completions.d;kvx.fish")
+foreach(place "bash;bash-completion/completions;kvx" "zsh;${zsh};_kvx" "fish;fish/vendor_completions.d;kvx.fish")
   list(POP_FRONT place shell folder name)
   install(FILES ${documents}/kvx.${shell} DESTINATION ${CMAKE_INSTALL_DATADIR}/${folder} RENAME ${name} COMPONENT tool)
 endforeach()

@@ -9,12 +9,14 @@ namespace rinex {
 
 namespace {
 
+constexpr int kMostLines = 10000;   // of a header; a device such as /dev/full has lines without an end
+
 // Leaves the stream behind the line with the label or the end of the header.
 bool find_line(std::FILE* fp, const char* label)
 {
     char line[100];
     if (std::fseek(fp, 0, SEEK_SET) != 0) return false;
-    while (std::fgets(line, sizeof line, fp) != nullptr) {
+    for (int n = 0; n < kMostLines && std::fgets(line, sizeof line, fp) != nullptr; ++n) {
         if (std::strstr(line, "END OF HEADER") != nullptr || std::strstr(line, label) != nullptr) return true;
     }
     return false;

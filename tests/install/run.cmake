@@ -6,9 +6,6 @@ include(${CMAKE_CURRENT_LIST_DIR}/../support/steps.cmake)
 file(REMOVE_RECURSE ${WORK})
 file(MAKE_DIRECTORY ${WORK})
 set(prefix "${WORK}/a prefix")
-if(MODE STREQUAL "pkgconfig")
-  set(prefix ${WORK}/prefix)   # blanks are more than a shell takes from pkg-config
-endif()
 string(APPEND FLAGS " -DWITH_STANDINS")
 set(flags -DCMAKE_TOOLCHAIN_FILE=${TOOLCHAIN} -DCMAKE_CXX_FLAGS=${FLAGS} -DCMAKE_FIND_ROOT_PATH_MODE_PACKAGE=BOTH)
 set(worker "\"dump\", 100")
@@ -54,8 +51,8 @@ if(MODE STREQUAL "pkgconfig")
   # Linked as distributions do that leave out what is not called for.
   set(ENV{PKG_CONFIG_PATH} ${prefix}/lib/pkgconfig)
   run(pkg-config --exists "rtk_utils-standins = ${VERSION}")
-  run(sh -c "'${CXX}' -std=c++17 ${FLAGS} '-DWORKER_ARGUMENTS=${worker}' '${CMAKE_CURRENT_LIST_DIR}/consumer.cpp' -o '${WORK}/consumer' \
--Wl,--as-needed $(pkg-config --cflags --libs rtk_utils-standins)")
+  run(sh -c "eval set -- $(pkg-config --cflags --libs rtk_utils-standins) && \
+'${CXX}' -std=c++17 ${FLAGS} '-DWORKER_ARGUMENTS=${worker}' '${CMAKE_CURRENT_LIST_DIR}/consumer.cpp' -o '${WORK}/consumer' -Wl,--as-needed \"$@\"")
   run(${EMULATOR} ${WORK}/consumer)
 else()
   build_and_run(-DCMAKE_PREFIX_PATH=${prefix} -DSTANDINS=standins -DCMAKE_EXE_LINKER_FLAGS=-Wl,--as-needed)

@@ -4,12 +4,16 @@ install(TARGETS rtk_utils LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT 
 install(DIRECTORY libapp/utils/include/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/rtk_utils COMPONENT development)
 install(DIRECTORY examples/ DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/librtk-utils-dev/examples COMPONENT development
         FILES_MATCHING PATTERN *.cpp PATTERN *.py)
+install(DIRECTORY docs/formats/ DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/librtk-utils-dev/formats COMPONENT development
+        FILES_MATCHING PATTERN *.md)   # which the headers name
 
-install(TARGETS standin_korvexlog standin_rtk_common
-        LIBRARY DESTINATION ${RTK_UTILS_STANDINS_DIR} COMPONENT standins)
-foreach(part korvexlog rtk_common vision)
-  install(DIRECTORY standins/${part}/include DESTINATION ${RTK_UTILS_STANDINS_DIR} COMPONENT standins)
-endforeach()
+if(TARGET standin_rtk_common)   # a subfolder may do without
+  install(TARGETS standin_korvexlog standin_rtk_common
+          LIBRARY DESTINATION ${RTK_UTILS_STANDINS_DIR} COMPONENT standins)
+  foreach(part korvexlog rtk_common vision)
+    install(DIRECTORY standins/${part}/include DESTINATION ${RTK_UTILS_STANDINS_DIR} COMPONENT standins)
+  endforeach()
+endif()
 
 include(CMakePackageConfigHelpers)
 set(package ${PROJECT_BINARY_DIR}/package)
@@ -31,4 +35,6 @@ foreach(name rtk_utils rtk_utils-standins)
   configure_file(cmake/package/${name}.pc.in ${package}/${name}.pc @ONLY)
 endforeach()
 install(FILES ${package}/rtk_utils.pc DESTINATION ${folder} COMPONENT development)
-install(FILES ${package}/rtk_utils-standins.pc DESTINATION ${folder} COMPONENT standins)
+if(TARGET standin_rtk_common)
+  install(FILES ${package}/rtk_utils-standins.pc DESTINATION ${folder} COMPONENT standins)
+endif()

@@ -4,7 +4,7 @@ add_test(NAME exports
                  ${CMAKE_NM} $<TARGET_FILE:rtk_utils> ${PROJECT_SOURCE_DIR}/libapp/utils/exports.txt)
 
 # Hosts of somebody else's, each way that there is to link it; platform_libraries is one more.
-foreach(mode standins pkgconfig subfolder)
+foreach(mode standins pkgconfig subfolder lookup)
   if(mode STREQUAL "standins" OR NOT CMAKE_CROSSCOMPILING)
     add_test(NAME install_${mode}
              COMMAND ${CMAKE_COMMAND} -DMODE=${mode} -DSOURCE=${PROJECT_SOURCE_DIR} -DBUILD=${PROJECT_BINARY_DIR}

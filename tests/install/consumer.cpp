@@ -8,6 +8,9 @@
 #include <rtk_gnss.h>
 #include <rtk_utils_version.h>
 #include <rtkcommon/thread_task.h>
+#ifdef WITH_STANDINS
+#include <vision/phg_lib.h>   // comes with them
+#endif
 
 #include <cstdio>
 #include <cstdlib>

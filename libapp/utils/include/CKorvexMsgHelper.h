@@ -1,7 +1,8 @@
 /// @file CKorvexMsgHelper.h  Packs and parses the device's own framed messages.
 ///
 /// A frame is, little-endian: AA 44 CC, header length 16, message ID (u16), extra word (u16), payload length N (u16),
-/// six zero bytes, N bytes of payload, CRC-32 of all that. docs/formats/device-frame.md has the whole of it.
+/// six zero bytes, N bytes of payload, CRC-32 of all that. docs/formats/device-frame.md has the whole of it
+/// (installed: share/doc/librtk-utils-dev/formats).
 #ifndef CKORVEXMSGHELPER_H
 #define CKORVEXMSGHELPER_H
 

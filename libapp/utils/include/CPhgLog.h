@@ -1,8 +1,8 @@
 /// @file CPhgLog.h  Binary dump of what the vision library is fed with.
 ///
 /// A dump file is a sequence of records without header or trailer, each a LogKvx_tag and its payload;
-/// docs/formats/dump-file.md describes it, `kvx dump` lists, checks and replays it. Hosts mostly dump through
-/// CPhgAdapter, which owns one of these logs:
+/// docs/formats/dump-file.md describes it (installed: share/doc/librtk-utils-dev/formats), `kvx dump` lists, checks and
+/// replays it. Hosts mostly dump through CPhgAdapter, which owns one of these logs:
 ///
 ///     auto worker = std::make_shared<aht::thread_task>("dump", 10000);   // at most so many records wait
 ///     CPhgLog log;

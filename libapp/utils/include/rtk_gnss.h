@@ -210,7 +210,7 @@ struct raw_t {
 /// their array. Initial_Rnx() sets the defaults; rcvkind is the host's to set.
 struct rnx_t {
     std::int32_t lastweek;    ///< GPS week of the last epoch written, -1: none
-    std::int32_t version;     ///< RINEX version times 100: 211, 302, 303, 304
+    std::int32_t version;     ///< RINEX version times 100: 211, 302, 303, 304; others are printed over columns of these
     std::int32_t firstweek;   ///< GPS week of the first epoch
     std::int32_t curweek;     ///< GPS week of the record handed in last
     double firsttow;          ///< seconds of week of the first epoch, negative: none
@@ -465,7 +465,8 @@ RTK_UTILS_API void pos2ecef(const double* pos, double* ecef);
 // then. Messages are kept as the record has room for: a number is narrowed as its field says, a satellite that has no
 // number here is dropped.
 
-/// Messages of the log by their number in the frame's header. docs/formats/log-frame.md describes the frame.
+/// Messages of the log by their number in the frame's header. docs/formats/log-frame.md describes the frame (installed:
+/// share/doc/librtk-utils-dev/formats).
 enum log_message_t : int {
     MSG_GPS_EPHEMERIS = 7,             ///< GPS ephemeris; PRN 33 and up: QZSS
     MSG_ION_UTC = 8,                   ///< ionosphere and UTC
@@ -542,10 +543,14 @@ RTK_UTILS_API void decode_satvisb(raw_t* raw);
 //     Initial_Rnx(&options);                                      // once a file, before its header
 //     options.version = 304;
 //     options.rcvkind = 9;                                        // no default: the host's to set
+//     std::strcpy(options.rectype, "KV4A0");                      // the board's name
 //     WriteRinexObsHeader(file, raw, &options);                   // file opened with "w+b": headers are patched
 //     WriteRinexObsRec(file, raw, &options, 0.0);                 // each epoch
 //     WriteRinexObsApppos(file, raw, &options);                   // at the end
 //     WriteRinexObsLastEpoch(file, &options);
+//
+// The header fits the epochs with "KV4A0" or "KV3A0" in rectype and any rcvkind but 1 (2.11 with BeiDou: and 6).
+// Without such a name it lacks satellites and signals that follow: with rcvkind 9 SBAS, unless sys_sbs is 0.
 //
 // Writers check no write: look at ferror() before fclose(), which hides errors. Texts come out in ASCII columns with
 // control characters as blanks, numbers with a decimal point whatever the locale.

@@ -169,21 +169,30 @@ void settle_folder(const std::string& folder)
     if (!settled) throw system_error(folder, "writing the folder");
 }
 
-void name_all(const std::vector<finished_file_t>& files, const std::vector<std::string>& paths, bool replace)
+void name_all(const std::vector<finished_file_t>& files, const std::vector<std::string>& paths, const claim_t& claim)
 {
+    const auto replace = [&claim](const std::string& path) {
+        return claim.replace || (claim.owned && claim.owned(path));
+    };
+    for (const std::string& path : paths) {
+        if (!claim.root.empty()) make_folder(std::filesystem::path(path).parent_path().string());
+    }
     made_files_t made;
     for (const std::string& path : paths) {
         if (made.contain(path))
             throw taken_t(path, "give the logs different names with --marker, or convert them one by one with --name",
                           "another log of this run has made this file");
-        demand_free(path, replace);
+        demand_free(path, replace(path));
     }
+    if (claim.before) claim.before(paths);
     std::size_t named = 0;
     try {
-        for (; named < files.size(); ++named) name_file(*files[named].file, paths[named], replace);
+        for (; named < files.size(); ++named) name_file(*files[named].file, paths[named], replace(paths[named]));
         for (const std::string& path : paths) made.add(path);
     } catch (...) {
-        for (std::size_t i = 0; i < named && !replace; ++i) ::unlink(paths[i].c_str());
+        for (std::size_t i = 0; i < named; ++i) {
+            if (!replace(paths[i])) ::unlink(paths[i].c_str());
+        }
         throw;
     }
 }
@@ -199,7 +208,7 @@ std::vector<std::string> name_beside(const std::vector<finished_file_t>& files, 
         paths.reserve(files.size());
         for (const auto& [file, name] : files) paths.push_back(file->folder() + "/" + numbered(name, number));
         try {
-            name_all(files, paths, false);
+            name_all(files, paths, {});
             return paths;
         } catch (const taken_t&) {
             if (number == kMost) throw;
@@ -213,20 +222,20 @@ std::string with_number_behind(const std::string& name, int number)
 }
 
 // Closed files, and where they are to be.
-std::vector<std::string> paths_of(const std::vector<finished_file_t>& files)
+std::vector<std::string> paths_of(const std::vector<finished_file_t>& files, const std::string& root)
 {
     std::vector<std::string> paths;
     for (const auto& [file, name] : files) {
         file->close(name);
-        paths.push_back((std::filesystem::path(file->folder()) / name).string());
+        paths.push_back((std::filesystem::path(root.empty() ? file->folder() : root) / name).string());
     }
     return paths;
 }
 
-void settle_folders(const std::vector<finished_file_t>& files)
+void settle_folders(const std::vector<std::string>& paths)
 {
     std::set<std::string> folders;
-    for (const auto& [file, name] : files) folders.insert(file->folder());
+    for (const std::string& path : paths) folders.insert(std::filesystem::path(path).parent_path().string());
     for (const std::string& folder : folders) settle_folder(folder);
 }
 
@@ -253,29 +262,29 @@ void demand_free(const std::string& path, bool replace)
     if (!replace && ::lstat(path.c_str(), &status) == 0) throw taken_t(path);
 }
 
-std::vector<std::string> publish(const std::vector<finished_file_t>& files, bool replace, bool live)
+std::vector<std::string> publish(const std::vector<finished_file_t>& files, const claim_t& claim)
 {
-    std::vector<std::string> paths = paths_of(files);
+    std::vector<std::string> paths = paths_of(files, claim.root);
     try {
-        name_all(files, paths, replace);
+        name_all(files, paths, claim);
     } catch (const taken_t& e) {
-        if (!live) throw;
+        if (!claim.live) throw;
         const std::vector<std::string> beside = name_beside(files, with_number_behind);
         throw taken_t(e.path(), "what was recorded is in " + beside.front());
     }
-    settle_folders(files);
+    settle_folders(paths);
     return paths;
 }
 
 std::vector<std::string> publish_beside(const std::vector<finished_file_t>& files, const numbered_t& numbered)
 {
-    std::vector<std::string> paths = paths_of(files);
+    std::vector<std::string> paths = paths_of(files, "");
     try {
-        name_all(files, paths, false);
+        name_all(files, paths, {});
     } catch (const taken_t&) {
         paths = name_beside(files, numbered);
     }
-    settle_folders(files);
+    settle_folders(paths);
     return paths;
 }
 
@@ -283,7 +292,7 @@ std::string publish(std::unique_ptr<output_file_t> file, const std::string& name
 {
     std::vector<finished_file_t> files;
     files.push_back({std::move(file), name});
-    return publish(files, replace).front();
+    return publish(files, {.replace = replace}).front();
 }
 
 }   // namespace kvx

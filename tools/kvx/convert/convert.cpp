@@ -12,6 +12,7 @@
 #include "convert/convert_options.h"
 #include "convert/jobs.h"
 #include "convert/task.h"
+#include "fleet/batch_run.h"
 #include "host/host_options.h"
 #include "revise/revise.h"
 
@@ -85,6 +86,7 @@ int convert_all(const convert_options_t& options, const std::vector<sources_t>& 
 
 int run(const convert_options_t& options)
 {
+    if (!options.batch.empty()) return convert_batch(options);
     if (has_logs(options.logs)) warn(options);
     make_folder(options.folder);
     begin_run(options.logs);

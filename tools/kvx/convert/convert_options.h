@@ -11,6 +11,8 @@
 
 namespace kvx {
 
+class recorder_t;
+
 /// Paths of what makes one result: a log, or all that are joined.
 using sources_t = std::vector<std::string>;
 
@@ -39,7 +41,14 @@ struct convert_options_t : selection_options_t {
     bool quiet = false;
     bool events = true;
     int jobs = 1;
-    std::string name;   ///< stem of the file names, empty: by convention
+    std::string batch, match = "*";   ///< list or folder of logs, and the names of a folder's
+    std::string ledger;               ///< of the batch
+    std::vector<std::string> known;   ///< ledgers of other runs
+    bool checksum = false;            ///< of logs and files are compared
+    std::string spelled;              ///< options that change files
+    std::string tree;                 ///< folders below `folder`, see file_names.h
+    recorder_t* recorder = nullptr;   ///< of a batch
+    std::string name;                 ///< stem of the file names, empty: by convention
 
     std::string marker, marker_number, marker_type, country;   // type empty: GEODETIC
     std::string observer, agency, run_by;

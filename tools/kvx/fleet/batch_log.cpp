@@ -1,0 +1,245 @@
+#include "fleet/batch_log.h"
+
+#include <sys/resource.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <chrono>
+#include <cmath>
+#include <filesystem>
+
+#include "common/error.h"
+#include "common/gps_time.h"
+#include "common/interrupt.h"
+#include "common/rinex_file.h"
+#include "convert/conversion.h"
+#include "convert/file_names.h"
+#include "convert/name_pattern.h"
+#include "convert/recorder.h"
+
+namespace kvx {
+
+namespace {
+
+using nlohmann::ordered_json;
+namespace fs = std::filesystem;
+
+constexpr const char kFailed[] = "failed";
+
+std::string spelled(const batch_terms_t& terms, const planned_log_t& log)
+{
+    return terms.spelled + (log.marker.empty() ? "" : " marker=" + log.marker) +
+           (log.country.empty() ? "" : " country=" + log.country);
+}
+
+std::string expanded(const std::string& pattern, const planned_log_t& log)
+{
+    return expand_fields(pattern, [&log](std::string_view field) -> std::optional<std::string> {
+        if (field == "stem") return log_stem(log.path);
+        if (field == "dir") return log.dir;
+        return std::nullopt;
+    });
+}
+
+convert_options_t options_of(const batch_terms_t& terms, const planned_log_t& log)
+{
+    convert_options_t options = terms.options;
+    options.logs = {log.path};
+    options.marker = log.marker.empty() ? expanded(options.marker, log) : log.marker;
+    if (!log.country.empty()) options.country = log.country;
+    options.tree = expanded(options.tree, log);
+    return options;
+}
+
+class stopwatch_t {
+public:
+    double seconds() const { return std::chrono::duration<double>(std::chrono::steady_clock::now() - began_).count(); }
+    double processor() const { return used() - used_; }
+
+private:
+    static double used()
+    {
+        rusage usage{};
+        ::getrusage(RUSAGE_SELF, &usage);
+        const auto seconds = [](const timeval& t) {
+            return static_cast<double>(t.tv_sec) + 1e-6 * static_cast<double>(t.tv_usec);
+        };
+        return seconds(usage.ru_utime) + seconds(usage.ru_stime);
+    }
+    std::chrono::steady_clock::time_point began_ = std::chrono::steady_clock::now();
+    double used_ = used();
+};
+
+double in_thousandths(double seconds)
+{
+    return std::round(seconds * 1000.0) / 1000.0;
+}
+
+ordered_json identity_json(const identity_t& i)
+{
+    ordered_json j = {{"bytes", i.bytes}, {"modified", i.modified}};
+    if (!i.sha256.empty()) j["sha256"] = i.sha256;
+    return j;
+}
+
+ordered_json left_out_json(const outcome_t& o)
+{
+    ordered_json j = ordered_json::object();
+    for (std::size_t fate = 1; fate < rinex::kFates; ++fate) {
+        std::uint64_t n = 0;
+        for (const signal_count_t& s : o.signals) n += s.counts.fates[fate];
+        if (n > 0) j[rinex::kFateNames[fate]] = n;
+    }
+    return j;
+}
+
+ordered_json losses_json(const summary_t& s)
+{
+    ordered_json j = {{"bytes", s.lost.bytes()}, {"bad_checksum", s.lost.bad_checksum}, {"refused", s.refused}};
+    if (s.clock.epochs_out > 0) j["epochs_out_of_order"] = s.clock.epochs_out;
+    if (!s.source_damage.empty()) j["source"] = s.source_damage;
+    return j;
+}
+
+void add_counts(ordered_json& j, const summary_t& s)
+{
+    const outcome_t& o = *s.outcome;
+    std::uint64_t records = 0, written = 0;
+    for (const signal_count_t& signal : o.signals) {
+        records += signal.counts.records();
+        written += signal.counts.written();
+    }
+    j["epochs"] = o.observations.epochs;
+    if (s.epochs.epochs > 0) {
+        j["first_epoch"] = date_text(s.epochs.first);
+        j["last_epoch"] = date_text(s.epochs.last);
+        j["interval"] = s.epochs.steps.usual();
+        j["missing_epochs"] = s.epochs.steps.missing();
+    }
+    j["observations"] = {{"in_log", records}, {"written", written}, {"left_out", left_out_json(o)}};
+    if (o.navigation) j["ephemerides"] = o.navigation->written;
+    j["lost"] = losses_json(s);
+}
+
+// Enters a conversion, and knows the files of those before it.
+class entry_t : public recorder_t {
+public:
+    entry_t(const batch_terms_t& terms, const planned_log_t& log, const account_t* account, ledger_file_t& ledger)
+        : terms_(terms),
+          log_(log),
+          account_(account),
+          ledger_(ledger),
+          identity_(identity_t::of(log.path, terms.checksum))
+    {}
+
+    std::string root() const override { return terms_.root; }
+
+    bool owns(const std::string& path) const override
+    {
+        return account_ != nullptr && account_->owned.count(name_of(path)) > 0;
+    }
+
+    // Files that wait for their names are those that get them: should the run be killed in between the next one finds
+    // them missing, and that they are its own.
+    void record(const summary_t& summary, const std::vector<finished_file_t>& files,
+                const std::vector<std::string>& paths) override
+    {
+        damaged_ = summary.damaged();
+        ordered_json line = head(damaged_ ? 3 : 0);
+        add_counts(line, summary);
+        ordered_json& all = line["files"] = ordered_json::array();
+        for (std::size_t i = 0; i < files.size(); ++i) {
+            made_.insert(name_of(paths[i]));
+            all.push_back({{"name", name_of(paths[i])}});
+            all.back().update(identity_json(*identity_t::of(files[i].file->path(), true)));
+        }
+        ledger_.add(line);
+    }
+
+    void record_failure(const std::string& why)
+    {
+        ordered_json line = head(1);
+        line["error"] = why;
+        line["files"] = ordered_json::array();
+        ledger_.add(line);
+    }
+
+    // What earlier conversions made under other names is replaced, too.
+    void remove_stale() const
+    {
+        if (account_ == nullptr) return;
+        for (const std::string& name : account_->owned) {
+            if (made_.count(name) == 0) ::unlink((fs::path(terms_.root) / name).c_str());
+        }
+    }
+
+    // As it was when the log was read: a log that grows meanwhile is another one for the next run.
+    bool is_done() const
+    {
+        if (account_ == nullptr || !account_->log || !identity_) return false;
+        if (!account_->log->same(*identity_) || account_->options != spelled(terms_, log_)) return false;
+        if (terms_.checksum && account_->log->sha256.empty()) return false;
+        return std::all_of(account_->files.begin(), account_->files.end(), [this](const auto& file) {
+            const auto there = identity_t::of((fs::path(terms_.root) / file.first).string(), terms_.checksum);
+            return there && there->same(file.second);
+        });
+    }
+
+    bool damaged() const { return damaged_; }
+
+private:
+    std::string name_of(const std::string& path) const
+    {
+        return fs::path(path).lexically_relative(terms_.root).string();
+    }
+
+    ordered_json head(int code) const
+    {
+        ordered_json line = {{"log", log_.path}};
+        line.update(identity_json(identity_.value_or(identity_t{})));
+        line["options"] = spelled(terms_, log_);
+        line["code"] = code;
+        line["seconds"] = in_thousandths(watch_.seconds());
+        line["processor_seconds"] = in_thousandths(watch_.processor());
+        return line;
+    }
+
+    const batch_terms_t& terms_;
+    const planned_log_t& log_;
+    const account_t* account_;
+    ledger_file_t& ledger_;
+    stopwatch_t watch_;
+    std::optional<identity_t> identity_;
+    std::set<std::string> made_;
+    bool damaged_ = false;
+};
+
+}   // namespace
+
+batch_result_t convert_planned(const batch_terms_t& terms, const planned_log_t& log, const account_t* account,
+                               ledger_file_t& ledger)
+{
+    entry_t entry(terms, log, account, ledger);
+    if (entry.is_done()) return batch_result_t::skipped;
+    convert_options_t options = options_of(terms, log);
+    options.recorder = &entry;
+    try {
+        if (kind_of_file(log.path) != file_kind_t::log)
+            throw error_t(log.path, "is a RINEX file", "a batch is of logs");
+        convert_logs(options, options.logs);
+    } catch (const interruption_t&) {
+        throw;
+    } catch (const std::exception& e) {
+        entry.record_failure(e.what());
+        throw;
+    }
+    entry.remove_stale();
+    return entry.damaged() ? batch_result_t::damaged : batch_result_t::converted;
+}
+
+void enter_failure(const batch_terms_t& terms, const planned_log_t& log, const std::string& why, ledger_file_t& ledger)
+{
+    entry_t(terms, log, nullptr, ledger).record_failure(why);
+}
+
+}   // namespace kvx

@@ -1,0 +1,236 @@
+#include "fleet/batch_run.h"
+
+#include <malloc.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <atomic>
+#include <chrono>
+#include <csignal>
+#include <cstdio>
+#include <cstring>
+#include <filesystem>
+#include <map>
+
+#include "common/batch.h"
+#include "common/command.h"
+#include "common/error.h"
+#include "common/interrupt.h"
+#include "common/left_overs.h"
+#include "common/output_file.h"
+#include "common/progress.h"
+#include "common/publish.h"
+#include "common/shared_array.h"
+#include "common/text_format.h"
+#include "fleet/batch_log.h"
+
+namespace kvx {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+enum count_t : std::size_t { kConverted, kDamagedLogs, kSkipped, kFailedLogs, kCounts };
+
+std::vector<std::string> paths_of(const std::vector<planned_log_t>& plan)
+{
+    std::vector<std::string> paths;
+    for (const planned_log_t& log : plan) paths.push_back(log.path);
+    return paths;
+}
+
+class batch_run_t {
+public:
+    batch_run_t(const convert_options_t& options, std::vector<planned_log_t> plan)
+        : options_(options),
+          plan_(std::move(plan)),
+          root_(fs::absolute(options.folder).lexically_normal().string()),
+          work_(root_ + "/.kvx-batch-" + fs::path(options.ledger).filename().string()),
+          terms_{options_, options.spelled, root_, options.checksum},
+          accounts_(read_accounts()),
+          ledger_(options.ledger),
+          notes_(paths_of(plan_), "logs"),
+          progress_(paths_of(plan_), options.quiet),
+          shared_(1),
+          under_way_(static_cast<std::size_t>(options.jobs))
+    {
+        make_folder(work_);
+        remove_left_overs(work_);
+        options_.folder = work_;
+    }
+
+    int run()
+    {
+        malloc_trim(0);
+        const std::size_t workers = std::min(plan_.size(), under_way_.size());
+        for (std::size_t place = 0; place < workers; ++place) start(place);
+        while (!workers_.empty()) wait_for_one();
+        ::rmdir(work_.c_str());
+        tell();
+        notes_.tell();
+        if (interrupted()) return interrupt_code();
+        return count(kFailedLogs) > 0 ? kFailed : count(kDamagedLogs) > 0 ? kDamaged : kDone;
+    }
+
+private:
+    // Shared by all processes.
+    struct shared_t {
+        std::uint64_t next;   // log
+        std::uint64_t counts[kCounts], bytes;
+    };
+
+    std::map<std::string, account_t> read_accounts() const
+    {
+        std::vector<std::string> paths = options_.known;
+        paths.push_back(options_.ledger);
+        std::set<std::string> wanted;
+        for (const planned_log_t& log : plan_) wanted.insert(log.path);
+        return read_ledgers(paths, [&wanted](const std::string& log) { return wanted.count(log) > 0; });
+    }
+
+    std::uint64_t count(count_t which) { return std::atomic_ref(shared_[0].counts[which]).load(); }
+    void add(count_t which) { ++std::atomic_ref(shared_[0].counts[which]); }
+
+    void start(std::size_t place)
+    {
+        std::fflush(stdout);
+        const pid_t pid = ::fork();
+        if (pid == 0) {
+            work(place);
+            std::fflush(nullptr);
+            ::_exit(kDone);
+        }
+        if (pid < 0) throw system_error("kvx", "starting a process");
+        workers_.emplace(pid, place);
+    }
+
+    void work(std::size_t place)
+    {
+        while (!interrupted()) {
+            const std::uint64_t task = std::atomic_ref(shared_[0].next)++;
+            if (task >= plan_.size()) return;
+            under_way_[place] = task + 1;
+            convert(task);
+            under_way_[place] = 0;
+        }
+    }
+
+    void convert(std::uint64_t task)
+    {
+        const planned_log_t& log = plan_[task];
+        const progress_piece_t piece(task);
+        const auto known = accounts_.find(log.path);
+        try {
+            switch (convert_planned(terms_, log, known == accounts_.end() ? nullptr : &known->second, ledger_)) {
+                case batch_result_t::skipped:
+                    return add(kSkipped);
+                case batch_result_t::damaged:
+                    notes_.note(task, "damaged", "see the ledger");
+                    add(kDamagedLogs);
+                    break;
+                case batch_result_t::converted:
+                    add(kConverted);
+            }
+            std::error_code error;
+            std::atomic_ref(shared_[0].bytes) += fs::file_size(log.path, error);
+        } catch (const interruption_t&) {   // for the next run
+        } catch (const std::exception& e) {
+            fail(task, e);
+        }
+    }
+
+    void fail(std::uint64_t task, const std::exception& e)
+    {
+        add(kFailedLogs);
+        notes_.failed(task, e);
+        const progress_aside_t aside(STDERR_FILENO);
+        print_failure(e, plan_[task].path);
+    }
+
+    void wait_for_one()
+    {
+        if (interrupted() && !told_) {   // a signal that perhaps only this process got
+            told_ = true;
+            for (const auto& [worker, place] : workers_) ::kill(worker, SIGUSR1);
+        }
+        int status = 0;
+        const pid_t done = ::wait(&status);
+        const auto worker = workers_.find(done);
+        if (done < 0 || worker == workers_.end()) return;
+        const std::size_t place = worker->second;
+        workers_.erase(worker);
+        if (!WIFSIGNALED(status)) return;
+        end_killed(place, WTERMSIG(status));
+        if (!interrupted()) start(place);
+    }
+
+    // The others go on, without the log that it was at.
+    void end_killed(std::size_t place, int signal)
+    {
+        const std::uint64_t task = under_way_[place];
+        under_way_[place] = 0;
+        remove_left_overs(work_);
+        if (task == 0) return;
+        progress_.end(task - 1);
+        const char* name = sigdescr_np(signal);
+        const error_t why(plan_[task - 1].path, "its process was killed by signal " + std::to_string(signal),
+                          name == nullptr ? "" : name);
+        enter_failure(terms_, plan_[task - 1], why.what(), ledger_);
+        fail(task - 1, why);
+    }
+
+    void tell()
+    {
+        const double seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - began_).count();
+        const std::uint64_t left =
+            plan_.size() - count(kConverted) - count(kDamagedLogs) - count(kSkipped) - count(kFailedLogs);
+        if (options_.quiet && !options_.json) return;
+        const double megabytes = static_cast<double>(shared_[0].bytes) / 1e6;
+        if (options_.json) {
+            const nlohmann::ordered_json j = {{"logs", plan_.size()},           {"converted", count(kConverted)},
+                                              {"damaged", count(kDamagedLogs)}, {"skipped", count(kSkipped)},
+                                              {"failed", count(kFailedLogs)},   {"left", left},
+                                              {"bytes", shared_[0].bytes},      {"seconds", seconds},
+                                              {"ledger", options_.ledger}};
+            std::printf("%s\n", j.dump().c_str());
+            return;
+        }
+        std::printf(
+            "%s: %llu converted, %llu damaged, %llu done before, %llu failed", plural(plan_.size(), "log").c_str(),
+            static_cast<unsigned long long>(count(kConverted)), static_cast<unsigned long long>(count(kDamagedLogs)),
+            static_cast<unsigned long long>(count(kSkipped)), static_cast<unsigned long long>(count(kFailedLogs)));
+        if (left > 0) std::printf(", %llu left", static_cast<unsigned long long>(left));
+        std::printf("\n%.1f MB in %.1f s; what became of each stands in %s\n", megabytes, seconds,
+                    options_.ledger.c_str());
+    }
+
+    convert_options_t options_;
+    std::vector<planned_log_t> plan_;
+    std::string root_, work_;   // of the tree, of files that are not whole
+    batch_terms_t terms_;
+    std::map<std::string, account_t> accounts_;
+    ledger_file_t ledger_;
+    batch_t notes_;
+    progress_run_t progress_;
+    shared_array_t<shared_t> shared_;
+    shared_array_t<std::uint64_t> under_way_;   // of each worker its log and one, 0: none
+    std::map<pid_t, std::size_t> workers_;      // and their places
+    bool told_ = false;                         // that there was an interrupt
+    std::chrono::steady_clock::time_point began_ = std::chrono::steady_clock::now();
+};
+
+}   // namespace
+
+int convert_batch(const convert_options_t& options)
+{
+    std::vector<planned_log_t> plan = read_plan(options.batch, options.match);
+    if (plan.empty()) throw error_t(options.batch, "names no log", "a list, a line each, or a folder");
+    make_folder(options.folder);
+    begin_run(paths_of(plan));
+    catch_interrupts();
+    return batch_run_t(options, std::move(plan)).run();
+}
+
+}   // namespace kvx

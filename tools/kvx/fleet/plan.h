@@ -1,0 +1,25 @@
+/// @file plan.h  The logs of an archive, and what is known of their sites.
+#ifndef KVX_PLAN_H
+#define KVX_PLAN_H
+
+#include <string>
+#include <vector>
+
+namespace kvx {
+
+struct planned_log_t {
+    std::string path;              ///< absolute
+    std::string dir;               ///< folder below the one that was named; of a list the name of the log's own
+    std::string marker, country;   ///< empty: as the command line says
+};
+
+/// The files of a folder and of those below it, but for hidden ones; or the lines of a list: a path, or path, marker
+/// and country between tabs. What begins with # is none. Each log once.
+/// @param source  folder or list, - is standard input
+/// @param match   pattern of the names of a folder's files: "*.log"
+/// @throws error_t
+std::vector<planned_log_t> read_plan(const std::string& source, const std::string& match);
+
+}   // namespace kvx
+
+#endif

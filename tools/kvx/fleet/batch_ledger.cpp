@@ -7,6 +7,7 @@
 
 #include <fstream>
 
+#include "common/command.h"
 #include "common/error.h"
 #include "common/json_text.h"
 #include "common/output_file.h"
@@ -33,7 +34,7 @@ void take_line(const json& line, account_t& account)
     account.files = std::move(files);
     account.options = line.at("options").get<std::string>();
     account.log.reset();
-    if (line.at("code").get<int>() != 1) account.log = identity_in(line);
+    if (line.at("code").get<int>() != kFailed) account.log = identity_in(line);
 }
 
 void read_ledger(const std::string& path, const std::function<bool(const std::string& log)>& wanted,

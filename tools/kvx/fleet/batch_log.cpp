@@ -8,6 +8,7 @@
 #include <cmath>
 #include <filesystem>
 
+#include "common/command.h"
 #include "common/error.h"
 #include "common/gps_time.h"
 #include "common/interrupt.h"
@@ -23,8 +24,6 @@ namespace {
 
 using nlohmann::ordered_json;
 namespace fs = std::filesystem;
-
-constexpr const char kFailed[] = "failed";
 
 std::string spelled(const batch_terms_t& terms, const planned_log_t& log)
 {
@@ -145,7 +144,7 @@ public:
                 const std::vector<std::string>& paths) override
     {
         damaged_ = summary.damaged();
-        ordered_json line = head(damaged_ ? 3 : 0);
+        ordered_json line = head(damaged_ ? kDamaged : kDone);
         add_counts(line, summary);
         ordered_json& all = line["files"] = ordered_json::array();
         for (std::size_t i = 0; i < files.size(); ++i) {
@@ -156,9 +155,10 @@ public:
         ledger_.add(line);
     }
 
-    void record_failure(const std::string& why)
+    void record_failure(std::string_view why)
     {
-        ordered_json line = head(1);
+        ordered_json line = head(kFailed);
+        if (why.starts_with(log_.path + ": ")) why.remove_prefix(log_.path.size() + 2);
         line["error"] = why;
         line["files"] = ordered_json::array();
         ledger_.add(line);

@@ -1,6 +1,7 @@
 #include "fleet/batch_run.h"
 
 #include <malloc.h>
+#include <sys/prctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -96,9 +97,10 @@ private:
     void start(std::size_t place)
     {
         std::fflush(stdout);
-        const pid_t pid = ::fork();
+        const pid_t parent = ::getpid(), pid = ::fork();
         if (pid == 0) {
-            work(place);
+            ::prctl(PR_SET_PDEATHSIG, SIGTERM);   // without a parent nobody tells what became of the logs
+            if (::getppid() == parent) work(place);
             std::fflush(nullptr);
             ::_exit(kDone);
         }

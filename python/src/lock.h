@@ -5,7 +5,6 @@
 #ifndef RTK_PYTHON_LOCK_H
 #define RTK_PYTHON_LOCK_H
 
-#include <cxxabi.h>
 #include <pybind11/pybind11.h>
 #include <unistd.h>
 
@@ -18,7 +17,7 @@ auto take_lock(Take take, Arguments... arguments) noexcept
 {
     try {
         return take(arguments...);
-    } catch (const abi::__forced_unwind&) {
+    } catch (...) {   // these calls throw nothing: the stack is being unwound
         for (;;) ::pause();
     }
 }

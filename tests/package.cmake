@@ -11,7 +11,7 @@ foreach(mode standins pkgconfig subfolder lookup)
                      -DWORK=${CMAKE_CURRENT_BINARY_DIR}/install/${mode} -DCXX=${CMAKE_CXX_COMPILER} -DREADELF=${CMAKE_READELF}
                      -DVERSION=${PROJECT_VERSION} -DTOOLCHAIN=${CMAKE_TOOLCHAIN_FILE} "-DFLAGS=${CMAKE_CXX_FLAGS}"
                      "-DEMULATOR=${CMAKE_CROSSCOMPILING_EMULATOR}" -P ${CMAKE_CURRENT_SOURCE_DIR}/install/run.cmake)
-    set_tests_properties(install_${mode} PROPERTIES LABELS threads TIMEOUT 600)
+    set_tests_properties(install_${mode} PROPERTIES LABELS device TIMEOUT 600)
   endif()
 endforeach()
 set_tests_properties(install_subfolder PROPERTIES LABELS "packages")

@@ -204,6 +204,10 @@ TEST(WholeEpochs, EachComesOnceWithAllItsMessages)
                 *raw, log, [] { return 777; }, each);
         if (way == 2) by_file(*raw, log, 0, each);
         EXPECT_TRUE(epochs.Pending());
+        EXPECT_EQ(nullptr, epochs.Add(nullptr, DECODE_OBS));   // what is none disturbs nothing
+        EXPECT_FALSE(epochs.Continues(nullptr));
+        std::unique_ptr<raw_t> none;
+        epochs.Exchange(none);
         take(epochs.Flush());
         EXPECT_EQ(nullptr, epochs.Flush());
         EXPECT_TRUE(seen == wanted) << "way " << way;

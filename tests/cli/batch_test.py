@@ -56,7 +56,7 @@ class Batch(unittest.TestCase):
         return json.loads(kvx("convert", "--json", "-q", "--batch", self.dir / source, "-o", self.out, *TREE, *options, code=code).stdout)
 
     def lines(self):
-        return [json.loads(line) for line in self.ledger.read_text().splitlines() if line.endswith("}")]   # others are torn
+        return [json.loads(line[line.rindex('{"log":'):]) for line in self.ledger.read_text().splitlines() if line.endswith("}")]
 
     def files(self):
         return {str(path.relative_to(self.out)): path for path in self.out.rglob("*") if path.is_file() and path != self.ledger}
@@ -119,8 +119,10 @@ class Batch(unittest.TestCase):
             time.sleep(chance.uniform(0, 0.05))
             os.killpg(run.pid, signal.SIGKILL)
             run.wait()
-        with self.ledger.open("a") as ledger:
-            ledger.write('{"log":"torn')
+        with self.ledger.open("r+") as ledger:   # torn, with a line behind it, and torn at the end
+            lines = ledger.read()
+            ledger.seek(0)
+            ledger.write('{"log":"/x","co' + lines + '{"log":"torn')
         self.batch()
         self.demand_plain_files()
 

@@ -9,7 +9,6 @@
 
 #include "common/command.h"
 #include "common/error.h"
-#include "common/json_text.h"
 #include "common/output_file.h"
 #include "fleet/digest.h"
 
@@ -37,24 +36,14 @@ void take_line(const json& line, account_t& account)
     if (line.at("code").get<int>() != kFailed) account.log = identity_in(line);
 }
 
-void read_ledger(const std::string& path, const std::function<bool(const std::string& log)>& wanted,
-                 std::map<std::string, account_t>& accounts)
+// Behind a torn line another one may stand.
+json parsed(const std::string& text)
 {
-    std::ifstream ledger(path);
-    if (!ledger && errno == ENOENT) return;
-    if (!ledger) throw system_error(path, "reading the ledger");
-    std::string text;
-    while (std::getline(ledger, text)) {
-        const json line = json::parse(text, nullptr, false);
-        if (line.is_discarded()) continue;
-        try {
-            const std::string log = line.at("log").get<std::string>();
-            if (wanted(log)) take_line(line, accounts[log]);
-        } catch (const json::exception& e) {
-            throw error_t(path, "is no ledger of this program", e.what());
-        }
-    }
-    if (ledger.bad()) throw system_error(path, "reading the ledger");
+    constexpr const char* kBegin = "{\"log\":";
+    json line = json::parse(text, nullptr, false);
+    const std::size_t last = text.rfind(kBegin);
+    if (line.is_discarded() && last != 0 && last != text.npos) line = json::parse(text.substr(last), nullptr, false);
+    return line;
 }
 
 }   // namespace
@@ -75,11 +64,35 @@ bool identity_t::same(const identity_t& other) const
            (sha256.empty() || other.sha256.empty() || sha256 == other.sha256);
 }
 
+std::uint64_t read_ledger(const std::string& path, const std::function<void(const nlohmann::json& line)>& take)
+{
+    std::ifstream ledger(path);
+    if (!ledger) throw system_error(path, "reading the ledger");
+    std::uint64_t torn = 0;
+    std::string text;
+    for (std::uint64_t number = 1; std::getline(ledger, text); ++number) {
+        const json line = parsed(text);
+        try {
+            line.is_discarded() ? static_cast<void>(++torn) : take(line);
+        } catch (const json::exception& e) {
+            throw error_t(path + ":" + std::to_string(number), "is no line of a batch's ledger", e.what());
+        }
+    }
+    if (ledger.bad()) throw system_error(path, "reading the ledger");
+    return torn;
+}
+
 std::map<std::string, account_t> read_ledgers(const std::vector<std::string>& paths,
                                               const std::function<bool(const std::string& log)>& wanted)
 {
     std::map<std::string, account_t> accounts;
-    for (const std::string& path : paths) read_ledger(path, wanted, accounts);
+    for (const std::string& path : paths) {
+        if (::access(path.c_str(), F_OK) != 0 && errno == ENOENT) continue;
+        read_ledger(path, [&](const json& line) {
+            const auto log = line.at("log").get<std::string>();
+            if (wanted(log)) take_line(line, accounts[log]);
+        });
+    }
     return accounts;
 }
 
@@ -109,9 +122,9 @@ ledger_file_t::~ledger_file_t()
 }
 
 // One call a line: lines of several processes do not mix.
-void ledger_file_t::add(const nlohmann::ordered_json& line)
+void ledger_file_t::add(std::string text)
 {
-    const std::string text = json_text(line) + "\n";
+    text += '\n';
     const ssize_t written = ::write(fd_, text.data(), text.size());
     if (written >= 0 && static_cast<std::size_t>(written) < text.size()) errno = ENOSPC;
     if (written != static_cast<ssize_t>(text.size()) || !is_on_disk(fd_))

@@ -35,8 +35,14 @@ struct account_t {
     std::set<std::string> owned;   ///< all files that were ever made of it
 };
 
-/// Reads the lines of ledgers, for the logs that are wanted. Lines that are torn are none.
-/// @throws error_t when a ledger that is there cannot be read
+/// Reads a ledger line by line. Lines that are torn, as killed runs and full disks leave them, are none.
+/// @param take  a line; it may throw nlohmann::json::exception for one that is no ledger's
+/// @return torn lines
+/// @throws error_t
+std::uint64_t read_ledger(const std::string& path, const std::function<void(const nlohmann::json& line)>& take);
+
+/// Reads ledgers for the logs that are wanted. One that is not there has no lines.
+/// @throws error_t
 std::map<std::string, account_t> read_ledgers(const std::vector<std::string>& paths,
                                               const std::function<bool(const std::string& log)>& wanted);
 
@@ -51,7 +57,7 @@ public:
 
     /// Writes a line, which is on the disk then.
     /// @throws error_t
-    void add(const nlohmann::ordered_json& line);
+    void add(std::string line);
 
 private:
     std::string path_;

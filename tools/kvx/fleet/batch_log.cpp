@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <array>
 #include <chrono>
 #include <cmath>
 #include <filesystem>
@@ -17,13 +18,23 @@
 #include "convert/file_names.h"
 #include "convert/name_pattern.h"
 #include "convert/recorder.h"
+#include "fleet/json_object.h"
 
 namespace kvx {
 
 namespace {
 
-using nlohmann::ordered_json;
 namespace fs = std::filesystem;
+
+bool is_utf8(const std::string& text)
+{
+    try {
+        static_cast<void>(nlohmann::json(text).dump());
+        return true;
+    } catch (const nlohmann::json::exception&) {
+        return false;
+    }
+}
 
 std::string spelled(const batch_terms_t& terms, const planned_log_t& log)
 {
@@ -74,50 +85,54 @@ double in_thousandths(double seconds)
     return std::round(seconds * 1000.0) / 1000.0;
 }
 
-ordered_json identity_json(const identity_t& i)
+void add_identity(json_object_t& j, const identity_t& i)
 {
-    ordered_json j = {{"bytes", i.bytes}, {"modified", i.modified}};
-    if (!i.sha256.empty()) j["sha256"] = i.sha256;
-    return j;
+    j.add("bytes", i.bytes);
+    j.add("modified", i.modified);
+    if (!i.sha256.empty()) j.add("sha256", i.sha256);
 }
 
-ordered_json left_out_json(const outcome_t& o)
+json_object_t observations_json(const outcome_t& o)
 {
-    ordered_json j = ordered_json::object();
-    for (std::size_t fate = 1; fate < rinex::kFates; ++fate) {
-        std::uint64_t n = 0;
-        for (const signal_count_t& s : o.signals) n += s.counts.fates[fate];
-        if (n > 0) j[rinex::kFateNames[fate]] = n;
-    }
-    return j;
-}
-
-ordered_json losses_json(const summary_t& s)
-{
-    ordered_json j = {{"bytes", s.lost.bytes()}, {"bad_checksum", s.lost.bad_checksum}, {"refused", s.refused}};
-    if (s.clock.epochs_out > 0) j["epochs_out_of_order"] = s.clock.epochs_out;
-    if (!s.source_damage.empty()) j["source"] = s.source_damage;
-    return j;
-}
-
-void add_counts(ordered_json& j, const summary_t& s)
-{
-    const outcome_t& o = *s.outcome;
-    std::uint64_t records = 0, written = 0;
+    std::array<std::uint64_t, rinex::kFates> fates{};
+    std::uint64_t records = 0;
     for (const signal_count_t& signal : o.signals) {
         records += signal.counts.records();
-        written += signal.counts.written();
+        for (std::size_t fate = 0; fate < rinex::kFates; ++fate) fates[fate] += signal.counts.fates[fate];
     }
-    j["epochs"] = o.observations.epochs;
+    json_object_t j, left_out;
+    for (std::size_t fate = 1; fate < rinex::kFates; ++fate) {
+        if (fates[fate] > 0) left_out.add(rinex::kFateNames[fate], fates[fate]);
+    }
+    j.add("in_log", records);
+    j.add("written", fates[0]);
+    j.add("left_out", left_out);
+    return j;
+}
+
+json_object_t losses_json(const summary_t& s)
+{
+    json_object_t j;
+    j.add("bytes", s.lost.bytes());
+    j.add("bad_checksum", s.lost.bad_checksum);
+    j.add("refused", s.refused);
+    if (s.clock.epochs_out > 0) j.add("epochs_out_of_order", s.clock.epochs_out);
+    if (!s.source_damage.empty()) j.add("source", s.source_damage);
+    return j;
+}
+
+void add_counts(json_object_t& j, const summary_t& s)
+{
+    j.add("epochs", s.outcome->observations.epochs);
     if (s.epochs.epochs > 0) {
-        j["first_epoch"] = date_text(s.epochs.first);
-        j["last_epoch"] = date_text(s.epochs.last);
-        j["interval"] = s.epochs.steps.usual();
-        j["missing_epochs"] = s.epochs.steps.missing();
+        j.add("first_epoch", date_text(s.epochs.first));
+        j.add("last_epoch", date_text(s.epochs.last));
+        j.add("interval", s.epochs.steps.usual());
+        j.add("missing_epochs", s.epochs.steps.missing());
     }
-    j["observations"] = {{"in_log", records}, {"written", written}, {"left_out", left_out_json(o)}};
-    if (o.navigation) j["ephemerides"] = o.navigation->written;
-    j["lost"] = losses_json(s);
+    j.add("observations", observations_json(*s.outcome));
+    if (s.outcome->navigation) j.add("ephemerides", s.outcome->navigation->written);
+    j.add("lost", losses_json(s));
 }
 
 // Enters a conversion, and knows the files of those before it.
@@ -144,24 +159,25 @@ public:
                 const std::vector<std::string>& paths) override
     {
         damaged_ = summary.damaged();
-        ordered_json line = head(damaged_ ? kDamaged : kDone);
+        json_object_t line = head(damaged_ ? kDamaged : kDone);
         add_counts(line, summary);
-        ordered_json& all = line["files"] = ordered_json::array();
+        std::vector<json_object_t> all(files.size());
         for (std::size_t i = 0; i < files.size(); ++i) {
             made_.insert(name_of(paths[i]));
-            all.push_back({{"name", name_of(paths[i])}});
-            all.back().update(identity_json(*identity_t::of(files[i].file->path(), true)));
+            all[i].add("name", name_of(paths[i]));
+            add_identity(all[i], identity_t::of(files[i].file->path(), true).value());
         }
-        ledger_.add(line);
+        line.add("files", all);
+        ledger_.add(line.text());
     }
 
     void record_failure(std::string_view why)
     {
-        ordered_json line = head(kFailed);
+        json_object_t line = head(kFailed);
         if (why.starts_with(log_.path + ": ")) why.remove_prefix(log_.path.size() + 2);
-        line["error"] = why;
-        line["files"] = ordered_json::array();
-        ledger_.add(line);
+        line.add("error", why);
+        line.add("files", std::vector<json_object_t>());
+        ledger_.add(line.text());
     }
 
     // What earlier conversions made under other names is replaced, too.
@@ -193,14 +209,15 @@ private:
         return fs::path(path).lexically_relative(terms_.root).string();
     }
 
-    ordered_json head(int code) const
+    json_object_t head(int code) const
     {
-        ordered_json line = {{"log", log_.path}};
-        line.update(identity_json(identity_.value_or(identity_t{})));
-        line["options"] = spelled(terms_, log_);
-        line["code"] = code;
-        line["seconds"] = in_thousandths(watch_.seconds());
-        line["processor_seconds"] = in_thousandths(watch_.processor());
+        json_object_t line;
+        line.add("log", log_.path);
+        add_identity(line, identity_.value_or(identity_t{}));
+        line.add("options", spelled(terms_, log_));
+        line.add("code", code);
+        line.add("seconds", in_thousandths(watch_.seconds()));
+        line.add("processor_seconds", in_thousandths(watch_.processor()));
         return line;
     }
 
@@ -224,6 +241,7 @@ batch_result_t convert_planned(const batch_terms_t& terms, const planned_log_t& 
     convert_options_t options = options_of(terms, log);
     options.recorder = &entry;
     try {
+        if (!is_utf8(log.path)) throw error_t(log.path, "is no name in UTF-8", "a ledger can have no others");
         if (kind_of_file(log.path) != file_kind_t::log)
             throw error_t(log.path, "is a RINEX file", "a batch is of logs");
         convert_logs(options, options.logs);

@@ -8,12 +8,14 @@
 #include <algorithm>
 #include <array>
 #include <atomic>
+#include <cerrno>
 #include <chrono>
 #include <csignal>
 #include <cstdio>
 #include <cstring>
 #include <filesystem>
 #include <map>
+#include <utility>
 
 #include "common/batch.h"
 #include "common/command.h"
@@ -55,20 +57,35 @@ public:
           notes_(paths_of(plan_), "logs"),
           progress_(paths_of(plan_), options.quiet),
           shared_(1),
-          under_way_(static_cast<std::size_t>(options.jobs))
+          under_way_(static_cast<std::size_t>(options.jobs)),
+          workers_(under_way_.size())
     {
         make_folder(work_);
         remove_left_overs(work_);
         options_.folder = work_;
     }
 
+    ~batch_run_t()   // who gives up half way waits for what is under way
+    {
+        tell_workers(SIGTERM);
+        while (running_ > 0) {
+            if (::wait(nullptr) > 0)
+                --running_;
+            else if (errno != EINTR)
+                break;
+        }
+        remove_left_overs(work_);
+        ::rmdir(work_.c_str());
+    }
+    batch_run_t(const batch_run_t&) = delete;
+    batch_run_t& operator=(const batch_run_t&) = delete;
+
     int run()
     {
         malloc_trim(0);
         const std::size_t workers = std::min(plan_.size(), under_way_.size());
         for (std::size_t place = 0; place < workers; ++place) start(place);
-        while (!workers_.empty()) wait_for_one();
-        ::rmdir(work_.c_str());
+        while (running_ > 0) wait_for_one();
         tell();
         notes_.tell();
         if (interrupted()) return interrupt_code();
@@ -98,14 +115,23 @@ private:
     {
         std::fflush(stdout);
         const pid_t parent = ::getpid(), pid = ::fork();
-        if (pid == 0) {
-            ::prctl(PR_SET_PDEATHSIG, SIGTERM);   // without a parent nobody tells what became of the logs
-            if (::getppid() == parent) work(place);
-            std::fflush(nullptr);
-            ::_exit(kDone);
-        }
+        if (pid == 0) work_and_exit(place, parent);
         if (pid < 0) throw system_error("kvx", "starting a process");
-        workers_.emplace(pid, place);
+        workers_[place] = pid;
+        ++running_;
+    }
+
+    [[noreturn]] void work_and_exit(std::size_t place, pid_t parent)
+    {
+        ::prctl(PR_SET_PDEATHSIG, SIGTERM);   // without a parent nobody tells what became of the logs
+        int code = kDone;
+        try {
+            if (::getppid() == parent) work(place);
+        } catch (...) {   // of telling that something failed
+            code = kFailed;
+        }
+        std::fflush(nullptr);
+        ::_exit(code);
     }
 
     void work(std::size_t place)
@@ -151,36 +177,41 @@ private:
         print_failure(e, plan_[task].path);
     }
 
+    void tell_workers(int signal)
+    {
+        for (const pid_t worker : workers_) {
+            if (worker > 0) ::kill(worker, signal);
+        }
+    }
+
     void wait_for_one()
     {
-        if (interrupted() && !told_) {   // a signal that perhaps only this process got
-            told_ = true;
-            for (const auto& [worker, place] : workers_) ::kill(worker, SIGUSR1);
-        }
+        if (interrupted() && !std::exchange(told_, true)) tell_workers(SIGUSR1);   // perhaps only this process got it
         int status = 0;
         const pid_t done = ::wait(&status);
-        const auto worker = workers_.find(done);
+        const auto worker = std::find(workers_.begin(), workers_.end(), done);
         if (done < 0 || worker == workers_.end()) return;
-        const std::size_t place = worker->second;
-        workers_.erase(worker);
-        if (!WIFSIGNALED(status)) return;
-        end_killed(place, WTERMSIG(status));
+        *worker = 0;
+        --running_;
+        const auto place = static_cast<std::size_t>(worker - workers_.begin());
+        if (WIFEXITED(status) && WEXITSTATUS(status) == kDone) return;
+        end_lost(place, WIFSIGNALED(status) ? WTERMSIG(status) : 0);
         if (!interrupted()) start(place);
     }
 
     // The others go on, without the log that it was at.
-    void end_killed(std::size_t place, int signal)
+    void end_lost(std::size_t place, int signal)
     {
-        const std::uint64_t task = under_way_[place];
-        under_way_[place] = 0;
+        const std::uint64_t task = std::exchange(under_way_[place], 0);
         remove_left_overs(work_);
         if (task == 0) return;
         progress_.end(task - 1);
         const char* name = sigdescr_np(signal);
-        const error_t why(plan_[task - 1].path, "its process was killed by signal " + std::to_string(signal),
+        const error_t why(plan_[task - 1].path,
+                          signal == 0 ? "out of memory" : "its process was killed by signal " + std::to_string(signal),
                           name == nullptr ? "" : name);
-        enter_failure(terms_, plan_[task - 1], why.what(), ledger_);
         fail(task - 1, why);
+        enter_failure(terms_, plan_[task - 1], why.what(), ledger_);
     }
 
     void tell()
@@ -218,7 +249,8 @@ private:
     progress_run_t progress_;
     shared_array_t<shared_t> shared_;
     shared_array_t<std::uint64_t> under_way_;   // of each worker its log and one, 0: none
-    std::map<pid_t, std::size_t> workers_;      // and their places
+    std::vector<pid_t> workers_;                // 0: none
+    std::size_t running_ = 0;                   // of them
     bool told_ = false;                         // that there was an interrupt
     std::chrono::steady_clock::time_point began_ = std::chrono::steady_clock::now();
 };

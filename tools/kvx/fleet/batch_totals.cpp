@@ -1,11 +1,8 @@
 #include "fleet/batch_totals.h"
 
-#include <fstream>
-#include <nlohmann/json.hpp>
-
 #include "common/command.h"
-#include "common/error.h"
 #include "common/text_format.h"
+#include "fleet/batch_ledger.h"
 
 namespace kvx {
 
@@ -37,26 +34,6 @@ outcome_of_log_t outcome_in(const json& line)
     o.bad_checksum = lost.at("bad_checksum").get<std::uint64_t>();
     o.refused = lost.at("refused").get<std::uint64_t>();
     return o;
-}
-
-void read_ledger(const std::string& path, batch_totals_t& totals)
-{
-    std::ifstream ledger(path);
-    if (!ledger) throw system_error(path, "reading the ledger");
-    std::string text;
-    while (std::getline(ledger, text)) {
-        const json line = json::parse(text, nullptr, false);
-        if (line.is_discarded()) {
-            totals.torn_lines += !text.empty();
-            continue;
-        }
-        try {
-            totals.logs[line.at("log").get<std::string>()] = outcome_in(line);
-        } catch (const json::exception& e) {
-            throw error_t(path, "is no ledger of this program", e.what());
-        }
-    }
-    if (ledger.bad()) throw system_error(path, "reading the ledger");
 }
 
 }   // namespace
@@ -93,7 +70,10 @@ std::string outcome_of_log_t::fault() const
 batch_totals_t totals_of(const std::vector<std::string>& ledgers, const std::vector<std::string>& planned)
 {
     batch_totals_t totals;
-    for (const std::string& path : ledgers) read_ledger(path, totals);
+    for (const std::string& path : ledgers) {
+        totals.torn_lines += read_ledger(
+            path, [&totals](const json& line) { totals.logs[line.at("log").get<std::string>()] = outcome_in(line); });
+    }
     for (const auto& [log, outcome] : totals.logs) {
         totals.sum += outcome;
         ++(outcome.code == kDone ? totals.converted : outcome.code == kFailed ? totals.failed : totals.damaged);

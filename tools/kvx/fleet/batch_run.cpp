@@ -39,8 +39,8 @@ enum count_t : std::size_t { kConverted, kDamagedLogs, kSkipped, kFailedLogs, kC
 
 std::vector<std::string> paths_of(const std::vector<planned_log_t>& plan)
 {
-    std::vector<std::string> paths;
-    for (const planned_log_t& log : plan) paths.push_back(log.path);
+    std::vector<std::string> paths(plan.size());
+    std::transform(plan.begin(), plan.end(), paths.begin(), [](const planned_log_t& log) { return log.path; });
     return paths;
 }
 

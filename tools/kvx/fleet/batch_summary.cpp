@@ -35,11 +35,11 @@ std::vector<std::string> faults_of(const batch_totals_t& t, std::size_t most)
 {
     std::vector<std::string> faults;
     for (const std::string& log : t.without) {
-        if (faults.size() < most) faults.push_back(log + ": has no line");
+        if (faults.size() < most) faults.push_back(joined({log, "has no line"}, ": "));
     }
     for (const auto& [log, outcome] : t.logs) {
         if (const std::string fault = outcome.fault(); !fault.empty() && faults.size() < most)
-            faults.push_back(log + ": " + fault);
+            faults.push_back(joined({log, fault}, ": "));
     }
     return faults;
 }

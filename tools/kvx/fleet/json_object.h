@@ -2,6 +2,7 @@
 #ifndef KVX_JSON_OBJECT_H
 #define KVX_JSON_OBJECT_H
 
+#include <algorithm>
 #include <concepts>
 #include <string>
 #include <string_view>
@@ -20,8 +21,8 @@ public:
     void add(std::string_view name, const json_object_t& value) { add_text(name, value.text()); }
     void add(std::string_view name, const std::vector<json_object_t>& values)
     {
-        std::vector<std::string> texts;
-        for (const json_object_t& value : values) texts.push_back(value.text());
+        std::vector<std::string> texts(values.size());
+        std::transform(values.begin(), values.end(), texts.begin(), [](const auto& value) { return value.text(); });
         add_text(name, "[" + joined(texts, ",") + "]");
     }
 

@@ -6,6 +6,7 @@
 #include <unistd.h>
 
 #include <fstream>
+#include <nlohmann/json.hpp>
 
 #include "common/command.h"
 #include "common/error.h"

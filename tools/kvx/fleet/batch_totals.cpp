@@ -1,5 +1,7 @@
 #include "fleet/batch_totals.h"
 
+#include <nlohmann/json.hpp>
+
 #include "common/command.h"
 #include "common/text_format.h"
 #include "fleet/batch_ledger.h"

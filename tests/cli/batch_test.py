@@ -111,6 +111,26 @@ class Batch(unittest.TestCase):
         self.assertEqual(1, self.batch("--interval", 5)["converted"])
         self.demand_plain_files("--interval", 5)
 
+    def test_files_among_their_logs(self):
+        self.out = self.dir / "raw"
+        told = [self.batch(), self.batch(), self.batch("--interval", 5)]
+        self.assertEqual([(14, 12, 0), (14, 0, 12), (14, 12, 0)],
+                         [(t["logs"], t["converted"] + t["damaged"], t["skipped"]) for t in told])
+
+    def test_a_name_goes_over_to_another_log(self):
+        def batch(log, marker):
+            (self.dir / "list").write_text(f"{self.dir}/{log}\t{marker}\n")
+            return self.batch("--nav", "none", source="list", code=0)
+
+        batch("raw/S000.log", "SAME")
+        (name,) = self.files()
+        (self.out / name).unlink()
+        kvx("simulate", "-q", "-o", self.dir / "T000.log", "--duration", 20, "--seed", 99, "--start", "2024-03-10 12:00:00")
+        batch("T000.log", "SAME")
+        made = (self.out / name).read_bytes()
+        batch("raw/S000.log", "OTHR")   # what was made of it under that name is gone
+        self.assertEqual(made, (self.out / name).read_bytes())
+
     def test_killed_at_any_moment(self):
         chance = random.Random(7)
         for _ in range(25):
@@ -154,7 +174,8 @@ class Batch(unittest.TestCase):
 
     def test_summary(self):
         self.batch()
-        totals = json.loads(kvx("summary", "--json", self.ledger, "--list", self.dir / "raw", "-o", self.dir / "page.html", code=1).stdout)
+        (self.dir / "list").write_text("".join(f"{log}\n" for log in (self.dir / "raw").rglob("S*.log")))
+        totals = json.loads(kvx("summary", "--json", self.ledger, "--list", self.dir / "list", "-o", self.dir / "page.html", code=1).stdout)
         plain = [json.loads(kvx("convert", "--json", "-q", log, "-o", self.dir / "plain" / log.stem, "--marker", log.stem, code=None).stdout)
                  for log in self.logs]
         self.assertEqual([14, 11, 1, 2, 0], [totals[k] for k in ("logs", "converted", "damaged", "failed", "without_line")])

@@ -30,11 +30,16 @@ void take_line(const json& line, account_t& account)
 {
     std::map<std::string, identity_t> files;
     for (const json& file : line.at("files")) files.emplace(file.at("name").get<std::string>(), identity_in(file));
-    for (const auto& [name, file] : files) account.owned.insert(name);
+    for (const auto& [name, file] : files) account.owned[name].insert(file.sha256);
     account.files = std::move(files);
     account.options = line.at("options").get<std::string>();
     account.log.reset();
     if (line.at("code").get<int>() != kFailed) account.log = identity_in(line);
+}
+
+bool is_there(const std::string& path)
+{
+    return ::access(path.c_str(), F_OK) == 0 || errno != ENOENT;
 }
 
 // Behind a torn line another one may stand.
@@ -88,13 +93,23 @@ std::map<std::string, account_t> read_ledgers(const std::vector<std::string>& pa
 {
     std::map<std::string, account_t> accounts;
     for (const std::string& path : paths) {
-        if (::access(path.c_str(), F_OK) != 0 && errno == ENOENT) continue;
+        if (!is_there(path)) continue;
         read_ledger(path, [&](const json& line) {
             const auto log = line.at("log").get<std::string>();
             if (wanted(log)) take_line(line, accounts[log]);
         });
     }
     return accounts;
+}
+
+std::set<std::string> files_in_ledger(const std::string& path)
+{
+    std::set<std::string> names;
+    if (!is_there(path)) return names;
+    read_ledger(path, [&names](const json& line) {
+        for (const json& file : line.at("files")) names.insert(file.at("name").get<std::string>());
+    });
+    return names;
 }
 
 ledger_file_t::ledger_file_t(std::string path)

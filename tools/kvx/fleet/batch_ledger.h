@@ -32,7 +32,7 @@ struct account_t {
     std::optional<identity_t> log;   ///< as it was last; none: nothing came of it
     std::string options;             ///< and program, by which the files were made
     std::map<std::string, identity_t> files;
-    std::set<std::string> owned;   ///< all files that were ever made of it
+    std::map<std::string, std::set<std::string>> owned;   ///< checksums of all files that were ever made of it
 };
 
 /// Reads a ledger line by line. Lines that are torn, as killed runs and full disks leave them, are none.
@@ -45,6 +45,10 @@ std::uint64_t read_ledger(const std::string& path, const std::function<void(cons
 /// @throws error_t
 std::map<std::string, account_t> read_ledgers(const std::vector<std::string>& paths,
                                               const std::function<bool(const std::string& log)>& wanted);
+
+/// Names of all files that a ledger tells of.
+/// @throws error_t
+std::set<std::string> files_in_ledger(const std::string& path);
 
 /// Takes lines at its end. Several processes of one run may write; another run may not.
 class ledger_file_t {

@@ -58,6 +58,8 @@ convert_options_t options_of(const batch_terms_t& terms, const planned_log_t& lo
     options.marker = log.marker.empty() ? expanded(options.marker, log) : log.marker;
     if (!log.country.empty()) options.country = log.country;
     options.tree = expanded(options.tree, log);
+    if (const std::string fault = fault_in_tree(options.tree); !fault.empty())
+        throw error_t(log.path, "--tree " + options.tree + " " + fault, "");
     return options;
 }
 
@@ -150,7 +152,9 @@ public:
 
     bool owns(const std::string& path) const override
     {
-        return account_ != nullptr && account_->owned.count(name_of(path)) > 0;
+        if (account_ == nullptr) return false;
+        const std::string name = name_of(path);
+        return account_->files.count(name) > 0 || made_earlier(name);
     }
 
     // Files that wait for their names are those that get them: should the run be killed in between the next one finds
@@ -184,8 +188,8 @@ public:
     void remove_stale() const
     {
         if (account_ == nullptr) return;
-        for (const std::string& name : account_->owned) {
-            if (made_.count(name) == 0) ::unlink((fs::path(terms_.root) / name).c_str());
+        for (const auto& [name, checksums] : account_->owned) {
+            if (made_.count(name) == 0 && made_earlier(name)) ::unlink(path_of(name).c_str());
         }
     }
 
@@ -196,7 +200,7 @@ public:
         if (!account_->log->same(*identity_) || account_->options != spelled(terms_, log_)) return false;
         if (terms_.checksum && account_->log->sha256.empty()) return false;
         return std::all_of(account_->files.begin(), account_->files.end(), [this](const auto& file) {
-            const auto there = identity_t::of((fs::path(terms_.root) / file.first).string(), terms_.checksum);
+            const auto there = identity_t::of(path_of(file.first), terms_.checksum);
             return there && there->same(file.second);
         });
     }
@@ -204,6 +208,17 @@ public:
     bool damaged() const { return damaged_; }
 
 private:
+    // By its contents: what was removed since may have made room for another log's.
+    bool made_earlier(const std::string& name) const
+    {
+        const auto earlier = account_->owned.find(name);
+        if (earlier == account_->owned.end()) return false;
+        const auto there = identity_t::of(path_of(name), true);
+        return there && earlier->second.count(there->sha256) > 0;
+    }
+
+    std::string path_of(const std::string& name) const { return (fs::path(terms_.root) / name).string(); }
+
     std::string name_of(const std::string& path) const
     {
         return fs::path(path).lexically_relative(terms_.root).string();
@@ -238,12 +253,12 @@ batch_result_t convert_planned(const batch_terms_t& terms, const planned_log_t& 
 {
     entry_t entry(terms, log, account, ledger);
     if (entry.is_done()) return batch_result_t::skipped;
-    convert_options_t options = options_of(terms, log);
-    options.recorder = &entry;
     try {
         if (!is_utf8(log.path)) throw error_t(log.path, "is no name in UTF-8", "a ledger can have no others");
         if (kind_of_file(log.path) != file_kind_t::log)
             throw error_t(log.path, "is a RINEX file", "a batch is of logs");
+        convert_options_t options = options_of(terms, log);
+        options.recorder = &entry;
         convert_logs(options, options.logs);
     } catch (const interruption_t&) {
         throw;

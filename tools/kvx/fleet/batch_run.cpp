@@ -45,6 +45,20 @@ std::vector<std::string> paths_of(const std::vector<planned_log_t>& plan)
     return paths;
 }
 
+// A folder may be that of the files, too: what is made there is no log.
+std::vector<planned_log_t> plan_of(const convert_options_t& options)
+{
+    std::error_code error;
+    if (!fs::is_directory(options.batch, error)) return read_list(options.batch);
+    std::vector<planned_log_t> plan = logs_below(options.batch, options.match);
+    const fs::path root = fs::absolute(options.folder);
+    std::set<std::string> made{fs::absolute(options.ledger).lexically_normal().string()};
+    for (const std::string& name : files_in_ledger(options.ledger))
+        made.insert((root / name).lexically_normal().string());
+    std::erase_if(plan, [&made](const planned_log_t& log) { return made.count(log.path) > 0; });
+    return plan;
+}
+
 class batch_run_t {
 public:
     batch_run_t(const convert_options_t& options, std::vector<planned_log_t> plan)
@@ -260,7 +274,7 @@ private:
 
 int convert_batch(const convert_options_t& options)
 {
-    std::vector<planned_log_t> plan = read_plan(options.batch, options.match);
+    std::vector<planned_log_t> plan = plan_of(options);
     if (plan.empty()) throw error_t(options.batch, "names no log", "a list, a line each, or a folder");
     make_folder(options.folder);
     begin_run(paths_of(plan));

@@ -109,7 +109,7 @@ int run(const summary_options_t& options)
 {
     std::vector<std::string> planned;
     if (!options.list.empty()) {
-        for (const planned_log_t& log : read_plan(options.list, "*")) planned.push_back(log.path);
+        for (const planned_log_t& log : read_list(options.list)) planned.push_back(log.path);
     }
     const batch_totals_t totals = totals_of(options.ledgers, planned);
     if (!options.page.empty()) write_page(totals, options);
@@ -126,15 +126,14 @@ command_t summary_command(command_line_t& program)
     command_line_t app = program.command("summary", "The ledgers of batches in one account");
     app.describe(
         "Of each log the last line counts. Tells what was converted, damaged and failed, what was lost and left out, "
-        "and "
-        "how fast it went.");
+        "and how fast it went.");
     app.exit_codes({{"0", "all logs are well"}, {"1", "a log failed, or has no line"}, {"3", "a log is damaged"}});
     app.example("kvx summary out/kvx-ledger.ndjson", "What became of a batch");
     app.example("kvx summary job/*.ndjson --list logs.txt -o job.html",
                 "Of a job on many machines, as a page; of each log "
                 "of the list there must be a line");
     app.option("LEDGER", &options->ledgers, "Ledgers as kvx convert --batch writes them", {.required = true});
-    app.option("--list", &options->list, "List or folder of the logs that were to be converted", {.type_name = "FILE"});
+    app.option("--list", &options->list, "List of the logs that were to be converted", {.type_name = "FILE"});
     app.option("-o,--output", &options->page, "Page to write, x.html", {.type_name = "FILE"});
     app.flag("--force", &options->force, "Replace a page that exists");
     app.flag("--json", &options->json, "Print the account as JSON");

@@ -32,24 +32,6 @@ bool is_hidden(const fs::path& path)
     return path.filename().string().starts_with('.');
 }
 
-std::vector<planned_log_t> logs_of_folder(const std::string& folder, const std::string& match)
-{
-    std::vector<planned_log_t> logs;
-    std::error_code error;
-    fs::recursive_directory_iterator entry(folder, fs::directory_options::follow_directory_symlink, error);
-    for (; !error && entry != fs::recursive_directory_iterator(); entry.increment(error)) {
-        const fs::path& path = entry->path();
-        if (is_hidden(path)) {
-            entry.disable_recursion_pending();
-        } else if (entry->is_regular_file(error) && fnmatch(match.c_str(), path.filename().c_str(), 0) == 0) {
-            logs.push_back({full_path(path), path.parent_path().lexically_relative(folder).string(), "", ""});
-        }
-    }
-    if (error) throw error_t(folder, error.message(), "looking for logs below it");
-    std::sort(logs.begin(), logs.end(), [](const auto& a, const auto& b) { return a.path < b.path; });
-    return logs;
-}
-
 bool is_country(const std::string& text)
 {
     return text.size() == 3 && std::all_of(text.begin(), text.end(), [](char c) { return c >= 'A' && c <= 'Z'; });
@@ -91,14 +73,30 @@ std::vector<planned_log_t> logs_of_list(std::istream& list, const std::string& n
 
 }   // namespace
 
-std::vector<planned_log_t> read_plan(const std::string& source, const std::string& match)
+std::vector<planned_log_t> read_list(const std::string& list)
 {
-    if (source == "-") return logs_of_list(std::cin, "standard input");
+    if (list == "-") return logs_of_list(std::cin, "standard input");
+    std::ifstream lines(list);
+    if (!lines) throw system_error(list, "reading the list");
+    return logs_of_list(lines, list);
+}
+
+std::vector<planned_log_t> logs_below(const std::string& folder, const std::string& match)
+{
+    std::vector<planned_log_t> logs;
     std::error_code error;
-    if (fs::is_directory(source, error)) return logs_of_folder(source, match);
-    std::ifstream list(source);
-    if (!list) throw system_error(source, "reading the list");
-    return logs_of_list(list, source);
+    fs::recursive_directory_iterator entry(folder, fs::directory_options::follow_directory_symlink, error);
+    for (; !error && entry != fs::recursive_directory_iterator(); entry.increment(error)) {
+        const fs::path& path = entry->path();
+        if (is_hidden(path)) {
+            entry.disable_recursion_pending();
+        } else if (entry->is_regular_file(error) && fnmatch(match.c_str(), path.filename().c_str(), 0) == 0) {
+            logs.push_back({full_path(path), path.parent_path().lexically_relative(folder).string(), "", ""});
+        }
+    }
+    if (error) throw error_t(folder, error.message(), "looking for logs below it");
+    std::sort(logs.begin(), logs.end(), [](const auto& a, const auto& b) { return a.path < b.path; });
+    return logs;
 }
 
 }   // namespace kvx

@@ -13,12 +13,15 @@ struct planned_log_t {
     std::string marker, country;   ///< empty: as the command line says
 };
 
-/// The files of a folder and of those below it, but for hidden ones; or the lines of a list: a path, or path, marker
-/// and country between tabs. What begins with # is none. Each log once.
-/// @param source  folder or list, - is standard input
-/// @param match   pattern of the names of a folder's files: "*.log"
+/// The lines of a list: a path, or path, marker and country between tabs. What begins with # is none. Each log once.
+/// @param list  its path, - is standard input
 /// @throws error_t
-std::vector<planned_log_t> read_plan(const std::string& source, const std::string& match);
+std::vector<planned_log_t> read_list(const std::string& list);
+
+/// The files of a folder and of those below it, but for hidden ones.
+/// @param match  pattern of their names: "*.log"
+/// @throws error_t
+std::vector<planned_log_t> logs_below(const std::string& folder, const std::string& match);
 
 }   // namespace kvx
 

@@ -64,11 +64,11 @@ public:
     batch_run_t(const convert_options_t& options, std::vector<planned_log_t> plan)
         : options_(options),
           plan_(std::move(plan)),
+          ledger_(options.ledger),
           root_(fs::absolute(options.folder).lexically_normal().string()),
-          work_(root_ + "/.kvx-batch-" + fs::path(options.ledger).filename().string()),
+          work_(root_ + "/.kvx-batch-" + std::to_string(ledger_.number())),
           terms_{options_, options.spelled, root_, options.checksum},
           accounts_(read_accounts()),
-          ledger_(options.ledger),
           notes_(paths_of(plan_), "logs"),
           progress_(paths_of(plan_), options.quiet),
           shared_(1),
@@ -256,10 +256,10 @@ private:
 
     convert_options_t options_;
     std::vector<planned_log_t> plan_;
+    ledger_file_t ledger_;
     std::string root_, work_;   // of the tree, of files that are not whole
     batch_terms_t terms_;
     std::map<std::string, account_t> accounts_;
-    ledger_file_t ledger_;
     batch_t notes_;
     progress_run_t progress_;
     shared_array_t<shared_t> shared_;

@@ -36,6 +36,8 @@ namespace {
 
 namespace fs = std::filesystem;
 
+constexpr int kKept = 1 << 25;   // bytes of a worker's free memory
+
 enum count_t : std::size_t { kConverted, kDamagedLogs, kSkipped, kFailedLogs, kCounts };
 
 std::vector<std::string> paths_of(const std::vector<planned_log_t>& plan)
@@ -139,6 +141,8 @@ private:
     [[noreturn]] void work_and_exit(std::size_t place, pid_t parent)
     {
         ::prctl(PR_SET_PDEATHSIG, SIGTERM);   // without a parent nobody tells what became of the logs
+        ::mallopt(M_MMAP_THRESHOLD, kKept);   // each log takes what the one before gave back, not new pages
+        ::mallopt(M_TRIM_THRESHOLD, kKept);
         int code = kDone;
         try {
             if (::getppid() == parent) work(place);

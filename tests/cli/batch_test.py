@@ -133,8 +133,9 @@ class Batch(unittest.TestCase):
 
     def test_killed_at_any_moment(self):
         chance = random.Random(7)
+        scratch = "--scratch", self.dir / "scratch"
         for _ in range(25):
-            run = subprocess.Popen([*KVX, "convert", "-q", "--batch", self.dir / "raw", "-o", self.out, *TREE, "-j", "2"],
+            run = subprocess.Popen([*KVX, "convert", "-q", "--batch", self.dir / "raw", "-o", self.out, *TREE, "-j", "2", "--gz", *scratch],
                                    stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL, start_new_session=True)
             time.sleep(chance.uniform(0, 0.05))
             os.killpg(run.pid, signal.SIGKILL)
@@ -143,7 +144,8 @@ class Batch(unittest.TestCase):
             lines = ledger.read()
             ledger.seek(0)
             ledger.write('{"log":"/x","co' + lines + '{"log":"torn')
-        self.batch()
+        self.batch(*scratch)
+        self.assertEqual([], list((self.dir / "scratch").iterdir()))
         self.demand_plain_files()
 
     def test_a_worker_that_is_killed(self):

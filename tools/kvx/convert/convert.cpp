@@ -60,9 +60,8 @@ std::vector<std::string> first_sources(const std::vector<sources_t>& tasks)
 double passes(const convert_options_t& o)
 {
     constexpr double kText = 2.0, kCompact = 0.5;   // bytes of an observation file to one of its log
-    const bool packed = o.gz || o.zst;
     if (o.follow) return 0.0;
-    return 1.0 + (o.verify ? 1.0 : 0.0) + (o.crx ? kText : 0.0) + (packed ? (o.crx ? kCompact : kText) : 0.0);
+    return 1.0 + (o.verify ? 1.0 : 0.0) + (o.crx ? kText : 0.0) + (o.packs() ? (o.crx ? kCompact : kText) : 0.0);
 }
 
 // What cannot be read fails in its turn.
@@ -89,8 +88,10 @@ int run(const convert_options_t& options)
     if (!options.batch.empty()) return convert_batch(options);
     if (has_logs(options.logs)) warn(options);
     make_folder(options.folder);
+    make_folder(options.folder_of(false));
     begin_run(options.logs);
     remove_left_overs_once(options.folder);   // not in every process
+    remove_left_overs_once(options.folder_of(false));
     catch_interrupts();
     const std::vector<sources_t> tasks = tasks_of(options);
     batch_t batch(first_sources(tasks), "logs");

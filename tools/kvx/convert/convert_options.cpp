@@ -48,6 +48,9 @@ void add_output_options(command_line_t& app, convert_options_t& o)
     app.option("--name", &o.name, "Stem of the file names instead of the RINEX convention",
                {.check = {[](const std::string& s) { return s.find('/') == s.npos ? "" : "is a stem, not a path"; }},
                 .type_name = "STEM"});
+    app.option("--scratch", &o.scratch,
+               "Folder for what is made on the way to compact and compressed files: a fast disk of this machine",
+               {.type_name = "DIR", .default_text = "that of --output"});
     app.flag("--force", &o.force, "Replace files that exist");
     app.option("--rinex", &o.rinex, "RINEX version; 3 and 4 stand for the newest of them",
                {.type_name = "VERSION", .words = {"2.11", "3.04", "3.05", "4.02"}, .default_text = "3.05"});
@@ -177,7 +180,7 @@ void complete_batch(const command_line_t& app, convert_options_t& o)
         throw usage_error_t("--marker", fault);
     if (o.ledger.empty()) o.ledger = o.folder + "/kvx-ledger.ndjson";
     o.spelled = KVX_VERSION + app.spelled({"--batch", "--match", "--ledger", "--known", "--checksum", "--output",
-                                           "--jobs", "--quiet", "--json", "--force"});
+                                           "--jobs", "--quiet", "--json", "--force", "--scratch"});
 }
 
 void complete_session(const convert_options_t& o)

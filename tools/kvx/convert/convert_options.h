@@ -26,7 +26,8 @@ struct convert_options_t : selection_options_t {
     bool follow = false;      ///< the log grows
     std::int64_t split = 0;   ///< ms of GPS time that a file holds; 0: all is one
     std::string folder = ".";
-    std::string rinex;   ///< version; empty: 3.05, for hosts 3.04
+    std::string scratch;   ///< folder of files that do not stay; empty: `folder`
+    std::string rinex;     ///< version; empty: 3.05, for hosts 3.04
     bool version_given = false;
     std::string nav;   ///< split, mixed or none; empty: by the version
     bool nav_repeats = false;
@@ -57,6 +58,12 @@ struct convert_options_t : selection_options_t {
     std::string receiver_number, receiver_type, receiver_version;
     int receiver_kind = 9;
     std::vector<header_setting_t> settings;
+
+    bool packs() const { return gz || zst; }
+    bool packs_observations() const { return crx || packs(); }
+
+    /// Where a file is written that stays, or is packed into another one.
+    const std::string& folder_of(bool stays) const { return stays || scratch.empty() ? folder : scratch; }
 
     int version() const;                                                ///< RINEX version times 100
     std::string navigation() const;                                     ///< split, mixed or none

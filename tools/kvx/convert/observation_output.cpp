@@ -111,7 +111,7 @@ void observation_output_t::add(rinex::epoch_t& epoch)
     if (!text_.epoch(epoch, block_)) return;
     session_.last = epoch.time * rinex::kTicksPerMs;
     if (file_ == nullptr) {
-        file_ = std::make_unique<output_file_t>(options_.folder, 0);
+        file_ = std::make_unique<output_file_t>(options_.folder_of(!options_.packs_observations()), 0);
         session_.first = session_.last;
     }
     if (!events_.empty()) {
@@ -158,7 +158,7 @@ void observation_output_t::hand_over_events_from(std::int64_t ticks, observation
 // The same file with another header, and its columns in order.
 std::unique_ptr<output_file_t> observation_output_t::rewritten(const std::string& header, const std::string& name)
 {
-    auto copy = std::make_unique<output_file_t>(options_.folder, 0);
+    auto copy = std::make_unique<output_file_t>(options_.folder_of(!options_.packs_observations()), 0);
     std::fwrite(header.data(), 1, header.size(), copy->stream());
     file_->seek(static_cast<std::int64_t>(header_size_));
     progress_t progress(name, *file_);

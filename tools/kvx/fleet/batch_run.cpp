@@ -78,8 +78,9 @@ public:
           workers_(under_way_.size())
     {
         make_folder(work_);
-        remove_left_overs(work_);
         options_.folder = work_;
+        make_folder(options_.folder_of(false));
+        clear();
     }
 
     ~batch_run_t()   // who gives up half way waits for what is under way
@@ -91,7 +92,7 @@ public:
             else if (errno != EINTR)
                 break;
         }
-        remove_left_overs(work_);
+        clear();
         ::rmdir(work_.c_str());
     }
     batch_run_t(const batch_run_t&) = delete;
@@ -123,6 +124,13 @@ private:
         std::set<std::string> wanted;
         for (const planned_log_t& log : plan_) wanted.insert(log.path);
         return read_ledgers(paths, [&wanted](const std::string& log) { return wanted.count(log) > 0; });
+    }
+
+    // Files that are not whole and nobody writes.
+    void clear() const
+    {
+        remove_left_overs(work_);
+        remove_left_overs(options_.folder_of(false));
     }
 
     std::uint64_t count(count_t which) { return std::atomic_ref(shared_[0].counts[which]).load(); }
@@ -222,7 +230,7 @@ private:
     void end_lost(std::size_t place, int signal)
     {
         const std::uint64_t task = std::exchange(under_way_[place], 0);
-        remove_left_overs(work_);
+        clear();
         if (task == 0) return;
         progress_.end(task - 1);
         const char* name = sigdescr_np(signal);

@@ -121,10 +121,11 @@ private:
     lock_t lock_;
 };
 
+constexpr const char* kForceReplaces = "--force replaces it";
+
 class taken_t : public error_t {
 public:
-    explicit taken_t(std::string path, const std::string& where = "--force replaces it",
-                     const std::string& by = "exists already")
+    explicit taken_t(std::string path, const std::string& where, const std::string& by = "exists already")
         : error_t(path, by, where), path_(std::move(path))
     {}
     const std::string& path() const { return path_; }
@@ -149,10 +150,11 @@ int rename_to_free(const std::string& from, const std::string& to)
     return -1;
 }
 
-void name_file(output_file_t& file, const std::string& path, bool replace)
+void name_file(output_file_t& file, const std::string& path, const std::string& obstacle)
 {
-    const int result = replace ? ::rename(file.path().c_str(), path.c_str()) : rename_to_free(file.path(), path);
-    if (result != 0 && errno == EEXIST && !replace) throw taken_t(path);
+    const int result =
+        obstacle.empty() ? ::rename(file.path().c_str(), path.c_str()) : rename_to_free(file.path(), path);
+    if (result != 0 && errno == EEXIST && !obstacle.empty()) throw taken_t(path, obstacle);
     if (result != 0) throw system_error(path, "giving the file its name");
     file.keep();
 }
@@ -169,10 +171,22 @@ void settle_folder(const std::string& folder)
     if (!settled) throw system_error(folder, "writing the folder");
 }
 
+// Where there is an obstacle to replace what is there it must be free.
+void demand_path(const std::string& path, const std::string& obstacle)
+{
+    struct stat status {};
+    if (::stat(path.c_str(), &status) == 0) {
+        if (is_input(status)) throw error_t(path, "is an input of this run", "choose another name or folder");
+        if (S_ISDIR(status.st_mode)) throw error_t(path, "is a directory", "choose another name or folder");
+    }
+    if (!obstacle.empty() && ::lstat(path.c_str(), &status) == 0) throw taken_t(path, obstacle);
+}
+
 void name_all(const std::vector<finished_file_t>& files, const std::vector<std::string>& paths, const claim_t& claim)
 {
-    const auto replace = [&claim](const std::string& path) {
-        return claim.replace || (claim.owned && claim.owned(path));
+    const auto obstacle = [&claim](const std::string& path) -> std::string {
+        if (claim.foreign) return claim.foreign(path);
+        return claim.replace ? "" : kForceReplaces;
     };
     for (const std::string& path : paths) {
         if (!claim.root.empty()) make_folder(std::filesystem::path(path).parent_path().string());
@@ -182,16 +196,16 @@ void name_all(const std::vector<finished_file_t>& files, const std::vector<std::
         if (made.contain(path))
             throw taken_t(path, "give the logs different names with --marker, or convert them one by one with --name",
                           "another log of this run has made this file");
-        demand_free(path, replace(path));
+        demand_path(path, obstacle(path));
     }
     if (claim.before) claim.before(paths);
     std::size_t named = 0;
     try {
-        for (; named < files.size(); ++named) name_file(*files[named].file, paths[named], replace(paths[named]));
+        for (; named < files.size(); ++named) name_file(*files[named].file, paths[named], obstacle(paths[named]));
         for (const std::string& path : paths) made.add(path);
     } catch (...) {
         for (std::size_t i = 0; i < named; ++i) {
-            if (!replace(paths[i])) ::unlink(paths[i].c_str());
+            if (!obstacle(paths[i]).empty()) ::unlink(paths[i].c_str());
         }
         throw;
     }
@@ -254,12 +268,7 @@ void begin_run(const std::vector<std::string>& inputs)
 
 void demand_free(const std::string& path, bool replace)
 {
-    struct stat status {};
-    if (::stat(path.c_str(), &status) == 0) {
-        if (is_input(status)) throw error_t(path, "is an input of this run", "choose another name or folder");
-        if (S_ISDIR(status.st_mode)) throw error_t(path, "is a directory", "choose another name or folder");
-    }
-    if (!replace && ::lstat(path.c_str(), &status) == 0) throw taken_t(path);
+    demand_path(path, replace ? "" : kForceReplaces);
 }
 
 std::vector<std::string> publish(const std::vector<finished_file_t>& files, const claim_t& claim)

@@ -35,7 +35,8 @@ struct claim_t {
                          ///< their names, and the error tells them
     std::string root =
         {};   ///< folder that names begin at, with folders in them that are made; empty: that of each file
-    std::function<bool(const std::string& path)> owned = {};   ///< also this one may be replaced; empty: none
+    /// Why what has this path may not be replaced, which replace then does not say; empty: it may.
+    std::function<std::string(const std::string& path)> foreign = {};
     /// Called when all names may be had. Where it throws no file gets its own.
     std::function<void(const std::vector<std::string>& paths)> before = {};
 };

@@ -240,7 +240,7 @@ private:
         claim_t claim{.replace = options_.force, .live = live_};
         if (recorder_t* const recorder = options_.recorder; recorder != nullptr) {
             claim.root = recorder->root();
-            claim.owned = [recorder](const std::string& path) { return recorder->owns(path); };
+            claim.foreign = [recorder](const std::string& path) { return recorder->obstacle(path); };
             claim.before = [this, recorder, &files](const auto& paths) { recorder->record(summary_, files, paths); };
         }
         return claim;

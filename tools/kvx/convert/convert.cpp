@@ -56,14 +56,6 @@ std::vector<std::string> first_sources(const std::vector<sources_t>& tasks)
     return names;
 }
 
-// Bytes that are read, copied and read again to one of a log; nobody knows of one that grows.
-double passes(const convert_options_t& o)
-{
-    constexpr double kText = 2.0, kCompact = 0.5;   // bytes of an observation file to one of its log
-    if (o.follow) return 0.0;
-    return 1.0 + (o.verify ? 1.0 : 0.0) + (o.crx ? kText : 0.0) + (o.packs() ? (o.crx ? kCompact : kText) : 0.0);
-}
-
 // What cannot be read fails in its turn.
 bool has_logs(const sources_t& sources)
 {
@@ -78,7 +70,7 @@ bool has_logs(const sources_t& sources)
 
 int convert_all(const convert_options_t& options, const std::vector<sources_t>& tasks, batch_t& batch)
 {
-    progress_run_t progress(tasks, options.quiet, passes(options));
+    progress_run_t progress(tasks, options.quiet, options.passes());
     const auto convert = [&](std::size_t task) { return convert_task(options, tasks[task], task, batch); };
     return tasks.size() == 1 ? convert(0) : run_jobs(options, {tasks, progress, batch}, convert);
 }

@@ -110,6 +110,8 @@ void add_batch_options(command_line_t& app, convert_options_t& o)
     app.option("--ledger", &o.ledger, "Account of the batch, a line of JSON a log",
                {.type_name = "FILE", .default_text = "kvx-ledger.ndjson in the folder of --output"});
     app.option("--known", &o.known, "Ledgers of other runs, which tell what is done, too", {.type_name = "FILE"});
+    app.flag("--adopt", &o.adopt,
+             "Files of logs that are gone (moved, renamed, compressed) go over to those that make them again");
     app.flag("--checksum", &o.checksum, "Compare the contents of logs and files, not their sizes and times alone");
 }
 
@@ -169,18 +171,21 @@ void complete_batch(const command_line_t& app, convert_options_t& o)
 {
     if (o.batch.empty() && o.logs.empty()) throw usage_error_t("LOG is required");
     if (o.batch.empty()) {
-        const bool lonely = !o.tree.empty() || !o.ledger.empty() || !o.known.empty() || o.checksum || o.match != "*";
-        if (lonely) throw usage_error_t("--batch", "--match, --tree, --ledger, --known and --checksum are for batches");
+        const bool lonely =
+            !o.tree.empty() || !o.ledger.empty() || !o.known.empty() || o.checksum || o.adopt || o.match != "*";
+        if (lonely)
+            throw usage_error_t("--batch",
+                                "--match, --tree, --ledger, --known, --adopt and --checksum are for batches");
         return;
     }
     if (!o.logs.empty()) throw usage_error_t("--batch", "names the logs; LOG is for those without");
-    if (o.join || o.follow || o.as_host || !o.name.empty())
-        throw usage_error_t("--batch", "takes no --join, --follow, --as-host or --name");
+    if (o.join || o.follow || o.as_host || !o.name.empty() || o.force)
+        throw usage_error_t("--batch", "takes no --join, --follow, --as-host, --name or --force");
     if (const std::string fault = fault_in_fields(o.marker, {"stem", "dir"}); !fault.empty())
         throw usage_error_t("--marker", fault);
     if (o.ledger.empty()) o.ledger = o.folder + "/kvx-ledger.ndjson";
     o.spelled = KVX_VERSION + app.spelled({"--batch", "--match", "--ledger", "--known", "--checksum", "--output",
-                                           "--jobs", "--quiet", "--json", "--force", "--scratch"});
+                                           "--jobs", "--quiet", "--json", "--scratch", "--adopt", "--verify"});
 }
 
 void complete_session(const convert_options_t& o)
@@ -220,6 +225,13 @@ void complete(convert_options_t& o)
 }
 
 }   // namespace
+
+double convert_options_t::passes() const
+{
+    constexpr double kText = 2.0, kCompact = 0.5;   // bytes of an observation file to one of its log
+    if (follow) return 0.0;
+    return 1.0 + (verify ? 1.0 : 0.0) + (crx ? kText : 0.0) + (packs() ? (crx ? kCompact : kText) : 0.0);
+}
 
 int convert_options_t::version() const
 {

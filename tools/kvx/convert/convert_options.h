@@ -19,6 +19,7 @@ using sources_t = std::vector<std::string>;
 /// A header line that the command line gives: its label, and its columns 1 to 60.
 struct header_setting_t {
     std::string label, text;
+    bool operator==(const header_setting_t&) const = default;
 };
 
 struct convert_options_t : selection_options_t {
@@ -46,6 +47,7 @@ struct convert_options_t : selection_options_t {
     std::string ledger;               ///< of the batch
     std::vector<std::string> known;   ///< ledgers of other runs
     bool checksum = false;            ///< of logs and files are compared
+    bool adopt = false;               ///< files of logs that are gone go over to those that make them again
     std::string spelled;              ///< options that change files
     std::string tree;                 ///< folders below `folder`, see file_names.h
     recorder_t* recorder = nullptr;   ///< of a batch
@@ -64,6 +66,9 @@ struct convert_options_t : selection_options_t {
 
     /// Where a file is written that stays, or is packed into another one.
     const std::string& folder_of(bool stays) const { return stays || scratch.empty() ? folder : scratch; }
+
+    /// Bytes that are read, copied and read again to one of a log; 0: nobody knows, it grows.
+    double passes() const;
 
     int version() const;                                                ///< RINEX version times 100
     std::string navigation() const;                                     ///< split, mixed or none

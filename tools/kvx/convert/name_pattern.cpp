@@ -14,9 +14,12 @@ std::string expand_fields(std::string_view pattern,
         expanded += pattern.substr(0, close == pattern.npos ? pattern.size() : open);
         if (close == pattern.npos) break;
         const std::string_view field = pattern.substr(open + 1, close - open - 1);
-        const std::size_t colon = std::min(field.find(':'), field.size());
-        std::size_t most = std::string::npos;
-        std::from_chars(field.data() + std::min(colon + 1, field.size()), field.data() + field.size(), most);
+        std::size_t colon = std::min(field.find(':'), field.size()), most = std::string::npos;
+        if (colon < field.size()) {
+            const char* const end = field.data() + field.size();
+            const auto [rest, error] = std::from_chars(field.data() + colon + 1, end, most);
+            if (error != std::errc() || rest != end || most == 0) colon = field.size();   // no name of a field then
+        }
         const auto value = value_of(field.substr(0, colon));
         expanded += value ? value->substr(0, most) : std::string(pattern.substr(open, close - open + 1));
         pattern.remove_prefix(close + 1);

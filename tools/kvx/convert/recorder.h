@@ -18,8 +18,8 @@ public:
     /// Folder that the names of the files begin at.
     virtual std::string root() const = 0;
 
-    /// Whether an earlier run made this file of the same log: it may be replaced.
-    virtual bool owns(const std::string& path) const = 0;
+    /// Why a file that is there may not be replaced; empty: an earlier run made it of the same log.
+    virtual std::string obstacle(const std::string& path) = 0;
 
     /// Takes what came of the log. Where it throws the files get no names.
     virtual void record(const summary_t& summary, const std::vector<finished_file_t>& files,

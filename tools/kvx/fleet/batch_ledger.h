@@ -29,6 +29,7 @@ struct identity_t {
 
 /// Of a log, what its lines tell.
 struct account_t {
+    std::string line;                ///< the last one, when it is not of the batch's own ledger
     std::optional<identity_t> log;   ///< as it was last; none: nothing came of it
     std::string options;             ///< and program, by which the files were made
     std::map<std::string, identity_t> files;
@@ -36,19 +37,25 @@ struct account_t {
 };
 
 /// Reads a ledger line by line. Lines that are torn, as killed runs and full disks leave them, are none.
-/// @param take  a line; it may throw nlohmann::json::exception for one that is no ledger's
+/// @param take  a line, and its text; it may throw nlohmann::json::exception for one that is no ledger's
 /// @return torn lines
 /// @throws error_t
-std::uint64_t read_ledger(const std::string& path, const std::function<void(const nlohmann::json& line)>& take);
+std::uint64_t read_ledger(const std::string& path,
+                          const std::function<void(const nlohmann::json& line, std::string_view text)>& take);
 
-/// Reads ledgers for the logs that are wanted. One that is not there has no lines.
-/// @throws error_t
-std::map<std::string, account_t> read_ledgers(const std::vector<std::string>& paths,
-                                              const std::function<bool(const std::string& log)>& wanted);
+/// The logs whose files a line's log took over.
+std::vector<std::string> adopted_in(const nlohmann::json& line);
 
-/// Names of all files that a ledger tells of.
+/// What ledgers tell in all.
+struct book_t {
+    std::map<std::string, account_t> accounts;   ///< by log, of those that are wanted
+    std::map<std::string, std::string> makers;   ///< by file, the log that made it last, of all logs
+};
+
+/// Reads a batch's own ledger, which may not be there yet, behind others that must be.
 /// @throws error_t
-std::set<std::string> files_in_ledger(const std::string& path);
+book_t read_book(const std::string& own, const std::vector<std::string>& others,
+                 const std::function<bool(const std::string& log)>& wanted);
 
 /// Takes lines at its end. Several processes of one run may write; another run may not.
 class ledger_file_t {

@@ -38,15 +38,18 @@ bool is_utf8(const std::string& text)
 
 std::string spelled(const batch_terms_t& terms, const planned_log_t& log)
 {
-    return terms.spelled + (log.marker.empty() ? "" : " marker=" + log.marker) +
-           (log.country.empty() ? "" : " country=" + log.country);
+    std::string all = terms.spelled;
+    if (!log.marker.empty()) all += " marker=" + log.marker;
+    if (!log.country.empty()) all += " country=" + log.country;
+    for (const header_setting_t& line : log.settings) all += " " + line.label + "=" + line.text;
+    return all;
 }
 
 std::string expanded(const std::string& pattern, const planned_log_t& log)
 {
     return expand_fields(pattern, [&log](std::string_view field) -> std::optional<std::string> {
         if (field == "stem") return log_stem(log.path);
-        if (field == "dir") return log.dir;
+        if (field == "dir") return fs::path(log.path).parent_path().filename().string();
         return std::nullopt;
     });
 }
@@ -57,6 +60,7 @@ convert_options_t options_of(const batch_terms_t& terms, const planned_log_t& lo
     options.logs = {log.path};
     options.marker = log.marker.empty() ? expanded(options.marker, log) : log.marker;
     if (!log.country.empty()) options.country = log.country;
+    options.settings.insert(options.settings.end(), log.settings.begin(), log.settings.end());
     options.tree = expanded(options.tree, log);
     if (const std::string fault = fault_in_tree(options.tree); !fault.empty())
         throw error_t(log.path, "--tree " + options.tree + " " + fault, "");
@@ -140,21 +144,26 @@ void add_counts(json_object_t& j, const summary_t& s)
 // Enters a conversion, and knows the files of those before it.
 class entry_t : public recorder_t {
 public:
-    entry_t(const batch_terms_t& terms, const planned_log_t& log, const account_t* account, ledger_file_t& ledger)
-        : terms_(terms),
-          log_(log),
-          account_(account),
-          ledger_(ledger),
-          identity_(identity_t::of(log.path, terms.checksum))
-    {}
+    entry_t(const batch_terms_t& terms, const planned_log_t& log, ledger_file_t& ledger)
+        : terms_(terms), log_(log), ledger_(ledger), identity_(identity_t::of(log.path, terms.options.checksum))
+    {
+        const auto account = terms.book.accounts.find(log.path);
+        if (account != terms.book.accounts.end()) account_ = &account->second;
+    }
 
     std::string root() const override { return terms_.root; }
 
-    bool owns(const std::string& path) const override
+    std::string obstacle(const std::string& path) override
     {
-        if (account_ == nullptr) return false;
         const std::string name = name_of(path);
-        return account_->files.count(name) > 0 || made_earlier(name);
+        if (account_ != nullptr && (account_->files.count(name) > 0 || made_earlier(name))) return "";
+        const auto maker = terms_.book.makers.find(name);
+        if (maker == terms_.book.makers.end()) return "the ledger does not tell of it";
+        const bool gone = ::access(maker->second.c_str(), F_OK) != 0 && errno == ENOENT;
+        if (!gone) return "it was made of " + maker->second;
+        if (!terms_.options.adopt) return "it was made of " + maker->second + ", which is gone; --adopt replaces it";
+        adopted_.insert(maker->second);
+        return "";
     }
 
     // Files that wait for their names are those that get them: should the run be killed in between the next one finds
@@ -164,6 +173,7 @@ public:
     {
         damaged_ = summary.damaged();
         json_object_t line = head(damaged_ ? kDamaged : kDone);
+        if (!adopted_.empty()) line.add("instead_of", std::vector<std::string>(adopted_.begin(), adopted_.end()));
         add_counts(line, summary);
         std::vector<json_object_t> all(files.size());
         for (std::size_t i = 0; i < files.size(); ++i) {
@@ -184,6 +194,12 @@ public:
         ledger_.add(line.text());
     }
 
+    // What another ledger tells the batch's own is to tell, too.
+    void copy() const
+    {
+        if (!account_->line.empty()) ledger_.add(account_->line);
+    }
+
     // What earlier conversions made under other names is replaced, too.
     void remove_stale() const
     {
@@ -198,9 +214,9 @@ public:
     {
         if (account_ == nullptr || !account_->log || !identity_) return false;
         if (!account_->log->same(*identity_) || account_->options != spelled(terms_, log_)) return false;
-        if (terms_.checksum && account_->log->sha256.empty()) return false;
+        if (terms_.options.checksum && account_->log->sha256.empty()) return false;
         return std::all_of(account_->files.begin(), account_->files.end(), [this](const auto& file) {
-            const auto there = identity_t::of(path_of(file.first), terms_.checksum);
+            const auto there = identity_t::of(path_of(file.first), terms_.options.checksum);
             return there && there->same(file.second);
         });
     }
@@ -238,22 +254,25 @@ private:
 
     const batch_terms_t& terms_;
     const planned_log_t& log_;
-    const account_t* account_;
+    const account_t* account_ = nullptr;   // null: the ledger tells nothing of the log
     ledger_file_t& ledger_;
     stopwatch_t watch_;
     std::optional<identity_t> identity_;
-    std::set<std::string> made_;
+    std::set<std::string> made_, adopted_;   // files; logs
     bool damaged_ = false;
 };
 
 }   // namespace
 
-batch_result_t convert_planned(const batch_terms_t& terms, const planned_log_t& log, const account_t* account,
-                               ledger_file_t& ledger)
+batch_result_t convert_planned(const batch_terms_t& terms, const planned_log_t& log, ledger_file_t& ledger)
 {
-    entry_t entry(terms, log, account, ledger);
-    if (entry.is_done()) return batch_result_t::skipped;
+    entry_t entry(terms, log, ledger);
+    if (entry.is_done()) {
+        entry.copy();
+        return batch_result_t::skipped;
+    }
     try {
+        if (!log.fault.empty()) throw error_t(log.path, log.fault, "");
         if (!is_utf8(log.path)) throw error_t(log.path, "is no name in UTF-8", "a ledger can have no others");
         if (kind_of_file(log.path) != file_kind_t::log)
             throw error_t(log.path, "is a RINEX file", "a batch is of logs");
@@ -272,7 +291,7 @@ batch_result_t convert_planned(const batch_terms_t& terms, const planned_log_t& 
 
 void enter_failure(const batch_terms_t& terms, const planned_log_t& log, const std::string& why, ledger_file_t& ledger)
 {
-    entry_t(terms, log, nullptr, ledger).record_failure(why);
+    entry_t(terms, log, ledger).record_failure(why);
 }
 
 }   // namespace kvx

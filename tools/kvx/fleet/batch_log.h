@@ -15,15 +15,13 @@ struct batch_terms_t {
     const convert_options_t& options;
     std::string spelled;   ///< options that change files, and the program's version
     std::string root;      ///< folder of the tree
-    bool checksum;         ///< contents are compared, not sizes and times alone
+    const book_t& book;
 };
 
 enum class batch_result_t { converted, damaged, skipped };
 
-/// @param account  what the ledger tells of the log; null: nothing
 /// @throws interruption_t, with nothing entered; error_t when nothing came of the log, which is entered
-batch_result_t convert_planned(const batch_terms_t& terms, const planned_log_t& log, const account_t* account,
-                               ledger_file_t& ledger);
+batch_result_t convert_planned(const batch_terms_t& terms, const planned_log_t& log, ledger_file_t& ledger);
 
 /// Enters that nothing came of a log.
 void enter_failure(const batch_terms_t& terms, const planned_log_t& log, const std::string& why, ledger_file_t& ledger);

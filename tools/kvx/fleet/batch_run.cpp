@@ -18,7 +18,6 @@
 #include <nlohmann/json.hpp>
 #include <utility>
 
-#include "common/batch.h"
 #include "common/command.h"
 #include "common/error.h"
 #include "common/interrupt.h"
@@ -55,8 +54,8 @@ std::vector<planned_log_t> plan_of(const convert_options_t& options)
     std::vector<planned_log_t> plan = logs_below(options.batch, options.match);
     const fs::path root = fs::absolute(options.folder);
     std::set<std::string> made{fs::absolute(options.ledger).lexically_normal().string()};
-    for (const std::string& name : files_in_ledger(options.ledger))
-        made.insert((root / name).lexically_normal().string());
+    const book_t book = read_book(options.ledger, {}, [](const std::string&) { return false; });
+    for (const auto& [name, log] : book.makers) made.insert((root / name).lexically_normal().string());
     std::erase_if(plan, [&made](const planned_log_t& log) { return made.count(log.path) > 0; });
     return plan;
 }
@@ -69,10 +68,9 @@ public:
           ledger_(options.ledger),
           root_(fs::absolute(options.folder).lexically_normal().string()),
           work_(root_ + "/.kvx-batch-" + std::to_string(ledger_.number())),
-          terms_{options_, options.spelled, root_, options.checksum},
-          accounts_(read_accounts()),
-          notes_(paths_of(plan_), "logs"),
-          progress_(paths_of(plan_), options.quiet),
+          book_(read_book_of_plan()),
+          terms_{options_, options.spelled, root_, book_},
+          progress_(paths_of(plan_), options.quiet, options.passes()),
           shared_(1),
           under_way_(static_cast<std::size_t>(options.jobs)),
           workers_(under_way_.size())
@@ -105,7 +103,6 @@ public:
         for (std::size_t place = 0; place < workers; ++place) start(place);
         while (running_ > 0) wait_for_one();
         tell();
-        notes_.tell();
         if (interrupted()) return interrupt_code();
         return count(kFailedLogs) > 0 ? kFailed : count(kDamagedLogs) > 0 ? kDamaged : kDone;
     }
@@ -117,13 +114,12 @@ private:
         std::uint64_t counts[kCounts], bytes;
     };
 
-    std::map<std::string, account_t> read_accounts() const
+    book_t read_book_of_plan() const
     {
-        std::vector<std::string> paths = options_.known;
-        paths.push_back(options_.ledger);
         std::set<std::string> wanted;
         for (const planned_log_t& log : plan_) wanted.insert(log.path);
-        return read_ledgers(paths, [&wanted](const std::string& log) { return wanted.count(log) > 0; });
+        return read_book(options_.ledger, options_.known,
+                         [&wanted](const std::string& log) { return wanted.count(log) > 0; });
     }
 
     // Files that are not whole and nobody writes.
@@ -176,13 +172,11 @@ private:
     {
         const planned_log_t& log = plan_[task];
         const progress_piece_t piece(task);
-        const auto known = accounts_.find(log.path);
         try {
-            switch (convert_planned(terms_, log, known == accounts_.end() ? nullptr : &known->second, ledger_)) {
+            switch (convert_planned(terms_, log, ledger_)) {
                 case batch_result_t::skipped:
                     return add(kSkipped);
                 case batch_result_t::damaged:
-                    notes_.note(task, "damaged", "see the ledger");
                     add(kDamagedLogs);
                     break;
                 case batch_result_t::converted:
@@ -199,7 +193,6 @@ private:
     void fail(std::uint64_t task, const std::exception& e)
     {
         add(kFailedLogs);
-        notes_.failed(task, e);
         const progress_aside_t aside(STDERR_FILENO);
         print_failure(e, plan_[task].path);
     }
@@ -270,9 +263,8 @@ private:
     std::vector<planned_log_t> plan_;
     ledger_file_t ledger_;
     std::string root_, work_;   // of the tree, of files that are not whole
+    book_t book_;
     batch_terms_t terms_;
-    std::map<std::string, account_t> accounts_;
-    batch_t notes_;
     progress_run_t progress_;
     shared_array_t<shared_t> shared_;
     shared_array_t<std::uint64_t> under_way_;   // of each worker its log and one, 0: none

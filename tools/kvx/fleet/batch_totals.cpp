@@ -73,8 +73,10 @@ batch_totals_t totals_of(const std::vector<std::string>& ledgers, const std::vec
 {
     batch_totals_t totals;
     for (const std::string& path : ledgers) {
-        totals.torn_lines += read_ledger(
-            path, [&totals](const json& line) { totals.logs[line.at("log").get<std::string>()] = outcome_in(line); });
+        totals.torn_lines += read_ledger(path, [&totals](const json& line, std::string_view) {
+            for (const std::string& other : adopted_in(line)) totals.logs.erase(other);
+            totals.logs[line.at("log").get<std::string>()] = outcome_in(line);
+        });
     }
     for (const auto& [log, outcome] : totals.logs) {
         totals.sum += outcome;

@@ -26,6 +26,12 @@ public:
         add_text(name, "[" + joined(texts, ",") + "]");
     }
 
+    void add(std::string_view name, std::vector<std::string> values)
+    {
+        for (std::string& value : values) value = json_text(value);
+        add_text(name, "[" + joined(values, ",") + "]");
+    }
+
     std::string text() const { return "{" + members_ + "}"; }
 
 private:

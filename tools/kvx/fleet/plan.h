@@ -5,22 +5,27 @@
 #include <string>
 #include <vector>
 
+#include "convert/convert_options.h"
+
 namespace kvx {
 
 struct planned_log_t {
-    std::string path;              ///< absolute
-    std::string dir;               ///< folder below the one that was named; of a list the name of the log's own
-    std::string marker, country;   ///< empty: as the command line says
+    std::string path;                         ///< absolute
+    std::string marker, country;              ///< empty: as the command line says
+    std::vector<header_setting_t> settings;   ///< header lines beside those of the command line
+    std::string fault;                        ///< why it cannot be read; empty: not known
+
+    bool operator==(const planned_log_t&) const = default;
 };
 
-/// The lines of a list: a path, or path, marker and country between tabs. What begins with # is none. Each log once.
+/// The lines of a list: the path of a log; behind it, each behind a tab, its marker, its country and header lines as
+/// --set takes them, any of which may be empty. What begins with # is none.
 /// @param list  its path, - is standard input
-/// @throws error_t
+/// @throws error_t  also when a log stands there twice and differs
 std::vector<planned_log_t> read_list(const std::string& list);
 
-/// The files of a folder and of those below it, but for hidden ones.
-/// @param match  pattern of their names: "*.log"
-/// @throws error_t
+/// The files of a folder and of those below it, but for hidden ones; and the folders that cannot be read.
+/// @param match  pattern of the files' names: "*.log"
 std::vector<planned_log_t> logs_below(const std::string& folder, const std::string& match);
 
 }   // namespace kvx

@@ -109,6 +109,11 @@ class Batch(unittest.TestCase):
         self.assertEqual("somebody else's\n", foreign.read_text())
         foreign.unlink()
         self.assertEqual(1, self.batch("--interval", 5)["converted"])
+        (own,) = self.out.glob("2024/071/S001/*MO.rnx")   # what stands there now is not what was made
+        own.write_text("somebody else's\n")
+        self.assertEqual(3, self.batch("--interval", 5)["failed"])
+        own.unlink()
+        self.assertEqual(1, self.batch("--interval", 5)["converted"])
         self.demand_plain_files("--interval", 5)
 
     def test_files_among_their_logs(self):
@@ -130,6 +135,33 @@ class Batch(unittest.TestCase):
         made = (self.out / name).read_bytes()
         batch("raw/S000.log", "OTHR")   # what was made of it under that name is gone
         self.assertEqual(made, (self.out / name).read_bytes())
+
+    def test_logs_that_move(self):
+        self.batch()
+        (self.dir / "raw/deep").rename(self.dir / "raw/deeper")
+        subprocess.run(["gzip", *self.dir.glob("raw/S*.log")], check=True)
+        self.assertEqual(14, self.batch()["failed"])
+        self.assertEqual(2, self.batch("--adopt")["failed"])
+        totals = json.loads(kvx("summary", "--json", self.ledger, code=1).stdout)
+        self.assertEqual((14, len(self.files())), (totals["logs"], totals["files"]))
+
+    def test_ledgers_of_others(self):
+        self.batch()
+        other = self.dir / "other.ndjson"
+        known = self.batch("--ledger", other, "--known", self.ledger)
+        self.assertEqual((12, 2), (known["skipped"], known["failed"]))
+        self.assertEqual(set(line["log"] for line in self.lines()), {json.loads(line)["log"] for line in other.read_text().splitlines()})
+        victim = self.dir / "victim"
+        victim.touch()
+        for name in (str(victim), "../victim"):
+            line = self.lines()[0] | {"files": [{"name": name, "bytes": 0, "modified": 0, "sha256": hashlib.sha256().hexdigest()}]}
+            other.write_text(json.dumps(line) + "\n")
+            self.assertIn("lies elsewhere", kvx("convert", "--batch", self.dir / "raw", "-o", self.out, "--known", other, code=1).stderr)
+        self.assertTrue(victim.exists())
+        kept = self.logs[0].read_bytes()
+        for what in (("convert", "-o", self.out, "--batch", self.dir / "raw", "--ledger", self.logs[0]), ("summary", self.logs[0])):
+            self.assertIn("is no ledger", kvx(*what, code=1).stderr)
+        self.assertEqual(kept, self.logs[0].read_bytes())
 
     def test_killed_at_any_moment(self):
         chance = random.Random(7)
@@ -167,6 +199,10 @@ class Batch(unittest.TestCase):
         self.assertEqual(["ALBO00DNK", "S00100XXX"], sorted({pathlib.Path(name).name[:9] for name in self.files()}))
         (self.dir / "list").write_text("x.log\tALBO\tDenmark\n")
         self.assertRegex(kvx("convert", "--batch", self.dir / "list", code=1).stderr, "list:1: 'Denmark' is not three capital letters")
+        (self.dir / "list").write_text(f"{self.logs[2]}\t\t\tANT # / TYPE={'7':20}CHOKE\n")
+        self.assertEqual(1, self.batch(source="list", code=0)["converted"])
+        (made,) = self.out.glob(f"*/*/{self.logs[2].stem}/*MO.rnx")
+        self.assertIn(f"{'7':20}{'CHOKE':20}{'':20}ANT # / TYPE\n", made.read_text())
 
     def test_refusals(self):
         for options in (("--batch", "raw", "a.log"), ("--batch", "raw", "--join"), ("--tree", "{yyyy}", "a.log"), (),
@@ -182,8 +218,7 @@ class Batch(unittest.TestCase):
                  for log in self.logs]
         self.assertEqual([14, 11, 1, 2, 0], [totals[k] for k in ("logs", "converted", "damaged", "failed", "without_line")])
         for name in ("bytes", "epochs"):
-            empty = 7 if name == "bytes" else 0   # the text that is no log
-            self.assertEqual(sum(log[name] for log in plain) + empty, totals[name])
+            self.assertEqual(sum(log[name] for log in plain), totals[name])
         self.assertEqual(sum(row["records"] for log in plain for row in log["signals"]), totals["observations"]["in_log"])
         self.assertEqual(3, len(totals["not_well"]))
         self.assertIn("not well", (self.dir / "page.html").read_text())

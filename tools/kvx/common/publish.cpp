@@ -192,20 +192,21 @@ void name_all(const std::vector<finished_file_t>& files, const std::vector<std::
         if (!claim.root.empty()) make_folder(std::filesystem::path(path).parent_path().string());
     }
     made_files_t made;
+    std::vector<std::string> obstacles;
     for (const std::string& path : paths) {
         if (made.contain(path))
             throw taken_t(path, "give the logs different names with --marker, or convert them one by one with --name",
                           "another log of this run has made this file");
-        demand_path(path, obstacle(path));
+        demand_path(path, obstacles.emplace_back(obstacle(path)));
     }
     if (claim.before) claim.before(paths);
     std::size_t named = 0;
     try {
-        for (; named < files.size(); ++named) name_file(*files[named].file, paths[named], obstacle(paths[named]));
+        for (; named < files.size(); ++named) name_file(*files[named].file, paths[named], obstacles[named]);
         for (const std::string& path : paths) made.add(path);
     } catch (...) {
         for (std::size_t i = 0; i < named; ++i) {
-            if (!obstacle(paths[i]).empty()) ::unlink(paths[i].c_str());
+            if (!obstacles[i].empty()) ::unlink(paths[i].c_str());
         }
         throw;
     }
@@ -213,7 +214,6 @@ void name_all(const std::vector<finished_file_t>& files, const std::vector<std::
 
 using numbered_t = std::function<std::string(const std::string& name, int number)>;
 
-// Under the first number with which all names are free.
 std::vector<std::string> name_beside(const std::vector<finished_file_t>& files, const numbered_t& numbered)
 {
     constexpr int kMost = 10000;

@@ -29,26 +29,6 @@ std::vector<sources_t> tasks_of(const convert_options_t& options)
     return tasks;
 }
 
-void warn(const convert_options_t& o)
-{
-    if (o.as_host && header_and_records_disagree(o)) {
-        std::fprintf(stderr,
-                     "kvx: warning: receiver type \"%s\" with kind %d: header and records choose their "
-                     "observation types by different rules; use a type with KV3A0 or KV4A0 and a kind other than 1\n",
-                     o.receiver_type.c_str(), o.receiver_kind);
-    }
-    if (!o.as_host && o.marker.empty()) {
-        std::fprintf(stderr, "kvx: warning: nothing names the site: marker UNKNOWN%s; name it with --marker\n",
-                     o.name.empty() ? ", files of site XXXX" : "");
-    }
-    if (!o.as_host && o.version() < 300 && o.nav == "split") {
-        std::fputs(
-            "kvx: warning: RINEX 2.11 knows navigation files of GPS, GLONASS and SBAS; those of other systems are "
-            "written in the form of the GPS files, and few programs read them\n",
-            stderr);
-    }
-}
-
 std::vector<std::string> first_sources(const std::vector<sources_t>& tasks)
 {
     std::vector<std::string> names(tasks.size());
@@ -93,6 +73,26 @@ int run(const convert_options_t& options)
 }
 
 }   // namespace
+
+void warn(const convert_options_t& o)
+{
+    if (o.as_host && header_and_records_disagree(o)) {
+        std::fprintf(stderr,
+                     "kvx: warning: receiver type \"%s\" with kind %d: header and records choose their "
+                     "observation types by different rules; use a type with KV3A0 or KV4A0 and a kind other than 1\n",
+                     o.receiver_type.c_str(), o.receiver_kind);
+    }
+    if (!o.as_host && o.marker.empty()) {
+        std::fprintf(stderr, "kvx: warning: nothing names the site: marker UNKNOWN%s; name it with --marker\n",
+                     o.name.empty() ? ", files of site XXXX" : "");
+    }
+    if (!o.as_host && o.version() < 300 && o.nav == "split") {
+        std::fputs(
+            "kvx: warning: RINEX 2.11 knows navigation files of GPS, GLONASS and SBAS; those of other systems are "
+            "written in the form of the GPS files, and few programs read them\n",
+            stderr);
+    }
+}
 
 command_t convert_command(command_line_t& program)
 {

@@ -77,6 +77,9 @@ struct convert_options_t : selection_options_t {
     int wanted_systems = ~0;   ///< bits of gnss_system_t: what `systems` says
 };
 
+/// Tells what the options lead to that perhaps nobody wants.
+void warn(const convert_options_t& options);
+
 /// Declares the options; values are checked while the command line is read.
 void add_convert_options(command_line_t& app, convert_options_t& options);
 

@@ -160,7 +160,6 @@ ledger_file_t::ledger_file_t(std::string path)
         ::close(fd_);
         throw system_error(path_, "writing the ledger");
     }
-    number_ = status.st_ino;
 }
 
 ledger_file_t::~ledger_file_t()

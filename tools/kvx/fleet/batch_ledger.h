@@ -66,8 +66,6 @@ public:
     ledger_file_t(const ledger_file_t&) = delete;
     ledger_file_t& operator=(const ledger_file_t&) = delete;
 
-    std::uint64_t number() const { return number_; }   ///< that no other ledger of the file system has
-
     /// Writes a line, which is on the disk then.
     /// @throws error_t
     void add(std::string line);
@@ -75,7 +73,6 @@ public:
 private:
     std::string path_;
     int fd_;
-    std::uint64_t number_ = 0;
 };
 
 }   // namespace kvx

@@ -60,6 +60,7 @@ convert_options_t options_of(const batch_terms_t& terms, const planned_log_t& lo
     options.logs = {log.path};
     options.marker = log.marker.empty() ? expanded(options.marker, log) : log.marker;
     if (!log.country.empty()) options.country = log.country;
+    for (header_setting_t& line : options.settings) line.text = expanded(line.text, log);
     options.settings.insert(options.settings.end(), log.settings.begin(), log.settings.end());
     options.tree = expanded(options.tree, log);
     if (const std::string fault = fault_in_tree(options.tree); !fault.empty())
@@ -145,10 +146,28 @@ void add_counts(json_object_t& j, const summary_t& s)
 class entry_t : public recorder_t {
 public:
     entry_t(const batch_terms_t& terms, const planned_log_t& log, ledger_file_t& ledger)
-        : terms_(terms), log_(log), ledger_(ledger), identity_(identity_t::of(log.path, terms.options.checksum))
+        : terms_(terms), log_(log), ledger_(ledger), identity_(identity_t::of(log.path, false))
     {
         const auto account = terms.book.accounts.find(log.path);
         if (account != terms.book.accounts.end()) account_ = &account->second;
+    }
+
+    // Whether the files are those of the log as it is now; what is left of others that were made of it goes. A log that
+    // grows while it is read is another one for the next run.
+    bool is_done()
+    {
+        if (terms_.options.checksum) identity_ = identity_t::of(log_.path, true);
+        if (account_ == nullptr || !account_->log || !identity_) return false;
+        if (!account_->log->same(*identity_) || account_->options != spelled(terms_, log_)) return false;
+        if (terms_.options.checksum && account_->log->sha256.empty()) return false;
+        for (const auto& [name, file] : account_->files) {
+            const auto there = identity_t::of(path_of(name), terms_.options.checksum);
+            if (!there || !there->same(file)) return false;
+            made_.insert(name);
+        }
+        remove_stale();
+        if (!account_->line.empty()) ledger_.add(account_->line);   // another ledger's
+        return true;
     }
 
     std::string root() const override { return terms_.root; }
@@ -156,10 +175,11 @@ public:
     std::string obstacle(const std::string& path) override
     {
         const std::string name = name_of(path);
-        if (account_ != nullptr && (account_->files.count(name) > 0 || made_earlier(name))) return "";
+        if (is_own(name)) return "";
         const auto maker = terms_.book.makers.find(name);
         if (maker == terms_.book.makers.end()) return "the ledger does not tell of it";
         const bool gone = ::access(maker->second.c_str(), F_OK) != 0 && errno == ENOENT;
+        if (maker->second == log_.path) return "it is not what was made of the log; remove it, or move it away";
         if (!gone) return "it was made of " + maker->second;
         if (!terms_.options.adopt) return "it was made of " + maker->second + ", which is gone; --adopt replaces it";
         adopted_.insert(maker->second);
@@ -194,39 +214,23 @@ public:
         ledger_.add(line.text());
     }
 
-    // What another ledger tells the batch's own is to tell, too.
-    void copy() const
-    {
-        if (!account_->line.empty()) ledger_.add(account_->line);
-    }
-
     // What earlier conversions made under other names is replaced, too.
     void remove_stale() const
     {
         if (account_ == nullptr) return;
         for (const auto& [name, checksums] : account_->owned) {
-            if (made_.count(name) == 0 && made_earlier(name)) ::unlink(path_of(name).c_str());
+            if (made_.count(name) == 0 && is_own(name) && ::unlink(path_of(name).c_str()) != 0)
+                throw system_error(path_of(name), "removing what was made of the log before");
         }
-    }
-
-    // As it was when the log was read: a log that grows meanwhile is another one for the next run.
-    bool is_done() const
-    {
-        if (account_ == nullptr || !account_->log || !identity_) return false;
-        if (!account_->log->same(*identity_) || account_->options != spelled(terms_, log_)) return false;
-        if (terms_.options.checksum && account_->log->sha256.empty()) return false;
-        return std::all_of(account_->files.begin(), account_->files.end(), [this](const auto& file) {
-            const auto there = identity_t::of(path_of(file.first), terms_.options.checksum);
-            return there && there->same(file.second);
-        });
     }
 
     bool damaged() const { return damaged_; }
 
 private:
-    // By its contents: what was removed since may have made room for another log's.
-    bool made_earlier(const std::string& name) const
+    // By its contents: what was moved away may have made room for another log's, or somebody else's.
+    bool is_own(const std::string& name) const
     {
+        if (account_ == nullptr) return false;
         const auto earlier = account_->owned.find(name);
         if (earlier == account_->owned.end()) return false;
         const auto there = identity_t::of(path_of(name), true);
@@ -267,11 +271,8 @@ private:
 batch_result_t convert_planned(const batch_terms_t& terms, const planned_log_t& log, ledger_file_t& ledger)
 {
     entry_t entry(terms, log, ledger);
-    if (entry.is_done()) {
-        entry.copy();
-        return batch_result_t::skipped;
-    }
     try {
+        if (entry.is_done()) return batch_result_t::skipped;
         if (!log.fault.empty()) throw error_t(log.path, log.fault, "");
         if (!is_utf8(log.path)) throw error_t(log.path, "is no name in UTF-8", "a ledger can have no others");
         if (kind_of_file(log.path) != file_kind_t::log)
@@ -279,13 +280,13 @@ batch_result_t convert_planned(const batch_terms_t& terms, const planned_log_t& 
         convert_options_t options = options_of(terms, log);
         options.recorder = &entry;
         convert_logs(options, options.logs);
+        entry.remove_stale();
     } catch (const interruption_t&) {
         throw;
     } catch (const std::exception& e) {
         entry.record_failure(e.what());
         throw;
     }
-    entry.remove_stale();
     return entry.damaged() ? batch_result_t::damaged : batch_result_t::converted;
 }
 

@@ -28,28 +28,29 @@ std::string a_second(std::uint64_t bytes, double seconds)
 std::string totals_table(const batch_totals_t& t)
 {
     const outcome_of_log_t& s = t.sum;
-    return table({{"", "In all"},
+    return table({{"What", "In all"},
                   {{"Logs", grouped(t.logs.size())},
-                   {"converted", grouped(t.converted)},
-                   {"damaged", grouped(t.damaged)},
-                   {"failed", grouped(t.failed)},
-                   {"planned, without a line", grouped(t.without.size())},
-                   {"Read", megabytes(s.bytes)},
+                   {"Logs converted", grouped(t.converted)},
+                   {"Logs damaged", grouped(t.damaged)},
+                   {"Logs failed", grouped(t.failed)},
+                   {"Logs planned that have no line", grouped(t.without.size())},
+                   {"Read of logs that did not fail", megabytes(s.bytes)},
                    {"Written", megabytes(s.bytes_of_files) + " in " + grouped(s.files) + " files"},
                    {"Epochs", grouped(s.epochs)},
-                   {"missing among them", grouped(s.missing_epochs)},
+                   {"Epochs missing", grouped(s.missing_epochs)},
                    {"Observations sent", grouped(s.in_log)},
-                   {"written", grouped(s.written) + ", " + percent(s.written, s.in_log)},
+                   {"Observations written", grouped(s.written) + ", " + percent(s.written, s.in_log)},
                    {"Bytes lost", grouped(s.lost_bytes)},
                    {"Wrong checksums", grouped(s.bad_checksum)},
-                   {"Messages refused", grouped(s.refused)}}});
+                   {"Messages refused", grouped(s.refused)},
+                   {"Epochs out of order", grouped(s.epochs_out_of_order)}}});
 }
 
 std::string speed_table(const batch_totals_t& t)
 {
     const outcome_of_log_t& s = t.sum;
     return table(
-        {{"", "In all", "Log a second of it"},
+        {{"What", "In all", "Log a second of it"},
          {{"Time of the processes", fixed(s.seconds, 1) + " s", a_second(s.bytes, s.seconds)},
           {"Time of processors", fixed(s.processor_seconds, 1) + " s", a_second(s.bytes, s.processor_seconds)}}});
 }

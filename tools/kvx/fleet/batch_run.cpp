@@ -28,6 +28,7 @@
 #include "common/shared_array.h"
 #include "common/text_format.h"
 #include "fleet/batch_log.h"
+#include "fleet/work_folder.h"
 
 namespace kvx {
 
@@ -52,11 +53,13 @@ std::vector<planned_log_t> plan_of(const convert_options_t& options)
     std::error_code error;
     if (!fs::is_directory(options.batch, error)) return read_list(options.batch);
     std::vector<planned_log_t> plan = logs_below(options.batch, options.match);
-    const fs::path root = fs::absolute(options.folder);
-    std::set<std::string> made{fs::absolute(options.ledger).lexically_normal().string()};
-    const book_t book = read_book(options.ledger, {}, [](const std::string&) { return false; });
-    for (const auto& [name, log] : book.makers) made.insert((root / name).lexically_normal().string());
+    const fs::path root = absolute_path(options.folder);
+    std::set<std::string> made{absolute_path(options.ledger)};
+    for (const std::string& ledger : options.known) made.insert(absolute_path(ledger));
+    const book_t book = read_book(options.ledger, options.known, [](const std::string&) { return false; });
+    for (const auto& [name, log] : book.makers) made.insert((root / name).string());
     std::erase_if(plan, [&made](const planned_log_t& log) { return made.count(log.path) > 0; });
+    if (plan.empty()) throw error_t(options.batch, "has no log", "--match takes the names " + options.match);
     return plan;
 }
 
@@ -66,8 +69,8 @@ public:
         : options_(options),
           plan_(std::move(plan)),
           ledger_(options.ledger),
-          root_(fs::absolute(options.folder).lexically_normal().string()),
-          work_(root_ + "/.kvx-batch-" + std::to_string(ledger_.number())),
+          root_(absolute_path(options.folder)),
+          work_(root_),
           book_(read_book_of_plan()),
           terms_{options_, options.spelled, root_, book_},
           progress_(paths_of(plan_), options.quiet, options.passes()),
@@ -75,8 +78,7 @@ public:
           under_way_(static_cast<std::size_t>(options.jobs)),
           workers_(under_way_.size())
     {
-        make_folder(work_);
-        options_.folder = work_;
+        options_.folder = work_.path();
         make_folder(options_.folder_of(false));
         clear();
     }
@@ -91,7 +93,6 @@ public:
                 break;
         }
         clear();
-        ::rmdir(work_.c_str());
     }
     batch_run_t(const batch_run_t&) = delete;
     batch_run_t& operator=(const batch_run_t&) = delete;
@@ -125,7 +126,7 @@ private:
     // Files that are not whole and nobody writes.
     void clear() const
     {
-        remove_left_overs(work_);
+        remove_left_overs(work_.path());
         remove_left_overs(options_.folder_of(false));
     }
 
@@ -262,7 +263,8 @@ private:
     convert_options_t options_;
     std::vector<planned_log_t> plan_;
     ledger_file_t ledger_;
-    std::string root_, work_;   // of the tree, of files that are not whole
+    std::string root_;     // folder of the tree
+    work_folder_t work_;   // in it
     book_t book_;
     batch_terms_t terms_;
     progress_run_t progress_;
@@ -274,12 +276,19 @@ private:
     std::chrono::steady_clock::time_point began_ = std::chrono::steady_clock::now();
 };
 
+void warn_of(convert_options_t options, const std::vector<planned_log_t>& plan)
+{
+    const auto nameless = [](const planned_log_t& log) { return log.marker.empty(); };
+    if (std::none_of(plan.begin(), plan.end(), nameless)) options.marker = "of the list";
+    warn(options);
+}
+
 }   // namespace
 
 int convert_batch(const convert_options_t& options)
 {
     std::vector<planned_log_t> plan = plan_of(options);
-    if (plan.empty()) throw error_t(options.batch, "names no log", "a list, a line each, or a folder");
+    warn_of(options, plan);
     make_folder(options.folder);
     begin_run(paths_of(plan));
     catch_interrupts();

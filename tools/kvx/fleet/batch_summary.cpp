@@ -98,18 +98,26 @@ void write_page(const batch_totals_t& t, const summary_options_t& o)
     const std::filesystem::path path(o.page);
     const std::string folder = path.has_parent_path() ? path.parent_path().string() : ".";
     make_folder(folder);
-    begin_run(o.ledgers);
+    std::vector<std::string> inputs = o.ledgers;
+    if (!o.list.empty()) inputs.push_back(o.list);
+    begin_run(inputs);
     auto file = std::make_unique<output_file_t>(folder);
     const std::string page = page_of_batch(t);
     std::fwrite(page.data(), 1, page.size(), file->stream());
     publish(std::move(file), path.filename().string(), o.force);
 }
 
+// What is not UTF-8 is replaced there.
+std::string name_in_ledgers(const std::string& path)
+{
+    return nlohmann::json::parse(json_text(path)).get<std::string>();
+}
+
 int run(const summary_options_t& options)
 {
     std::vector<std::string> planned;
     if (!options.list.empty()) {
-        for (const planned_log_t& log : read_list(options.list)) planned.push_back(log.path);
+        for (const planned_log_t& log : read_list(options.list)) planned.push_back(name_in_ledgers(log.path));
     }
     const batch_totals_t totals = totals_of(options.ledgers, planned);
     if (!options.page.empty()) write_page(totals, options);

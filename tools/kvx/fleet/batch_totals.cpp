@@ -35,6 +35,8 @@ outcome_of_log_t outcome_in(const json& line)
     o.lost_bytes = lost.at("bytes").get<std::uint64_t>();
     o.bad_checksum = lost.at("bad_checksum").get<std::uint64_t>();
     o.refused = lost.at("refused").get<std::uint64_t>();
+    o.epochs_out_of_order = lost.value("epochs_out_of_order", std::uint64_t{0});
+    o.source = lost.value("source", "");
     return o;
 }
 
@@ -52,6 +54,7 @@ outcome_of_log_t& outcome_of_log_t::operator+=(const outcome_of_log_t& other)
     lost_bytes += other.lost_bytes;
     bad_checksum += other.bad_checksum;
     refused += other.refused;
+    epochs_out_of_order += other.epochs_out_of_order;
     seconds += other.seconds;
     processor_seconds += other.processor_seconds;
     for (const auto& [reason, n] : other.left_out) left_out[reason] += n;
@@ -63,9 +66,11 @@ std::string outcome_of_log_t::fault() const
     if (code == kDone) return "";
     if (code == kFailed) return "failed: " + error;
     std::vector<std::string> parts;
+    if (!source.empty()) parts.push_back(source);
     if (lost_bytes > 0) parts.push_back(plural(lost_bytes, "byte") + " lost");
     if (bad_checksum > 0) parts.push_back(plural(bad_checksum, "wrong checksum"));
     if (refused > 0) parts.push_back(plural(refused, "message") + " refused");
+    if (epochs_out_of_order > 0) parts.push_back(plural(epochs_out_of_order, "epoch") + " out of order");
     return "damaged" + std::string(parts.empty() ? "" : ": ") + joined(parts, ", ");
 }
 
@@ -79,7 +84,7 @@ batch_totals_t totals_of(const std::vector<std::string>& ledgers, const std::vec
         });
     }
     for (const auto& [log, outcome] : totals.logs) {
-        totals.sum += outcome;
+        if (outcome.code != kFailed) totals.sum += outcome;
         ++(outcome.code == kDone ? totals.converted : outcome.code == kFailed ? totals.failed : totals.damaged);
     }
     for (const std::string& log : planned) {

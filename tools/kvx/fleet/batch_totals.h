@@ -14,10 +14,11 @@ struct outcome_of_log_t {
     int code = 0;   ///< exit_code_t
     std::uint64_t bytes = 0, files = 0, bytes_of_files = 0;
     std::uint64_t epochs = 0, missing_epochs = 0, in_log = 0, written = 0;
-    std::uint64_t lost_bytes = 0, bad_checksum = 0, refused = 0;
+    std::uint64_t lost_bytes = 0, bad_checksum = 0, refused = 0, epochs_out_of_order = 0;
     double seconds = 0.0, processor_seconds = 0.0;
     std::map<std::string, std::uint64_t> left_out;   ///< observations by reason
     std::string error;                               ///< why nothing came of it
+    std::string source;                              ///< what is wrong with its file; empty: nothing
 
     outcome_of_log_t& operator+=(const outcome_of_log_t& other);   ///< of the numbers
     std::string fault() const;                                     ///< what is wrong with it; empty: nothing
@@ -26,7 +27,7 @@ struct outcome_of_log_t {
 struct batch_totals_t {
     std::map<std::string, outcome_of_log_t> logs;
     std::vector<std::string> without;   ///< logs that were planned and have no line
-    outcome_of_log_t sum;
+    outcome_of_log_t sum;               ///< of those of which something came
     std::uint64_t converted = 0, damaged = 0, failed = 0;
     std::uint64_t torn_lines = 0;
 

@@ -25,11 +25,6 @@ namespace fs = std::filesystem;
 
 constexpr std::size_t kMarkerColumns = 60;
 
-std::string full_path(const fs::path& path)
-{
-    return fs::absolute(path).lexically_normal().string();
-}
-
 bool is_country(const std::string& text)
 {
     return text.size() == 3 && std::all_of(text.begin(), text.end(), [](char c) { return c >= 'A' && c <= 'Z'; });
@@ -53,7 +48,7 @@ planned_log_t log_of_line(const std::string& line, const std::string& place)
         throw error_t(place, "'" + fields[1] + "' is no marker of at most 60 ASCII characters", "");
     if (!fields[2].empty() && !is_country(fields[2]))
         throw error_t(place, "'" + fields[2] + "' is not three capital letters", "");
-    planned_log_t log{full_path(fields[0]), *marker, fields[2], {}, ""};
+    planned_log_t log{absolute_path(fields[0]), *marker, fields[2], {}, ""};
     try {
         for (std::size_t i = 3; i < fields.size(); ++i) {
             if (fields[i].empty()) continue;
@@ -97,7 +92,7 @@ public:
         if (::stat(folder.c_str(), &status) != 0 || !seen_.emplace(status.st_dev, status.st_ino).second) return;
         fs::directory_iterator entry(folder, error);
         for (; !error && entry != fs::directory_iterator(); entry.increment(error)) take(*entry);
-        if (error) found_.push_back({full_path(folder), "", "", {}, error.message()});
+        if (error) found_.push_back({absolute_path(folder), "", "", {}, error.message()});
     }
 
 private:
@@ -111,7 +106,7 @@ private:
         const bool file =
             type == fs::file_type::regular || type == fs::file_type::not_found || error;   // or a link to none
         if (file && fnmatch(match_.c_str(), path.filename().c_str(), 0) == 0)
-            found_.push_back({full_path(path), "", "", {}, ""});
+            found_.push_back({absolute_path(path), "", "", {}, ""});
     }
 
     const std::string& match_;
@@ -120,6 +115,15 @@ private:
 };
 
 }   // namespace
+
+std::string absolute_path(const std::filesystem::path& path)
+{
+    fs::path whole;
+    for (const fs::path& part : fs::absolute(path)) {
+        if (part != "." && !part.empty()) whole /= part;
+    }
+    return whole.string();
+}
 
 std::vector<planned_log_t> read_list(const std::string& list)
 {

@@ -2,6 +2,7 @@
 #ifndef KVX_PLAN_H
 #define KVX_PLAN_H
 
+#include <filesystem>
 #include <string>
 #include <vector>
 
@@ -17,6 +18,9 @@ struct planned_log_t {
 
     bool operator==(const planned_log_t&) const = default;
 };
+
+/// A path from the root on, without parts that are "."; what ".." means only the file system knows.
+std::string absolute_path(const std::filesystem::path& path);
 
 /// The lines of a list: the path of a log; behind it, each behind a tab, its marker, its country and header lines as
 /// --set takes them, any of which may be empty. What begins with # is none.

@@ -11,9 +11,10 @@ if(TARGET kvx)
   add_test(NAME kvx_crossings COMMAND ${Python3_EXECUTABLE} -B ${CMAKE_CURRENT_SOURCE_DIR}/cli/haul_test.py)
   add_test(NAME kvx_check COMMAND ${Python3_EXECUTABLE} -B ${CMAKE_CURRENT_SOURCE_DIR}/cli/check_test.py)
   add_test(NAME kvx_parts COMMAND ${Python3_EXECUTABLE} -B ${CMAKE_CURRENT_SOURCE_DIR}/cli/parts_test.py)
+  add_test(NAME kvx_batch COMMAND ${Python3_EXECUTABLE} -B ${CMAKE_CURRENT_SOURCE_DIR}/cli/batch_test.py)
   add_test(NAME kvx_info COMMAND ${Python3_EXECUTABLE} -B ${CMAKE_CURRENT_SOURCE_DIR}/cli/info_test.py)
   add_test(NAME kvx_revise COMMAND ${Python3_EXECUTABLE} -B ${CMAKE_CURRENT_SOURCE_DIR}/cli/revise_test.py)
-  set_tests_properties(kvx kvx_crossings kvx_check kvx_parts kvx_info kvx_revise kvx_session PROPERTIES TIMEOUT 600 LABELS tool ENVIRONMENT
+  set_tests_properties(kvx kvx_crossings kvx_check kvx_parts kvx_batch kvx_info kvx_revise kvx_session PROPERTIES TIMEOUT 600 LABELS tool ENVIRONMENT
     "KVX=${kvx_command};KVX_EMULATED=${emulated};EXAMPLE=${example};RTK_UTILS_RECORDINGS=${RTK_UTILS_RECORDINGS}")
 
   # What kvx tells of itself: the pages' commands, and shells that complete them.

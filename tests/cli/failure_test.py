@@ -37,6 +37,8 @@ convert - -o out --interval 2 --nav none --name pipe < ../log
 convert ../other ../log -o out --join --split 15m --verify
 convert - -o out --split 15m < ../log
 convert ../rinex/p.crx.gz ../rinex/p.rnx -o out --join --rinex 4.02 --interval 2
+convert --batch ../list -o out --tree {yyyy} --marker {stem} -q -j 2
+summary ../ledger -o page.html
 info ../log ../torn
 info ../log.gz --json
 report ../log -o page.html
@@ -95,6 +97,8 @@ class program_t:
         for name, data in {"log.gz": gzip.compress(log), "torn": log[:-7], "dump": logs.DUMP,
                            "frames": (logs.frame(1, b"one") + logs.frame(2, bytes(5000))) * 3}.items():
             (self.folder / name).write_bytes(data)
+        (self.folder / "list").write_text(f"{self.folder}/log\n{self.folder}/other\n")
+        kvx("convert", "--batch", "list", "-o", "batch", "--ledger", "ledger", "--marker", "{stem}")
         self.common = self.run("--version", "memory", 0, 0).calls - 100   # allocations that every command begins with
 
     def run(self, command, kind, at, count):
@@ -109,7 +113,8 @@ class program_t:
         with open(place / (source or os.devnull), "rb") as stdin:
             run = subprocess.run([self.options.kvx, *shlex.split(command)], cwd=place, stdin=stdin, capture_output=True,
                                  timeout=60, env={name: str(value) for name, value in setting.items()})
-        files = {str(path.relative_to(place)): path.read_bytes() for path in place.rglob("*") if path.is_file()}
+        files = {str(path.relative_to(place)): path.read_bytes() for path in place.rglob("*")
+                 if path.is_file() and path.suffix != ".ndjson"}   # a ledger tells of failures, and how long it took
         calls, countable = struct.unpack("qq", report.read_bytes())
         shutil.rmtree(place)
         report.unlink()

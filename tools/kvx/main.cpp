@@ -28,9 +28,10 @@ constexpr const char kAbout[] =
     "behind is removed by the next one that writes into the folder.";
 
 constexpr command_t (*kCommands[])(command_line_t&) = {
-    kvx::convert_command, kvx::check_command,     kvx::verify_command,     kvx::expand_command, kvx::info_command,
-    kvx::report_command,  kvx::positions_command, kvx::simulate_command,   kvx::dump_command,   kvx::frame_command,
-    kvx::gpio_command,    kvx::i2c_command,       kvx::completion_command, kvx::help_command,   kvx::manual_command,
+    kvx::convert_command,  kvx::summary_command,    kvx::check_command,  kvx::verify_command,
+    kvx::expand_command,   kvx::info_command,       kvx::report_command, kvx::positions_command,
+    kvx::simulate_command, kvx::dump_command,       kvx::frame_command,  kvx::gpio_command,
+    kvx::i2c_command,      kvx::completion_command, kvx::help_command,   kvx::manual_command,
 };
 
 bool g_memory_ran_out = false;

@@ -30,6 +30,7 @@ command_t info_command(command_line_t& program);
 command_t positions_command(command_line_t& program);
 command_t report_command(command_line_t& program);
 command_t check_command(command_line_t& program);
+command_t summary_command(command_line_t& program);
 command_t verify_command(command_line_t& program);
 command_t simulate_command(command_line_t& program);
 command_t gpio_command(command_line_t& program);

@@ -264,6 +264,13 @@ void command_line_t::when_read(const std::function<void()>& complete)
     app_->parse_complete_callback(complete);
 }
 
+void command_line_t::when_read(const std::function<void(const command_line_t& command)>& complete)
+{
+    app_->parse_complete_callback([app = std::weak_ptr(app_), page = std::weak_ptr(page_), complete] {
+        complete(command_line_t(app.lock(), page.lock()));
+    });
+}
+
 void command_line_t::when_all_read(const std::function<void()>& complete)
 {
     app_->final_callback(complete);
@@ -285,6 +292,21 @@ bool command_line_t::read(int argc, char** argv)
         const std::string wrong = wrong_word(*app_);
         throw usage_error_t(wrong.empty() ? e.what() : wrong);
     }
+}
+
+std::string command_line_t::spelled(const std::vector<std::string_view>& but) const
+{
+    std::string text;
+    for (const CLI::Option* option : app_->get_options()) {
+        const std::string name = option->get_name();
+        if (option->count() == 0 || option->get_positional()) continue;
+        if (std::any_of(but.begin(), but.end(),
+                        [&](std::string_view other) { return option->check_name(std::string(other)); }))
+            continue;
+        text += " " + name;
+        for (const std::string& value : option->results()) text += " " + value;
+    }
+    return text;
 }
 
 bool command_line_t::given() const

@@ -95,6 +95,7 @@ public:
 
     /// Calls a function, which may throw usage_error_t, once the options of a command have their values ...
     void when_read(const std::function<void()>& complete);
+    void when_read(const std::function<void(const command_line_t& command)>& complete);
     /// ... or once the whole line has been read.
     void when_all_read(const std::function<void()>& complete);
 
@@ -102,6 +103,10 @@ public:
     /// @return false when it asks for the help or the version: they have been printed
     /// @throw usage_error_t
     bool read(int argc, char** argv);
+
+    /// Options and their values as they were given, but for some: " --rinex 4.02 --xyz". To be asked for when the
+    /// options have just been read.
+    std::string spelled(const std::vector<std::string_view>& but) const;
 
     /// The command was chosen.
     bool given() const;

@@ -121,10 +121,11 @@ private:
     lock_t lock_;
 };
 
+constexpr const char* kForceReplaces = "--force replaces it";
+
 class taken_t : public error_t {
 public:
-    explicit taken_t(std::string path, const std::string& where = "--force replaces it",
-                     const std::string& by = "exists already")
+    explicit taken_t(std::string path, const std::string& where, const std::string& by = "exists already")
         : error_t(path, by, where), path_(std::move(path))
     {}
     const std::string& path() const { return path_; }
@@ -149,10 +150,11 @@ int rename_to_free(const std::string& from, const std::string& to)
     return -1;
 }
 
-void name_file(output_file_t& file, const std::string& path, bool replace)
+void name_file(output_file_t& file, const std::string& path, const std::string& obstacle)
 {
-    const int result = replace ? ::rename(file.path().c_str(), path.c_str()) : rename_to_free(file.path(), path);
-    if (result != 0 && errno == EEXIST && !replace) throw taken_t(path);
+    const int result =
+        obstacle.empty() ? ::rename(file.path().c_str(), path.c_str()) : rename_to_free(file.path(), path);
+    if (result != 0 && errno == EEXIST && !obstacle.empty()) throw taken_t(path, obstacle);
     if (result != 0) throw system_error(path, "giving the file its name");
     file.keep();
 }
@@ -169,28 +171,49 @@ void settle_folder(const std::string& folder)
     if (!settled) throw system_error(folder, "writing the folder");
 }
 
-void name_all(const std::vector<finished_file_t>& files, const std::vector<std::string>& paths, bool replace)
+// Where there is an obstacle to replace what is there it must be free.
+void demand_path(const std::string& path, const std::string& obstacle)
 {
+    struct stat status {};
+    if (::stat(path.c_str(), &status) == 0) {
+        if (is_input(status)) throw error_t(path, "is an input of this run", "choose another name or folder");
+        if (S_ISDIR(status.st_mode)) throw error_t(path, "is a directory", "choose another name or folder");
+    }
+    if (!obstacle.empty() && ::lstat(path.c_str(), &status) == 0) throw taken_t(path, obstacle);
+}
+
+void name_all(const std::vector<finished_file_t>& files, const std::vector<std::string>& paths, const claim_t& claim)
+{
+    const auto obstacle = [&claim](const std::string& path) -> std::string {
+        if (claim.foreign) return claim.foreign(path);
+        return claim.replace ? "" : kForceReplaces;
+    };
+    for (const std::string& path : paths) {
+        if (!claim.root.empty()) make_folder(std::filesystem::path(path).parent_path().string());
+    }
     made_files_t made;
+    std::vector<std::string> obstacles;
     for (const std::string& path : paths) {
         if (made.contain(path))
             throw taken_t(path, "give the logs different names with --marker, or convert them one by one with --name",
                           "another log of this run has made this file");
-        demand_free(path, replace);
+        demand_path(path, obstacles.emplace_back(obstacle(path)));
     }
+    if (claim.before) claim.before(paths);
     std::size_t named = 0;
     try {
-        for (; named < files.size(); ++named) name_file(*files[named].file, paths[named], replace);
+        for (; named < files.size(); ++named) name_file(*files[named].file, paths[named], obstacles[named]);
         for (const std::string& path : paths) made.add(path);
     } catch (...) {
-        for (std::size_t i = 0; i < named && !replace; ++i) ::unlink(paths[i].c_str());
+        for (std::size_t i = 0; i < named; ++i) {
+            if (!obstacles[i].empty()) ::unlink(paths[i].c_str());
+        }
         throw;
     }
 }
 
 using numbered_t = std::function<std::string(const std::string& name, int number)>;
 
-// Under the first number with which all names are free.
 std::vector<std::string> name_beside(const std::vector<finished_file_t>& files, const numbered_t& numbered)
 {
     constexpr int kMost = 10000;
@@ -199,7 +222,7 @@ std::vector<std::string> name_beside(const std::vector<finished_file_t>& files, 
         paths.reserve(files.size());
         for (const auto& [file, name] : files) paths.push_back(file->folder() + "/" + numbered(name, number));
         try {
-            name_all(files, paths, false);
+            name_all(files, paths, {});
             return paths;
         } catch (const taken_t&) {
             if (number == kMost) throw;
@@ -213,20 +236,20 @@ std::string with_number_behind(const std::string& name, int number)
 }
 
 // Closed files, and where they are to be.
-std::vector<std::string> paths_of(const std::vector<finished_file_t>& files)
+std::vector<std::string> paths_of(const std::vector<finished_file_t>& files, const std::string& root)
 {
     std::vector<std::string> paths;
     for (const auto& [file, name] : files) {
         file->close(name);
-        paths.push_back((std::filesystem::path(file->folder()) / name).string());
+        paths.push_back((std::filesystem::path(root.empty() ? file->folder() : root) / name).string());
     }
     return paths;
 }
 
-void settle_folders(const std::vector<finished_file_t>& files)
+void settle_folders(const std::vector<std::string>& paths)
 {
     std::set<std::string> folders;
-    for (const auto& [file, name] : files) folders.insert(file->folder());
+    for (const std::string& path : paths) folders.insert(std::filesystem::path(path).parent_path().string());
     for (const std::string& folder : folders) settle_folder(folder);
 }
 
@@ -245,37 +268,32 @@ void begin_run(const std::vector<std::string>& inputs)
 
 void demand_free(const std::string& path, bool replace)
 {
-    struct stat status {};
-    if (::stat(path.c_str(), &status) == 0) {
-        if (is_input(status)) throw error_t(path, "is an input of this run", "choose another name or folder");
-        if (S_ISDIR(status.st_mode)) throw error_t(path, "is a directory", "choose another name or folder");
-    }
-    if (!replace && ::lstat(path.c_str(), &status) == 0) throw taken_t(path);
+    demand_path(path, replace ? "" : kForceReplaces);
 }
 
-std::vector<std::string> publish(const std::vector<finished_file_t>& files, bool replace, bool live)
+std::vector<std::string> publish(const std::vector<finished_file_t>& files, const claim_t& claim)
 {
-    std::vector<std::string> paths = paths_of(files);
+    std::vector<std::string> paths = paths_of(files, claim.root);
     try {
-        name_all(files, paths, replace);
+        name_all(files, paths, claim);
     } catch (const taken_t& e) {
-        if (!live) throw;
+        if (!claim.live) throw;
         const std::vector<std::string> beside = name_beside(files, with_number_behind);
         throw taken_t(e.path(), "what was recorded is in " + beside.front());
     }
-    settle_folders(files);
+    settle_folders(paths);
     return paths;
 }
 
 std::vector<std::string> publish_beside(const std::vector<finished_file_t>& files, const numbered_t& numbered)
 {
-    std::vector<std::string> paths = paths_of(files);
+    std::vector<std::string> paths = paths_of(files, "");
     try {
-        name_all(files, paths, false);
+        name_all(files, paths, {});
     } catch (const taken_t&) {
         paths = name_beside(files, numbered);
     }
-    settle_folders(files);
+    settle_folders(paths);
     return paths;
 }
 
@@ -283,7 +301,7 @@ std::string publish(std::unique_ptr<output_file_t> file, const std::string& name
 {
     std::vector<finished_file_t> files;
     files.push_back({std::move(file), name});
-    return publish(files, replace).front();
+    return publish(files, {.replace = replace}).front();
 }
 
 }   // namespace kvx

@@ -28,13 +28,23 @@ void begin_run(const std::vector<std::string>& inputs);
 /// @throws error_t when it may not
 void demand_free(const std::string& path, bool replace);
 
+/// Which names may be had.
+struct claim_t {
+    bool replace = false;   ///< older files may be replaced, others of this run may not
+    bool live = false;   ///< the files came of what cannot be read again: where a name is taken they get numbers behind
+                         ///< their names, and the error tells them
+    std::string root =
+        {};   ///< folder that names begin at, with folders in them that are made; empty: that of each file
+    /// Why what has this path may not be replaced, which replace then does not say; empty: it may.
+    std::function<std::string(const std::string& path)> foreign = {};
+    /// Called when all names may be had. Where it throws no file gets its own.
+    std::function<void(const std::vector<std::string>& paths)> before = {};
+};
+
 /// Gives the files of one result their names, when all of these may be had.
-/// @param replace  older files may be replaced, others of this run may not
-/// @param live     they came of what cannot be read again: where a name is taken they get numbers behind their names,
-///                 and the error tells them
 /// @return paths
 /// @throws error_t none has its name then, but for what a failure in the middle has replaced
-std::vector<std::string> publish(const std::vector<finished_file_t>& files, bool replace, bool live = false);
+std::vector<std::string> publish(const std::vector<finished_file_t>& files, const claim_t& claim);
 
 /// Gives the files of one result their names. Where one of these is taken all get numbers, the first that is free.
 /// @param numbered  a name with a number, from 2 on

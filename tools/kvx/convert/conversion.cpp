@@ -12,6 +12,7 @@
 #include "convert/epoch_choice.h"
 #include "convert/foresight.h"
 #include "convert/joined_logs.h"
+#include "convert/recorder.h"
 #include "convert/selection.h"
 #include "host/host_conversion.h"
 #include "log/torn_frames.h"
@@ -44,13 +45,18 @@ public:
         name_satellites();
         if (!files_->any() && summary_.ended_by_signal) throw interruption_t(summary_.log, "before any epoch");
         if (!files_->any()) throw error_t(summary_.log, "no usable epoch, no file written", summary_.why_no_epoch());
+        if (cut_short_ && options_.recorder != nullptr)
+            throw interruption_t(summary_.log, "it is left for the next run");
+        if (const auto leaps = files_->navigation().leap_seconds()) station_.take_leap_seconds(*leaps);
+        const std::vector<finished_file_t> files = files_->finish(cut_short_ ? ".partial" : "");
         outcome_t& outcome = summary_.outcome.emplace();
         outcome.partial = cut_short_;
-        outcome.files = publish();
         if (options_.navigation() != "none") outcome.navigation = files_->navigation().count();
         outcome.signals = signal_counts(options_.names, ledger_);
         outcome.verified = options_.verify && !outcome.partial;
         outcome.observations = files_->counts();
+        if (outcome.verified) prove(files);
+        outcome.files = files_->publish(files, claim(files));
         return std::move(summary_);
     }
 
@@ -229,12 +235,15 @@ private:
                       plural(result.faults, "fault") + ", the first: " + first);
     }
 
-    std::vector<std::string> publish()
+    claim_t claim(const std::vector<finished_file_t>& files) const
     {
-        if (const auto leaps = files_->navigation().leap_seconds()) station_.take_leap_seconds(*leaps);
-        const std::vector<finished_file_t> files = files_->finish(cut_short_ ? ".partial" : "");
-        if (options_.verify && !cut_short_) prove(files);
-        return files_->publish(files, live_);
+        claim_t claim{.replace = options_.force, .live = live_};
+        if (recorder_t* const recorder = options_.recorder; recorder != nullptr) {
+            claim.root = recorder->root();
+            claim.foreign = [recorder](const std::string& path) { return recorder->obstacle(path); };
+            claim.before = [this, recorder, &files](const auto& paths) { recorder->record(summary_, files, paths); };
+        }
+        return claim;
     }
 
     const convert_options_t& options_;

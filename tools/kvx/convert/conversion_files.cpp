@@ -130,9 +130,9 @@ std::vector<finished_file_t> conversion_files_t::finish(const std::string& parti
     return std::move(finished_);
 }
 
-std::vector<std::string> conversion_files_t::publish(const std::vector<finished_file_t>& files, bool live)
+std::vector<std::string> conversion_files_t::publish(const std::vector<finished_file_t>& files, const claim_t& claim)
 {
-    if (!files.empty()) paths_ = kvx::publish(files, options_.force, live);
+    if (!files.empty()) paths_ = kvx::publish(files, claim);
     return paths_;
 }
 

@@ -48,7 +48,7 @@ public:
 
     /// Gives these their names.
     /// @return paths of all files of the conversion
-    std::vector<std::string> publish(const std::vector<finished_file_t>& files, bool live);
+    std::vector<std::string> publish(const std::vector<finished_file_t>& files, const claim_t& claim);
 
 private:
     file_names_t names(coverage_t coverage, int number);

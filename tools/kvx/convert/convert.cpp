@@ -12,6 +12,7 @@
 #include "convert/convert_options.h"
 #include "convert/jobs.h"
 #include "convert/task.h"
+#include "fleet/batch_run.h"
 #include "host/host_options.h"
 #include "revise/revise.h"
 
@@ -27,6 +28,51 @@ std::vector<sources_t> tasks_of(const convert_options_t& options)
     for (const std::string& log : options.logs) tasks.push_back({log});
     return tasks;
 }
+
+std::vector<std::string> first_sources(const std::vector<sources_t>& tasks)
+{
+    std::vector<std::string> names(tasks.size());
+    std::transform(tasks.begin(), tasks.end(), names.begin(), [](const sources_t& sources) { return sources.front(); });
+    return names;
+}
+
+// What cannot be read fails in its turn.
+bool has_logs(const sources_t& sources)
+{
+    return !std::all_of(sources.begin(), sources.end(), [](const std::string& path) {
+        try {
+            return is_rinex(path);
+        } catch (const error_t&) {
+            return false;
+        }
+    });
+}
+
+int convert_all(const convert_options_t& options, const std::vector<sources_t>& tasks, batch_t& batch)
+{
+    progress_run_t progress(tasks, options.quiet, options.passes());
+    const auto convert = [&](std::size_t task) { return convert_task(options, tasks[task], task, batch); };
+    return tasks.size() == 1 ? convert(0) : run_jobs(options, {tasks, progress, batch}, convert);
+}
+
+int run(const convert_options_t& options)
+{
+    if (!options.batch.empty()) return convert_batch(options);
+    if (has_logs(options.logs)) warn(options);
+    make_folder(options.folder);
+    make_folder(options.folder_of(false));
+    begin_run(options.logs);
+    remove_left_overs_once(options.folder);   // not in every process
+    remove_left_overs_once(options.folder_of(false));
+    catch_interrupts();
+    const std::vector<sources_t> tasks = tasks_of(options);
+    batch_t batch(first_sources(tasks), "logs");
+    const int code = convert_all(options, tasks, batch);
+    batch.tell();
+    return code;
+}
+
+}   // namespace
 
 void warn(const convert_options_t& o)
 {
@@ -47,57 +93,6 @@ void warn(const convert_options_t& o)
             stderr);
     }
 }
-
-std::vector<std::string> first_sources(const std::vector<sources_t>& tasks)
-{
-    std::vector<std::string> names(tasks.size());
-    std::transform(tasks.begin(), tasks.end(), names.begin(), [](const sources_t& sources) { return sources.front(); });
-    return names;
-}
-
-// Bytes that are read, copied and read again to one of a log; nobody knows of one that grows.
-double passes(const convert_options_t& o)
-{
-    constexpr double kText = 2.0, kCompact = 0.5;   // bytes of an observation file to one of its log
-    const bool packed = o.gz || o.zst;
-    if (o.follow) return 0.0;
-    return 1.0 + (o.verify ? 1.0 : 0.0) + (o.crx ? kText : 0.0) + (packed ? (o.crx ? kCompact : kText) : 0.0);
-}
-
-// What cannot be read fails in its turn.
-bool has_logs(const sources_t& sources)
-{
-    return !std::all_of(sources.begin(), sources.end(), [](const std::string& path) {
-        try {
-            return is_rinex(path);
-        } catch (const error_t&) {
-            return false;
-        }
-    });
-}
-
-int convert_all(const convert_options_t& options, const std::vector<sources_t>& tasks, batch_t& batch)
-{
-    progress_run_t progress(tasks, options.quiet, passes(options));
-    const auto convert = [&](std::size_t task) { return convert_task(options, tasks[task], task, batch); };
-    return tasks.size() == 1 ? convert(0) : run_jobs(options, {tasks, progress, batch}, convert);
-}
-
-int run(const convert_options_t& options)
-{
-    if (has_logs(options.logs)) warn(options);
-    make_folder(options.folder);
-    begin_run(options.logs);
-    remove_left_overs_once(options.folder);   // not in every process
-    catch_interrupts();
-    const std::vector<sources_t> tasks = tasks_of(options);
-    batch_t batch(first_sources(tasks), "logs");
-    const int code = convert_all(options, tasks, batch);
-    batch.tell();
-    return code;
-}
-
-}   // namespace
 
 command_t convert_command(command_line_t& program)
 {

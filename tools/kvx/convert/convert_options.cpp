@@ -7,7 +7,9 @@
 #include "common/command_line.h"
 #include "common/progress.h"
 #include "common/systems.h"
+#include "convert/file_names.h"
 #include "convert/header_settings.h"
+#include "convert/name_pattern.h"
 #include "gnss/rinex/options.h"
 
 namespace kvx {
@@ -39,13 +41,16 @@ void add_output_options(command_line_t& app, convert_options_t& o)
 {
     app.option("LOG", &o.logs,
                "Logs of the receiver board, RINEX files; .gz and .zst are read directly, - is standard input",
-               {.required = true});
+               {.default_text = ""});
     app.section("Output");
     app.option("-o,--output", &o.folder, "Folder for the files, made if need be",
                {.type_name = "DIR", .show_default = true});
     app.option("--name", &o.name, "Stem of the file names instead of the RINEX convention",
                {.check = {[](const std::string& s) { return s.find('/') == s.npos ? "" : "is a stem, not a path"; }},
                 .type_name = "STEM"});
+    app.option("--scratch", &o.scratch,
+               "Folder for what is made on the way to compact and compressed files: a fast disk of this machine",
+               {.type_name = "DIR", .default_text = "that of --output"});
     app.flag("--force", &o.force, "Replace files that exist");
     app.option("--rinex", &o.rinex, "RINEX version; 3 and 4 stand for the newest of them",
                {.type_name = "VERSION", .words = {"2.11", "3.04", "3.05", "4.02"}, .default_text = "3.05"});
@@ -86,6 +91,28 @@ void add_session_options(command_line_t& app, convert_options_t& o)
                "Files of so long each, cut at whole units of GPS time: 15m, 1h, 1d",
                {.check = {fault, ""}, .type_name = "UNIT"});
     app.flag("--follow", &o.follow, "Wait for more at the end of a log that is being written");
+}
+
+void add_batch_options(command_line_t& app, convert_options_t& o)
+{
+    app.section("Archives");
+    app.option(
+        "--batch", &o.batch,
+        "Convert the logs of a list (a line each: LOG, or LOG, marker and country between tabs), or of a folder and "
+        "those below it; what is done already is skipped",
+        {.type_name = "FILE"});
+    app.option("--match", &o.match, "Of a folder the files of such names: *.log", {.type_name = "PATTERN"});
+    app.option(
+        "--tree", &o.tree,
+        "Folders for the files below that of --output: {yyyy}/{doy}/{site}; also {yy}, {mm}, {dd}, {hh}, and of the "
+        "log {stem} and {dir}, with a number ({stem:4}) the first characters",
+        {.check = {fault_in_tree, ""}, .type_name = "PATTERN"});
+    app.option("--ledger", &o.ledger, "Account of the batch, a line of JSON a log",
+               {.type_name = "FILE", .default_text = "kvx-ledger.ndjson in the folder of --output"});
+    app.option("--known", &o.known, "Ledgers of other runs, which tell what is done, too", {.type_name = "FILE"});
+    app.flag("--adopt", &o.adopt,
+             "Files of logs that are gone (moved, renamed, compressed) go over to those that make them again");
+    app.flag("--checksum", &o.checksum, "Compare the contents of logs and files, not their sizes and times alone");
 }
 
 void add_event_option(command_line_t& app, convert_options_t& o)
@@ -140,6 +167,27 @@ void add_host_options(command_line_t& app, convert_options_t& o)
     app.flag("--raw-prn", &o.raw_prn, "Map PRNs to satellites by fixed offsets");
 }
 
+void complete_batch(const command_line_t& app, convert_options_t& o)
+{
+    if (o.batch.empty() && o.logs.empty()) throw usage_error_t("LOG is required");
+    if (o.batch.empty()) {
+        const bool lonely =
+            !o.tree.empty() || !o.ledger.empty() || !o.known.empty() || o.checksum || o.adopt || o.match != "*";
+        if (lonely)
+            throw usage_error_t("--batch",
+                                "--match, --tree, --ledger, --known, --adopt and --checksum are for batches");
+        return;
+    }
+    if (!o.logs.empty()) throw usage_error_t("--batch", "names the logs; LOG is for those without");
+    if (o.join || o.follow || o.as_host || !o.name.empty() || o.force)
+        throw usage_error_t("--batch", "takes no --join, --follow, --as-host, --name or --force");
+    if (const std::string fault = fault_in_fields(o.marker, {"stem", "dir"}); !fault.empty())
+        throw usage_error_t("--marker", fault);
+    if (o.ledger.empty()) o.ledger = o.folder + "/kvx-ledger.ndjson";
+    o.spelled = KVX_VERSION + app.spelled({"--batch", "--match", "--ledger", "--known", "--checksum", "--output",
+                                           "--jobs", "--quiet", "--json", "--scratch", "--adopt", "--verify"});
+}
+
 void complete_session(const convert_options_t& o)
 {
     if (o.as_host && (o.join || o.follow || o.split > 0))
@@ -178,6 +226,13 @@ void complete(convert_options_t& o)
 
 }   // namespace
 
+double convert_options_t::passes() const
+{
+    constexpr double kText = 2.0, kCompact = 0.5;   // bytes of an observation file to one of its log
+    if (follow) return 0.0;
+    return 1.0 + (verify ? 1.0 : 0.0) + (crx ? kText : 0.0) + (packs() ? (crx ? kCompact : kText) : 0.0);
+}
+
 int convert_options_t::version() const
 {
     return (rinex[0] - '0') * 100 + std::stoi(rinex.substr(2));
@@ -193,11 +248,15 @@ void add_convert_options(command_line_t& app, convert_options_t& options)
 {
     add_output_options(app, options);
     add_session_options(app, options);
+    add_batch_options(app, options);
     add_selection_options(app, options, "to write");
     add_event_option(app, options);
     add_header_options(app, options);
     add_host_options(app, options);
-    app.when_read([&options] { complete(options); });
+    app.when_read([&options](const command_line_t& command) {
+        complete(options);
+        complete_batch(command, options);
+    });
 }
 
 }   // namespace kvx

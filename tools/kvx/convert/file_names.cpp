@@ -7,6 +7,7 @@
 #include <filesystem>
 
 #include "common/text_format.h"
+#include "convert/name_pattern.h"
 #include "rinex/dates.h"
 
 namespace kvx {
@@ -111,6 +112,12 @@ file_names_t::file_names_t(int version, const std::string& marker, const std::st
     if (number > 1) observation_stem_ += "_" + std::to_string(number);
 }
 
+void file_names_t::put_into(const std::string& folder)
+{
+    for (std::string* stem : {&observation_stem_, &navigation_stem_})
+        *stem = (std::filesystem::path(folder) / *stem).string();
+}
+
 std::string file_names_t::observations() const
 {
     return short_ ? observation_stem_ + "." + year_ + "o" : observation_stem_ + "_MO.rnx";
@@ -131,9 +138,32 @@ coverage_t nominal(const convert_options_t& options, coverage_t coverage)
     return coverage;
 }
 
+std::string fault_in_tree(const std::string& tree)
+{
+    const std::filesystem::path path(tree);
+    if (path.is_absolute() || std::find(path.begin(), path.end(), "..") != path.end())
+        return "is no folder below another one";
+    return fault_in_fields(tree, {"yyyy", "yy", "doy", "mm", "dd", "hh", "site", "stem", "dir"});
+}
+
 file_names_t names_of_files(const convert_options_t& options, const coverage_t& coverage, int number)
 {
-    return {options.version(), options.marker, options.country, options.name, nominal(options, coverage), number};
+    const coverage_t named = nominal(options, coverage);
+    file_names_t names(options.version(), options.marker, options.country, options.name, named, number);
+    if (options.tree.empty()) return names;
+    const rinex::calendar_t c = date_of(named.first);
+    const std::string folder = expand_fields(options.tree, [&](std::string_view field) -> std::optional<std::string> {
+        if (field == "yyyy") return text("%04d", c.year);
+        if (field == "yy") return text("%02d", c.year % 100);
+        if (field == "doy") return text("%03d", c.day_of_year);
+        if (field == "mm") return text("%02d", c.month);
+        if (field == "dd") return text("%02d", c.day);
+        if (field == "hh") return text("%02d", c.hour);
+        if (field == "site") return site(options.marker, options.country).substr(0, 4);
+        return std::nullopt;
+    });
+    names.put_into(folder);
+    return names;
 }
 
 std::string with_number(const std::string& name, int number)

@@ -26,6 +26,8 @@ public:
     file_names_t(int version, const std::string& marker, const std::string& country, const std::string& stem,
                  const coverage_t& coverage, int number = 1);
 
+    void put_into(const std::string& folder);   ///< that the names are to have before them
+
     std::string observations() const;            ///< "SITE00XXX_R_20240701200_15M_01S_MO.rnx" or "site070m.24o"
     std::string navigation(char letter) const;   ///< of a system, M for all
     std::string positions() const { return observation_stem_ + ".xyz"; }
@@ -37,6 +39,10 @@ private:
 
 /// What a file is named by that was cut at units: the unit, whatever of it the file holds.
 coverage_t nominal(const convert_options_t& options, coverage_t coverage);
+
+/// What is wrong with folders for files, whose fields are {yyyy} {yy} {doy} {mm} {dd} {hh} of the first epoch, {site}
+/// of the marker, and {stem} and {dir} of the log; empty: nothing.
+std::string fault_in_tree(const std::string& tree);
 
 /// Names by what the command line asks for.
 file_names_t names_of_files(const convert_options_t& options, const coverage_t& coverage, int number = 1);

@@ -11,7 +11,7 @@ namespace kvx {
 
 namespace {
 
-constexpr std::uint64_t kWorthALook = 1 << 19;   // bytes: the files of a smaller log are copied in a moment
+constexpr std::uint64_t kWorthALook = 1 << 17;   // bytes: the files of a smaller log are copied in a moment
 constexpr std::uint64_t kStride = 1 << 16;       // bytes between samples, at least
 constexpr std::size_t kPiece = 1 << 14;          // bytes; a sample is as many as it takes to a range message
 constexpr int kMostPieces = 4;

@@ -106,6 +106,7 @@ private:
         const progress_aside_t aside(STDERR_FILENO);
         std::fprintf(stderr, "kvx: error: %s\n", end.what());
         remove_left_overs(options_.folder);
+        remove_left_overs(options_.folder_of(false));
     }
 
     const convert_options_t& options_;

@@ -32,7 +32,7 @@ bool navigation_output_t::has_file(int constellation) const
 
 void navigation_output_t::spool(const std::string& text, entry_t entry)
 {
-    if (spool_ == nullptr) spool_ = std::make_unique<output_file_t>(options_.folder);
+    if (spool_ == nullptr) spool_ = std::make_unique<output_file_t>(options_.folder_of(false));
     std::fwrite(text.data(), 1, text.size(), spool_->stream());
     entry.size = static_cast<std::uint32_t>(text.size());
     entry.at = spooled_;
@@ -92,7 +92,7 @@ finished_file_t navigation_output_t::write(char letter, const rinex::station_t& 
             return e.satellite.constellation == entries_[0].satellite.constellation;
         }))
         system = entries_[0].satellite.letter();
-    auto file = std::make_unique<output_file_t>(options_.folder);
+    auto file = std::make_unique<output_file_t>(options_.folder_of(!options_.packs()));
     const bool tells_ion_utc = letter == 'M' || letter == 'G';   // of use to all, told by GPS
     const auto ion_utc = tells_ion_utc ? messages_.ion_utc() : std::nullopt;
     const std::string header = with_set_lines(

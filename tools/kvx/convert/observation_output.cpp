@@ -24,9 +24,15 @@ constexpr std::size_t kFreeLines = 20, kFreeLinesForeseen = 6;
 // What is smaller is copied in a moment, and its header needs no comments.
 constexpr std::uint64_t kWorthPatching = 1 << 20;   // bytes
 
-// Written at once, and the room for it, for an epoch behind events.
+// Written at once. Of many logs the small ones are not written before their header is known.
 constexpr std::size_t kBlock = 1 << 18;   // bytes
-constexpr std::size_t kBuffer = 2 * kBlock + rinex::observation_text_t::kLongestEpoch;
+std::size_t first_block(const convert_options_t& options)
+{
+    return options.recorder != nullptr ? kWorthPatching : kBlock;
+}
+
+// For an epoch behind events.
+constexpr std::size_t kRoom = kBlock + rinex::observation_text_t::kLongestEpoch;
 
 }   // namespace
 
@@ -38,8 +44,9 @@ observation_output_t::observation_output_t(const convert_options_t& options, con
       channels_(channels),
       foreseen_(foreseen),
       text_(options.version(), options.names, ledger),
-      buffer_(std::make_unique_for_overwrite<char[]>(kBuffer)),
-      block_(buffer_.get(), kBuffer)
+      most_(first_block(options)),
+      buffer_(std::make_unique_for_overwrite<char[]>(most_ + kRoom)),
+      block_(buffer_.get(), most_ + kRoom)
 {
     if (foreseen != nullptr) text_.begin_with(*foreseen);
 }
@@ -58,6 +65,7 @@ void observation_output_t::write_block()
     }
     write(block_.view());
     block_.cut(buffer_.get());
+    most_ = kBlock;
 }
 
 void observation_output_t::bring_to_disk()
@@ -72,7 +80,7 @@ void observation_output_t::write_events(std::int64_t until)
     for (; !events_.empty(); events_.pop_front()) {
         const auto& [event, behind] = events_.front();
         if (event.ticks > until || (event.ticks == until && behind)) return;
-        if (block_.size() >= kBlock) write_block();
+        if (block_.size() >= most_) write_block();
         block_.put(rinex::event_text(options_.version(), event.ticks, event.flag, event.lines));
         ++events_written_;
     }
@@ -103,7 +111,7 @@ void observation_output_t::add(rinex::epoch_t& epoch)
     if (!text_.epoch(epoch, block_)) return;
     session_.last = epoch.time * rinex::kTicksPerMs;
     if (file_ == nullptr) {
-        file_ = std::make_unique<output_file_t>(options_.folder, 0);
+        file_ = std::make_unique<output_file_t>(options_.folder_of(!options_.packs_observations()), 0);
         session_.first = session_.last;
     }
     if (!events_.empty()) {
@@ -112,7 +120,7 @@ void observation_output_t::add(rinex::epoch_t& epoch)
         write_events(session_.last);
         block_.put(text);
     }
-    if (block_.size() >= kBlock) write_block();
+    if (block_.size() >= most_) write_block();
     epochs_.add(static_cast<double>(epoch.time) / 1000.0);
 }
 
@@ -150,7 +158,7 @@ void observation_output_t::hand_over_events_from(std::int64_t ticks, observation
 // The same file with another header, and its columns in order.
 std::unique_ptr<output_file_t> observation_output_t::rewritten(const std::string& header, const std::string& name)
 {
-    auto copy = std::make_unique<output_file_t>(options_.folder, 0);
+    auto copy = std::make_unique<output_file_t>(options_.folder_of(!options_.packs_observations()), 0);
     std::fwrite(header.data(), 1, header.size(), copy->stream());
     file_->seek(static_cast<std::int64_t>(header_size_));
     progress_t progress(name, *file_);

@@ -75,7 +75,8 @@ private:
     const rinex::channels_t& channels_;
     const rinex::columns_t* foreseen_;
     rinex::observation_text_t text_;
-    std::unique_ptr<char[]> buffer_;   // of the block
+    std::size_t most_;                 // bytes of the block
+    std::unique_ptr<char[]> buffer_;   // its own
     rinex::text_t block_;              // not written yet
     std::unique_ptr<output_file_t> file_;
     std::size_t header_size_ = 0;    // with the lines kept free; 0: not written yet

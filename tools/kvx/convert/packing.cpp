@@ -45,7 +45,7 @@ std::string compact_date()
 std::unique_ptr<output_file_t> made_compact(output_file_t& file, const std::string& name,
                                             const convert_options_t& options)
 {
-    auto compact = std::make_unique<output_file_t>(options.folder);
+    auto compact = std::make_unique<output_file_t>(options.folder_of(!options.packs()));
     const auto write = [&](std::string_view text) {
         (void)std::fwrite(text.data(), 1, text.size(), compact->stream());
     };

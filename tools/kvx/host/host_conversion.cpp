@@ -183,7 +183,7 @@ private:
         const auto name_of = [&](char letter) { return names.navigation(letter) + partial; };
         for (finished_file_t& file : navigation_.finish(*raw_, name_of)) files.push_back(std::move(file));
         if (positions_ != nullptr) files.push_back({std::move(positions_), names.positions() + partial});
-        return kvx::publish(files, options_.force, source_.live());
+        return kvx::publish(files, {.replace = options_.force, .live = source_.live()});
     }
 
     file_names_t names_of(const coverage_t& coverage, int number) const

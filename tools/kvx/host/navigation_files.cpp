@@ -120,7 +120,7 @@ void navigation_files_t::write(std::size_t kind, raw_t& raw)
 {
     const std::size_t in = mixed_ ? kMixedKind : kind;
     if (files_[in] == nullptr) {
-        files_[in] = std::make_unique<output_file_t>(options_.folder);
+        files_[in] = std::make_unique<output_file_t>(options_.folder_of(!options_.packs()));
         kFiles[in].write_header(files_[in]->stream(), &opt_);
     }
     count_.written += static_cast<std::uint64_t>(kFiles[kind].write_record(files_[in]->stream(), &raw, &opt_));

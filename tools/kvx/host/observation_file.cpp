@@ -116,7 +116,7 @@ void observation_file_t::select_satellites(raw_t& epoch)
 void observation_file_t::start(const raw_t& epoch)
 {
     set_leap_seconds(epoch);
-    file_ = std::make_unique<output_file_t>(options_.folder);
+    file_ = std::make_unique<output_file_t>(options_.folder_of(!options_.packs_observations()));
     std::copy(std::begin(epoch.pos), std::end(epoch.pos), opt_.apppos);
     WriteRinexObsHeader(file_->stream(), &epoch, &opt_);
     waiting_.each([this](const std::string& text) { add_event(text); });

@@ -43,7 +43,7 @@ void write_pages(const command_page_t& program, const manual_options_t& options)
     std::vector<finished_file_t> files;
     files.push_back(page_file(program, program, options.folder));
     for (const command_page_t& page : program.commands) files.push_back(page_file(program, page, options.folder));
-    publish(files, options.force);
+    publish(files, {.replace = options.force});
 }
 
 }   // namespace

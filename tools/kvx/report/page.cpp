@@ -64,7 +64,7 @@ std::string verdict_part(const verdict_t& v)
            "\n";
 }
 
-std::string section(const char* title, const std::string& content)
+std::string section(const std::string& title, const std::string& content)
 {
     if (content.empty()) return "";
     return element("section", "", element("h2", "", title) + "\n" + content) + "\n";
@@ -162,6 +162,16 @@ std::string index_of(const std::vector<entry_t>& entries)
                              "</tr></thead><tbody>\n" + rows + "</tbody></table></div></main>\n" +
                              element("footer", "", KVX_VERSION " report") + "\n";
     return document("kvx report", std::string(kStyle) + "body { max-width: 1440px; }", body);
+}
+
+std::string page_of_sections(const std::string& title, const std::string& about,
+                             const std::vector<std::pair<std::string, std::string>>& sections)
+{
+    std::string body =
+        "<header>" + element("h1", "", escaped(title)) + element("p", "", escaped(about)) + "</header>\n<main>\n";
+    for (const auto& [name, content] : sections) body += section(name, content);
+    body += "</main>\n" + element("footer", "", KVX_VERSION) + "\n";
+    return document(title + " - kvx", kStyle, body);
 }
 
 }   // namespace kvx::report

@@ -3,6 +3,7 @@
 #define KVX_REPORT_PAGE_H
 
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "report/verdict.h"
@@ -28,6 +29,10 @@ entry_t entry_of(const subject_t& subject, const verdict_t& verdict, const std::
 
 /// The page that compares logs.
 std::string index_of(const std::vector<entry_t>& entries);
+
+/// A page of sections, each with its title and its HTML; empty ones are left out.
+std::string page_of_sections(const std::string& title, const std::string& about,
+                             const std::vector<std::pair<std::string, std::string>>& sections);
 
 }   // namespace kvx::report
 

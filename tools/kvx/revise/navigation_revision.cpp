@@ -126,7 +126,7 @@ void navigation_revision_t::take(const rinex::read_nav_record_t& record, std::st
     const navigation_text_t result = converted(record, lines, header.version, version_);
     if (!result.lost.empty()) ++outcome_.lost[result.lost];
     if (result.text.empty()) return;
-    if (spool_ == nullptr) spool_ = std::make_unique<output_file_t>(options_.folder);
+    if (spool_ == nullptr) spool_ = std::make_unique<output_file_t>(options_.folder_of(false));
     (void)std::fwrite(result.text.data(), 1, result.text.size(), spool_->stream());
     entries_.push_back({record.time, gps_time(record, header), std::hash<std::string>{}(result.text), entries_.size(),
                         spooled_, static_cast<std::uint32_t>(result.text.size()), kind_of(kind_name(record)),
@@ -203,7 +203,7 @@ coverage_t navigation_revision_t::coverage_of(const std::vector<const entry_t*>&
 finished_file_t navigation_revision_t::write(const group_t& group, const std::vector<const entry_t*>& entries,
                                              const coverage_t& coverage)
 {
-    auto file = std::make_unique<output_file_t>(options_.folder);
+    auto file = std::make_unique<output_file_t>(options_.folder_of(!options_.packs()));
     const std::string header =
         with_settings(navigation_header(sources_, version_, group.letter, maker_, lost_), options_, 'N', version_);
     (void)std::fwrite(header.data(), 1, header.size(), file->stream());

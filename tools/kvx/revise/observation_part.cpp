@@ -37,7 +37,9 @@ tally_t picked(tally_t tally, const rinex::column_orders_t& used)
 }   // namespace
 
 observation_part_t::observation_part_t(revision_context_t& context, rinex::type_names_t columns)
-    : context_(context), columns_(std::move(columns)), file_(std::make_unique<output_file_t>(context.options.folder, 0))
+    : context_(context),
+      columns_(std::move(columns)),
+      file_(std::make_unique<output_file_t>(context.options.folder_of(!context.options.packs_observations()), 0))
 {
     block_.reserve(2 * kBlock);
 }
@@ -114,7 +116,7 @@ bool observation_part_t::uses_all(const rinex::column_orders_t& used) const
 // Another file with another header, and without the columns that stayed empty.
 void observation_part_t::rewrite(const std::string& header, const rinex::column_orders_t* used, const std::string& name)
 {
-    auto copy = std::make_unique<output_file_t>(context_.options.folder, 0);
+    auto copy = std::make_unique<output_file_t>(context_.options.folder_of(!context_.options.packs_observations()), 0);
     (void)std::fwrite(header.data(), 1, header.size(), copy->stream());
     file_->seek(static_cast<std::int64_t>(header_size_));
     progress_t progress(name, *file_);

@@ -85,7 +85,7 @@ revision_t revise(const convert_options_t& options, const sources_t& paths)
         for (finished_file_t& file : records.finish(units, beside)) files.push_back(std::move(file));
         revision.navigation = std::move(of_navigation);
     }
-    revision.files = publish(files, options.force);
+    revision.files = publish(files, {.replace = options.force});
     return revision;
 }
 

@@ -1,0 +1,180 @@
+#include "fleet/batch_ledger.h"
+
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+#include <nlohmann/json.hpp>
+
+#include "common/command.h"
+#include "common/error.h"
+#include "common/output_file.h"
+#include "fleet/digest.h"
+
+namespace kvx {
+
+namespace {
+
+using nlohmann::json;
+
+constexpr std::int64_t kSecond = 1'000'000'000;   // ns
+
+identity_t identity_in(const json& j)
+{
+    return {j.at("bytes").get<std::uint64_t>(), j.at("modified").get<std::int64_t>(), j.value("sha256", "")};
+}
+
+// Below the folder of the files: what a ledger names may be replaced.
+std::string name_in(const json& file)
+{
+    const std::filesystem::path name = file.at("name").get<std::string>();
+    if (name.is_absolute() || std::find(name.begin(), name.end(), "..") != name.end())
+        throw error_t(name.string(), "lies elsewhere than the files of a ledger", "");
+    return name.string();
+}
+
+void take_line(const json& line, account_t& account)
+{
+    std::map<std::string, identity_t> files;
+    for (const json& file : line.at("files")) files.emplace(name_in(file), identity_in(file));
+    for (const auto& [name, file] : files) account.owned[name].insert(file.sha256);
+    account.files = std::move(files);
+    account.options = line.at("options").get<std::string>();
+    account.log.reset();
+    if (line.at("code").get<int>() != kFailed) account.log = identity_in(line);
+}
+
+void take_line(const json& line, const std::function<bool(const std::string& log)>& wanted, book_t& book)
+{
+    const auto log = line.at("log").get<std::string>();
+    for (const std::string& other : adopted_in(line)) book.accounts.erase(other);
+    for (const json& file : line.at("files")) book.makers[name_in(file)] = log;
+    if (!wanted(log)) return;
+    take_line(line, book.accounts[log]);
+}
+
+bool is_there(const std::string& path)
+{
+    return ::access(path.c_str(), F_OK) == 0 || errno != ENOENT;
+}
+
+// Behind a torn line another one may stand.
+json parsed(std::string_view& text)
+{
+    constexpr std::string_view kBegin = "{\"log\":";
+    json line = json::parse(text, nullptr, false);
+    const std::size_t last = text.rfind(kBegin);
+    if (line.is_discarded() && last != 0 && last != text.npos) {
+        text.remove_prefix(last);
+        line = json::parse(text, nullptr, false);
+    }
+    return line;
+}
+
+constexpr char kFirst = '{';   // of a ledger's bytes
+
+}   // namespace
+
+std::optional<identity_t> identity_t::of(const std::string& path, bool checksum)
+{
+    struct stat status {};
+    if (::stat(path.c_str(), &status) != 0 || !S_ISREG(status.st_mode)) return std::nullopt;
+    identity_t identity{static_cast<std::uint64_t>(status.st_size),
+                        static_cast<std::int64_t>(status.st_mtim.tv_sec) * kSecond + status.st_mtim.tv_nsec, ""};
+    if (checksum) identity.sha256 = sha256_of(path);
+    return identity;
+}
+
+bool identity_t::same(const identity_t& other) const
+{
+    return bytes == other.bytes && modified / kSecond == other.modified / kSecond &&
+           (sha256.empty() || other.sha256.empty() || sha256 == other.sha256);
+}
+
+std::vector<std::string> adopted_in(const nlohmann::json& line)
+{
+    return line.value("instead_of", std::vector<std::string>());
+}
+
+std::uint64_t read_ledger(const std::string& path,
+                          const std::function<void(const nlohmann::json& line, std::string_view text)>& take)
+{
+    std::ifstream ledger(path);
+    if (!ledger) throw system_error(path, "reading the ledger");
+    std::uint64_t torn = 0;
+    std::string text;
+    for (std::uint64_t number = 1; std::getline(ledger, text); ++number) {
+        if (number == 1 && !text.empty() && text[0] != kFirst) throw error_t(path, "is no ledger of a batch", "");
+        std::string_view whole = text;
+        const json line = parsed(whole);
+        try {
+            line.is_discarded() ? static_cast<void>(++torn) : take(line, whole);
+        } catch (const json::exception&) {
+            throw error_t(path + ":" + std::to_string(number), "is no line of a batch's ledger", "");
+        }
+    }
+    if (ledger.bad()) throw system_error(path, "reading the ledger");
+    return torn;
+}
+
+book_t read_book(const std::string& own, const std::vector<std::string>& others,
+                 const std::function<bool(const std::string& log)>& wanted)
+{
+    book_t book;
+    const auto read = [&](const std::string& path, bool is_own) {
+        read_ledger(path, [&](const json& line, std::string_view text) {
+            take_line(line, wanted, book);
+            const auto account = book.accounts.find(line.at("log").get<std::string>());
+            if (account != book.accounts.end()) account->second.line = is_own ? "" : text;
+        });
+    };
+    for (const std::string& path : others) read(path, false);
+    if (is_there(own)) read(own, true);
+    return book;
+}
+
+ledger_file_t::ledger_file_t(std::string path)
+    : path_(std::move(path)), fd_(::open(path_.c_str(), O_RDWR | O_APPEND | O_CREAT | O_CLOEXEC, 0666))
+{
+    if (fd_ < 0) throw system_error(path_, "opening the ledger");
+    if (::flock(fd_, LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK) {
+        ::close(fd_);
+        throw error_t(path_, "another run writes this ledger", "wait for it, or name another one with --ledger");
+    }
+    struct stat status {};
+    char last = '\n';
+    if (::fstat(fd_, &status) != 0 || (status.st_size > 0 && ::pread(fd_, &last, 1, status.st_size - 1) != 1)) {
+        ::close(fd_);
+        throw system_error(path_, "reading the ledger");
+    }
+    char first = kFirst;
+    if (status.st_size > 0 && ::pread(fd_, &first, 1, 0) == 1 && first != kFirst) {
+        ::close(fd_);
+        throw error_t(path_, "is no ledger of a batch", "name another file with --ledger");
+    }
+    if (last != '\n' && ::write(fd_, "\n", 1) != 1) {   // the end of a run that was killed
+        ::close(fd_);
+        throw system_error(path_, "writing the ledger");
+    }
+}
+
+ledger_file_t::~ledger_file_t()
+{
+    ::close(fd_);
+}
+
+// One call a line: lines of several processes do not mix.
+void ledger_file_t::add(std::string text)
+{
+    text += '\n';
+    const ssize_t written = ::write(fd_, text.data(), text.size());
+    if (written >= 0 && static_cast<std::size_t>(written) < text.size()) errno = ENOSPC;
+    if (written != static_cast<ssize_t>(text.size()) || !is_on_disk(fd_))
+        throw system_error(path_, "writing the ledger");
+}
+
+}   // namespace kvx

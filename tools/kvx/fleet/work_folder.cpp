@@ -1,0 +1,56 @@
+#include "fleet/work_folder.h"
+
+#include <unistd.h>
+
+#include <cstdlib>
+#include <filesystem>
+
+#include "common/error.h"
+#include "common/left_overs.h"
+
+namespace kvx {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr const char* kPrefix = ".kvx-batch-";
+constexpr int kMostTries = 100;
+
+// A folder in which a file is locked does not go.
+void remove_dead_folders(const std::string& folder)
+{
+    std::error_code error;
+    for (fs::directory_iterator entry(folder, error); !error && entry != fs::directory_iterator();
+         entry.increment(error)) {
+        if (!entry->path().filename().string().starts_with(kPrefix)) continue;
+        remove_left_overs(entry->path().string());
+        ::rmdir(entry->path().c_str());
+    }
+}
+
+}   // namespace
+
+work_folder_t::work_folder_t(const std::string& folder)
+{
+    remove_dead_folders(folder);
+    for (int tries = 0; keeper_ == nullptr; ++tries) {
+        path_ = (fs::path(folder) / kPrefix).string() + "XXXXXX";
+        if (::mkdtemp(path_.data()) == nullptr) throw system_error(folder, "creating a folder in it");
+        try {
+            keeper_ = std::make_unique<output_file_t>(path_, 0);
+        } catch (const error_t&) {   // another run may have taken the empty folder for dead
+            ::rmdir(path_.c_str());
+            if (tries == kMostTries) throw;
+        }
+    }
+}
+
+work_folder_t::~work_folder_t()
+{
+    keeper_.reset();
+    remove_left_overs(path_);
+    ::rmdir(path_.c_str());
+}
+
+}   // namespace kvx

@@ -141,7 +141,12 @@ class Batch(unittest.TestCase):
         (self.dir / "raw/deep").rename(self.dir / "raw/deeper")
         subprocess.run(["gzip", *self.dir.glob("raw/S*.log")], check=True)
         self.assertEqual(14, self.batch()["failed"])
-        self.assertEqual(2, self.batch("--adopt")["failed"])
+        (foreign,) = self.out.glob("2024/070/S000/*MO.rnx")
+        foreign.write_text("somebody else's\n")
+        self.assertEqual(3, self.batch("--adopt")["failed"])
+        self.assertEqual("somebody else's\n", foreign.read_text())
+        foreign.unlink()
+        self.assertEqual(2, self.batch("--adopt", "--nav", "none")["failed"])   # others are left of nobody's
         totals = json.loads(kvx("summary", "--json", self.ledger, code=1).stdout)
         self.assertEqual((14, len(self.files())), (totals["logs"], totals["files"]))
 
@@ -166,16 +171,22 @@ class Batch(unittest.TestCase):
     def test_killed_at_any_moment(self):
         chance = random.Random(7)
         scratch = "--scratch", self.dir / "scratch"
-        for _ in range(25):
+        def whole():   # logs whose files have their names
+            return sum(all((self.out / file["name"]).exists() for file in line["files"]) and line["code"] != 1 for line in self.lines())
+
+        killed = 0
+        while killed < 25 or not whole():
+            killed += 1
             run = subprocess.Popen([*KVX, "convert", "-q", "--batch", self.dir / "raw", "-o", self.out, *TREE, "-j", "2", "--gz", *scratch],
                                    stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL, start_new_session=True)
-            time.sleep(chance.uniform(0, 0.05))
+            time.sleep(chance.uniform(0, 0.05 + 0.01 * max(0, killed - 25)))
             os.killpg(run.pid, signal.SIGKILL)
             run.wait()
         with self.ledger.open("r+") as ledger:   # torn, with a line behind it, and torn at the end
             lines = ledger.read()
             ledger.seek(0)
             ledger.write('{"log":"/x","co' + lines + '{"log":"torn')
+        self.assertGreater(self.batch("--gz", *scratch)["skipped"], 0)
         self.batch(*scratch)
         self.assertEqual([], list((self.dir / "scratch").iterdir()))
         self.demand_plain_files()
@@ -221,7 +232,7 @@ class Batch(unittest.TestCase):
             self.assertEqual(sum(log[name] for log in plain), totals[name])
         self.assertEqual(sum(row["records"] for log in plain for row in log["signals"]), totals["observations"]["in_log"])
         self.assertEqual(3, len(totals["not_well"]))
-        self.assertIn("not well", (self.dir / "page.html").read_text())
+        self.assertIn("Not well: 3.", (self.dir / "page.html").read_text())
         (self.dir / "list").write_text("/none.log\n")
         self.assertEqual(1, json.loads(kvx("summary", "--json", self.ledger, "--list", self.dir / "list", code=1).stdout)["without_line"])
 

@@ -2,7 +2,11 @@
 
 #include <poll.h>
 
+#include <array>
+#include <atomic>
 #include <csignal>
+#include <cstdint>
+#include <ctime>
 
 namespace kvx {
 
@@ -11,11 +15,23 @@ namespace {
 constexpr int kSignals[] = {SIGINT, SIGTERM, SIGHUP, SIGUSR1};
 constexpr int kSignalled = 128;   // as shells count exit codes
 
-volatile std::sig_atomic_t g_signal = 0;   // the first that came
+// What sends a signal to the process may send it to its group in the same moment, as timeout(1) does: that is one.
+constexpr std::int64_t kOne = 200'000'000;   // ns
+
+volatile std::sig_atomic_t g_signal = 0;                   // the first that came
+std::array<std::atomic<std::int64_t>, NSIG> g_came = {};   // when the first of each did (ns); 0: none
+static_assert(std::atomic<std::int64_t>::is_always_lock_free);
 
 void take_note(int signal)
 {
+    timespec now{};
+    ::clock_gettime(CLOCK_MONOTONIC, &now);
+    const std::int64_t time = now.tv_sec * std::int64_t{1'000'000'000} + now.tv_nsec;
     if (g_signal == 0) g_signal = signal;
+    std::int64_t first = 0;
+    if (g_came[signal].compare_exchange_strong(first, time) || time - first < kOne) return;
+    std::signal(signal, SIG_DFL);
+    std::raise(signal);
 }
 
 bool is_ignored(int signal)
@@ -31,7 +47,7 @@ void catch_interrupts()
 {
     struct sigaction action {};
     action.sa_handler = take_note;
-    action.sa_flags = static_cast<int>(SA_RESETHAND);   // no SA_RESTART: a blocked call returns
+    action.sa_flags = 0;   // no SA_RESTART: a blocked call returns
     for (const int signal : kSignals) {
         if (signal != SIGHUP || !is_ignored(signal)) sigaction(signal, &action, nullptr);
     }

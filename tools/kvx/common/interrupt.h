@@ -8,8 +8,8 @@
 
 namespace kvx {
 
-/// SIGINT, SIGTERM, SIGHUP and SIGUSR1 set the flag; a second one of a kind ends the program. A SIGHUP that was ignored
-/// when the program began (nohup) stays so.
+/// SIGINT, SIGTERM, SIGHUP and SIGUSR1 set the flag; a second one of a kind ends the program, but for those in
+/// the same moment. A SIGHUP that was ignored when the program began (nohup) stays so.
 void catch_interrupts();
 
 bool interrupted();

@@ -241,7 +241,9 @@ private:
         if (recorder_t* const recorder = options_.recorder; recorder != nullptr) {
             claim.root = recorder->root();
             claim.foreign = [recorder](const std::string& path) { return recorder->obstacle(path); };
-            claim.before = [this, recorder, &files](const auto& paths) { recorder->record(summary_, files, paths); };
+            for (const auto& [file, name] : files) file->close(name);
+            recorder->look_at(files);
+            claim.before = [this, recorder](const auto& paths) { recorder->record(summary_, paths); };
         }
         return claim;
     }

@@ -162,7 +162,7 @@ file_names_t names_of_files(const convert_options_t& options, const coverage_t& 
         if (field == "site") return site(options.marker, options.country).substr(0, 4);
         return std::nullopt;
     });
-    names.put_into(folder);
+    names.put_into(std::filesystem::path(folder).lexically_normal().string());
     return names;
 }
 

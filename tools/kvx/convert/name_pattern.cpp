@@ -5,6 +5,21 @@
 
 namespace kvx {
 
+namespace {
+
+// Of text in UTF-8.
+std::string first_characters(const std::string& text, std::size_t most)
+{
+    std::size_t end = 0;
+    for (std::size_t n = 0; end < text.size(); ++end) {
+        const bool begins = (static_cast<unsigned char>(text[end]) & 0xC0) != 0x80;
+        if (begins && n++ == most) break;
+    }
+    return text.substr(0, end);
+}
+
+}   // namespace
+
 std::string expand_fields(std::string_view pattern,
                           const std::function<std::optional<std::string>(std::string_view name)>& value_of)
 {
@@ -21,7 +36,7 @@ std::string expand_fields(std::string_view pattern,
             if (error != std::errc() || rest != end || most == 0) colon = field.size();   // no name of a field then
         }
         const auto value = value_of(field.substr(0, colon));
-        expanded += value ? value->substr(0, most) : std::string(pattern.substr(open, close - open + 1));
+        expanded += value ? first_characters(*value, most) : std::string(pattern.substr(open, close - open + 1));
         pattern.remove_prefix(close + 1);
     }
     return expanded;

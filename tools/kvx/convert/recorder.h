@@ -18,12 +18,15 @@ public:
     /// Folder that the names of the files begin at.
     virtual std::string root() const = 0;
 
-    /// Why a file that is there may not be replaced; empty: an earlier run made it of the same log.
+    /// Takes the whole files, before any lock is held.
+    virtual void look_at(const std::vector<finished_file_t>& files) = 0;
+
+    /// Why the file that is there may not be replaced; empty: it may.
     virtual std::string obstacle(const std::string& path) = 0;
 
     /// Takes what came of the log. Where it throws the files get no names.
-    virtual void record(const summary_t& summary, const std::vector<finished_file_t>& files,
-                        const std::vector<std::string>& paths) = 0;
+    /// @param paths  of the files that were looked at
+    virtual void record(const summary_t& summary, const std::vector<std::string>& paths) = 0;
 };
 
 }   // namespace kvx

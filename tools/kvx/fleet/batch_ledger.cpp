@@ -5,12 +5,10 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <filesystem>
 #include <fstream>
 #include <nlohmann/json.hpp>
 
-#include "common/command.h"
 #include "common/error.h"
 #include "common/output_file.h"
 #include "fleet/digest.h"
@@ -22,45 +20,6 @@ namespace {
 using nlohmann::json;
 
 constexpr std::int64_t kSecond = 1'000'000'000;   // ns
-
-identity_t identity_in(const json& j)
-{
-    return {j.at("bytes").get<std::uint64_t>(), j.at("modified").get<std::int64_t>(), j.value("sha256", "")};
-}
-
-// Below the folder of the files: what a ledger names may be replaced.
-std::string name_in(const json& file)
-{
-    const std::filesystem::path name = file.at("name").get<std::string>();
-    if (name.is_absolute() || std::find(name.begin(), name.end(), "..") != name.end())
-        throw error_t(name.string(), "lies elsewhere than the files of a ledger", "");
-    return name.string();
-}
-
-void take_line(const json& line, account_t& account)
-{
-    std::map<std::string, identity_t> files;
-    for (const json& file : line.at("files")) files.emplace(name_in(file), identity_in(file));
-    for (const auto& [name, file] : files) account.owned[name].insert(file.sha256);
-    account.files = std::move(files);
-    account.options = line.at("options").get<std::string>();
-    account.log.reset();
-    if (line.at("code").get<int>() != kFailed) account.log = identity_in(line);
-}
-
-void take_line(const json& line, const std::function<bool(const std::string& log)>& wanted, book_t& book)
-{
-    const auto log = line.at("log").get<std::string>();
-    for (const std::string& other : adopted_in(line)) book.accounts.erase(other);
-    for (const json& file : line.at("files")) book.makers[name_in(file)] = log;
-    if (!wanted(log)) return;
-    take_line(line, book.accounts[log]);
-}
-
-bool is_there(const std::string& path)
-{
-    return ::access(path.c_str(), F_OK) == 0 || errno != ENOENT;
-}
 
 // Behind a torn line another one may stand.
 json parsed(std::string_view& text)
@@ -75,7 +34,15 @@ json parsed(std::string_view& text)
     return line;
 }
 
-constexpr char kFirst = '{';   // of a ledger's bytes
+constexpr char kFirst = '{';   // byte of every ledger
+
+template <class T>
+T whole_number(const json& object, const char* name)
+{
+    const json& value = object.at(name);
+    if (!value.is_number_integer()) throw json::type_error::create(302, "no whole number", &value);
+    return value.get<T>();
+}
 
 }   // namespace
 
@@ -95,6 +62,12 @@ bool identity_t::same(const identity_t& other) const
            (sha256.empty() || other.sha256.empty() || sha256 == other.sha256);
 }
 
+identity_t identity_in(const json& object)
+{
+    return {whole_number<std::uint64_t>(object, "bytes"), whole_number<std::int64_t>(object, "modified"),
+            object.value("sha256", "")};
+}
+
 std::vector<std::string> adopted_in(const nlohmann::json& line)
 {
     return line.value("instead_of", std::vector<std::string>());
@@ -103,7 +76,9 @@ std::vector<std::string> adopted_in(const nlohmann::json& line)
 std::uint64_t read_ledger(const std::string& path,
                           const std::function<void(const nlohmann::json& line, std::string_view text)>& take)
 {
+    std::error_code error;
     std::ifstream ledger(path);
+    if (ledger && !std::filesystem::is_regular_file(path, error)) throw error_t(path, "is no ledger of a batch", "");
     if (!ledger) throw system_error(path, "reading the ledger");
     std::uint64_t torn = 0;
     std::string text;
@@ -119,22 +94,6 @@ std::uint64_t read_ledger(const std::string& path,
     }
     if (ledger.bad()) throw system_error(path, "reading the ledger");
     return torn;
-}
-
-book_t read_book(const std::string& own, const std::vector<std::string>& others,
-                 const std::function<bool(const std::string& log)>& wanted)
-{
-    book_t book;
-    const auto read = [&](const std::string& path, bool is_own) {
-        read_ledger(path, [&](const json& line, std::string_view text) {
-            take_line(line, wanted, book);
-            const auto account = book.accounts.find(line.at("log").get<std::string>());
-            if (account != book.accounts.end()) account->second.line = is_own ? "" : text;
-        });
-    };
-    for (const std::string& path : others) read(path, false);
-    if (is_there(own)) read(own, true);
-    return book;
 }
 
 ledger_file_t::ledger_file_t(std::string path)

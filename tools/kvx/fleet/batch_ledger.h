@@ -4,11 +4,10 @@
 
 #include <cstdint>
 #include <functional>
-#include <map>
 #include <nlohmann/json_fwd.hpp>
 #include <optional>
-#include <set>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace kvx {
@@ -20,20 +19,12 @@ struct identity_t {
     std::string sha256;          ///< empty: not asked for
 
     /// @param checksum  is wanted, too
-    /// @return nothing: it is not there, or no file
+    /// @return nothing: it cannot be looked at, or is no file
+    /// @throws error_t when its checksum cannot be taken
     static std::optional<identity_t> of(const std::string& path, bool checksum);
 
     /// Checksums count where both have one; of times, seconds: copies lose the rest.
     bool same(const identity_t& other) const;
-};
-
-/// Of a log, what its lines tell.
-struct account_t {
-    std::string line;                ///< the last one, when it is not of the batch's own ledger
-    std::optional<identity_t> log;   ///< as it was last; none: nothing came of it
-    std::string options;             ///< and program, by which the files were made
-    std::map<std::string, identity_t> files;
-    std::map<std::string, std::set<std::string>> owned;   ///< checksums of all files that were ever made of it
 };
 
 /// Reads a ledger line by line. Lines that are torn, as killed runs and full disks leave them, are none.
@@ -46,16 +37,8 @@ std::uint64_t read_ledger(const std::string& path,
 /// The logs whose files a line's log took over.
 std::vector<std::string> adopted_in(const nlohmann::json& line);
 
-/// What ledgers tell in all.
-struct book_t {
-    std::map<std::string, account_t> accounts;   ///< by log, of those that are wanted
-    std::map<std::string, std::string> makers;   ///< by file, the log that made it last, of all logs
-};
-
-/// Reads a batch's own ledger, which may not be there yet, behind others that must be.
-/// @throws error_t
-book_t read_book(const std::string& own, const std::vector<std::string>& others,
-                 const std::function<bool(const std::string& log)>& wanted);
+/// Size, time and checksum in an object of a line.
+identity_t identity_in(const nlohmann::json& object);
 
 /// Takes lines at its end. Several processes of one run may write; another run may not.
 class ledger_file_t {

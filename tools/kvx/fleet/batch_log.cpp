@@ -5,10 +5,12 @@
 
 #include <algorithm>
 #include <array>
+#include <cerrno>
 #include <chrono>
 #include <cmath>
 #include <filesystem>
 
+#include "common/ascii.h"
 #include "common/command.h"
 #include "common/error.h"
 #include "common/gps_time.h"
@@ -26,6 +28,8 @@ namespace {
 
 namespace fs = std::filesystem;
 
+constexpr std::size_t kMarkerColumns = 60;
+
 bool is_utf8(const std::string& text)
 {
     try {
@@ -38,7 +42,7 @@ bool is_utf8(const std::string& text)
 
 std::string spelled(const batch_terms_t& terms, const planned_log_t& log)
 {
-    std::string all = terms.spelled;
+    std::string all = terms.options.spelled;
     if (!log.marker.empty()) all += " marker=" + log.marker;
     if (!log.country.empty()) all += " country=" + log.country;
     for (const header_setting_t& line : log.settings) all += " " + line.label + "=" + line.text;
@@ -58,10 +62,11 @@ convert_options_t options_of(const batch_terms_t& terms, const planned_log_t& lo
 {
     convert_options_t options = terms.options;
     options.logs = {log.path};
-    options.marker = log.marker.empty() ? expanded(options.marker, log) : log.marker;
+    options.marker = log.marker.empty() ? to_ascii(expanded(options.marker, log)).value_or("").substr(0, kMarkerColumns)
+                                        : log.marker;
     if (!log.country.empty()) options.country = log.country;
-    for (header_setting_t& line : options.settings) line.text = expanded(line.text, log);
     options.settings.insert(options.settings.end(), log.settings.begin(), log.settings.end());
+    for (header_setting_t& line : options.settings) line.text = expanded(line.text, log);
     options.tree = expanded(options.tree, log);
     if (const std::string fault = fault_in_tree(options.tree); !fault.empty())
         throw error_t(log.path, "--tree " + options.tree + " " + fault, "");
@@ -142,66 +147,85 @@ void add_counts(json_object_t& j, const summary_t& s)
     j.add("lost", losses_json(s));
 }
 
+bool is_gone(const std::string& log)
+{
+    return ::access(log.c_str(), F_OK) != 0 && (errno == ENOENT || errno == ENOTDIR);
+}
+
 // Enters a conversion, and knows the files of those before it.
 class entry_t : public recorder_t {
 public:
     entry_t(const batch_terms_t& terms, const planned_log_t& log, ledger_file_t& ledger)
-        : terms_(terms), log_(log), ledger_(ledger), identity_(identity_t::of(log.path, false))
-    {
-        const auto account = terms.book.accounts.find(log.path);
-        if (account != terms.book.accounts.end()) account_ = &account->second;
-    }
+        : terms_(terms),
+          log_(log),
+          account_(terms.book.account(log.path)),
+          ledger_(ledger),
+          identity_(identity_t::of(log.path, false))
+    {}
 
-    // Whether the files are those of the log as it is now; what is left of others that were made of it goes. A log that
-    // grows while it is read is another one for the next run.
-    bool is_done()
+    // A log that grows while it is read is another one for the next run. What another ledger tells the batch's own is
+    // to tell, too.
+    void begin()
     {
         if (terms_.options.checksum) identity_ = identity_t::of(log_.path, true);
+        if (account_ != nullptr && !account_->line.empty()) ledger_.add(account_->line);
+    }
+
+    // Whether the files are those of the log as it is now.
+    bool is_done() const
+    {
+        const bool checksum = terms_.options.checksum;
         if (account_ == nullptr || !account_->log || !identity_) return false;
         if (!account_->log->same(*identity_) || account_->options != spelled(terms_, log_)) return false;
-        if (terms_.options.checksum && account_->log->sha256.empty()) return false;
-        for (const auto& [name, file] : account_->files) {
-            const auto there = identity_t::of(path_of(name), terms_.options.checksum);
-            if (!there || !there->same(file)) return false;
-            made_.insert(name);
-        }
+        if (checksum && account_->log->sha256.empty()) return false;
+        return std::all_of(account_->files.begin(), account_->files.end(), [&](const auto& file) {
+            const auto there = identity_t::of(path_of(file.first), checksum);
+            return there && there->same(file.second);
+        });
+    }
+
+    void keep_files()
+    {
+        for (const auto& [name, file] : account_->files) made_.insert(name);
         remove_stale();
-        if (!account_->line.empty()) ledger_.add(account_->line);   // another ledger's
-        return true;
     }
 
     std::string root() const override { return terms_.root; }
 
     std::string obstacle(const std::string& path) override
     {
-        const std::string name = name_of(path);
-        if (is_own(name)) return "";
-        const auto maker = terms_.book.makers.find(name);
-        if (maker == terms_.book.makers.end()) return "the ledger does not tell of it";
-        const bool gone = ::access(maker->second.c_str(), F_OK) != 0 && errno == ENOENT;
-        if (maker->second == log_.path) return "it is not what was made of the log; remove it, or move it away";
-        if (!gone) return "it was made of " + maker->second;
-        if (!terms_.options.adopt) return "it was made of " + maker->second + ", which is gone; --adopt replaces it";
-        adopted_.insert(maker->second);
-        return "";
+        const auto there = identity_t::of(path, true);
+        if (!there) return "another program has just made it";
+        const maker_t* const maker = terms_.book.maker(name_of(path));
+        if (maker == nullptr) return "the ledger does not tell of it";
+        if (maker->sha256s.count(there->sha256) == 0)
+            return "it is not what was made of " + maker->log + "; remove it, or move it away";
+        if (maker->log == log_.path) return "";
+        if (!is_gone(maker->log)) return "it was made of " + maker->log;
+        return terms_.options.adopt ? "" : "it was made of " + maker->log + ", which is gone; --adopt replaces it";
+    }
+
+    void look_at(const std::vector<finished_file_t>& files) override
+    {
+        for (const auto& [file, name] : files) identities_.push_back(identity_t::of(file->path(), true).value());
     }
 
     // Files that wait for their names are those that get them: should the run be killed in between the next one finds
     // them missing, and that they are its own.
-    void record(const summary_t& summary, const std::vector<finished_file_t>& files,
-                const std::vector<std::string>& paths) override
+    void record(const summary_t& summary, const std::vector<std::string>& paths) override
     {
         damaged_ = summary.damaged();
         json_object_t line = head(damaged_ ? kDamaged : kDone);
+        for (const std::string& path : paths) adopt_maker(name_of(path));
         if (!adopted_.empty()) line.add("instead_of", std::vector<std::string>(adopted_.begin(), adopted_.end()));
         add_counts(line, summary);
-        std::vector<json_object_t> all(files.size());
-        for (std::size_t i = 0; i < files.size(); ++i) {
+        std::vector<json_object_t> files(paths.size());
+        for (std::size_t i = 0; i < paths.size(); ++i) {
             made_.insert(name_of(paths[i]));
-            all[i].add("name", name_of(paths[i]));
-            add_identity(all[i], identity_t::of(files[i].file->path(), true).value());
+            files[i].add("name", name_of(paths[i]));
+            add_identity(files[i], identities_[i]);
         }
-        line.add("files", all);
+        line.add("files", files);
         ledger_.add(line.text());
     }
 
@@ -214,12 +238,18 @@ public:
         ledger_.add(line.text());
     }
 
-    // What earlier conversions made under other names is replaced, too.
+    // What was made before under other names is replaced, too. A file that came in this run is another log's: of the
+    // same bytes, perhaps.
     void remove_stale() const
     {
-        if (account_ == nullptr) return;
-        for (const auto& [name, checksums] : account_->owned) {
-            if (made_.count(name) == 0 && is_own(name) && ::unlink(path_of(name).c_str()) != 0)
+        std::set<std::string> stale = terms_.book.made_of(log_.path);
+        for (const std::string& other : adopted_) stale.merge(terms_.book.made_of(other));
+        for (const std::string& name : stale) {
+            if (made_.count(name) > 0) continue;
+            const auto there = identity_t::of(path_of(name), true);
+            const maker_t* const maker = terms_.book.maker(name);
+            if (!there || there->modified >= terms_.began || maker->sha256s.count(there->sha256) == 0) continue;
+            if (::unlink(path_of(name).c_str()) != 0)
                 throw system_error(path_of(name), "removing what was made of the log before");
         }
     }
@@ -227,14 +257,11 @@ public:
     bool damaged() const { return damaged_; }
 
 private:
-    // By its contents: what was moved away may have made room for another log's, or somebody else's.
-    bool is_own(const std::string& name) const
+    void adopt_maker(const std::string& name)
     {
-        if (account_ == nullptr) return false;
-        const auto earlier = account_->owned.find(name);
-        if (earlier == account_->owned.end()) return false;
-        const auto there = identity_t::of(path_of(name), true);
-        return there && earlier->second.count(there->sha256) > 0;
+        const maker_t* const maker = terms_.book.maker(name);
+        if (terms_.options.adopt && maker != nullptr && maker->log != log_.path && is_gone(maker->log))
+            adopted_.insert(maker->log);
     }
 
     std::string path_of(const std::string& name) const { return (fs::path(terms_.root) / name).string(); }
@@ -258,10 +285,11 @@ private:
 
     const batch_terms_t& terms_;
     const planned_log_t& log_;
-    const account_t* account_ = nullptr;   // null: the ledger tells nothing of the log
+    const account_t* account_;   // null: the ledger tells nothing of the log
     ledger_file_t& ledger_;
     stopwatch_t watch_;
     std::optional<identity_t> identity_;
+    std::vector<identity_t> identities_;     // of the files
     std::set<std::string> made_, adopted_;   // files; logs
     bool damaged_ = false;
 };
@@ -270,10 +298,14 @@ private:
 
 batch_result_t convert_planned(const batch_terms_t& terms, const planned_log_t& log, ledger_file_t& ledger)
 {
+    if (!log.fault.empty()) throw error_t(log.path, log.fault, "");
     entry_t entry(terms, log, ledger);
     try {
-        if (entry.is_done()) return batch_result_t::skipped;
-        if (!log.fault.empty()) throw error_t(log.path, log.fault, "");
+        entry.begin();
+        if (entry.is_done()) {
+            entry.keep_files();
+            return batch_result_t::skipped;
+        }
         if (!is_utf8(log.path)) throw error_t(log.path, "is no name in UTF-8", "a ledger can have no others");
         if (kind_of_file(log.path) != file_kind_t::log)
             throw error_t(log.path, "is a RINEX file", "a batch is of logs");

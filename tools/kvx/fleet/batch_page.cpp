@@ -36,7 +36,7 @@ std::string totals_table(const batch_totals_t& t)
                    {"Logs planned that have no line", grouped(t.without.size())},
                    {"Read of logs that did not fail", megabytes(s.bytes)},
                    {"Written", megabytes(s.bytes_of_files) + " in " + grouped(s.files) + " files"},
-                   {"Epochs", grouped(s.epochs)},
+                   {"Epochs written", grouped(s.epochs)},
                    {"Epochs missing", grouped(s.missing_epochs)},
                    {"Observations sent", grouped(s.in_log)},
                    {"Observations written", grouped(s.written) + ", " + percent(s.written, s.in_log)},
@@ -50,7 +50,7 @@ std::string speed_table(const batch_totals_t& t)
 {
     const outcome_of_log_t& s = t.sum;
     return table(
-        {{"What", "In all", "Log a second of it"},
+        {{"What", "In all", "Log a second"},
          {{"Time of the processes", fixed(s.seconds, 1) + " s", a_second(s.bytes, s.seconds)},
           {"Time of processors", fixed(s.processor_seconds, 1) + " s", a_second(s.bytes, s.processor_seconds)}}});
 }
@@ -92,7 +92,7 @@ std::string slowest_table(const batch_totals_t& t)
 
 std::string page_of_batch(const batch_totals_t& t)
 {
-    const std::string about = t.not_well() == 0 ? "All of them are well." : plural(t.not_well(), "log") + " not well.";
+    const std::string about = t.not_well() == 0 ? "All of them are well." : "Not well: " + grouped(t.not_well()) + ".";
     return page_of_sections(plural(t.logs.size(), "log"), about,
                             {{"Totals", totals_table(t)},
                              {"Not well", faults_table(t)},

@@ -2,11 +2,11 @@
 
 #include <malloc.h>
 #include <sys/prctl.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
-#include <array>
 #include <atomic>
 #include <cerrno>
 #include <chrono>
@@ -14,9 +14,11 @@
 #include <cstdio>
 #include <cstring>
 #include <filesystem>
-#include <map>
 #include <nlohmann/json.hpp>
+#include <optional>
+#include <set>
 #include <utility>
+#include <vector>
 
 #include "common/command.h"
 #include "common/error.h"
@@ -47,38 +49,40 @@ std::vector<std::string> paths_of(const std::vector<planned_log_t>& plan)
     return paths;
 }
 
-// A folder may be that of the files, too: what is made there is no log.
-std::vector<planned_log_t> plan_of(const convert_options_t& options)
+using file_t = std::pair<dev_t, ino_t>;
+
+std::optional<file_t> file_at(const std::string& path)
 {
-    std::error_code error;
-    if (!fs::is_directory(options.batch, error)) return read_list(options.batch);
-    std::vector<planned_log_t> plan = logs_below(options.batch, options.match);
-    const fs::path root = absolute_path(options.folder);
-    std::set<std::string> made{absolute_path(options.ledger)};
-    for (const std::string& ledger : options.known) made.insert(absolute_path(ledger));
-    const book_t book = read_book(options.ledger, options.known, [](const std::string&) { return false; });
-    for (const auto& [name, log] : book.makers) made.insert((root / name).string());
-    std::erase_if(plan, [&made](const planned_log_t& log) { return made.count(log.path) > 0; });
-    if (plan.empty()) throw error_t(options.batch, "has no log", "--match takes the names " + options.match);
-    return plan;
+    struct stat status {};
+    if (::stat(path.c_str(), &status) != 0) return std::nullopt;
+    return file_t{status.st_dev, status.st_ino};
+}
+
+// A folder may be that of the files, too: what is made there is no log.
+void leave_out_made(std::vector<planned_log_t>& plan, const book_t& book, const convert_options_t& options)
+{
+    std::set<std::optional<file_t>> made{file_at(options.ledger)};
+    for (const std::string& ledger : options.known) made.insert(file_at(ledger));
+    for (const auto& [name, maker] : book.makers()) made.insert(file_at((fs::path(options.folder) / name).string()));
+    made.erase(std::nullopt);   // of files that are no more
+    std::erase_if(plan, [&made](const planned_log_t& log) { return made.count(file_at(log.path)) > 0; });
 }
 
 class batch_run_t {
 public:
-    batch_run_t(const convert_options_t& options, std::vector<planned_log_t> plan)
+    batch_run_t(const convert_options_t& options, const std::vector<planned_log_t>& plan, const book_t& book,
+                ledger_file_t& ledger)
         : options_(options),
-          plan_(std::move(plan)),
-          ledger_(options.ledger),
-          root_(absolute_path(options.folder)),
-          work_(root_),
-          book_(read_book_of_plan()),
-          terms_{options_, options.spelled, root_, book_},
+          plan_(plan),
+          ledger_(ledger),
+          work_(absolute_path(options.folder)),
+          terms_{options_, absolute_path(options.folder), work_.made(), book},
           progress_(paths_of(plan_), options.quiet, options.passes()),
           shared_(1),
           under_way_(static_cast<std::size_t>(options.jobs)),
           workers_(under_way_.size())
     {
-        options_.folder = work_.path();
+        options_.folder = work_.path();   // until files are whole; terms_ has that of the tree
         make_folder(options_.folder_of(false));
         clear();
     }
@@ -114,14 +118,6 @@ private:
         std::uint64_t next;   // log
         std::uint64_t counts[kCounts], bytes;
     };
-
-    book_t read_book_of_plan() const
-    {
-        std::set<std::string> wanted;
-        for (const planned_log_t& log : plan_) wanted.insert(log.path);
-        return read_book(options_.ledger, options_.known,
-                         [&wanted](const std::string& log) { return wanted.count(log) > 0; });
-    }
 
     // Files that are not whole and nobody writes.
     void clear() const
@@ -183,8 +179,7 @@ private:
                 case batch_result_t::converted:
                     add(kConverted);
             }
-            std::error_code error;
-            std::atomic_ref(shared_[0].bytes) += fs::file_size(log.path, error);
+            if (const auto read = identity_t::of(log.path, false)) std::atomic_ref(shared_[0].bytes) += read->bytes;
         } catch (const interruption_t&) {   // for the next run
         } catch (const std::exception& e) {
             fail(task, e);
@@ -228,9 +223,10 @@ private:
         if (task == 0) return;
         progress_.end(task - 1);
         const char* name = sigdescr_np(signal);
-        const error_t why(plan_[task - 1].path,
-                          signal == 0 ? "out of memory" : "its process was killed by signal " + std::to_string(signal),
-                          name == nullptr ? "" : name);
+        const error_t why(
+            plan_[task - 1].path,
+            signal == 0 ? "its process ended early" : "its process was killed by signal " + std::to_string(signal),
+            name == nullptr ? "" : name);
         fail(task - 1, why);
         enter_failure(terms_, plan_[task - 1], why.what(), ledger_);
     }
@@ -261,11 +257,9 @@ private:
     }
 
     convert_options_t options_;
-    std::vector<planned_log_t> plan_;
-    ledger_file_t ledger_;
-    std::string root_;     // folder of the tree
-    work_folder_t work_;   // in it
-    book_t book_;
+    const std::vector<planned_log_t>& plan_;
+    ledger_file_t& ledger_;
+    work_folder_t work_;
     batch_terms_t terms_;
     progress_run_t progress_;
     shared_array_t<shared_t> shared_;
@@ -287,12 +281,19 @@ void warn_of(convert_options_t options, const std::vector<planned_log_t>& plan)
 
 int convert_batch(const convert_options_t& options)
 {
-    std::vector<planned_log_t> plan = plan_of(options);
-    warn_of(options, plan);
+    std::error_code error;
+    const bool folder = fs::is_directory(options.batch, error);
+    std::vector<planned_log_t> plan = folder ? logs_below(options.batch, options.match) : read_list(options.batch);
+    if (folder && plan.empty()) throw error_t(options.batch, "has no log", "--match takes the names " + options.match);
     make_folder(options.folder);
+    ledger_file_t ledger(options.ledger);
+    std::vector<std::string> paths = paths_of(plan);
+    const book_t book(options.ledger, options.known, {paths.begin(), paths.end()});
+    if (folder) leave_out_made(plan, book, options);
+    warn_of(options, plan);
     begin_run(paths_of(plan));
     catch_interrupts();
-    return batch_run_t(options, std::move(plan)).run();
+    return batch_run_t(options, plan, book, ledger).run();
 }
 
 }   // namespace kvx

@@ -51,10 +51,10 @@ void print_text(const batch_totals_t& t)
     std::printf("%s: %llu converted, %llu damaged, %llu failed", plural(t.logs.size(), "log").c_str(), n(t.converted),
                 n(t.damaged), n(t.failed));
     if (!t.without.empty()) std::printf("; %llu planned have no line", n(t.without.size()));
-    std::printf("\nread    %12.1f MB, %llu epochs (%llu missing), %llu observations\n", megabytes(s.bytes), n(s.epochs),
-                n(s.missing_epochs), n(s.in_log));
-    std::printf("written %12.1f MB in %llu files, %llu observations\n", megabytes(s.bytes_of_files), n(s.files),
-                n(s.written));
+    std::printf("\nread    %12.1f MB, %llu observations, %llu epochs missing\n", megabytes(s.bytes), n(s.in_log),
+                n(s.missing_epochs));
+    std::printf("written %12.1f MB in %llu files, %llu observations in %llu epochs\n", megabytes(s.bytes_of_files),
+                n(s.files), n(s.written), n(s.epochs));
     for (const auto& [reason, count] : s.left_out) std::printf("  %s: %llu\n", reason.c_str(), n(count));
     std::printf("lost    %12llu bytes, %llu wrong checksums, %llu messages refused\n", n(s.lost_bytes),
                 n(s.bad_checksum), n(s.refused));
@@ -85,7 +85,11 @@ void print_json(const batch_totals_t& t)
         {"epochs", s.epochs},
         {"missing_epochs", s.missing_epochs},
         {"observations", {{"in_log", s.in_log}, {"written", s.written}, {"left_out", s.left_out}}},
-        {"lost", {{"bytes", s.lost_bytes}, {"bad_checksum", s.bad_checksum}, {"refused", s.refused}}},
+        {"lost",
+         {{"bytes", s.lost_bytes},
+          {"bad_checksum", s.bad_checksum},
+          {"refused", s.refused},
+          {"epochs_out_of_order", s.epochs_out_of_order}}},
         {"seconds", s.seconds},
         {"processor_seconds", s.processor_seconds},
         {"torn_lines", t.torn_lines},

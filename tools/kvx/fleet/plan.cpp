@@ -88,25 +88,38 @@ public:
     void look_into(const fs::path& folder)
     {
         struct stat status {};
+        if (::stat(folder.c_str(), &status) != 0) return add(folder, std::strerror(errno));
+        if (!seen_.emplace(status.st_dev, status.st_ino).second) return;
         std::error_code error;
-        if (::stat(folder.c_str(), &status) != 0 || !seen_.emplace(status.st_dev, status.st_ino).second) return;
-        fs::directory_iterator entry(folder, error);
-        for (; !error && entry != fs::directory_iterator(); entry.increment(error)) take(*entry);
-        if (error) found_.push_back({absolute_path(folder), "", "", {}, error.message()});
+        std::vector<fs::directory_entry> entries;
+        for (fs::directory_iterator entry(folder, error); !error && entry != fs::directory_iterator();
+             entry.increment(error))
+            entries.push_back(*entry);
+        if (error) add(folder, error.message());
+        // What is in a folder that links lead to, too, is known by its own path.
+        std::sort(entries.begin(), entries.end());
+        std::stable_partition(entries.begin(), entries.end(), [](const auto& entry) {
+            std::error_code ignored;
+            return !entry.is_symlink(ignored);
+        });
+        for (const fs::directory_entry& entry : entries) take(entry.path());
     }
 
 private:
-    void take(const fs::directory_entry& entry)
+    void add(const fs::path& path, const std::string& fault)
     {
-        const fs::path& path = entry.path();
-        std::error_code error;
+        found_.push_back({absolute_path(path), "", "", {}, fault});
+    }
+
+    void take(const fs::path& path)
+    {
         if (path.filename().string().starts_with('.')) return;
-        const fs::file_type type = entry.status(error).type();
-        if (type == fs::file_type::directory) return look_into(path);
-        const bool file =
-            type == fs::file_type::regular || type == fs::file_type::not_found || error;   // or a link to none
-        if (file && fnmatch(match_.c_str(), path.filename().c_str(), 0) == 0)
-            found_.push_back({absolute_path(path), "", "", {}, ""});
+        struct stat status {};
+        const bool known = ::stat(path.c_str(), &status) == 0;
+        if (!known && errno != ENOENT) return add(path, std::strerror(errno));   // it may be a folder
+        if (known && S_ISDIR(status.st_mode)) return look_into(path);
+        const bool file = !known || S_ISREG(status.st_mode);   // also a link to none
+        if (file && fnmatch(match_.c_str(), path.filename().c_str(), 0) == 0) add(path, "");
     }
 
     const std::string& match_;

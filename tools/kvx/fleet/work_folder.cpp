@@ -7,6 +7,7 @@
 
 #include "common/error.h"
 #include "common/left_overs.h"
+#include "fleet/batch_ledger.h"
 
 namespace kvx {
 
@@ -44,6 +45,11 @@ work_folder_t::work_folder_t(const std::string& folder)
             if (tries == kMostTries) throw;
         }
     }
+}
+
+std::int64_t work_folder_t::made() const
+{
+    return identity_t::of(keeper_->path(), false).value().modified;
 }
 
 work_folder_t::~work_folder_t()

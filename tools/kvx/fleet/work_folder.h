@@ -2,6 +2,7 @@
 #ifndef KVX_WORK_FOLDER_H
 #define KVX_WORK_FOLDER_H
 
+#include <cstdint>
 #include <memory>
 #include <string>
 
@@ -19,6 +20,7 @@ public:
     work_folder_t& operator=(const work_folder_t&) = delete;
 
     const std::string& path() const { return path_; }
+    std::int64_t made() const;   ///< ns since 1970, by the clock of the file system
 
 private:
     std::string path_;

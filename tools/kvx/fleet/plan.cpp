@@ -15,6 +15,7 @@
 #include "common/ascii.h"
 #include "common/command_line.h"
 #include "common/error.h"
+#include "common/folder.h"
 #include "convert/header_settings.h"
 
 namespace kvx {
@@ -90,19 +91,15 @@ public:
         struct stat status {};
         if (::stat(folder.c_str(), &status) != 0) return add(folder, std::strerror(errno));
         if (!seen_.emplace(status.st_dev, status.st_ino).second) return;
-        std::error_code error;
-        std::vector<fs::directory_entry> entries;
-        for (fs::directory_iterator entry(folder, error); !error && entry != fs::directory_iterator();
-             entry.increment(error))
-            entries.push_back(*entry);
-        if (error) add(folder, error.message());
+        int fault = 0;
+        std::vector<std::string> names = names_in(folder.string(), fault);
+        if (fault != 0) add(folder, std::strerror(fault));
         // What is in a folder that links lead to, too, is known by its own path.
-        std::sort(entries.begin(), entries.end());
-        std::stable_partition(entries.begin(), entries.end(), [](const auto& entry) {
-            std::error_code ignored;
-            return !entry.is_symlink(ignored);
+        std::stable_partition(names.begin(), names.end(), [&](const std::string& name) {
+            std::error_code error;
+            return !fs::is_symlink(folder / name, error);
         });
-        for (const fs::directory_entry& entry : entries) take(entry.path());
+        for (const std::string& name : names) take(folder / name);
     }
 
 private:

@@ -6,6 +6,7 @@
 #include <filesystem>
 
 #include "common/error.h"
+#include "common/folder.h"
 #include "common/left_overs.h"
 #include "fleet/batch_ledger.h"
 
@@ -21,12 +22,12 @@ constexpr int kMostTries = 100;
 // A folder in which a file is locked does not go.
 void remove_dead_folders(const std::string& folder)
 {
-    std::error_code error;
-    for (fs::directory_iterator entry(folder, error); !error && entry != fs::directory_iterator();
-         entry.increment(error)) {
-        if (!entry->path().filename().string().starts_with(kPrefix)) continue;
-        remove_left_overs(entry->path().string());
-        ::rmdir(entry->path().c_str());
+    int fault = 0;
+    for (const std::string& name : names_in(folder, fault)) {
+        if (!name.starts_with(kPrefix)) continue;
+        const std::string dead = (fs::path(folder) / name).string();
+        remove_left_overs(dead);
+        ::rmdir(dead.c_str());
     }
 }
 

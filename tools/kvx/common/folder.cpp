@@ -27,4 +27,9 @@ std::vector<std::string> names_in(const std::string& folder, int& fault)
     return names;
 }
 
+bool lies_below(const std::filesystem::path& path)
+{
+    return !path.is_absolute() && std::find(path.begin(), path.end(), "..") == path.end();
+}
+
 }   // namespace kvx

@@ -2,6 +2,7 @@
 #ifndef KVX_FOLDER_H
 #define KVX_FOLDER_H
 
+#include <filesystem>
 #include <string>
 #include <vector>
 
@@ -11,6 +12,9 @@ namespace kvx {
 /// survives a lack of memory.
 /// @param fault  gets errno when the folder cannot be read to its end, 0 otherwise
 std::vector<std::string> names_in(const std::string& folder, int& fault);
+
+/// Whether a path that is put behind that of a folder stays in it.
+bool lies_below(const std::filesystem::path& path);
 
 }   // namespace kvx
 

@@ -35,7 +35,7 @@ struct claim_t {
                          ///< their names, and the error tells them
     std::string root =
         {};   ///< folder that names begin at, with folders in them that are made; empty: that of each file
-    /// Why what has this path may not be replaced, which replace then does not say; empty: it may.
+    /// Why what is at this path may not be replaced, in the place of what replace says; empty: it may.
     std::function<std::string(const std::string& path)> foreign = {};
     /// Called when all names may be had. Where it throws no file gets its own.
     std::function<void(const std::vector<std::string>& paths)> before = {};
@@ -43,7 +43,8 @@ struct claim_t {
 
 /// Gives the files of one result their names, when all of these may be had.
 /// @return paths
-/// @throws error_t none has its name then, but for what a failure in the middle has replaced
+/// @throws error_t none has its name then, but for what a failure in the middle has replaced; or they have all, and
+///         whether that is on the disk is not known
 std::vector<std::string> publish(const std::vector<finished_file_t>& files, const claim_t& claim);
 
 /// Gives the files of one result their names. Where one of these is taken all get numbers, the first that is free.

@@ -124,13 +124,8 @@ void add_event_option(command_line_t& app, convert_options_t& o)
 
 void add_header_options(command_line_t& app, convert_options_t& o)
 {
-    const auto country_fault = [](const std::string& s) {
-        return s.size() == 3 && std::all_of(s.begin(), s.end(), [](char c) { return c >= 'A' && c <= 'Z'; })
-                   ? ""
-                   : "is not three capital letters";
-    };
     app.section("Header");
-    add_text(app, "--marker", o.marker, 60, "Marker name; also names the site in the file names");
+    add_text(app, "--marker", o.marker, kMarkerColumns, "Marker name; also names the site in the file names");
     add_text(app, "--marker-number", o.marker_number, 20, "Marker number");
     add_text(app, "--marker-type", o.marker_type, 20, "Marker type, as listed in RINEX 3.05 (default: GEODETIC)");
     const auto set = [&o](const std::vector<std::string>& texts) {
@@ -142,7 +137,7 @@ void add_header_options(command_line_t& app, convert_options_t& o)
     app.option("--set", set, "A header line, its label before the =: \"MARKER NAME=BASE\"; may be given more than once",
                {.one_argument = true, .type_name = "LABEL=TEXT"});
     app.option("--country", &o.country, "Country of the site in the file names, three letters of ISO 3166",
-               {.check = {country_fault, "CCC"}});
+               {.check = {fault_in_country, "CCC"}});
     add_text(app, "--observer", o.observer, 20, "Observer");
     add_text(app, "--agency", o.agency, 40, "Observer's agency");
     add_text(app, "--run-by", o.run_by, 20, "Who ran the conversion");

@@ -6,6 +6,7 @@
 #include <cmath>
 #include <filesystem>
 
+#include "common/folder.h"
 #include "common/text_format.h"
 #include "convert/name_pattern.h"
 #include "rinex/dates.h"
@@ -138,11 +139,16 @@ coverage_t nominal(const convert_options_t& options, coverage_t coverage)
     return coverage;
 }
 
+std::string fault_in_country(const std::string& country)
+{
+    const bool good =
+        country.size() == 3 && std::all_of(country.begin(), country.end(), [](char c) { return c >= 'A' && c <= 'Z'; });
+    return good ? "" : "is not three capital letters";
+}
+
 std::string fault_in_tree(const std::string& tree)
 {
-    const std::filesystem::path path(tree);
-    if (path.is_absolute() || std::find(path.begin(), path.end(), "..") != path.end())
-        return "is no folder below another one";
+    if (!lies_below(tree)) return "is no folder below another one";
     return fault_in_fields(tree, {"yyyy", "yy", "doy", "mm", "dd", "hh", "site", "stem", "dir"});
 }
 

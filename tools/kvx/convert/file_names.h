@@ -2,6 +2,7 @@
 #ifndef KVX_FILE_NAMES_H
 #define KVX_FILE_NAMES_H
 
+#include <cstddef>
 #include <string>
 
 #include "convert/convert_options.h"
@@ -36,6 +37,11 @@ private:
     bool short_;
     std::string observation_stem_, navigation_stem_, year_;
 };
+
+constexpr std::size_t kMarkerColumns = 60;   ///< of a header line
+
+/// What is wrong with a site's country; empty: nothing.
+std::string fault_in_country(const std::string& country);
 
 /// What a file is named by that was cut at units: the unit, whatever of it the file holds.
 coverage_t nominal(const convert_options_t& options, coverage_t coverage);

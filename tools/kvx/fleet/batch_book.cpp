@@ -2,13 +2,12 @@
 
 #include <unistd.h>
 
-#include <algorithm>
 #include <cerrno>
-#include <filesystem>
 #include <nlohmann/json.hpp>
 
 #include "common/command.h"
 #include "common/error.h"
+#include "common/folder.h"
 
 namespace kvx {
 
@@ -19,10 +18,9 @@ using nlohmann::json;
 // Below the folder of the files: what a ledger names may be replaced.
 std::string name_in(const json& file)
 {
-    const std::filesystem::path name = file.at("name").get<std::string>();
-    if (name.is_absolute() || std::find(name.begin(), name.end(), "..") != name.end())
-        throw error_t(name.string(), "lies elsewhere than the files of a ledger", "");
-    return name.string();
+    auto name = file.at("name").get<std::string>();
+    if (!lies_below(name)) throw error_t(name, "lies elsewhere than the files of a ledger", "");
+    return name;
 }
 
 bool is_there(const std::string& path)

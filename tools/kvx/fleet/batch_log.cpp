@@ -28,8 +28,6 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr std::size_t kMarkerColumns = 60;
-
 bool is_utf8(const std::string& text)
 {
     try {

@@ -16,6 +16,7 @@
 #include "common/command_line.h"
 #include "common/error.h"
 #include "common/folder.h"
+#include "convert/file_names.h"
 #include "convert/header_settings.h"
 
 namespace kvx {
@@ -23,13 +24,6 @@ namespace kvx {
 namespace {
 
 namespace fs = std::filesystem;
-
-constexpr std::size_t kMarkerColumns = 60;
-
-bool is_country(const std::string& text)
-{
-    return text.size() == 3 && std::all_of(text.begin(), text.end(), [](char c) { return c >= 'A' && c <= 'Z'; });
-}
 
 std::vector<std::string> fields_of(const std::string& line)
 {
@@ -47,8 +41,8 @@ planned_log_t log_of_line(const std::string& line, const std::string& place)
     if (fields[0].empty() || fields[0] == "-" || line.find('\0') != line.npos) throw error_t(place, "names no log", "");
     if (!marker || marker->size() > kMarkerColumns)
         throw error_t(place, "'" + fields[1] + "' is no marker of at most 60 ASCII characters", "");
-    if (!fields[2].empty() && !is_country(fields[2]))
-        throw error_t(place, "'" + fields[2] + "' is not three capital letters", "");
+    if (const std::string fault = fault_in_country(fields[2]); !fields[2].empty() && !fault.empty())
+        throw error_t(place, "'" + fields[2] + "' " + fault, "");
     planned_log_t log{absolute_path(fields[0]), *marker, fields[2], {}, ""};
     try {
         for (std::size_t i = 3; i < fields.size(); ++i) {

@@ -14,6 +14,7 @@
 #include <cstdio>
 #include <cstring>
 #include <filesystem>
+#include <new>
 #include <nlohmann/json.hpp>
 #include <optional>
 #include <set>
@@ -190,7 +191,12 @@ private:
     {
         add(kFailedLogs);
         const progress_aside_t aside(STDERR_FILENO);
-        print_failure(e, plan_[task].path);
+        const std::string& log = plan_[task].path;
+        const bool out_of_memory = dynamic_cast<const std::bad_alloc*>(&e) != nullptr;
+        if (out_of_memory || std::strstr(e.what(), log.c_str()) != nullptr)
+            print_failure(e, log);
+        else   // of its files
+            std::fprintf(stderr, "kvx: error: %s: %s\n", log.c_str(), e.what());
     }
 
     void tell_workers(int signal)

@@ -172,14 +172,14 @@ class Batch(unittest.TestCase):
         chance = random.Random(7)
         scratch = "--scratch", self.dir / "scratch"
         def whole():   # logs whose files have their names
-            return sum(all((self.out / file["name"]).exists() for file in line["files"]) and line["code"] != 1 for line in self.lines())
+            return self.ledger.exists() and sum(all((self.out / file["name"]).exists() for file in line["files"]) and line["code"] != 1 for line in self.lines())
 
         killed = 0
         while killed < 25 or not whole():
             killed += 1
             run = subprocess.Popen([*KVX, "convert", "-q", "--batch", self.dir / "raw", "-o", self.out, *TREE, "-j", "2", "--gz", *scratch],
                                    stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL, start_new_session=True)
-            time.sleep(chance.uniform(0, 0.05 + 0.01 * max(0, killed - 25)))
+            time.sleep(chance.uniform(0, 0.05 + 0.05 * max(0, killed - 25)))
             os.killpg(run.pid, signal.SIGKILL)
             run.wait()
         with self.ledger.open("r+") as ledger:   # torn, with a line behind it, and torn at the end

@@ -43,7 +43,7 @@ const account_t* book_t::account(const std::string& log) const
     return found == accounts_.end() ? nullptr : &found->second;
 }
 
-const maker_t* book_t::maker(const std::string& name) const
+const file_maker_t* book_t::maker(const std::string& name) const
 {
     const auto found = makers_.find(name);
     return found == makers_.end() ? nullptr : &found->second;
@@ -87,7 +87,7 @@ void book_t::take_files(const json& line, const std::string& log)
 {
     for (const json& file : line.at("files")) {
         const std::string name = name_in(file);
-        maker_t& maker = makers_[name];
+        file_maker_t& maker = makers_[name];
         if (maker.log != log) maker = {log, {}};
         maker.sha256s.insert(identity_in(file).sha256);
         files_[log].insert(name);

@@ -23,7 +23,7 @@ struct account_t {
 };
 
 /// Of a file, the log that it was made of last, and how it looked whenever it was.
-struct maker_t {
+struct file_maker_t {
     std::string log;
     std::set<std::string> sha256s;
 };
@@ -36,9 +36,9 @@ public:
     book_t(const std::string& own, const std::vector<std::string>& others, std::set<std::string> wanted);
 
     const account_t* account(const std::string& log) const;        ///< null: no line tells of it
-    const maker_t* maker(const std::string& name) const;           ///< of a file; null: no line tells of it
+    const file_maker_t* maker(const std::string& name) const;      ///< of a file; null: no line tells of it
     std::set<std::string> made_of(const std::string& log) const;   ///< files, also those of logs that it took over
-    const std::map<std::string, maker_t>& makers() const { return makers_; }
+    const std::map<std::string, file_maker_t>& makers() const { return makers_; }
 
 private:
     void read(const std::string& path, bool own);
@@ -48,7 +48,7 @@ private:
 
     std::set<std::string> wanted_;
     std::map<std::string, account_t> accounts_;            // by log
-    std::map<std::string, maker_t> makers_;                // by file
+    std::map<std::string, file_maker_t> makers_;           // by file
     std::map<std::string, std::set<std::string>> files_;   // by log, those that it once made; others may have since
 };
 

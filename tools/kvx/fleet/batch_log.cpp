@@ -194,7 +194,7 @@ public:
     {
         const auto there = identity_t::of(path, true);
         if (!there) return "another program has just made it";
-        const maker_t* const maker = terms_.book.maker(name_of(path));
+        const file_maker_t* const maker = terms_.book.maker(name_of(path));
         if (maker == nullptr) return "the ledger does not tell of it";
         if (maker->sha256s.count(there->sha256) == 0)
             return "it is not what was made of " + maker->log + "; remove it, or move it away";
@@ -245,7 +245,7 @@ public:
         for (const std::string& name : stale) {
             if (made_.count(name) > 0) continue;
             const auto there = identity_t::of(path_of(name), true);
-            const maker_t* const maker = terms_.book.maker(name);
+            const file_maker_t* const maker = terms_.book.maker(name);
             if (!there || there->modified >= terms_.began || maker->sha256s.count(there->sha256) == 0) continue;
             if (::unlink(path_of(name).c_str()) != 0)
                 throw system_error(path_of(name), "removing what was made of the log before");
@@ -257,7 +257,7 @@ public:
 private:
     void adopt_maker(const std::string& name)
     {
-        const maker_t* const maker = terms_.book.maker(name);
+        const file_maker_t* const maker = terms_.book.maker(name);
         if (terms_.options.adopt && maker != nullptr && maker->log != log_.path && is_gone(maker->log))
             adopted_.insert(maker->log);
     }

@@ -5,9 +5,12 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <cerrno>
+#include <chrono>
 #include <filesystem>
 #include <fstream>
 #include <nlohmann/json.hpp>
+#include <thread>
 
 #include "common/error.h"
 #include "common/output_file.h"
@@ -35,6 +38,19 @@ json parsed(std::string_view& text)
 }
 
 constexpr char kFirst = '{';   // byte of every ledger
+
+constexpr std::chrono::milliseconds kPause{50}, kPatience{2000};
+
+// A worker that was killed holds the lock until the disk has answered it.
+bool is_locked_by_others(int fd)
+{
+    const auto end = std::chrono::steady_clock::now() + kPatience;
+    while (::flock(fd, LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK) {
+        if (std::chrono::steady_clock::now() > end) return true;
+        std::this_thread::sleep_for(kPause);
+    }
+    return false;
+}
 
 template <class T>
 T whole_number(const json& object, const char* name)
@@ -100,7 +116,7 @@ ledger_file_t::ledger_file_t(std::string path)
     : path_(std::move(path)), fd_(::open(path_.c_str(), O_RDWR | O_APPEND | O_CREAT | O_CLOEXEC, 0666))
 {
     if (fd_ < 0) throw system_error(path_, "opening the ledger");
-    if (::flock(fd_, LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK) {
+    if (is_locked_by_others(fd_)) {
         ::close(fd_);
         throw error_t(path_, "another run writes this ledger", "wait for it, or name another one with --ledger");
     }

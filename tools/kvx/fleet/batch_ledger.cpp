@@ -42,14 +42,14 @@ constexpr char kFirst = '{';   // byte of every ledger
 constexpr std::chrono::milliseconds kPause{50}, kPatience{2000};
 
 // A worker that was killed holds the lock until the disk has answered it.
-bool is_locked_by_others(int fd)
+bool take_lock(int fd)
 {
     const auto end = std::chrono::steady_clock::now() + kPatience;
     while (::flock(fd, LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK) {
-        if (std::chrono::steady_clock::now() > end) return true;
+        if (std::chrono::steady_clock::now() > end) return false;
         std::this_thread::sleep_for(kPause);
     }
-    return false;
+    return true;   // also where files have no locks
 }
 
 template <class T>
@@ -116,7 +116,7 @@ ledger_file_t::ledger_file_t(std::string path)
     : path_(std::move(path)), fd_(::open(path_.c_str(), O_RDWR | O_APPEND | O_CREAT | O_CLOEXEC, 0666))
 {
     if (fd_ < 0) throw system_error(path_, "opening the ledger");
-    if (is_locked_by_others(fd_)) {
+    if (!take_lock(fd_)) {
         ::close(fd_);
         throw error_t(path_, "another run writes this ledger", "wait for it, or name another one with --ledger");
     }
